@@ -1,0 +1,34 @@
+include(CMakePackageConfigHelpers)
+
+install(TARGETS norviktdm_shared norvikruntime_shared norviktdm_static norvikruntime_static
+    EXPORT norviktdmTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS tdm RUNTIME DESTINATION bin)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/norviktdm DESTINATION include)
+
+set_target_properties(norviktdm_shared PROPERTIES EXPORT_NAME norviktdm)
+set_target_properties(norvikruntime_shared PROPERTIES EXPORT_NAME norvikruntime)
+install(EXPORT norviktdmTargets NAMESPACE norviktdm::
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/norviktdm)
+file(WRITE ${CMAKE_BINARY_DIR}/norviktdmConfig.cmake
+    "include(\"\${CMAKE_CURRENT_LIST_DIR}/norviktdmTargets.cmake\")\n")
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/norviktdmConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/norviktdmConfig.cmake
+    ${CMAKE_BINARY_DIR}/norviktdmConfigVersion.cmake
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/norviktdm)
+
+# The prefix is taken from where the file lies, so that an installed tree can be moved.
+file(WRITE ${CMAKE_BINARY_DIR}/norviktdm.pc
+"prefix=\${pcfiledir}/../..
+libdir=\${prefix}/${CMAKE_INSTALL_LIBDIR}
+includedir=\${prefix}/include
+
+Name: norviktdm
+Description: Text-file delta manager: versioned containers, comparison and merge
+Version: ${PROJECT_VERSION}
+Libs: -L\${libdir} -lnorviktdm -lnorvikruntime
+Cflags: -I\${includedir}
+")
+install(FILES ${CMAKE_BINARY_DIR}/norviktdm.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,28 @@
+// The long-line reader as the library's own files call it.
+#pragma once
+
+#include <norviktdm/tdm.h>
+#include <sys/types.h>
+
+#include <cstddef>
+
+namespace tdm {
+
+/// Longest line that is text: bytes before its newline. A stored line without a final newline
+/// (`^N `) may be longer by its prefix.
+inline constexpr int longest_line = 8000;
+inline constexpr int no_newline_prefix = 3;
+
+inline constexpr off_t position_unknown = -1;
+
+/// Reads the next line into in->line, as tdm_read_long_line does, for a caller that reads in order.
+/// @param position  offset of the line's first byte, or position_unknown; moved past the line on
+///                  success when it was known. Knowing it saves a system call for every line.
+/// @param length    bytes of the line, its newline included, 0 at end of file.
+/// @returns 0, or 1 after the failure was reported.
+[[nodiscard]] int read_line(line_stream *in, off_t *position, size_t *length, bool *at_eof);
+
+/// Reports that the file holds a line longer than text may have.
+void report_line_too_long(const char *file_name);
+
+}  // namespace tdm
