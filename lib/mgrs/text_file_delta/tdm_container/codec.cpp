@@ -1,0 +1,291 @@
+// The record codec. Numbers are lower-case hexadecimal without 0x; fields are separated by single
+// blanks when written, by any white space when read.
+//
+//   ^S db1 2                    format, highest branch
+//   ^V 7be1 1 4 65f0c1a2        version oid, branch, version, creation time
+//   ^B a90c 1 0 2               branch oid, branch, parent branch, parent version
+//   ^E 51d2                     element oid
+//   ^I 1 4 3   and   ^D 1 4 3   branch, version, line count
+//   ^Q ^text   and   ^N text    a line that begins with ^, a line without a final newline
+//
+// What the decoders accept is part of the format: they take exactly the numbers that the C
+// library's %lx takes (signs, 0x, overflow to the largest number), bounded by the line's end. They
+// are written out by hand because they stand on the path of every run of the weave.
+#include "tdm_container/codec.h"
+
+#include <cctype>
+#include <charconv>
+#include <cstring>
+#include <iterator>
+
+#include "messages/messages.h"
+#include "tdm_session/line_reader.h"
+
+uint64_t known_formats = tdm::container_format;
+
+namespace tdm {
+namespace {
+
+bool is_space(char c) {
+    return std::isspace(static_cast<unsigned char>(c)) != 0;
+}
+
+/// Writes a record field by field; a failed write shows at the end.
+class record_writer {
+public:
+    record_writer(line_stream *out, char kind) : out_(out) {
+        const char start[] = {'^', kind};
+        write(start, sizeof start);
+    }
+
+    record_writer &number(uint64_t value) {
+        char text[1 + 2 * sizeof value] = {' '};
+        const char *const end = std::to_chars(text + 1, std::end(text), value, 16).ptr;
+        write(text, static_cast<size_t>(end - text));
+        return *this;
+    }
+
+    record_writer &oid(const char *value) {
+        write(" ", 1);
+        write(value, std::strlen(value));
+        return *this;
+    }
+
+    [[nodiscard]] int finish() {
+        write("\n", 1);
+        if (failed_) {
+            report_file_trouble(message::trouble_accessing, out_->file_name);
+            return 1;
+        }
+        return 0;
+    }
+
+private:
+    void write(const char *bytes, size_t length) {
+        failed_ = failed_ || fwrite_unlocked(bytes, 1, length, out_->stream) != length;
+    }
+
+    line_stream *out_;
+    bool failed_ = false;
+};
+
+/// Takes a record's fields one by one; never looks past the end of its line.
+class field_reader {
+public:
+    explicit field_reader(const char *line) : rest_("") {
+        constexpr size_t prefix = 3;
+        if (line != nullptr && strnlen(line, prefix) == prefix) {
+            rest_ = line + prefix;
+        }
+    }
+
+    field_reader &oid(char *value) {
+        skip_space();
+        size_t length = 0;
+        while (rest_[length] != '\0' && !is_space(rest_[length])) {
+            if (++length > longest_read_oid) {
+                break;
+            }
+        }
+        if (failed_ || length == 0 || length > longest_read_oid) {
+            failed_ = true;
+            return *this;
+        }
+        std::memcpy(value, rest_, length);
+        value[length] = '\0';
+        rest_ += length;
+        return *this;
+    }
+
+    field_reader &number(uint64_t *value) {
+        skip_space();
+        const bool negative = *rest_ == '-';
+        if (negative || *rest_ == '+') {
+            ++rest_;
+        }
+        bool any = false;
+        if (*rest_ == '0') {
+            any = true;
+            ++rest_;
+            if (*rest_ == 'x' || *rest_ == 'X') {
+                ++rest_;
+            }
+        }
+        uint64_t sum = 0;
+        bool overflow = false;
+        for (int digit; (digit = hex_digit(*rest_)) >= 0; ++rest_) {
+            any = true;
+            overflow = overflow || (sum >> 60) != 0;
+            sum = (sum << 4) | static_cast<uint64_t>(digit);
+        }
+        if (failed_ || !any) {
+            failed_ = true;
+            return *this;
+        }
+        *value = overflow ? UINT64_MAX : negative ? 0 - sum : sum;
+        return *this;
+    }
+
+    [[nodiscard]] int status() const { return failed_ ? 1 : 0; }
+
+private:
+    void skip_space() {
+        while (is_space(*rest_)) {
+            ++rest_;
+        }
+    }
+
+    static int hex_digit(char c) {
+        if (c >= '0' && c <= '9') {
+            return c - '0';
+        }
+        const char lower = static_cast<char>(c | 0x20);
+        return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+    }
+
+    const char *rest_;
+    bool failed_ = false;
+};
+
+}  // namespace
+
+bool prefixed_text(std::string_view line, bool keep_newline, std::string_view *text) {
+    constexpr size_t prefix = 3;
+    switch (line.size() > 1 ? line[1] : '\0') {
+        case 'T':
+            *text = line;
+            return true;
+        case 'Q':
+            *text = line.substr(line.size() < prefix ? line.size() : prefix);
+            return true;
+        case 'N':
+            *text = line.substr(line.size() < prefix ? line.size() : prefix);
+            if (!keep_newline && !text->empty() && text->back() == '\n') {
+                text->remove_suffix(1);
+            }
+            return true;
+        default:
+            return false;
+    }
+}
+
+int encode_text(line_stream *out, std::string_view text) {
+    if (text.empty()) {
+        return 0;
+    }
+    const bool ended = text.back() == '\n';
+    bool written = true;
+    if (!ended || text.front() == '^') {
+        written = fwrite_unlocked(ended ? "^Q " : "^N ", 1, 3, out->stream) == 3;
+    }
+    written = written && fwrite_unlocked(text.data(), 1, text.size(), out->stream) == text.size();
+    if (!ended) {
+        written = written && putc_unlocked('\n', out->stream) != EOF;
+    }
+    if (!written) {
+        report_file_trouble(message::trouble_accessing, out->file_name);
+        return 1;
+    }
+    return 0;
+}
+
+bool can_be_read_back(std::string_view text) {
+    if (text.empty() || text.back() != '\n') {
+        return text.size() <= longest_line;
+    }
+    constexpr size_t quote_prefix = 3;
+    const size_t length = text.size() - 1;
+    return length + (text.front() == '^' ? quote_prefix : 0) <= longest_line;
+}
+
+int check_oid(const char *oid) {
+    const size_t length = oid == nullptr ? 0 : strnlen(oid, longest_written_oid + 1);
+    bool good = length >= 1 && length <= longest_written_oid;
+    for (size_t i = 0; good && i < length; ++i) {
+        good = !is_space(oid[i]) && std::iscntrl(static_cast<unsigned char>(oid[i])) == 0;
+    }
+    if (!good) {
+        report_failure(message::malformed_oid, oid == nullptr ? "(null)" : oid);
+        return 1;
+    }
+    return 0;
+}
+
+void report_bad_record(const char *file_name, const char *line) {
+    report_failure(message::bad_control_record, file_name, line);
+}
+
+}  // namespace tdm
+
+using tdm::field_reader;
+using tdm::record_writer;
+
+int tdm_cntutl_encode_text(line_stream *out, const char *text) {
+    return tdm::encode_text(out, text == nullptr ? std::string_view() : std::string_view(text));
+}
+
+int tdm_cntutl_encode_status(line_stream *out, uint64_t format, uint64_t highest_branch) {
+    return record_writer(out, 'S').number(format).number(highest_branch).finish();
+}
+
+int tdm_cntutl_encode_cre_ele(line_stream *out, const char *element_oid) {
+    return record_writer(out, 'E').oid(element_oid).finish();
+}
+
+int tdm_cntutl_encode_cre_bra(line_stream *out, const char *branch_oid, uint64_t branch,
+                              uint64_t parent_branch, uint64_t parent_version) {
+    return record_writer(out, 'B')
+        .oid(branch_oid)
+        .number(branch)
+        .number(parent_branch)
+        .number(parent_version)
+        .finish();
+}
+
+int tdm_cntutl_encode_cre_ver(line_stream *out, const char *version_oid, uint64_t branch,
+                              uint64_t version, uint64_t create_time) {
+    return record_writer(out, 'V')
+        .oid(version_oid)
+        .number(branch)
+        .number(version)
+        .number(create_time)
+        .finish();
+}
+
+int tdm_cntutl_encode_delete(line_stream *out, uint64_t branch, uint64_t version,
+                             uint64_t line_count) {
+    return record_writer(out, 'D').number(branch).number(version).number(line_count).finish();
+}
+
+int tdm_cntutl_encode_insert(line_stream *out, uint64_t branch, uint64_t version,
+                             uint64_t line_count) {
+    return record_writer(out, 'I').number(branch).number(version).number(line_count).finish();
+}
+
+int tdm_cntutl_decode_status(const char *line, uint64_t *format, uint64_t *highest_branch) {
+    return field_reader(line).number(format).number(highest_branch).status();
+}
+
+int tdm_cntutl_decode_cre_ele(const char *line, char *element_oid) {
+    return field_reader(line).oid(element_oid).status();
+}
+
+int tdm_cntutl_decode_cre_bra(const char *line, char *oid, uint64_t *first, uint64_t *second,
+                              uint64_t *third) {
+    return field_reader(line).oid(oid).number(first).number(second).number(third).status();
+}
+
+int tdm_cntutl_decode_cre_ver(const char *line, char *oid, uint64_t *first, uint64_t *second,
+                              uint64_t *third) {
+    return tdm_cntutl_decode_cre_bra(line, oid, first, second, third);
+}
+
+int tdm_cntutl_decode_delete(const char *line, uint64_t *branch, uint64_t *version,
+                             uint64_t *line_count) {
+    return field_reader(line).number(branch).number(version).number(line_count).status();
+}
+
+int tdm_cntutl_decode_insert(const char *line, uint64_t *branch, uint64_t *version,
+                             uint64_t *line_count) {
+    return tdm_cntutl_decode_delete(line, branch, version, line_count);
+}

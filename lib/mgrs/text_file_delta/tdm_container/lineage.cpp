@@ -1,0 +1,167 @@
+// The lineage of a version, traced in one forward pass: the header is newest first, so the branch
+// that a branch was made off always stands below it.
+#include "tdm_container/lineage.h"
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+
+#include "messages/messages.h"
+#include "tdm_container/codec.h"
+#include "tdm_session/grow_array.h"
+
+namespace tdm {
+namespace {
+
+constexpr uint64_t first_capacity = 8;
+
+int append_pair(lineage *l, lineage_pair pair) {
+    if (array_reserve(&l->pairs, static_cast<uint64_t>(l->count)) != 0) {
+        report_out_of_memory();
+        return 1;
+    }
+    l->pairs[l->count++] = pair;
+    return 0;
+}
+
+bool before(const lineage_pair &a, const lineage_pair &b) {
+    return a.branch != b.branch ? a.branch > b.branch : a.bound > b.bound;
+}
+
+void order_pairs(lineage *l) {
+    const std::span pairs(l->pairs, static_cast<size_t>(l->count));
+    if (!std::is_sorted(pairs.begin(), pairs.end(), before)) {
+        std::sort(pairs.begin(), pairs.end(), before);
+    }
+}
+
+int bad_record(const container_input *c) {
+    report_bad_record(c->in.file_name, c->in.line);
+    return 1;
+}
+
+/// The check that a version number is new, made on the first version record of its branch: that is
+/// the newest one, whether it lives or is commented out.
+int check_version_is_new(const container_input *c, version_number version, bool *pending) {
+    bool commented = false;
+    const std::string_view record = without_comment(c->line, &commented);
+    if (is_record(c->line, 'E')) {
+        *pending = false;
+        return 0;
+    }
+    if (!is_record(record, 'V')) {
+        return 0;
+    }
+    oid_buffer oid;
+    version_number found;
+    uint64_t created = 0;
+    if (tdm_cntutl_decode_cre_ver(record.data(), oid, &found.branch, &found.version, &created) !=
+        0) {
+        return bad_record(c);
+    }
+    if (found.branch != version.branch) {
+        return 0;
+    }
+    if (version.version <= found.version) {
+        // The text's %x takes unsigned ints; the numbers are 64 bits wide.
+        report_failure(message::version_not_highest, static_cast<unsigned>(version.version),
+                       static_cast<unsigned>(version.branch), static_cast<unsigned>(found.version),
+                       c->in.file_name);
+        return 1;
+    }
+    *pending = false;
+    return 0;
+}
+
+}  // namespace
+
+lineage::~lineage() {
+    array_release(&pairs);
+}
+
+bool in_lineage(const lineage *l, uint64_t branch, uint64_t version) {
+    const std::span pairs(l->pairs, static_cast<size_t>(l->count));
+    const auto found =
+        std::partition_point(pairs.begin(), pairs.end(),
+                             [branch](const lineage_pair &pair) { return pair.branch > branch; });
+    return found != pairs.end() && found->branch == branch && found->bound >= version;
+}
+
+int find_branch_by_oid(container_input *c, const char *oid, bool missing_ok, branch_place *place) {
+    for (;;) {
+        bool at_eof = false;
+        if (next_line(c, &at_eof) != 0) {
+            return 1;
+        }
+        if (at_eof || is_record(c->line, 'E')) {
+            if (missing_ok) {
+                return 2;
+            }
+            report_failure(message::no_such_branch);
+            return 1;
+        }
+        if (!is_record(c->line, 'B')) {
+            continue;
+        }
+        oid_buffer found;
+        if (tdm_cntutl_decode_cre_bra(c->in.line, found, &place->branch, &place->parent_branch,
+                                      &place->parent_version) != 0) {
+            return bad_record(c);
+        }
+        if (oid != nullptr && std::strcmp(found, oid) == 0) {
+            return 0;
+        }
+    }
+}
+
+int construct_lineage(container_input *c, version_number version, bool check_new,
+                      version_number start, lineage *l) {
+    l->pairs = array_create<lineage_pair>(first_capacity);
+    if (l->pairs == nullptr) {
+        report_out_of_memory();
+        return 1;
+    }
+    l->pairs[l->count++] = {version.branch, version.version};
+    if (start.branch != version.branch) {
+        l->pairs[l->count++] = {start.branch, start.version};
+    }
+    if (rewind_container(c) != 0) {
+        return 1;
+    }
+    uint64_t current = start.branch;
+    for (bool pending = check_new; current != 0 || pending;) {
+        bool at_eof = false;
+        if (next_line(c, &at_eof) != 0) {
+            return 1;
+        }
+        if (at_eof) {
+            if (current == 0) {
+                break;
+            }
+            report_failure(message::no_ancestors);
+            return 1;
+        }
+        if (pending && check_version_is_new(c, version, &pending) != 0) {
+            return 1;
+        }
+        if (current == 0 || !is_record(c->line, 'B')) {
+            continue;
+        }
+        oid_buffer oid;
+        branch_place place;
+        if (tdm_cntutl_decode_cre_bra(c->in.line, oid, &place.branch, &place.parent_branch,
+                                      &place.parent_version) != 0) {
+            return bad_record(c);
+        }
+        if (place.branch == current) {
+            if (append_pair(l, {place.parent_branch, place.parent_version}) != 0) {
+                return 1;
+            }
+            current = place.parent_branch;
+        }
+    }
+    order_pairs(l);
+    return 0;
+}
+
+}  // namespace tdm

@@ -1,0 +1,58 @@
+// Which (branch, version) records belong to a version, and where a branch stands in the header.
+#pragma once
+
+#include <cstdint>
+
+#include "tdm_container/container_file.h"
+
+namespace tdm {
+
+/// Records of `branch` up to and including version `bound` belong to the lineage.
+struct lineage_pair {
+    uint64_t branch;
+    uint64_t bound;
+};
+
+/// The first pair is the version itself, each further one the branch point of the branch before it.
+/// Branch numbers fall from pair to pair: a branch is always numbered above the one it was made
+/// off. (A hostile header may say otherwise; its pairs are put into that order.)
+struct lineage {
+    lineage() = default;
+    lineage(const lineage &) = delete;
+    lineage &operator=(const lineage &) = delete;
+    ~lineage();
+
+    int32_t count = 0;
+    lineage_pair *pairs = nullptr;  // a grow_array
+};
+
+/// Whether a record of this branch and version belongs to the lineage. Logarithmic in branch depth.
+bool in_lineage(const lineage *l, uint64_t branch, uint64_t version);
+
+/// A branch record's numbers.
+struct branch_place {
+    uint64_t branch;
+    uint64_t parent_branch;
+    uint64_t parent_version;
+};
+
+/// Reads on from where the container stands, up to the element record, for the living branch with
+/// this oid. @returns 0 found; 2 not found and `missing_ok`; 1 after a reported failure.
+[[nodiscard]] int find_branch_by_oid(container_input *c, const char *oid, bool missing_ok,
+                                     branch_place *place);
+
+struct version_number {
+    uint64_t branch;
+    uint64_t version;
+};
+
+/// Works out the lineage of `version`, from the start of the container.
+/// @param check_new  also refuse a version that is not above every recorded one of its branch,
+///                   deleted ones included.
+/// @param start      where tracing starts: the version itself, or the branch point of a branch that
+///                   does not exist yet.
+/// @returns 0, the container standing wherever tracing ended; 1 after a reported failure.
+[[nodiscard]] int construct_lineage(container_input *c, version_number version, bool check_new,
+                                    version_number start, lineage *l);
+
+}  // namespace tdm
