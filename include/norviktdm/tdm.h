@@ -83,6 +83,12 @@ NORVIK_API int tdm_store_ver(uint64_t create_time, const char *version_oid, cons
                              uint64_t pred_version_num, const char *container_path,
                              const char *version_file_path, uint64_t unused_too,
                              uint32_t *identical);
+NORVIK_API int tdm_delete_versions_and_branches(const char *container_path,
+                                                const char *new_container_path,
+                                                int32_t oid_count_1, const char *const *oids_1,
+                                                int32_t oid_count_2, const char *const *oids_2);
+NORVIK_API int tdm_get_cont_info(const char *container_path, const char *output_path);
+NORVIK_API int tdm_dump_container(const char *container_path, int32_t check_printable);
 
 /* ---- Sessions and engine ---- */
 typedef struct tdm_session tdm_session;

@@ -5,6 +5,7 @@
 
 #include "messages/messages.h"
 #include "tdm_container/codec.h"
+#include "tdm_container/excess_lines.h"
 #include "tdm_container/version_table.h"
 #include "tdm_container/weave_walker.h"
 #include "tdm_session/grow_array.h"
@@ -79,14 +80,6 @@ int ann_push_event(annotation_state *a, const run_record &run, bool is_insert, b
         return push(&a->inserts, &a->inserts_open, {run.line_count, oid, visible ? 1U : 0U});
     }
     return push(&a->deletes, &a->deletes_open, {run.line_count, oid});
-}
-
-int report_excess_lines() {
-    report_failure(message::excess_lines);
-    constexpr int excess_lines_advice = 142;
-    msg_print_shared(static_cast<int>(severity::failure), "tdm", &shared_msg_table,
-                     excess_lines_advice);
-    return 1;
 }
 
 /// Writes "TAG OID[,OID] TEXT"; the text keeps the newline of its stored line.
