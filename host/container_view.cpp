@@ -1,0 +1,391 @@
+#include "container_view.h"
+
+#include <fcntl.h>
+#include <norviktdm/tdm.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <utility>
+
+#include "record_line.h"
+
+namespace host {
+namespace {
+
+constexpr std::size_t shortest_prefix = 4;
+
+int read_all(int descriptor, std::string *out) {
+    constexpr std::size_t chunk = 1 << 16;
+    for (;;) {
+        const std::size_t had = out->size();
+        out->resize(had + chunk);
+        const ssize_t got = read(descriptor, out->data() + had, chunk);
+        out->resize(had + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+        if (got == 0) {
+            return 0;
+        }
+        if (got < 0 && errno != EINTR) {
+            return errno;
+        }
+    }
+}
+
+// Reads the header's lines one after the other.
+struct header_reader {
+    std::string_view data;
+    container_view *out;
+    std::size_t offset = 0;
+    uint64_t line_number = 0;
+
+    // The next line with its newline; false, with the damage noted, at the end of the file.
+    bool next(std::string_view *line) {
+        const std::string_view rest = data.substr(offset);
+        if (rest.empty()) {
+            fail(line_number + 1, "the file ends before the element record");
+            return false;
+        }
+        const std::size_t end = rest.find('\n');
+        *line = rest.substr(0, end == std::string_view::npos ? end : end + 1);
+        line_number++;
+        if (end == std::string_view::npos) {
+            fail(line_number, "the file ends in the middle of this line");
+            return false;
+        }
+        offset += line->size();
+        return true;
+    }
+
+    void fail(uint64_t line, std::string reason) const {
+        out->header_damage = damage{line, std::move(reason)};
+    }
+};
+
+bool read_status(header_reader *in) {
+    std::string_view line;
+    if (in->data.empty()) {
+        in->fail(0, "the file is empty");
+        return false;
+    }
+    if (!in->next(&line)) {
+        return false;
+    }
+    if (record_kind(line) != 'S' ||
+        decode_status(line, &in->out->format, &in->out->highest_branch) == spelling::malformed) {
+        in->fail(1, "the first line is not a container's status record");
+        return false;
+    }
+    if (in->out->format != known_formats) {
+        in->fail(1, "the status record names a format that is not known");
+        return false;
+    }
+    return true;
+}
+
+// Reads one header record; false at the element record and at the first damage.
+bool read_header_record(header_reader *in) {
+    std::string_view line;
+    if (!in->next(&line)) {
+        return false;
+    }
+    const bool commented = line.starts_with("^#");
+    const std::string_view record = commented ? line.substr(2) : line;
+    const char kind = record_kind(record);
+    const uint64_t number = in->line_number;
+    object_fields fields;
+    if (line.size() > longest_line + 1 || line.find('\0') != std::string_view::npos) {
+        in->fail(number, "not a line of text");
+    } else if (kind == 'E' && !commented) {
+        if (decode_element(record, &in->out->element_oid) == spelling::malformed) {
+            in->fail(number, "the element record names no element");
+        }
+        in->out->weave_offset = in->offset;
+        in->out->weave_line = number + 1;
+        return false;
+    } else if (kind != 'V' && kind != 'B') {
+        in->fail(number, "neither a version nor a branch nor the element record");
+    } else if (decode_object(record, &fields) == spelling::malformed) {
+        in->fail(number, kind == 'V' ? "a version record that cannot be read"
+                                     : "a branch record that cannot be read");
+    } else if (kind == 'V') {
+        in->out->versions.push_back({fields.oid,
+                                     {fields.number[0], fields.number[1]},
+                                     fields.number[2],
+                                     number,
+                                     commented});
+    } else {
+        in->out->branches.push_back({fields.oid,
+                                     fields.number[0],
+                                     {fields.number[1], fields.number[2]},
+                                     number,
+                                     commented});
+    }
+    return !in->out->header_damage;
+}
+
+void read_header(container_view *view) {
+    header_reader in{view->bytes.view(), view};
+    if (!read_status(&in)) {
+        return;
+    }
+    while (read_header_record(&in)) {
+    }
+}
+
+void index_ids(const container_view &view) {
+    view.by_id.reserve(view.versions.size());
+    for (std::size_t i = 0; i < view.versions.size(); i++) {
+        const auto [entry, fresh] = view.by_id.try_emplace(view.versions[i].id, i);
+        if (!fresh && view.versions[entry->second].deleted && !view.versions[i].deleted) {
+            entry->second = i;
+        }
+    }
+}
+
+void index_oids(const container_view &view) {
+    view.by_oid.reserve(view.versions.size());
+    for (std::size_t i = 0; i < view.versions.size(); i++) {
+        if (!view.versions[i].deleted) {
+            view.by_oid.try_emplace(view.versions[i].oid, i);
+        }
+    }
+}
+
+const version_record *newest_of_default_branch(const container_view &view, std::string *reason) {
+    const branch_record *branch = find_branch(view, "main");
+    if (branch == nullptr) {
+        const auto live = [](const branch_record &b) { return !b.deleted; };
+        if (std::count_if(view.branches.begin(), view.branches.end(), live) != 1) {
+            *reason = "which branch? there are several and none is called main";
+            return nullptr;
+        }
+        branch = &*std::find_if(view.branches.begin(), view.branches.end(), live);
+    }
+    const version_record *newest = newest_version(view, branch->number);
+    if (newest == nullptr) {
+        *reason = "branch " + std::string(branch->oid) + " has no versions";
+    }
+    return newest;
+}
+
+// `BRANCH@N`, split at the last @ since a branch's name may hold one.
+const version_record *version_by_name(const container_view &view, std::string_view text) {
+    const std::size_t at = text.rfind('@');
+    if (at == std::string_view::npos || at + 1 == text.size()) {
+        return nullptr;
+    }
+    uint64_t number = 0;
+    const char *last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data() + at + 1, last, number);
+    const branch_record *branch = find_branch(view, text.substr(0, at));
+    if (error != std::errc{} || end != last || branch == nullptr) {
+        return nullptr;
+    }
+    const version_record *found = find_version(view, {branch->number, number});
+    return found != nullptr && !found->deleted ? found : nullptr;
+}
+
+}  // namespace
+
+file_bytes::file_bytes(file_bytes &&other) noexcept {
+    *this = std::move(other);
+}
+
+file_bytes &file_bytes::operator=(file_bytes &&other) noexcept {
+    if (this != &other) {
+        release();
+        mapping_ = std::exchange(other.mapping_, nullptr);
+        mapped_ = std::exchange(other.mapped_, 0);
+        copy_ = std::move(other.copy_);
+    }
+    return *this;
+}
+
+file_bytes::~file_bytes() {
+    release();
+}
+
+void file_bytes::release() {
+    if (mapping_ != nullptr) {
+        munmap(mapping_, mapped_);
+        mapping_ = nullptr;
+    }
+}
+
+int file_bytes::load(int descriptor) {
+    release();
+    copy_.clear();
+    struct stat facts;
+    if (fstat(descriptor, &facts) != 0) {
+        return errno;
+    }
+    if (S_ISDIR(facts.st_mode)) {
+        return EISDIR;
+    }
+    if (!S_ISREG(facts.st_mode) || facts.st_size == 0) {
+        return read_all(descriptor, &copy_);
+    }
+    mapped_ = static_cast<std::size_t>(facts.st_size);
+    void *mapping = mmap(nullptr, mapped_, PROT_READ, MAP_PRIVATE | MAP_POPULATE, descriptor, 0);
+    if (mapping == MAP_FAILED) {
+        return errno;
+    }
+    mapping_ = mapping;
+    return 0;
+}
+
+std::string_view file_bytes::view() const {
+    return mapping_ == nullptr ? std::string_view(copy_)
+                               : std::string_view(static_cast<const char *>(mapping_), mapped_);
+}
+
+int open_container(const std::string &path, container_view *out) {
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) {
+        return errno;
+    }
+    const int result = open_container(descriptor, path, out);
+    close(descriptor);
+    return result;
+}
+
+int open_container(int descriptor, const std::string &name, container_view *out) {
+    *out = container_view{};
+    out->name = name;
+    if (const int error = out->bytes.load(descriptor); error != 0) {
+        return error;
+    }
+    read_header(out);
+    return 0;
+}
+
+const version_record *find_version(const container_view &view, version_id id) {
+    if (view.by_id.empty()) {
+        index_ids(view);
+    }
+    const auto found = view.by_id.find(id);
+    return found == view.by_id.end() ? nullptr : &view.versions[found->second];
+}
+
+const version_record *find_version_by_oid(const container_view &view, std::string_view oid) {
+    if (view.by_oid.empty()) {
+        index_oids(view);
+    }
+    const auto found = view.by_oid.find(oid);
+    return found == view.by_oid.end() ? nullptr : &view.versions[found->second];
+}
+
+std::vector<const version_record *> find_versions_by_prefix(const container_view &view,
+                                                            std::string_view prefix) {
+    std::vector<const version_record *> found;
+    if (prefix.size() < shortest_prefix) {
+        return found;
+    }
+    for (const version_record &version : view.versions) {
+        if (!version.deleted && version.oid.starts_with(prefix)) {
+            found.push_back(&version);
+        }
+    }
+    return found;
+}
+
+const branch_record *find_branch(const container_view &view, std::string_view oid) {
+    for (const branch_record &branch : view.branches) {
+        if (!branch.deleted && branch.oid == oid) {
+            return &branch;
+        }
+    }
+    return nullptr;
+}
+
+const branch_record *find_branch(const container_view &view, uint64_t number) {
+    for (const branch_record &branch : view.branches) {
+        if (!branch.deleted && branch.number == number) {
+            return &branch;
+        }
+    }
+    return nullptr;
+}
+
+const version_record *newest_version(const container_view &view, uint64_t branch) {
+    const version_record *newest = nullptr;
+    for (const version_record &version : view.versions) {
+        if (!version.deleted && version.id.branch == branch &&
+            (newest == nullptr || version.id.number > newest->id.number)) {
+            newest = &version;
+        }
+    }
+    return newest;
+}
+
+uint64_t next_version_number(const container_view &view, uint64_t branch) {
+    uint64_t next = 0;
+    for (const version_record &version : view.versions) {
+        if (version.id.branch == branch) {
+            next = std::max(next, version.id.number + 1);
+        }
+    }
+    for (const branch_record &other : view.branches) {
+        if (other.number != 0 && other.parent.branch == branch) {
+            next = std::max(next, other.parent.number + 1);
+        }
+    }
+    return next;
+}
+
+bool lineage_of(const container_view &view, version_id id, std::vector<version_id> *lineage) {
+    lineage->assign(1, id);
+    // One pass is enough: a branch's record stands above that of the branch it was made off.
+    for (const branch_record &branch : view.branches) {
+        const uint64_t current = lineage->back().branch;
+        if (current == 0) {
+            break;
+        }
+        if (!branch.deleted && branch.number == current) {
+            lineage->push_back(branch.parent);
+        }
+    }
+    return lineage->back().branch == 0;
+}
+
+std::string branch_name(const container_view &view, uint64_t number) {
+    const branch_record *branch = find_branch(view, number);
+    return branch == nullptr ? "#" + std::to_string(number) : std::string(branch->oid);
+}
+
+std::string version_name(const container_view &view, version_id id) {
+    return branch_name(view, id.branch) + "@" + std::to_string(id.number);
+}
+
+const version_record *resolve_version(const container_view &view, std::string_view text,
+                                      std::string *reason) {
+    if (text.empty()) {
+        return newest_of_default_branch(view, reason);
+    }
+    if (const version_record *named = version_by_name(view, text)) {
+        return named;
+    }
+    if (const branch_record *branch = find_branch(view, text)) {
+        const version_record *newest = newest_version(view, branch->number);
+        if (newest == nullptr) {
+            *reason = "branch " + std::string(text) + " has no versions";
+        }
+        return newest;
+    }
+    if (const version_record *exact = find_version_by_oid(view, text)) {
+        return exact;
+    }
+    const auto matches = find_versions_by_prefix(view, text);
+    if (matches.size() == 1) {
+        return matches.front();
+    }
+    *reason = matches.empty() ? "there is no version " + std::string(text)
+                              : "several versions begin with " + std::string(text);
+    return nullptr;
+}
+
+}  // namespace host

@@ -1,0 +1,143 @@
+// A container as the commands see it: its bytes, mapped read-only, and the records of its header.
+//
+// Opening reads the header once; the weave is left to the passes in structure.h and weave_scan.h.
+// Record order is the file's (newest first). Views into the bytes live as long as the container.
+#ifndef TDM_HOST_CONTAINER_VIEW_H
+#define TDM_HOST_CONTAINER_VIEW_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace host {
+
+// A version: branch and number, both as in the container.
+struct version_id {
+    uint64_t branch = 0;
+    uint64_t number = 0;
+    friend bool operator==(const version_id &, const version_id &) = default;
+    friend auto operator<=>(const version_id &, const version_id &) = default;
+};
+
+struct version_id_hash {
+    std::size_t operator()(const version_id &id) const {
+        return static_cast<std::size_t>(
+            (id.branch * 0x9e3779b97f4a7c15u ^ id.number) * 0xff51afd7ed558ccdu >> 7);
+    }
+};
+
+struct version_record {
+    std::string_view oid;
+    version_id id;
+    uint64_t time = 0;     // seconds since 1970 when our command wrote it
+    uint64_t line = 0;     // in the container, from 1
+    bool deleted = false;  // commented out: the version is gone, something still depends on it
+};
+
+struct branch_record {
+    std::string_view oid;
+    uint64_t number = 0;
+    version_id parent;     // what it was made off; for branch 0 without meaning
+    uint64_t line = 0;     // in the container, from 1
+    bool deleted = false;  // commented out
+};
+
+// What is wrong with a container, and where.
+struct damage {
+    uint64_t line = 0;  // from 1; 0 when no line can be named
+    std::string reason;
+};
+
+// The bytes of a file: a read-only mapping, or a copy for what cannot be mapped (a pipe).
+class file_bytes {
+public:
+    file_bytes() = default;
+    file_bytes(file_bytes &&other) noexcept;
+    file_bytes &operator=(file_bytes &&other) noexcept;
+    file_bytes(const file_bytes &) = delete;
+    file_bytes &operator=(const file_bytes &) = delete;
+    ~file_bytes();
+
+    // Takes the bytes of an open file, from its start where it can be mapped. The descriptor stays
+    // the caller's and may be closed afterwards. Returns 0 or an errno value.
+    [[nodiscard]] int load(int descriptor);
+    [[nodiscard]] std::string_view view() const;
+
+private:
+    void release();
+    void *mapping_ = nullptr;
+    std::size_t mapped_ = 0;
+    std::string copy_;
+};
+
+struct container_view {
+    std::string name;  // as the user gave it, for messages
+    file_bytes bytes;
+    uint64_t format = 0;
+    uint64_t highest_branch = 0;
+    std::string_view element_oid;
+    std::vector<version_record> versions;
+    std::vector<branch_record> branches;
+    std::size_t weave_offset = 0;  // of the first byte after the element record
+    uint64_t weave_line = 0;       // line number of the first line after the element record
+    // The first thing in the header that is not as the format has it; the records read before it
+    // are there all the same.
+    std::optional<damage> header_damage;
+
+    // Looked up by the functions below, which fill them at their first use.
+    mutable std::unordered_map<version_id, std::size_t, version_id_hash> by_id;
+    mutable std::unordered_map<std::string_view, std::size_t> by_oid;
+};
+
+// Opens and reads a container. Results: 0 (also for a damaged header: see header_damage), or the
+// errno value that says why the file cannot be read (EISDIR for a folder). Prints nothing.
+[[nodiscard]] int open_container(const std::string &path, container_view *out);
+
+// The same on an open descriptor, which stays the caller's; `name` is used in messages only.
+[[nodiscard]] int open_container(int descriptor, const std::string &name, container_view *out);
+
+// The version's record, deleted ones included; null when there is none. Where a damaged container
+// has several, the live one counts, then the first.
+[[nodiscard]] const version_record *find_version(const container_view &view, version_id id);
+
+// The version of that oid, live ones only, as the library looks it up.
+[[nodiscard]] const version_record *find_version_by_oid(const container_view &view,
+                                                        std::string_view oid);
+
+// The live versions whose oid begins with `prefix`; 4 characters at least, else nothing is found.
+[[nodiscard]] std::vector<const version_record *> find_versions_by_prefix(
+    const container_view &view, std::string_view prefix);
+
+// A live branch by name or by number; null when there is none.
+[[nodiscard]] const branch_record *find_branch(const container_view &view, std::string_view oid);
+[[nodiscard]] const branch_record *find_branch(const container_view &view, uint64_t number);
+
+// The newest live version of a branch; null when it has none.
+[[nodiscard]] const version_record *newest_version(const container_view &view, uint64_t branch);
+
+// The number that the branch's next version must have: above every version recorded on it, deleted
+// ones included, and above every branch point on it (a version that takes the number of a branch
+// point that never was would change that branch's text). 0 for a branch without either.
+[[nodiscard]] uint64_t next_version_number(const container_view &view, uint64_t branch);
+
+// Which (branch, highest number) bounds make up a version; false when its branch, or one above it,
+// has no live record.
+[[nodiscard]] bool lineage_of(const container_view &view, version_id id,
+                              std::vector<version_id> *lineage);
+
+// `BRANCH@N`; a branch without record is named `#NUMBER`.
+[[nodiscard]] std::string version_name(const container_view &view, version_id id);
+[[nodiscard]] std::string branch_name(const container_view &view, uint64_t number);
+
+// What VERSION on a command line may be, resolved to a live version: `BRANCH@N`, `BRANCH` (its
+// newest), an oid or a prefix of one. `text` empty stands for the newest version of branch `main`,
+// or of the only branch. On failure returns null and says why in `reason`.
+[[nodiscard]] const version_record *resolve_version(const container_view &view,
+                                                    std::string_view text, std::string *reason);
+
+}  // namespace host
+
+#endif

@@ -1,0 +1,188 @@
+#include "record_line.h"
+
+#include <norviktdm/tdm.h>
+
+#include <array>
+#include <cstring>
+#include <span>
+
+namespace host {
+namespace {
+
+constexpr int hex_digit(char c) {
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+}
+
+// Takes a number as the encoders write it off the front of `rest`.
+bool take_number(std::string_view *rest, uint64_t *value) {
+    std::size_t used = 0;
+    uint64_t number = 0;
+    for (; used < rest->size() && used < 16; used++) {
+        const int digit = hex_digit((*rest)[used]);
+        if (digit < 0) {
+            break;
+        }
+        number = number << 4 | static_cast<uint64_t>(digit);
+    }
+    if (used == 0 || (used > 1 && rest->front() == '0')) {
+        return false;
+    }
+    rest->remove_prefix(used);
+    *value = number;
+    return true;
+}
+
+bool take_byte(std::string_view *rest, char wanted) {
+    if (rest->empty() || rest->front() != wanted) {
+        return false;
+    }
+    rest->remove_prefix(1);
+    return true;
+}
+
+bool take_oid(std::string_view *rest, std::string_view *oid) {
+    std::size_t used = 0;
+    while (used < rest->size() && static_cast<unsigned char>((*rest)[used]) > ' ' &&
+           (*rest)[used] != 0x7f) {
+        used++;
+    }
+    if (used == 0 || used > longest_decoded_oid) {
+        return false;
+    }
+    *oid = rest->substr(0, used);
+    rest->remove_prefix(used);
+    return true;
+}
+
+bool take_numbers(std::string_view *rest, std::span<uint64_t> numbers) {
+    for (std::size_t i = 0; i < numbers.size(); i++) {
+        if ((i > 0 && !take_byte(rest, ' ')) || !take_number(rest, &numbers[i])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool ends_line(std::string_view rest) {
+    return rest.empty() || rest == "\n";
+}
+
+// The fields of a record in canonical form, or false.
+bool fields_of(std::string_view line, std::string_view *rest) {
+    if (line.size() <= record_prefix || line[2] != ' ') {
+        return false;
+    }
+    *rest = line.substr(record_prefix);
+    return true;
+}
+
+// A NUL-terminated copy of a line for the library's decoders; empty when no decoder can accept it.
+struct line_copy {
+    std::array<char, longest_line + record_prefix + 2> bytes;
+    bool usable;
+
+    explicit line_copy(std::string_view line)
+        : usable(line.size() > record_prefix && line.size() < bytes.size()) {
+        if (usable) {
+            std::memcpy(bytes.data(), line.data(), line.size());
+            bytes[line.size()] = '\0';
+        }
+    }
+};
+
+// The first token after the prefix, which the decoders take for the oid.
+std::string_view first_token(std::string_view line) {
+    constexpr std::string_view blanks = " \t\n\v\f\r";
+    const std::size_t first = line.find_first_not_of(blanks, record_prefix);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return line.substr(first, line.find_first_of(blanks, first) - first);
+}
+
+}  // namespace
+
+char record_kind(std::string_view line) {
+    if (line.empty() || line[0] != '^') {
+        return 0;
+    }
+    return line.size() < 2 ? '\n' : line[1];
+}
+
+std::string_view text_of(std::string_view line) {
+    const char kind = record_kind(line);
+    if (kind != 'Q' && kind != 'N') {
+        return line;
+    }
+    std::string_view text =
+        line.size() > record_prefix ? line.substr(record_prefix) : line.substr(0, 0);
+    if (kind == 'N' && !text.empty() && text.back() == '\n') {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+spelling decode_run(std::string_view line, run_fields *out) {
+    std::string_view rest;
+    uint64_t numbers[3];
+    if (fields_of(line, &rest) && take_numbers(&rest, numbers) && ends_line(rest)) {
+        *out = {numbers[0], numbers[1], numbers[2]};
+        return spelling::canonical;
+    }
+    const line_copy copy(line);
+    if (!copy.usable || tdm_cntutl_decode_insert(copy.bytes.data(), &out->branch, &out->version,
+                                                 &out->count) != 0) {
+        return spelling::malformed;
+    }
+    return spelling::odd;
+}
+
+spelling decode_object(std::string_view line, object_fields *out) {
+    std::string_view rest;
+    if (fields_of(line, &rest) && take_oid(&rest, &out->oid) && take_byte(&rest, ' ') &&
+        take_numbers(&rest, out->number) && ends_line(rest)) {
+        return spelling::canonical;
+    }
+    const line_copy copy(line);
+    char oid[longest_decoded_oid + 1];
+    if (!copy.usable || tdm_cntutl_decode_cre_ver(copy.bytes.data(), oid, &out->number[0],
+                                                  &out->number[1], &out->number[2]) != 0) {
+        return spelling::malformed;
+    }
+    out->oid = first_token(line);
+    return spelling::odd;
+}
+
+spelling decode_element(std::string_view line, std::string_view *oid) {
+    std::string_view rest;
+    if (fields_of(line, &rest) && take_oid(&rest, oid) && ends_line(rest)) {
+        return spelling::canonical;
+    }
+    const line_copy copy(line);
+    char decoded[longest_decoded_oid + 1];
+    if (!copy.usable || tdm_cntutl_decode_cre_ele(copy.bytes.data(), decoded) != 0) {
+        return spelling::malformed;
+    }
+    *oid = first_token(line);
+    return spelling::odd;
+}
+
+spelling decode_status(std::string_view line, uint64_t *format, uint64_t *highest) {
+    std::string_view rest;
+    uint64_t numbers[2];
+    if (fields_of(line, &rest) && take_numbers(&rest, numbers) && ends_line(rest)) {
+        *format = numbers[0];
+        *highest = numbers[1];
+        return spelling::canonical;
+    }
+    const line_copy copy(line);
+    if (!copy.usable || tdm_cntutl_decode_status(copy.bytes.data(), format, highest) != 0) {
+        return spelling::malformed;
+    }
+    return spelling::odd;
+}
+
+}  // namespace host

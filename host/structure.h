@@ -1,0 +1,36 @@
+// Two plain passes over a container's weave: is it whole, and what does one version say.
+//
+// Both find line ends by memory search and look closer only at lines that begin with `^`, so they
+// run at nearly the speed of reading the file. The checks of `tdm verify` are finer (weave_scan.h).
+#ifndef TDM_HOST_STRUCTURE_H
+#define TDM_HOST_STRUCTURE_H
+
+#include <functional>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "container_view.h"
+
+namespace host {
+
+// Is the container whole: a readable header, every inserted run with the lines it counts, enough
+// lines behind every deletion, no text outside the runs, no line that the library's reader refuses,
+// no record of a kind that a weave does not hold, a newline at the end. Returns the first damage.
+// One pass, O(bytes).
+[[nodiscard]] std::optional<damage> scan_structure(const container_view &view);
+
+// Receives the text of a version in order; returns false to end the walk.
+using text_sink = std::function<bool(std::string_view piece)>;
+
+// The text of the version with that lineage, by one counter of lines to pass over, as the library
+// reconstructs it. Pieces are as long as the container allows (whole stretches of lines) and point
+// into it. Returns the damage at the first record that cannot be read; what has been handed over by
+// then stands. One pass, O(bytes + records x lineage length).
+[[nodiscard]] std::optional<damage> walk_version(const container_view &view,
+                                                 std::span<const version_id> lineage,
+                                                 const text_sink &sink);
+
+}  // namespace host
+
+#endif
