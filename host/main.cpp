@@ -1,6 +1,5 @@
-#include <cstdio>
+#include "cli.h"
 
-int main() {
-    std::fputs("tdm: no commands yet\n", stderr);
-    return 2;
+int main(int argc, char **argv) {
+    return run_command_line(argc, argv);
 }

@@ -1,0 +1,120 @@
+#include "help.h"
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "cli.h"
+#include "output.h"
+
+namespace {
+
+constexpr size_t left_column = 26;
+
+constexpr const char *overview_details = R"(
+VERSION is BRANCH@N, BRANCH (its newest version), or an identifier or a unique
+beginning of one, 4 characters at least. CONTAINER may have any name; write --
+before one that begins with '-'. A file named '-' is standard input or output.
+
+Exit codes: 0 done, equal, clean, sound; 1 a negative answer (differences,
+conflicts, damage, nothing to store); 2 wrong usage or trouble.
+
+Environment:
+  TDM_PAGER, PAGER          the pager, used on a terminal only
+  NO_COLOR, CLICOLOR, CLICOLOR_FORCE
+                            switch colours off, off when 0, and on
+  SOURCE_DATE_EPOCH         the time that counts as now, in seconds since 1970
+)";
+
+void print_entry(const std::string &left, std::string_view right) {
+    std::string line = "  " + left;
+    if (line.size() + 2 > left_column) {
+        line += "\n" + std::string(left_column, ' ');
+    } else {
+        line.resize(left_column, ' ');
+    }
+    standard_output().printf("%s%.*s\n", line.c_str(), static_cast<int>(right.size()),
+                             right.data());
+}
+
+std::string usage_line(const command_context &context) {
+    std::string line = "Usage: tdm " + context.name + " [OPTIONS]";
+    for (const operand &place : context.operands) {
+        const std::string dots = place.list != nullptr ? "..." : "";
+        const std::string name = place.name + dots;
+        line += place.required ? " " + name : " [" + name + "]";
+    }
+    return line + "\n";
+}
+
+void print_option(const CLI::Option &option) {
+    std::string left;
+    for (const std::string &name : option.get_snames()) {
+        left += (left.empty() ? "-" : ", -") + name;
+    }
+    for (const std::string &name : option.get_lnames()) {
+        left += (left.empty() ? "--" : ", --") + name;
+    }
+    const std::string &text = option.get_option_text();
+    if (option.get_items_expected_max() > 0) {
+        left += " " + (text.empty() ? std::string("VALUE") : text);
+    }
+    print_entry(left, option.get_description());
+}
+
+void print_group(const CLI::App &app, const std::string &group) {
+    bool first = true;
+    for (const CLI::Option *option : app.get_options()) {
+        if (option->get_group() == group) {
+            if (std::exchange(first, false)) {
+                standard_output().printf("\n%s:\n", group.c_str());
+            }
+            print_option(*option);
+        }
+    }
+}
+
+}  // namespace
+
+void print_help(const CLI::App &app, const command_context &context, bool full) {
+    output_writer &out = standard_output();
+    out.write(usage_line(context));
+    out.printf("\n%s.\n\n", context.summary);
+    for (const operand &place : context.operands) {
+        print_entry(place.name, place.description);
+    }
+    print_group(app, "Options");
+    if (full) {
+        print_group(app, more_options);
+        print_group(app, general_options);
+        out.printf("\n%s%s", context.details, *context.details == '\0' ? "" : "\n");
+        out.printf("Exit codes: %s\n", context.exit_codes);
+    }
+    out.write("\nExamples:\n");
+    for (const char *example : context.examples) {
+        out.printf("  %s\n", example);
+    }
+    if (!full) {
+        out.printf("\nAll of it: tdm %s --help\n", context.name.c_str());
+    }
+}
+
+void print_overview(bool full) {
+    output_writer &out = standard_output();
+    out.write(
+        "Usage: tdm COMMAND [OPTIONS] CONTAINER ...\n\n"
+        "Keeps every version of a text file in one container file, compares and merges.\n\n"
+        "Commands:\n");
+    for (const command_entry &entry : command_table()) {
+        print_entry(entry.name, entry.summary);
+    }
+    out.write("\nOptions:\n");
+    print_entry("-h, --help", "Short help; all of it (also after a command)");
+    print_entry("--version", "The version of tdm");
+    if (full) {
+        out.write(overview_details);
+    }
+    out.write(
+        "\nExamples:\n"
+        "  tdm create notes.tdm && tdm checkin notes.tdm notes.txt\n"
+        "  tdm checkout notes.tdm main@1 -o old-notes.txt\n");
+}

@@ -1,0 +1,133 @@
+#include "output.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "exit_status.h"
+#include "terminal.h"
+
+namespace {
+
+std::string formatted(const char *format, va_list arguments) {
+    va_list again;
+    va_copy(again, arguments);
+    char buffer[512];
+    const int size = std::vsnprintf(buffer, sizeof buffer, format, arguments);
+    std::string text;
+    if (size >= 0 && static_cast<size_t>(size) < sizeof buffer) {
+        text.assign(buffer, static_cast<size_t>(size));
+    } else if (size > 0) {
+        text.resize(static_cast<size_t>(size));
+        std::vsnprintf(text.data(), text.size() + 1, format, again);
+    }
+    va_end(again);
+    return text;
+}
+
+void print_words(std::string_view words) {
+    standard_output().flush();
+    std::fflush(stdout);
+    std::string line = "tdm: ";
+    line += words;
+    line += '\n';
+    // One call, so that the lines of commands that run side by side do not mix.
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+bool standard_output_finished = false;
+
+}  // namespace
+
+output_writer::output_writer(int descriptor, std::string name)
+    : descriptor_(descriptor), name_(std::move(name)) {}
+
+void output_writer::write_out(const char *bytes, size_t size) {
+    while (size > 0 && error_ == 0) {
+        const ssize_t written = ::write(descriptor_, bytes, size);
+        if (written < 0 && errno != EINTR) {
+            error_ = errno;
+        } else if (written > 0) {
+            bytes += written;
+            size -= static_cast<size_t>(written);
+        }
+    }
+}
+
+void output_writer::write(std::string_view bytes) {
+    if (buffer_.size() + bytes.size() > capacity) {
+        flush();
+    }
+    if (bytes.size() >= capacity) {
+        write_out(bytes.data(), bytes.size());
+        return;
+    }
+    buffer_ += bytes;
+}
+
+void output_writer::printf(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    write(formatted(format, arguments));
+    va_end(arguments);
+}
+
+void output_writer::flush() {
+    write_out(buffer_.data(), buffer_.size());
+    buffer_.clear();
+}
+
+int output_writer::finish() {
+    flush();
+    if (descriptor_ >= 0 && close(descriptor_) != 0 && error_ == 0 && errno != EINTR) {
+        error_ = errno;
+    }
+    descriptor_ = -1;
+    const int error = std::exchange(error_, 0);
+    return error == 0 ? status_done : say_errno(name_, "cannot write", error);
+}
+
+output_writer &standard_output() {
+    static output_writer writer(STDOUT_FILENO, "<stdout>");
+    return writer;
+}
+
+int finish_standard_output() {
+    if (std::exchange(standard_output_finished, true)) {
+        return status_done;
+    }
+    // What the library has printed through the stream shares the descriptor; a descriptor that was
+    // closed from the start (EBADF with nothing to write) is no failure.
+    const bool stream_failed = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
+    const int error = errno;
+    const int status = standard_output().finish();
+    if (stream_failed && status == status_done) {
+        return say_errno("<stdout>", "cannot write", error);
+    }
+    return status;
+}
+
+void say(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    print_words(formatted(format, arguments));
+    va_end(arguments);
+}
+
+void say_of_file(std::string_view name, std::string_view reason) {
+    print_words(escape_name(name) + ": " + std::string(reason));
+}
+
+void say_of_line(std::string_view name, uint64_t line, std::string_view reason) {
+    print_words(escape_name(name) + ":" + std::to_string(line) + ": " + std::string(reason));
+}
+
+int say_errno(std::string_view name, const char *what, int error) {
+    say_of_file(name, std::string(what) + ": " + std::strerror(error));
+    return status_trouble;
+}

@@ -1,0 +1,56 @@
+// Where the command's data and words go. Data is buffered and every failed write is noticed;
+// words go to standard error, prefixed.
+#ifndef TDM_HOST_OUTPUT_H
+#define TDM_HOST_OUTPUT_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// A buffered writer on a descriptor. The first failure is remembered (later writes do nothing) and
+// reported once, by finish(). A closed pipe ends the process by SIGPIPE, silently.
+class output_writer {
+public:
+    // `name` is used in the message of a failure. The descriptor is not owned until finish().
+    output_writer(int descriptor, std::string name);
+
+    void write(std::string_view bytes);
+    void put(char byte) { write(std::string_view(&byte, 1)); }
+    void printf(const char *format, ...) __attribute__((format(printf, 2, 3)));
+
+    // Hands what is buffered to the system.
+    void flush();
+    bool failed() const { return error_ != 0; }
+
+    // Flushes and closes the descriptor; 0, or status_trouble after a message.
+    int finish();
+
+private:
+    void write_out(const char *bytes, size_t size);
+
+    static constexpr size_t capacity = size_t{1} << 16;
+    int descriptor_;
+    int error_ = 0;
+    std::string name_;
+    std::string buffer_;
+};
+
+// The one writer for standard output; finished by finish_standard_output at the end of the run.
+output_writer &standard_output();
+
+// Flushes standard output, what the library has written to it included, and closes it; 0, or
+// status_trouble after a message. Called by the frame; a second call does nothing.
+int finish_standard_output();
+
+// Prints "tdm: " and the formatted words on standard error, after what is waiting for standard
+// output; a newline is added.
+void say(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+// Prints "tdm: NAME: reason" or, with a line (from 1), "tdm: NAME:LINE: reason".
+void say_of_file(std::string_view name, std::string_view reason);
+void say_of_line(std::string_view name, uint64_t line, std::string_view reason);
+
+// say_of_file with the text of `error` (an errno value) after `what`; returns status_trouble.
+int say_errno(std::string_view name, const char *what, int error);
+
+#endif

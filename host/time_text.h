@@ -1,0 +1,22 @@
+// Points in time as people and machines write them. A time is seconds since 1970 (UTC); neither
+// the locale nor TZ changes anything here.
+#ifndef TDM_HOST_TIME_TEXT_H
+#define TDM_HOST_TIME_TEXT_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// Reads SECONDS, @SECONDS, or ISO 8601 with a zone: 2024-05-01T12:30:00Z, 2024-05-01 12:30+02:00,
+// seconds and their fraction (dropped) optional. False for anything else, a time without a zone
+// and a time before 1970 included.
+bool parse_time(std::string_view text, uint64_t &seconds);
+
+// ISO 8601 in UTC, 2024-05-01T12:30:00Z; @SECONDS for a time after the year 9999.
+std::string time_text(uint64_t seconds);
+
+// Now, or SOURCE_DATE_EPOCH when that is set; 0, or status_trouble after a message when that is no
+// number.
+int current_time(uint64_t &seconds);
+
+#endif
