@@ -9,6 +9,8 @@
 #include "help.h"
 #include "output.h"
 
+namespace host {
+
 namespace {
 
 constexpr const char *version_line = "tdm 1.0.0\n";
@@ -219,3 +221,5 @@ int run_command_line(int argc, char **argv) {
     const int status = dispatch(std::span<char *>(argv + (argc > 0 ? 1 : 0), count));
     return std::max<int>(status, finish_standard_output());
 }
+
+}  // namespace host

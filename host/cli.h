@@ -13,6 +13,8 @@ namespace CLI {
 class App;
 }
 
+namespace host {
+
 // A line of the table in commands.cpp. `add` declares the command's options on `app` (those in
 // CLI11's default group are shown by -h, those in group more_options by --help alone) and fills in
 // the context.
@@ -45,5 +47,7 @@ std::string_view nearest_name(std::string_view word, std::span<const std::string
 
 // Runs the whole command line; returns the exit status.
 int run_command_line(int argc, char **argv);
+
+}  // namespace host
 
 #endif

@@ -10,6 +10,8 @@
 #include "exit_status.h"
 #include "terminal.h"
 
+namespace host {
+
 // One operand of the command line, in order. Exactly one of `single` and `list` is set; a list
 // takes all operands that are left over and must come last.
 struct operand {
@@ -46,5 +48,7 @@ struct command_context {
     void take_list(const char *operand_name, std::vector<std::string> &values, bool required,
                    const char *description);
 };
+
+}  // namespace host
 
 #endif

@@ -3,7 +3,11 @@
 
 #include "cli.h"
 
+namespace host {
+
 std::span<const command_entry> command_table() {
     static const std::vector<command_entry> table = {};
     return table;
 }
+
+}  // namespace host

@@ -6,6 +6,8 @@
 #include "cli.h"
 #include "output.h"
 
+namespace host {
+
 namespace {
 
 constexpr size_t left_column = 26;
@@ -118,3 +120,5 @@ void print_overview(bool full) {
         "  tdm create notes.tdm && tdm checkin notes.tdm notes.txt\n"
         "  tdm checkout notes.tdm main@1 -o old-notes.txt\n");
 }
+
+}  // namespace host

@@ -8,11 +8,15 @@ namespace CLI {
 class App;
 }
 
+namespace host {
+
 // Prints the help of one command: usage, operands, options and examples; with `full` also the
 // options that are rarely needed, the details and the exit codes.
 void print_help(const CLI::App &app, const command_context &context, bool full);
 
 // Prints the help of tdm itself: the commands and two examples; with `full` also how they agree.
 void print_overview(bool full);
+
+}  // namespace host
 
 #endif

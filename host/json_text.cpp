@@ -3,6 +3,8 @@
 #include "output.h"
 #include "terminal.h"
 
+namespace host {
+
 namespace {
 
 std::string base64(std::string_view bytes) {
@@ -46,3 +48,5 @@ void print_json(const json_object &object) {
     standard_output().write(object.dump(2));
     standard_output().put('\n');
 }
+
+}  // namespace host

@@ -6,6 +6,8 @@
 #include <nlohmann/json.hpp>
 #include <string_view>
 
+namespace host {
+
 using json_object = nlohmann::ordered_json;
 
 // A new object whose first field is the schema number of its form.
@@ -17,5 +19,7 @@ void set_text(json_object &object, const char *key, std::string_view bytes);
 
 // Writes the object to standard output, indented by two blanks, with a newline.
 void print_json(const json_object &object);
+
+}  // namespace host
 
 #endif

@@ -1,5 +1,5 @@
 #include "cli.h"
 
 int main(int argc, char **argv) {
-    return run_command_line(argc, argv);
+    return host::run_command_line(argc, argv);
 }

@@ -12,6 +12,8 @@
 #include "exit_status.h"
 #include "terminal.h"
 
+namespace host {
+
 namespace {
 
 std::string formatted(const char *format, va_list arguments) {
@@ -131,3 +133,5 @@ int say_errno(std::string_view name, const char *what, int error) {
     say_of_file(name, std::string(what) + ": " + std::strerror(error));
     return status_trouble;
 }
+
+}  // namespace host

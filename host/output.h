@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+namespace host {
+
 // A buffered writer on a descriptor. The first failure is remembered (later writes do nothing) and
 // reported once, by finish(). A closed pipe ends the process by SIGPIPE, silently.
 class output_writer {
@@ -52,5 +54,7 @@ void say_of_line(std::string_view name, uint64_t line, std::string_view reason);
 
 // say_of_file with the text of `error` (an errno value) after `what`; returns status_trouble.
 int say_errno(std::string_view name, const char *what, int error);
+
+}  // namespace host
 
 #endif

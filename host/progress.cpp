@@ -10,6 +10,8 @@
 #include "command_context.h"
 #include "terminal.h"
 
+namespace host {
+
 namespace {
 
 constexpr int64_t first_draw_after = 1000;  // milliseconds
@@ -59,3 +61,5 @@ void progress::draw(uint64_t done) {
     std::fprintf(stderr, "\r%s [%s] %3d%%", what_.c_str(), bar.c_str(), percent);
     drawn_ = true;
 }
+
+}  // namespace host

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+namespace host {
+
 struct command_context;
 
 class progress {
@@ -27,5 +29,7 @@ private:
     bool drawn_ = false;
     int64_t next_draw_ = 0;  // milliseconds of the monotonic clock
 };
+
+}  // namespace host
 
 #endif

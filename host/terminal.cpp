@@ -13,6 +13,8 @@
 
 #include "output.h"
 
+namespace host {
+
 namespace {
 
 bool set_and_not_empty(const char *variable) {
@@ -210,3 +212,5 @@ void pager::finish() {
 pager::~pager() {
     finish();
 }
+
+}  // namespace host

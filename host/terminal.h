@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+namespace host {
+
 enum class color_choice { automatic, always, never };
 
 // Whether to colour what goes to `descriptor`: the option beats the environment (CLICOLOR_FORCE,
@@ -51,5 +53,7 @@ private:
     bool terminal_;
     pid_t child_ = -1;
 };
+
+}  // namespace host
 
 #endif

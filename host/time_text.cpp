@@ -8,6 +8,8 @@
 #include "exit_status.h"
 #include "output.h"
 
+namespace host {
+
 namespace {
 
 constexpr int64_t seconds_a_day = 86400;
@@ -190,3 +192,5 @@ int current_time(uint64_t &seconds) {
     say("SOURCE_DATE_EPOCH is not a number of seconds");
     return status_trouble;
 }
+
+}  // namespace host

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+namespace host {
+
 // Reads SECONDS, @SECONDS, or ISO 8601 with a zone: 2024-05-01T12:30:00Z, 2024-05-01 12:30+02:00,
 // seconds and their fraction (dropped) optional. False for anything else, a time without a zone
 // and a time before 1970 included.
@@ -18,5 +20,7 @@ std::string time_text(uint64_t seconds);
 // Now, or SOURCE_DATE_EPOCH when that is set; 0, or status_trouble after a message when that is no
 // number.
 int current_time(uint64_t &seconds);
+
+}  // namespace host
 
 #endif
