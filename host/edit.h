@@ -1,0 +1,39 @@
+// How one text becomes another: what the comparison, the merge and the printing of differences
+// hand to each other.
+#ifndef TDM_HOST_EDIT_H
+#define TDM_HOST_EDIT_H
+
+#include <cstdint>
+#include <vector>
+
+namespace host {
+
+// Base lines base_first .. base_end - 1 are replaced by lines file_first .. file_end - 1 of the
+// file; lines count from 0, and one of the two ranges may be empty.
+struct edit {
+    int32_t base_first = 0;
+    int32_t base_end = 0;
+    int32_t file_first = 0;
+    int32_t file_end = 0;
+    friend bool operator==(const edit &, const edit &) = default;
+};
+
+// `count` base lines that the file holds as well, but in another place: they lie in the removed
+// part of one edit and in the inserted part of an edit of the same file.
+struct moved_run {
+    int32_t base_first = 0;
+    int32_t file_first = 0;
+    int32_t count = 0;
+    friend bool operator==(const moved_run &, const moved_run &) = default;
+};
+
+// One file against the base. Edits are in order in both texts and never touch: at least one line
+// that is the same in both stands between two of them.
+struct file_edits {
+    std::vector<edit> edits;
+    std::vector<moved_run> moves;  // in order of base_first
+};
+
+}  // namespace host
+
+#endif
