@@ -1,0 +1,131 @@
+#include "file_attributes.h"
+
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string_view>
+#include <vector>
+
+#include "exit_status.h"
+#include "output.h"
+#include "terminal.h"
+
+namespace host {
+
+namespace {
+
+constexpr const char *access_list = "system.posix_acl_access";
+
+// Grows `buffer` until `call` fits in; -1 with errno when it fails.
+template <typename Call>
+ssize_t read_growing(std::vector<char> &buffer, const Call &call) {
+    for (;;) {
+        const ssize_t size = call(buffer.data(), buffer.size());
+        if (size >= 0 || errno != ERANGE) {
+            return size;
+        }
+        buffer.resize(buffer.size() * 4);
+    }
+}
+
+ssize_t read_attribute(int descriptor, const char *key, std::vector<char> &value) {
+    return read_growing(
+        value, [&](char *to, size_t room) { return fgetxattr(descriptor, key, to, room); });
+}
+
+// The kernel keeps these itself, or lets the superuser alone set them: a copy without them is what
+// the user could have made anyway.
+bool may_be_lost(std::string_view key) {
+    return key.starts_with("security.") || key.starts_with("trusted.");
+}
+
+int lost(const std::string &name, const std::string &what, bool force) {
+    say_of_file(name, what + (force ? " is not kept" : " cannot be kept (--force goes on)"));
+    return force ? status_done : status_trouble;
+}
+
+// Owner and group first: a change of owner clears the set-id bits.
+int copy_owner(const struct stat &status, int target, const std::string &name, bool force,
+               bool &group_lost) {
+    struct stat now {};
+    if (fstat(target, &now) != 0) {
+        return say_errno(name, "cannot read the new file's owner", errno);
+    }
+    if (now.st_uid == status.st_uid && now.st_gid == status.st_gid) {
+        return status_done;
+    }
+    if (fchown(target, status.st_uid, status.st_gid) == 0) {
+        return status_done;
+    }
+    const auto no_owner = static_cast<uid_t>(-1);
+    group_lost = now.st_gid != status.st_gid && fchown(target, no_owner, status.st_gid) != 0;
+    if (now.st_uid != status.st_uid && lost(name, "its owner", force) != status_done) {
+        return status_trouble;
+    }
+    return group_lost ? lost(name, "its group", force) : int{status_done};
+}
+
+int copy_mode(const struct stat &status, int target, const std::string &name, bool group_lost) {
+    mode_t mode = status.st_mode & 07777;
+    if (group_lost) {
+        mode = (mode & ~mode_t{S_ISGID | S_IRWXG}) | (mode & S_IRWXG & (mode << 3));
+    }
+    return fchmod(target, mode) == 0 ? int{status_done}
+                                     : say_errno(name, "its mode cannot be kept", errno);
+}
+
+int copy_extended(int source, int target, const std::string &name, bool force) {
+    std::vector<char> keys(1024);
+    const ssize_t size =
+        read_growing(keys, [&](char *to, size_t room) { return flistxattr(source, to, room); });
+    if (size < 0) {
+        return errno == ENOTSUP ? int{status_done}
+                                : say_errno(name, "cannot read its attributes", errno);
+    }
+    std::vector<char> value(1024);
+    std::vector<char> present(1024);
+    std::string_view rest(keys.data(), static_cast<size_t>(size));
+    while (!rest.empty()) {
+        const char *key = rest.data();
+        rest.remove_prefix(std::string_view(key).size() + 1);
+        const ssize_t length = read_attribute(source, key, value);
+        const ssize_t old = read_attribute(target, key, present);
+        const bool same = length >= 0 && length == old &&
+                          std::string_view(value.data(), static_cast<size_t>(length)) ==
+                              std::string_view(present.data(), static_cast<size_t>(length));
+        const bool kept = same || (length >= 0 && fsetxattr(target, key, value.data(),
+                                                            static_cast<size_t>(length), 0) == 0);
+        if (!kept && !may_be_lost(key) &&
+            lost(name, "its attribute " + escape_name(key), force) != status_done) {
+            return status_trouble;
+        }
+    }
+    return status_done;
+}
+
+}  // namespace
+
+int copy_attributes(int source, const struct stat &status, int target, const std::string &name,
+                    bool force) {
+    bool group_lost = false;
+    const int owner = copy_owner(status, target, name, force, group_lost);
+    if (owner != status_done) {
+        return owner;
+    }
+    // A list that the folder gave the new file would add rights that the old file did not grant.
+    if (fgetxattr(source, access_list, nullptr, 0) < 0) {
+        fremovexattr(target, access_list);
+    }
+    const int mode = copy_mode(status, target, name, group_lost);
+    return mode != status_done ? mode : copy_extended(source, target, name, force);
+}
+
+int set_new_file_mode(int target, const std::string &name) {
+    const mode_t mask = umask(077);
+    umask(mask);
+    return fchmod(target, 0666 & ~mask) == 0 ? int{status_done}
+                                             : say_errno(name, "cannot set its mode", errno);
+}
+
+}  // namespace host

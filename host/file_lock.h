@@ -1,0 +1,55 @@
+// The file that a command will replace: found behind its symbolic links, checked, and locked, so
+// that commands on one file run one after the other and none is lost.
+#ifndef TDM_HOST_FILE_LOCK_H
+#define TDM_HOST_FILE_LOCK_H
+
+#include <sys/stat.h>
+
+#include <string>
+
+#include "command_context.h"
+
+namespace host {
+
+// Owns an open descriptor.
+class owned_descriptor {
+public:
+    owned_descriptor() = default;
+    explicit owned_descriptor(int descriptor) : descriptor_(descriptor) {}
+    owned_descriptor(owned_descriptor &&other) noexcept : descriptor_(other.release()) {}
+    owned_descriptor &operator=(owned_descriptor &&other) noexcept;
+    ~owned_descriptor();
+
+    int get() const { return descriptor_; }
+    bool is_open() const { return descriptor_ >= 0; }
+    int release();
+
+private:
+    int descriptor_ = -1;
+};
+
+// A file as found at the moment it was locked.
+struct locked_file {
+    std::string name;  // as the user gave it
+    std::string path;  // behind all symbolic links
+    bool exists = false;
+    owned_descriptor descriptor;  // holds the lock; open when the file exists
+    struct stat status {};
+};
+
+// Finds, checks and locks the file `name`. A file that does not exist is trouble unless
+// `may_be_new`; then only its path is filled in. Refuses what is no regular file and, without
+// --break-links, a file with several names. Waits for another command's lock as long as
+// --lock-timeout says. Returns 0, or status_trouble after a message.
+[[nodiscard]] int lock_file(const std::string &name, bool may_be_new,
+                            const command_context &context, locked_file *out);
+
+// Whether the path still names the locked file and nobody has written to it since.
+[[nodiscard]] bool is_unchanged(const locked_file &file);
+
+// Opens `name` for reading only; 0, or status_trouble after a message.
+[[nodiscard]] int open_to_read(const std::string &name, owned_descriptor *out);
+
+}  // namespace host
+
+#endif

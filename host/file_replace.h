@@ -1,0 +1,61 @@
+// The one procedure by which a command replaces a file, so that a kill, a full disk or a power cut
+// at any moment leaves the old file or the new one, whole:
+//
+//   lock      find the file behind its links, refuse what is unsafe, take its lock
+//   begin     create the temporary file beside it
+//   ...       the command writes the temporary file, by path or by descriptor
+//   commit    prove; owner, group, mode, attributes; force to disk; check that nobody changed the
+//             old file; rename; force the folder to disk
+//
+// A replacement that goes before its commit removes its temporary file and changes nothing.
+#ifndef TDM_HOST_FILE_REPLACE_H
+#define TDM_HOST_FILE_REPLACE_H
+
+#include <functional>
+#include <string>
+
+#include "command_context.h"
+#include "file_lock.h"
+#include "temporary_file.h"
+
+namespace host {
+
+class file_replacement {
+public:
+    explicit file_replacement(const command_context &context) : context_(context) {}
+
+    // For a file that must exist, such as a container.
+    [[nodiscard]] int lock(const std::string &name) {
+        return lock_file(name, false, context_, &file_);
+    }
+
+    // For an output file: replaces an existing one only with --force (`must_be_new`: never).
+    [[nodiscard]] int lock_output(const std::string &name, bool must_be_new = false);
+
+    // The locked file. Its descriptor is open for reading when it exists.
+    const locked_file &file() const { return file_; }
+
+    // Refuses, with a message, when the output would be the file of `descriptor`, which the
+    // command reads and whose name is `input`.
+    [[nodiscard]] int refuse_same(int descriptor, const std::string &input) const;
+
+    [[nodiscard]] int begin() { return temporary_.create(file_.path); }
+    const std::string &temporary_path() const { return temporary_.path(); }
+    int temporary_descriptor() const { return temporary_.descriptor(); }
+
+    // Finishes the replacement. `prove` looks at the temporary file and returns 0, or
+    // status_trouble after a message; it may be empty for an output that needs no proof.
+    [[nodiscard]] int commit(const std::function<int(int descriptor)> &prove);
+
+private:
+    [[nodiscard]] int force_to_disk();
+    [[nodiscard]] int put_in_place();
+
+    const command_context &context_;
+    locked_file file_;
+    temporary_file temporary_;
+};
+
+}  // namespace host
+
+#endif

@@ -1,0 +1,18 @@
+// Object identifiers that we make: 32 random hexadecimal digits from the kernel.
+#ifndef TDM_HOST_RANDOM_OID_H
+#define TDM_HOST_RANDOM_OID_H
+
+#include <cstdint>
+#include <string>
+
+namespace host {
+
+// 0, or status_trouble after a message.
+[[nodiscard]] int random_oid(std::string &oid);
+
+// 16 lower-case hexadecimal digits.
+[[nodiscard]] std::string hexadecimal(uint64_t value);
+
+}  // namespace host
+
+#endif
