@@ -3,6 +3,7 @@
 #include <norviktdm/runtime.h>
 
 #include <cstdarg>
+#include <cstdio>
 #include <cstring>
 
 #include "emphasis.h"

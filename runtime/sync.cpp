@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 
 int sys_fsync_stream(FILE *stream) {
     if (std::fflush(stream) != 0) {
