@@ -1,7 +1,6 @@
 #include "container_view.h"
 
 #include <fcntl.h>
-#include <norviktdm/tdm.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,7 +11,7 @@
 #include <cstring>
 #include <utility>
 
-#include "record_line.h"
+#include "header_reader.h"
 
 namespace host {
 namespace {
@@ -32,107 +31,6 @@ int read_all(int descriptor, std::string *out) {
         if (got < 0 && errno != EINTR) {
             return errno;
         }
-    }
-}
-
-// Reads the header's lines one after the other.
-struct header_reader {
-    std::string_view data;
-    container_view *out;
-    std::size_t offset = 0;
-    uint64_t line_number = 0;
-
-    // The next line with its newline; false, with the damage noted, at the end of the file.
-    bool next(std::string_view *line) {
-        const std::string_view rest = data.substr(offset);
-        if (rest.empty()) {
-            fail(line_number + 1, "the file ends before the element record");
-            return false;
-        }
-        const std::size_t end = rest.find('\n');
-        *line = rest.substr(0, end == std::string_view::npos ? end : end + 1);
-        line_number++;
-        if (end == std::string_view::npos) {
-            fail(line_number, "the file ends in the middle of this line");
-            return false;
-        }
-        offset += line->size();
-        return true;
-    }
-
-    void fail(uint64_t line, std::string reason) const {
-        out->header_damage = damage{line, std::move(reason)};
-    }
-};
-
-bool read_status(header_reader *in) {
-    std::string_view line;
-    if (in->data.empty()) {
-        in->fail(0, "the file is empty");
-        return false;
-    }
-    if (!in->next(&line)) {
-        return false;
-    }
-    if (record_kind(line) != 'S' ||
-        decode_status(line, &in->out->format, &in->out->highest_branch) == spelling::malformed) {
-        in->fail(1, "the first line is not a container's status record");
-        return false;
-    }
-    if (in->out->format != known_formats) {
-        in->fail(1, "the status record names a format that is not known");
-        return false;
-    }
-    return true;
-}
-
-// Reads one header record; false at the element record and at the first damage.
-bool read_header_record(header_reader *in) {
-    std::string_view line;
-    if (!in->next(&line)) {
-        return false;
-    }
-    const bool commented = line.starts_with("^#");
-    const std::string_view record = commented ? line.substr(2) : line;
-    const char kind = record_kind(record);
-    const uint64_t number = in->line_number;
-    object_fields fields;
-    if (line.size() > longest_line + 1 || line.find('\0') != std::string_view::npos) {
-        in->fail(number, "not a line of text");
-    } else if (kind == 'E' && !commented) {
-        if (decode_element(record, &in->out->element_oid) == spelling::malformed) {
-            in->fail(number, "the element record names no element");
-        }
-        in->out->weave_offset = in->offset;
-        in->out->weave_line = number + 1;
-        return false;
-    } else if (kind != 'V' && kind != 'B') {
-        in->fail(number, "neither a version nor a branch nor the element record");
-    } else if (decode_object(record, &fields) == spelling::malformed) {
-        in->fail(number, kind == 'V' ? "a version record that cannot be read"
-                                     : "a branch record that cannot be read");
-    } else if (kind == 'V') {
-        in->out->versions.push_back({fields.oid,
-                                     {fields.number[0], fields.number[1]},
-                                     fields.number[2],
-                                     number,
-                                     commented});
-    } else {
-        in->out->branches.push_back({fields.oid,
-                                     fields.number[0],
-                                     {fields.number[1], fields.number[2]},
-                                     number,
-                                     commented});
-    }
-    return !in->out->header_damage;
-}
-
-void read_header(container_view *view) {
-    header_reader in{view->bytes.view(), view};
-    if (!read_status(&in)) {
-        return;
-    }
-    while (read_header_record(&in)) {
     }
 }
 

@@ -6,7 +6,6 @@
 #define TDM_HOST_CONTAINER_VIEW_H
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -83,16 +82,18 @@ struct container_view {
     std::vector<branch_record> branches;
     std::size_t weave_offset = 0;  // of the first byte after the element record
     uint64_t weave_line = 0;       // line number of the first line after the element record
-    // The first thing in the header that is not as the format has it; the records read before it
-    // are there all the same.
-    std::optional<damage> header_damage;
+    // What in the header cannot be read, in file order; the records around it are there all the
+    // same. Nothing may be built on a container that has any.
+    std::vector<damage> header_damages;
+    // What can be read but is never written so: a number with a leading zero, a second blank.
+    std::vector<damage> header_oddities;
 
     // Looked up by the functions below, which fill them at their first use.
     mutable std::unordered_map<version_id, std::size_t, version_id_hash> by_id;
     mutable std::unordered_map<std::string_view, std::size_t> by_oid;
 };
 
-// Opens and reads a container. Results: 0 (also for a damaged header: see header_damage), or the
+// Opens and reads a container. Results: 0 (also for a damaged header: see header_damages), or the
 // errno value that says why the file cannot be read (EISDIR for a folder). Prints nothing.
 [[nodiscard]] int open_container(const std::string &path, container_view *out);
 

@@ -211,8 +211,8 @@ bool walk_record(version_walk *walk, std::string_view record, std::span<const ve
 }  // namespace
 
 std::optional<damage> scan_structure(const container_view &view) {
-    if (view.header_damage) {
-        return view.header_damage;
+    if (!view.header_damages.empty()) {
+        return view.header_damages.front();
     }
     const std::string_view data = view.bytes.view();
     const std::string_view weave = data.substr(view.weave_offset);
