@@ -7,16 +7,12 @@
 namespace {
 
 constexpr char library_name[] = "libnorviktdm";
-constexpr char version[] = "1.0.0.0";
+// Both are given by the build: four dotted numbers; abbreviated weekday and month, day without
+// padding, time and year.
+constexpr char version[] = NORVIKTDM_VERSION;
+constexpr char build_stamp[] = NORVIKTDM_BUILD_STAMP;
 constexpr int name_width = 33;
 constexpr char verid_format[] = "%-*s %s (%s)\n";
-
-// Abbreviated weekday and month, day without padding, time and year. Set by the release, so that
-// two builds of the same source are the same bytes.
-#ifndef NORVIKTDM_BUILD_STAMP
-#define NORVIKTDM_BUILD_STAMP "Sun Nov 22 12:00:00 2026"
-#endif
-constexpr char build_stamp[] = NORVIKTDM_BUILD_STAMP;
 
 constexpr auto notice = std::to_array<const char *>({
     "|------------------------------------------------------------------------",

@@ -1,0 +1,240 @@
+// Containers made by hand and by the library: creation, branches, the weave walk, annotation.
+#include "support.h"
+
+namespace {
+
+class container : public test::scratch {
+protected:
+    std::string construct(const std::string &file, const char *oid, uint32_t flags = 0) {
+        EXPECT_EQ(tdm_construct_ver(file.c_str(), path("out").c_str(), oid, flags), 0) << oid;
+        return read(path("out"));
+    }
+
+    std::string element() {
+        const std::string file = path("element");
+        EXPECT_EQ(tdm_create_elem(0x7b, "elA", "brA", "verA", file.c_str()), 0);
+        return file;
+    }
+};
+
+constexpr char new_element[] = "^S db1 0\n^V verA 0 0 7b\n^B brA 0 0 0\n^E elA\n";
+
+// Version 2 deletes B, version 1 of a branch off version 1 adds X.
+constexpr char branched[] =
+    "^S db1 1\n^V b1 1 1 5\n^V b0 1 0 4\n^B bB 1 0 1\n^V a2 0 2 3\n^V a1 0 1 2\n^V a0 0 0 1\n"
+    "^B bA 0 0 0\n^E el\n"
+    "^I 0 1 3\nA\n^D 0 2 1\n^I 1 1 1\nX\nB\nC\n";
+
+TEST_F(container, of_a_new_element_has_four_records) {
+    const std::string file = element();
+    EXPECT_EQ(read(file), new_element);
+    EXPECT_EQ(construct(file, "verA"), "");
+    EXPECT_EQ(tdm_create_elem(1, "e", "b", "v", path("no/where").c_str()), 2);
+}
+
+TEST_F(container, gains_a_branch) {
+    const std::string file = element();
+    const std::string second = path("second");
+    const std::string third = path("third");
+    ASSERT_EQ(
+        tdm_create_branch(0x7c, "brB", "verB", second.c_str(), "brA", nullptr, 0, file.c_str()), 0);
+    EXPECT_EQ(read(second),
+              "^S db1 1\n^V verB 1 0 7c\n^B brB 1 0 0\n^V verA 0 0 7b\n^B brA 0 0 0\n^E elA\n");
+    ASSERT_EQ(
+        tdm_create_branch(0x7d, "brC", "verC", third.c_str(), "brB", nullptr, 0, second.c_str()),
+        0);
+    EXPECT_EQ(read(third).substr(0, 39), "^S db1 2\n^V verC 2 0 7d\n^B brC 2 1 0\n^V");
+    const struct {
+        const char *branch, *parent, *from, *message;
+        int result;
+    } refused[] = {
+        {"brA", "brA", file.c_str(), "Branch oid brA is already present in \"", -1},
+        {"brX", "none", file.c_str(), "Specified branch does not exist\n", -1},
+        {"b x", "brA", file.c_str(), "Can't parse malformed object-id b x\n", -1},
+        {"brX", "brA", "/nowhere/at/all", "", 2},
+    };
+    for (const auto &row : refused) {
+        const std::string said = test::messages_of([&] {
+            EXPECT_EQ(tdm_create_branch(1, row.branch, "v", path("new").c_str(), row.parent,
+                                        nullptr, 0, row.from),
+                      row.result);
+        });
+        EXPECT_EQ(said.substr(0, strlen(row.message)), row.message);
+        EXPECT_FALSE(std::filesystem::exists(path("new")));
+    }
+}
+
+TEST_F(container, walks_give_each_version_its_lines) {
+    const std::string file = write("c", branched);
+    const struct {
+        const char *oid, *text;
+    } rows[] = {{"a0", ""},
+                {"a1", "A\nB\nC\n"},
+                {"a2", "A\nC\n"},
+                {"b0", "A\nB\nC\n"},
+                {"b1", "A\nX\nB\nC\n"}};
+    for (const auto &row : rows) {
+        EXPECT_EQ(construct(file, row.oid), row.text) << row.oid;
+    }
+    EXPECT_EQ(construct(file, "a2", 4), "I a1 A\nU b1 X\nD a1,a2 B\nI a1 C\n");
+    EXPECT_EQ(construct(file, "a2", 2), "I a1 A\nD a1,a2 B\nI a1 C\n");
+    EXPECT_EQ(construct(file, "a2", 1), "I a1 A\nI a1 C\n");
+    EXPECT_EQ(construct(file, "b1", 1), "I a1 A\nI b1 X\nI a1 B\nI a1 C\n");
+}
+
+TEST_F(container, annotation_names_what_the_header_lists) {
+    const std::string header =
+        "^S db1 0\n^V v3 0 3 1\n^#^V v2 0 2 1\n^V v1 0 1 1\n^B b 0 0 0\n^E e\n";
+    const std::string file = write("c", header + "^I 0 1 1\nA\n^I 0 2 1\nB\n^I 0 3 1\n^N C\n");
+    EXPECT_EQ(construct(file, "v3", 1), "I v1 A\nI v3 B\nI v3 C\n");
+    EXPECT_EQ(construct(file, "v3"), "A\nB\nC");
+    const std::string unlisted = write("d", header + "^I 0 2 0\n^I 0 0 1\nA\n");
+    EXPECT_EQ(construct(unlisted, "v1", 1), "I 00000000000000000000000000000000 A\n");
+}
+
+TEST_F(container, damage_gives_a_status_and_a_message) {
+    const std::string header = "^S db1 0\n^V v1 0 1 1\n^V v0 0 0 1\n^B b 0 0 0\n^E e\n";
+    const std::string corrupted =
+        "The container appears to be corrupted; it contains excess lines.\n";
+    const struct {
+        const char *name;
+        std::string bytes;
+        uint32_t flags;
+        std::string message;
+    } rows[] = {
+        {"empty", "", 0, "Bad delta control record in '"},
+        {"other format", "^S db2 3\n", 0, "Unknown delta file format number: 0xdb2\n"},
+        {"no status", "^V v1 0 1 1\n", 0, "Bad delta control record in '"},
+        {"version not there", "^S db1 0\n^E e\n^V v1 0 1 1\n", 0,
+         "Specified version does not exist\n"},
+        {"commented out", "^S db1 0\n^#^V v1 0 1 1\n^E e\n", 0,
+         "Specified version does not exist\n"},
+        {"bad version record", "^S db1 0\n^V v1 0\n^E e\n", 0, "Bad delta control record in '"},
+        {"branch record missing", "^S db1 1\n^V v1 1 1 1\n^B b 0 0 0\n^E e\n", 0,
+         "Can't find ancestors of specified version\n"},
+        {"bad insert", header + "^I 0 x\n", 0, "Bad delta control record in '"},
+        {"bad delete", header + "^D\n", 0, "Bad delta control record in '"},
+        {"line outside every run", header + "A\n", 1, corrupted},
+        {"deletion without lines to count", header + "^I 0 1 2\nA\n^D 0 1 1\nB\nC\n", 1, corrupted},
+        {"insert run of more lines than there can be",
+         header + "^I 0 2 ffffffffffffffff\n^D 0 1 1\n^I 0 1 1\nA\nB\n", 4, ""},
+        {"no element record", "^S db1 0\n^V v1 0 1 1\n", 1, "Unexpected end-of-file reading \""},
+    };
+    for (const auto &row : rows) {
+        const std::string file = write("c", row.bytes);
+        const std::string said = test::messages_of([&] {
+            const int result =
+                tdm_construct_ver(file.c_str(), path("out").c_str(), "v1", row.flags);
+            EXPECT_EQ(result, row.message.empty() ? 0 : -1) << row.name;
+        });
+        EXPECT_EQ(said.substr(0, row.message.size()), row.message) << row.name;
+    }
+}
+
+TEST_F(container, cut_anywhere_never_crashes) {
+    const std::string whole = branched;
+    for (size_t n = 0; n < whole.size(); ++n) {
+        const std::string file = write("c", whole.substr(0, n));
+        for (const char *oid : {"a2", "b1"}) {
+            for (const uint32_t flags : {0U, 7U}) {
+                test::messages_of([&] {
+                    const int result =
+                        tdm_construct_ver(file.c_str(), path("out").c_str(), oid, flags);
+                    EXPECT_TRUE(result == 0 || result == -1) << n;
+                });
+            }
+        }
+    }
+}
+
+TEST_F(container, is_never_overwritten_by_what_reads_it) {
+    const std::string file = write("c", branched);
+    const std::string alias = path("alias");
+    std::filesystem::create_hard_link(file, alias);
+    const std::string text = write("text", "A\n");
+    uint32_t identical = 0;
+    for (const std::string &target : {file, alias}) {
+        test::messages_of([&] {
+            EXPECT_EQ(tdm_construct_ver(file.c_str(), target.c_str(), "a1", 0), -1);
+            EXPECT_EQ(tdm_get_cont_info(file.c_str(), target.c_str()), -1);
+            EXPECT_EQ(tdm_delete_versions_and_branches(file.c_str(), target.c_str(), 0, nullptr, 0,
+                                                       nullptr),
+                      -1);
+            EXPECT_EQ(
+                tdm_create_branch(1, "n", "v", target.c_str(), "bA", nullptr, 1, file.c_str()), -1);
+            EXPECT_EQ(tdm_store_ver(1, "v", "bA", 3, target.c_str(), nullptr, nullptr, 2,
+                                    file.c_str(), text.c_str(), 0, &identical),
+                      -1);
+        });
+        EXPECT_EQ(read(file), branched);
+    }
+    const std::string said = test::messages_of([&] {
+        EXPECT_EQ(tdm_store_ver(1, "v", "bA", 3, text.c_str(), nullptr, nullptr, 2, file.c_str(),
+                                text.c_str(), 0, &identical),
+                  -1);
+    });
+    EXPECT_EQ(said, "\"" + text + "\" is the same file as \"" + text +
+                        "\", which is being read: nothing was written.\n");
+    EXPECT_EQ(read(text), "A\n");
+}
+
+TEST_F(container, listing_and_dump_are_as_written_down) {
+    const std::string file =
+        write("c",
+              "^S db1 1\n^V verC 1 0 c\n^B brB 1 0 1\n^V verB 0 1 b\n^#^V verX 0 9 1\n"
+              "^V verA 0 0 1234567890a\n^B brA 0 0 0\n^E elemX\n"
+              "^I 0 1 4\nplain\n^Q ^quoted\n^T old\n^N \7last\1\n^D 1 1 1\n");
+    ASSERT_EQ(tdm_get_cont_info(file.c_str(), path("info").c_str()), 0);
+    EXPECT_EQ(read(path("info")),
+              "V verC 0 brB 0000000C\nB brB brA verB 1 NIL\nV verB 1 brA 0000000B\n"
+              "V verA 0 brA 4567890A\nB brA NIL NIL NIL NIL\nE elemX brA NIL\n");
+    testing::internal::CaptureStdout();
+    const std::string said =
+        test::messages_of([&] { EXPECT_EQ(tdm_dump_container(file.c_str(), 1), 0); });
+    fflush(stdout);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              read(TDM_SOURCE_DIR "/tests/golden/dump.txt"));
+    EXPECT_EQ(said, file + " line 13: Unprintable character found in text: '\\007'\n");
+}
+
+TEST_F(container, listing_and_dump_refuse_bad_records) {
+    const std::string header = "^S db1 0\n^V v1 0 1 1\n^B b 0 0 0\n^E e\n";
+    const std::string oid_100(100, 'o');
+    const std::string oid_112(112, 'o');
+    const struct {
+        const char *name;
+        std::string bytes;
+        bool info, dump;
+        std::string message;
+    } rows[] = {
+        {"second status", header + "^S db1 0\n", true, true,
+         "CONTAINER_STATUS must be first record in file.\nc line 5: Bad control record: ^S db1 "
+         "0\n"},
+        {"unknown kind in the weave", header + "^x\n", true, true,
+         "c line 5: Bad control record: ^x\n"},
+        {"bad run", header + "^I 0 1\n", false, true, "c line 5: Bad control record: ^I 0 1\n"},
+        {"bad branch", "^S db1 0\n^B b 0\n^E e\n", true, true,
+         "c line 2: Bad control record: ^B b 0\n"},
+        {"oid of 100 bytes", "^S db1 0\n^E " + oid_100 + "\n", true, false,
+         "c line 2: Bad control record: ^E " + oid_100 + "\n"},
+        {"oid of 112 bytes", "^S db1 0\n^E " + oid_112 + "\n", true, true,
+         "c line 2: Bad control record: ^E " + oid_112 + "\n"},
+        {"no element record", "^S db1 0\n", true, false, "Unexpected end-of-file reading \"c\".\n"},
+    };
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(path(""));
+    for (const auto &row : rows) {
+        write("c", row.bytes);
+        const std::string info = test::messages_of(
+            [&] { EXPECT_EQ(tdm_get_cont_info("c", "out"), row.info ? -1 : 0) << row.name; });
+        EXPECT_EQ(info, row.info ? row.message : "") << row.name;
+        testing::internal::CaptureStdout();
+        const std::string dump = test::messages_of(
+            [&] { EXPECT_EQ(tdm_dump_container("c", 0), row.dump ? 1 : 0) << row.name; });
+        testing::internal::GetCapturedStdout();
+        EXPECT_EQ(dump, row.dump ? row.message : "") << row.name;
+    }
+    std::filesystem::current_path(before);
+}
+
+}  // namespace

@@ -1,0 +1,131 @@
+#include "tdm_session/line_reader.h"
+#include "support.h"
+
+namespace {
+
+struct open_file {
+    explicit open_file(const std::string &path, int32_t flag = 0, const char *op = nullptr) {
+        in.stream = fopen(path.c_str(), "r");
+        in.file_name = "FILE";
+        in.op_is_operation = flag;
+        in.op_name = op;
+        in.file_size = std::filesystem::file_size(path);
+    }
+    open_file(const open_file &) = delete;
+    open_file &operator=(const open_file &) = delete;
+    ~open_file() {
+        fclose(in.stream);
+        mem_free(in.line);
+    }
+
+    line_stream in{};
+};
+
+class line_reader : public test::scratch {
+protected:
+    /// The lines of a file as the reader gives them, "!" where it refuses.
+    std::vector<std::string> lines(const std::string &bytes) {
+        const open_file file(write("f", bytes));
+        line_stream in = file.in;
+        in.line = nullptr;
+        std::vector<std::string> all;
+        for (;;) {
+            int at_eof = -1;
+            if (tdm_read_long_line(&in, &at_eof) != 0) {
+                all.emplace_back("!");
+                break;
+            }
+            if (at_eof != 0) {
+                EXPECT_STREQ(in.line, "");
+                break;
+            }
+            all.emplace_back(in.line);
+        }
+        mem_free(in.line);
+        return all;
+    }
+};
+
+std::string repeat(size_t n) {
+    return std::string(n, 'x');
+}
+
+TEST_F(line_reader, keeps_newlines_and_finds_the_limits) {
+    using list = std::vector<std::string>;
+    const std::string longest = repeat(8000);
+    const struct {
+        const char *name;
+        std::string bytes;
+        list expected;
+    } rows[] = {
+        {"empty file", "", {}},
+        {"no final newline", "a\nb", {"a\n", "b"}},
+        {"longest line", longest + "\nb\n", {longest + "\n", "b\n"}},
+        {"longest line without newline", longest, {longest}},
+        {"one byte more", longest + "x\n", {"!"}},
+        {"one byte more, no newline", longest + "x", {"!"}},
+        {"longest stored line without newline", "^N " + longest + "\n", {"^N " + longest + "\n"}},
+        {"one more than that", "^N x" + longest + "\n", {"!"}},
+        {"quoted lines have no allowance", "^Q " + longest + "\n", {"!"}},
+        {"an allowance once given stays",
+         "^N " + longest + "\n" + repeat(8003) + "\n",
+         {"^N " + longest + "\n", repeat(8003) + "\n"}},
+        {"NUL in the middle", std::string("a\nb\0c\nd\n", 8), {"a\n", "!"}},
+        {"NUL in the last line", std::string("a\nb\0c", 5), {"a\n", "!"}},
+        {"NUL first", std::string("\0\n", 2), {"!"}},
+        {"stale newline behind a shorter last line", "aaaa\nb", {"aaaa\n", "b"}},
+    };
+    for (const auto &row : rows) {
+        test::messages_of([&] { EXPECT_EQ(lines(row.bytes), row.expected) << row.name; });
+    }
+}
+
+TEST_F(line_reader, grows_in_small_steps) {
+    const open_file file(write("f", repeat(200) + "\n"));
+    line_stream in = file.in;
+    int at_eof = 0;
+    ASSERT_EQ(tdm_read_long_line(&in, &at_eof), 0);
+    EXPECT_EQ(in.capacity, 253);
+    mem_free(in.line);
+}
+
+TEST_F(line_reader, explains_refusals_by_operation) {
+    const std::string nul = "\"FILE\" is not a 'text file': it contains a '\\000'.\n";
+    const std::string other_manager = "Use a different type manager (such as compressed file).\n";
+    const struct {
+        int32_t flag;
+        const char *op;
+        std::string expected;
+    } rows[] = {
+        {0, nullptr, "This program does not support diff/merge of binary data.\n"},
+        {0, "prog", "prog does not support diff/merge of binary data.\n"},
+        {1, nullptr, "This program does not support diff/merge of binary data.\n"},
+        {1, "create_version",
+         "This object's type does not support check-in of binary data.\n" + other_manager},
+        {1, "guidiff", "This object's type does not support diff/merge of binary data.\n"},
+        {1, "compares",
+         "This object's type (operation \"compares\") does not support binary data.\n"},
+    };
+    const std::string path = write("f", std::string("a\0b\n", 4));
+    for (const auto &row : rows) {
+        open_file file(path, row.flag, row.op);
+        int at_eof = 0;
+        EXPECT_EQ(test::messages_of([&] { EXPECT_EQ(tdm_read_long_line(&file.in, &at_eof), 1); }),
+                  nul + row.expected);
+    }
+    open_file longer(write("g", repeat(8001)));
+    int at_eof = 0;
+    EXPECT_EQ(test::messages_of([&] { EXPECT_EQ(tdm_read_long_line(&longer.in, &at_eof), 1); }),
+              "\"FILE\" is not a 'text file': it contains a line exceeding 8000 bytes.\n" +
+                  other_manager);
+}
+
+TEST_F(line_reader, reads_on_from_where_the_stream_stands) {
+    open_file file(write("f", "abc\ndef"));
+    ASSERT_EQ(fseeko(file.in.stream, 5, SEEK_SET), 0);
+    int at_eof = 0;
+    ASSERT_EQ(tdm_read_long_line(&file.in, &at_eof), 0);
+    EXPECT_STREQ(file.in.line, "ef");
+}
+
+}  // namespace

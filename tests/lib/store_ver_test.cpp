@@ -1,0 +1,284 @@
+// Check-in: the records it writes, what it refuses, and whole histories against a model that keeps
+// every text.
+#include <map>
+#include <random>
+
+#include "support.h"
+
+namespace {
+
+class store_ver : public test::scratch {
+protected:
+    void SetUp() override {
+        file_ = path("c0");
+        ASSERT_EQ(tdm_create_elem(1, "el", "main", "v0", file_.c_str()), 0);
+    }
+
+    /// Checks `text` in and makes the new container the current one.
+    int check_in(const std::string &oid, uint64_t number, const std::string &text,
+                 const std::string &branch = "main", const char *base = nullptr,
+                 uint64_t predecessor = UINT64_MAX) {
+        const std::string next = path("c" + std::to_string(++count_));
+        const std::string input = write("text", text);
+        const int result =
+            tdm_store_ver(7, oid.c_str(), branch.c_str(), number, next.c_str(), nullptr, base,
+                          predecessor == UINT64_MAX ? number - 1 : predecessor, file_.c_str(),
+                          input.c_str(), 0, &identical_);
+        if (result == 0) {
+            std::filesystem::remove(file_);
+            file_ = next;
+        }
+        return result;
+    }
+
+    std::string construct(const std::string &oid, uint32_t flags = 0) {
+        EXPECT_EQ(tdm_construct_ver(file_.c_str(), path("out").c_str(), oid.c_str(), flags), 0)
+            << oid;
+        return read(path("out"));
+    }
+
+    int erase(const std::string &oid) {
+        const std::string next = path("c" + std::to_string(++count_));
+        const char *const oids[] = {oid.c_str()};
+        const int result =
+            tdm_delete_versions_and_branches(file_.c_str(), next.c_str(), 1, oids, 0, nullptr);
+        if (result == 0) {
+            file_ = next;
+        }
+        return result;
+    }
+
+    std::string messages_of_failed_erase(const std::string &oid) {
+        return test::messages_of([&] { EXPECT_EQ(erase(oid), -1); });
+    }
+
+    /// The annotated text without its tags; only the mark of a missing last newline is gone there.
+    std::string plain_text_of_annotation(const std::string &oid, const std::string &text) {
+        const std::string annotated = construct(oid, 1);
+        std::string plain;
+        for (size_t at = 0; at < annotated.size();) {
+            const size_t end = annotated.find('\n', at) + 1;
+            const size_t start = annotated.find(' ', at + 2) + 1;
+            plain += annotated.substr(start, end - start);
+            at = end;
+        }
+        if (!text.empty() && text.back() != '\n') {
+            plain.pop_back();
+        }
+        return plain;
+    }
+
+    [[nodiscard]] std::string weave() const {
+        const std::string all = read(file_);
+        return all.substr(all.find('\n', all.find("\n^E ") + 1) + 1);
+    }
+
+    std::string file_;
+    uint32_t identical_ = 0;
+    int count_ = 0;
+};
+
+TEST_F(store_ver, weaves_the_differences_in) {
+    ASSERT_EQ(check_in("v1", 1, "a\nb\nc\n"), 0);
+    EXPECT_EQ(weave(), "^I 0 1 3\na\nb\nc\n");
+    ASSERT_EQ(check_in("v2", 2, "a\nX\nc\n"), 0);
+    EXPECT_EQ(weave(), "^I 0 1 3\na\n^D 0 2 1\nb\n^I 0 2 1\nX\nc\n");
+    ASSERT_EQ(check_in("v3", 3, "^top\na\nX\nc\nlast"), 0);
+    EXPECT_EQ(weave(),
+              "^I 0 3 1\n^Q ^top\n^I 0 1 3\na\n^D 0 2 1\nb\n^I 0 2 1\nX\nc\n^I 0 3 1\n^N last\n");
+    ASSERT_EQ(check_in("b1", 1, "a\n", "side", "main", 2), 0);
+    EXPECT_EQ(read(file_).substr(0, 33), "^S db1 1\n^V b1 1 1 7\n^B side 1 0 2");
+    EXPECT_EQ(construct("v1"), "a\nb\nc\n");
+    EXPECT_EQ(construct("v2"), "a\nX\nc\n");
+    EXPECT_EQ(construct("v3"), "^top\na\nX\nc\nlast");
+    EXPECT_EQ(construct("b1"), "a\n");
+}
+
+TEST_F(store_ver, tells_identical_texts) {
+    ASSERT_EQ(check_in("v1", 1, "a\n"), 0);
+    EXPECT_EQ(identical_, 0U);
+    const std::string before = weave();
+    ASSERT_EQ(check_in("v2", 2, "a\n"), 0);
+    EXPECT_NE(identical_, 0U);
+    EXPECT_EQ(weave(), before);
+    ASSERT_EQ(check_in("v5", 5, "a\n", "main", nullptr, 2), 0);
+    EXPECT_EQ(identical_, 0U);
+}
+
+TEST_F(store_ver, takes_a_changed_line_for_changed_whatever_its_hash) {
+    const std::string pad(600, 'p');
+    const std::pair<std::string, std::string> colliding[] = {
+        {"c\xa0", "b!"}, {"\xc2\xa3\xc2\xa1", "\xc2\xa2\x42\""}};
+    uint64_t number = 0;
+    for (const auto &[a, b] : colliding) {
+        for (const std::string &line : {a, b, a}) {
+            const std::string text = "x\n" + line + "\ny\n" + line + "z\n" + pad + "\n";
+            ++number;
+            ASSERT_EQ(check_in("v" + std::to_string(number), number, text), 0);
+            EXPECT_EQ(construct("v" + std::to_string(number)), text);
+        }
+    }
+}
+
+TEST_F(store_ver, refuses_what_it_could_not_give_back) {
+    const std::string longest_quoted = "^" + std::string(7996, 'q') + "\n";
+    const struct {
+        const char *name;
+        std::string text;
+        bool good;
+    } rows[] = {
+        {"longest quoted line", longest_quoted, true},
+        {"quoted line too long", "^" + longest_quoted, false},
+        {"longest line", std::string(8000, 'x') + "\n", true},
+        {"longest last line", std::string(8000, 'x'), true},
+        {"longest last line that begins with ^", "^" + std::string(7999, 'x'), true},
+        {"last line too long", std::string(8001, 'x'), false},
+        {"last line that only the reader's allowance lets pass", "^N " + std::string(8000, 'x'),
+         false},
+        {"NUL", std::string("a\n\0\n", 4), false},
+    };
+    uint64_t number = 0;
+    for (const auto &row : rows) {
+        for (const char *around : {"", "x\n"}) {
+            const std::string text = around + row.text;
+            const std::string oid = "v" + std::to_string(number + 1);
+            test::messages_of(
+                [&] { EXPECT_EQ(check_in(oid, number + 1, text), row.good ? 0 : -1) << row.name; });
+            if (row.good) {
+                EXPECT_EQ(construct(oid), text) << row.name;
+                ++number;
+            }
+        }
+    }
+}
+
+TEST_F(store_ver, refuses_before_it_writes) {
+    ASSERT_EQ(check_in("v1", 1, "a\n"), 0);
+    const struct {
+        const char *oid, *branch, *base;
+        uint64_t number;
+        std::string message;
+    } rows[] = {
+        {"v1b", "main", nullptr, 1,
+         "Version 0x1 is not the highest on its branch <0x0,0x1> in \"" + file_ + "\"\n"},
+        {"vx", "none", "nobase", 1, "Specified branch does not exist\n"},
+        {"vx", "none", nullptr, 1, "Specified branch does not exist\n"},
+        {"v x", "main", nullptr, 2, "Can't parse malformed object-id v x\n"},
+        {"vx", "a b", "main", 1, "Can't parse malformed object-id a b\n"},
+    };
+    for (const auto &row : rows) {
+        const std::string said = test::messages_of(
+            [&] { EXPECT_EQ(check_in(row.oid, row.number, "b\n", row.branch, row.base), -1); });
+        EXPECT_EQ(said, row.message);
+        EXPECT_FALSE(std::filesystem::exists(path("c" + std::to_string(count_))));
+    }
+    uint32_t identical = 0;
+    const std::string text = path("text");
+    EXPECT_EQ(test::messages_of([&] {
+                  EXPECT_EQ(tdm_store_ver(1, "v", "main", 2, path("no/c").c_str(), nullptr, nullptr,
+                                          1, file_.c_str(), text.c_str(), 0, &identical),
+                            2);
+                  EXPECT_EQ(tdm_store_ver(1, "v", "main", 2, path("n").c_str(), nullptr, nullptr, 1,
+                                          path("none").c_str(), text.c_str(), 0, &identical),
+                            2);
+              }),
+              "");
+}
+
+/// An element kept as whole texts.
+struct model {
+    struct version {
+        std::string branch;
+        uint64_t number;
+        std::string text;
+    };
+    std::map<std::string, version> versions;  // by oid
+    std::map<std::string, uint64_t> highest;  // by branch: number ever used
+};
+
+std::string edited(std::string text, std::mt19937 &random) {
+    std::vector<std::string> lines;
+    for (size_t at = 0; at < text.size();) {
+        const size_t end = std::min(text.find('\n', at), text.size() - 1) + 1;
+        lines.push_back(text.substr(at, end - at));
+        at = end;
+    }
+    if (!lines.empty() && lines.back().back() != '\n') {
+        lines.back() += '\n';
+    }
+    const auto pick = [&](size_t n) { return static_cast<size_t>(random() % n); };
+    for (size_t edits = 1 + pick(4); edits > 0; --edits) {
+        const size_t at = pick(lines.size() + 1);
+        const auto here = lines.begin() + static_cast<std::ptrdiff_t>(at);
+        if (pick(3) == 0 && at < lines.size()) {
+            lines.erase(
+                here, here + static_cast<std::ptrdiff_t>(std::min(1 + pick(3), lines.size() - at)));
+        } else if (pick(4) == 0 && lines.size() > 4) {
+            std::rotate(lines.begin() + static_cast<std::ptrdiff_t>(pick(2)), here, lines.end());
+        } else {
+            const std::string start = pick(8) == 0 ? "^" : pick(8) == 0 ? "^N " : "";
+            lines.insert(here, 1 + pick(3), start + std::to_string(pick(30)) + "\n");
+        }
+    }
+    std::string all;
+    for (const std::string &line : lines) {
+        all += line;
+    }
+    if (pick(5) == 0 && !all.empty()) {
+        all.pop_back();
+    }
+    return all;
+}
+
+TEST_F(store_ver, keeps_every_survivor_of_a_branching_history) {
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    model m;
+    m.versions["v0"] = {"main", 0, ""};
+    for (int step = 1; step <= 80; ++step) {
+        const std::string oid = "v" + std::to_string(step);
+        auto from = m.versions.begin();
+        std::advance(from, random() % m.versions.size());
+        if (random() % 4 == 0 && from->first != "v0") {
+            ASSERT_EQ(erase(from->first), 0);
+            m.versions.erase(from);
+        } else {
+            const bool starts_branch = random() % 5 == 0;
+            const std::string branch =
+                starts_branch ? "branch" + std::to_string(step) : from->second.branch;
+            const uint64_t number = m.highest[branch] += 1 + random() % 2;
+            const std::string text = edited(from->second.text, random);
+            ASSERT_EQ(check_in(oid, number, text, branch, from->second.branch.c_str(),
+                               from->second.number),
+                      0);
+            m.versions[oid] = {branch, number, text};
+            ASSERT_EQ(plain_text_of_annotation(oid, text), text) << oid;
+        }
+        for (const auto &[name, version] : m.versions) {
+            ASSERT_EQ(construct(name), version.text) << name << " after " << oid;
+        }
+    }
+}
+
+TEST_F(store_ver, deletion_keeps_what_others_depend_on) {
+    ASSERT_EQ(check_in("v1", 1, "a\nb\n"), 0);
+    ASSERT_EQ(check_in("v2", 2, "a\nb\nc\n"), 0);
+    ASSERT_EQ(check_in("b1", 1, "a\nb\nc\nd\n", "side", "main", 2), 0);
+    ASSERT_EQ(check_in("v3", 3, "b\nc\n"), 0);
+    EXPECT_EQ(messages_of_failed_erase("side"),
+              "Version 0x1 is still active on branch 0x1 in \"" + file_ + "\"\n");
+    ASSERT_EQ(erase("v1"), 0);
+    ASSERT_EQ(erase("v3"), 0);
+    const std::string dropped_top =
+        "^S db1 1\n^V b1 1 1 7\n^B side 1 0 2\n^V v2 0 2 7\n^#^V v1 0 1 7\n^V v0 0 0 1\n"
+        "^B main 0 0 0\n^E el\n^I 0 1 2\na\nb\n^I 0 2 1\nc\n^I 1 1 1\nd\n";
+    EXPECT_EQ(read(file_), dropped_top);
+    ASSERT_EQ(erase("v2"), 0);
+    EXPECT_EQ(construct("b1"), "a\nb\nc\nd\n");
+    // v2 was a branch point: its text stays until the branch goes, and is then dropped unasked.
+    ASSERT_EQ(erase("b1"), 0);
+    EXPECT_EQ(read(file_), "^S db1 1\n^V v0 0 0 1\n^B main 0 0 0\n^E el\n");
+}
+
+}  // namespace
