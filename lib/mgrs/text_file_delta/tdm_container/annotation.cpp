@@ -74,8 +74,10 @@ int ann_push_event(annotation_state *a, const run_record &run, bool is_insert, b
     if (run.line_count == 0) {
         return 0;
     }
+    // An entry without oid that is not deleted was only named as a branch point: it is not listed.
     const version_entry *entry = find_version(a->versions, run.version);
-    const char *oid = entry == nullptr ? unlisted_oid : entry->oid;
+    const bool listed = entry != nullptr && (entry->deleted != 0 || entry->oid != nullptr);
+    const char *oid = listed ? entry->oid : unlisted_oid;
     if (is_insert) {
         return push(&a->inserts, &a->inserts_open, {run.line_count, oid, visible ? 1U : 0U});
     }
