@@ -18,20 +18,21 @@ struct edit {
     friend bool operator==(const edit &, const edit &) = default;
 };
 
-// `count` base lines that the file holds as well, but in another place: they lie in the removed
-// part of one edit and in the inserted part of an edit of the same file.
-struct moved_run {
+// `count` lines that stand in both texts, the same line by line.
+struct line_run {
     int32_t base_first = 0;
     int32_t file_first = 0;
     int32_t count = 0;
-    friend bool operator==(const moved_run &, const moved_run &) = default;
+    friend bool operator==(const line_run &, const line_run &) = default;
 };
 
 // One file against the base. Edits are in order in both texts and never touch: at least one line
 // that is the same in both stands between two of them.
 struct file_edits {
     std::vector<edit> edits;
-    std::vector<moved_run> moves;  // in order of base_first
+    // Text that moved, in order of base_first: each run lies in the removed part of one edit and in
+    // the inserted part of an edit, most often another one.
+    std::vector<line_run> moves;
 };
 
 }  // namespace host

@@ -34,8 +34,8 @@ struct hunk_writer {
     const unified_options &options;
     const text_lines &a;
     const text_lines &b;
-    std::vector<moved_run> by_base;
-    std::vector<moved_run> by_file;
+    std::vector<line_run> by_base;
+    std::vector<line_run> by_file;
     size_t next_base = 0;  // first run of by_base that may still lie ahead; next_file likewise
     size_t next_file = 0;
 };
@@ -73,7 +73,7 @@ void write_lines(hunk_writer &w, line_kind kind, const text_lines &text, int32_t
 }
 
 // The moved runs are sorted and the hunks are written in order, so that each side keeps its place.
-bool in_moved_run(const std::vector<moved_run> &runs, size_t *next, int32_t moved_run::*first,
+bool in_moved_run(const std::vector<line_run> &runs, size_t *next, int32_t line_run::*first,
                   int32_t line) {
     while (*next < runs.size() && runs[*next].*first + runs[*next].count <= line) {
         (*next)++;
@@ -83,11 +83,11 @@ bool in_moved_run(const std::vector<moved_run> &runs, size_t *next, int32_t move
 
 void write_edit(hunk_writer &w, const edit &e) {
     for (int32_t i = e.base_first; i < e.base_end; i++) {
-        const bool moved = in_moved_run(w.by_base, &w.next_base, &moved_run::base_first, i);
+        const bool moved = in_moved_run(w.by_base, &w.next_base, &line_run::base_first, i);
         write_line(w, moved ? kind_old_moved : kind_old, w.a.line(i));
     }
     for (int32_t i = e.file_first; i < e.file_end; i++) {
-        const bool moved = in_moved_run(w.by_file, &w.next_file, &moved_run::file_first, i);
+        const bool moved = in_moved_run(w.by_file, &w.next_file, &line_run::file_first, i);
         write_line(w, moved ? kind_new_moved : kind_new, w.b.line(i));
     }
 }
@@ -112,7 +112,7 @@ std::string move_notes(const hunk_writer &w, const edit &hunk) {
         notes += note;
     };
     for (size_t i = w.next_base; i < w.by_base.size(); i++) {
-        const moved_run &run = w.by_base[i];
+        const line_run &run = w.by_base[i];
         if (run.base_first >= hunk.base_end) {
             break;
         }
@@ -122,7 +122,7 @@ std::string move_notes(const hunk_writer &w, const edit &hunk) {
         }
     }
     for (size_t i = w.next_file; i < w.by_file.size(); i++) {
-        const moved_run &run = w.by_file[i];
+        const line_run &run = w.by_file[i];
         if (run.file_first >= hunk.file_end) {
             break;
         }
@@ -196,9 +196,8 @@ void write_unified(output_writer &out, const unified_options &options, const tex
     if (options.mark_moves) {
         w.by_base = edits.moves;
         w.by_file = edits.moves;
-        std::sort(w.by_file.begin(), w.by_file.end(), [](const moved_run &x, const moved_run &y) {
-            return x.file_first < y.file_first;
-        });
+        std::sort(w.by_file.begin(), w.by_file.end(),
+                  [](const line_run &x, const line_run &y) { return x.file_first < y.file_first; });
     }
     const std::span<const edit> all = edits.edits;
     for (size_t from = 0; from < all.size();) {

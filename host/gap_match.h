@@ -1,0 +1,56 @@
+// Matching the lines of a small stretch of two texts: what the difference stream leaves unmatched
+// between two runs is looked at once more, line by line, so that an edit is as small as it can be.
+//
+// E. W. Myers, "An O(ND) Difference Algorithm and Its Variations", Algorithmica 1986, on the lines
+// that occur on both sides. Where the two sides differ too much for it, lines that are unique on
+// both sides divide the stretch first; what cannot be divided stays unmatched. The work is bounded
+// by the lines of the stretch times a constant.
+#ifndef TDM_HOST_GAP_MATCH_H
+#define TDM_HOST_GAP_MATCH_H
+
+#include <vector>
+
+#include "edit.h"
+#include "text_lines.h"
+
+namespace host {
+
+// Keeps its tables from one gap to the next, so that many small gaps cost no allocation each.
+class gap_matcher {
+public:
+    // Lines are compared with same_line(ignore_blanks). Both texts must outlive the matcher.
+    gap_matcher(const text_lines &base, const text_lines &file, bool ignore_blanks)
+        : base_(base), file_(file), ignore_blanks_(ignore_blanks) {}
+
+    // Appends to `runs` pairs of equal lines of the gap, in increasing order in both texts.
+    void match(const edit &gap, std::vector<line_run> *runs);
+
+private:
+    struct span {
+        int32_t x_first, x_end, y_first, y_end;
+    };
+
+    bool same(int32_t base_line, int32_t file_line) const;
+    void match_one(const edit &gap, std::vector<line_run> *runs) const;
+    void number_lines(const edit &gap);
+    void keep_common(const edit &gap, int32_t numbers);
+    bool shortest_edit(const span &part, std::vector<line_run> *runs);
+    void trace_back(const span &part, int32_t steps, std::vector<line_run> *runs);
+    void divide(const span &part, std::vector<line_run> *runs);
+    void add(int32_t x, int32_t y, std::vector<line_run> *runs) const;
+
+    const text_lines &base_;
+    const text_lines &file_;
+    bool ignore_blanks_;
+
+    // Every distinct line of the gap has a number; numbers_ holds the base's lines first. The
+    // lines that occur on both sides are x and y, with the lines of the texts that they stand for.
+    std::vector<int32_t> numbers_, slots_;
+    std::vector<int32_t> x_, y_, x_line_, y_line_;
+    std::vector<int32_t> furthest_, trace_;
+    std::vector<int32_t> count_x_, count_y_, place_y_;
+};
+
+}  // namespace host
+
+#endif
