@@ -1,12 +1,26 @@
 // The table of commands: adding one is a declaration and a line here.
-#include <vector>
+#include <array>
 
 #include "cli.h"
 
 namespace host {
 
+void register_annotate(CLI::App &app, command_context &context);
+void register_branch(CLI::App &app, command_context &context);
+void register_checkin(CLI::App &app, command_context &context);
+void register_checkout(CLI::App &app, command_context &context);
+void register_create(CLI::App &app, command_context &context);
+void register_list(CLI::App &app, command_context &context);
+
 std::span<const command_entry> command_table() {
-    static const std::vector<command_entry> table = {};
+    static constexpr std::array table = {
+        command_entry{"create", "Make the container of a new element", register_create},
+        command_entry{"checkin", "Store the next version of a branch", register_checkin},
+        command_entry{"checkout", "Write the text of a version", register_checkout},
+        command_entry{"annotate", "Show which version brought each line", register_annotate},
+        command_entry{"branch", "Make a branch off a version", register_branch},
+        command_entry{"list", "List branches and versions", register_list},
+    };
     return table;
 }
 

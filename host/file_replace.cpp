@@ -51,9 +51,9 @@ int file_replacement::lock_output(const std::string &name, bool must_be_new) {
     return status_done;
 }
 
-int file_replacement::refuse_same(int descriptor, const std::string &input) const {
+int file_replacement::refuse_same(const std::string &input) const {
     struct stat read {};
-    if (!file_.exists || fstat(descriptor, &read) != 0 || read.st_dev != file_.status.st_dev ||
+    if (!file_.exists || stat(input.c_str(), &read) != 0 || read.st_dev != file_.status.st_dev ||
         read.st_ino != file_.status.st_ino) {
         return status_done;
     }

@@ -35,9 +35,9 @@ public:
     // The locked file. Its descriptor is open for reading when it exists.
     const locked_file &file() const { return file_; }
 
-    // Refuses, with a message, when the output would be the file of `descriptor`, which the
-    // command reads and whose name is `input`.
-    [[nodiscard]] int refuse_same(int descriptor, const std::string &input) const;
+    // Refuses, with a message, when the output would take the place of the file `input`, which the
+    // command reads.
+    [[nodiscard]] int refuse_same(const std::string &input) const;
 
     [[nodiscard]] int begin() { return temporary_.create(file_.path); }
     const std::string &temporary_path() const { return temporary_.path(); }

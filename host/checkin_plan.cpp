@@ -1,0 +1,62 @@
+#include "checkin_plan.h"
+
+#include <algorithm>
+
+#include "container_change.h"
+#include "output.h"
+
+namespace host {
+
+namespace {
+
+// `main`, or the only branch; null after a message.
+const branch_record *default_branch(const container_view &view) {
+    const branch_record *found = find_branch(view, "main");
+    if (found != nullptr) {
+        return found;
+    }
+    const auto live = [](const branch_record &branch) { return !branch.deleted; };
+    if (std::count_if(view.branches.begin(), view.branches.end(), live) == 1) {
+        return &*std::find_if(view.branches.begin(), view.branches.end(), live);
+    }
+    say_of_file(view.name, "which branch? there are several and none is called main (--branch)");
+    return nullptr;
+}
+
+int plan_new_branch(const container_view &view, const std::string &branch, const std::string &from,
+                    checkin_plan *plan) {
+    if (branch.empty()) {
+        say("--from needs --branch NAME, the name of the new branch");
+        return status_trouble;
+    }
+    const version_record *point = require_version(view, from);
+    if (point == nullptr || check_new_branch_name(&view, branch) != status_done) {
+        return status_trouble;
+    }
+    *plan = {
+        branch, true, {view.highest_branch + 1, 1}, point->id, branch_name(view, point->id.branch)};
+    return status_done;
+}
+
+}  // namespace
+
+int plan_checkin(const container_view &view, const std::string &branch, const std::string &from,
+                 checkin_plan *plan) {
+    if (!from.empty()) {
+        return plan_new_branch(view, branch, from, plan);
+    }
+    const branch_record *found = branch.empty() ? default_branch(view) : find_branch(view, branch);
+    if (found == nullptr) {
+        if (!branch.empty()) {
+            say_of_file(view.name,
+                        "has no branch " + escape_name(branch) + " (--from VERSION starts it)");
+        }
+        return status_trouble;
+    }
+    const uint64_t next = next_version_number(view, found->number);
+    const std::string name(found->oid);
+    *plan = {name, false, {found->number, next}, {found->number, next == 0 ? 0 : next - 1}, name};
+    return status_done;
+}
+
+}  // namespace host

@@ -1,0 +1,207 @@
+// tdm annotate: each line of a version with the version that brought it.
+#include <norviktdm/tdm.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli.h"
+#include "container_change.h"
+#include "output.h"
+#include "time_text.h"
+
+namespace host {
+
+namespace {
+
+struct annotate_options {
+    std::string container;
+    std::string version;
+    bool deleted = false;
+    bool all = false;
+    bool raw = false;
+
+    // The library's flags: 1 the version's own lines, 2 deleted ones, 4 those of other branches.
+    uint32_t flags() const { return all ? 7 : deleted ? 3 : 1; }
+};
+
+// A line of the library's listing: "I OID TEXT", "D OID,DELETER TEXT" or "U OID TEXT".
+struct listed_line {
+    char tag;
+    std::string_view oid;
+    std::string_view deleter;  // empty but for D
+    std::string_view text;     // with its newline
+};
+
+bool take_line(std::string_view &listing, listed_line &line) {
+    const size_t newline = listing.find('\n');
+    if (newline == std::string_view::npos) {
+        return false;
+    }
+    std::string_view whole = listing.substr(0, newline + 1);
+    listing.remove_prefix(newline + 1);
+    const size_t blank = whole.find(' ', 2);
+    if (whole.size() < 4 || blank == std::string_view::npos) {
+        return false;
+    }
+    std::string_view names = whole.substr(2, blank - 2);
+    line = {whole[0], names, {}, whole.substr(blank + 1)};
+    // An identifier may itself hold a comma; ours do not.
+    const size_t comma = line.tag == 'D' ? names.rfind(',') : std::string_view::npos;
+    if (comma != std::string_view::npos) {
+        line.oid = names.substr(0, comma);
+        line.deleter = names.substr(comma + 1);
+    }
+    return true;
+}
+
+class annotation_printer {
+public:
+    annotation_printer(const container_view &view, bool tagged, bool escaped)
+        : view_(view), tagged_(tagged), escaped_(escaped), labels_(view.versions.size()) {
+        for (const version_record &version : view.versions) {
+            width_ = std::max(width_, version_name(view, version.id).size());
+        }
+    }
+
+    void print(std::string_view listing) {
+        number_width_ = std::to_string(std::count(listing.begin(), listing.end(), '\n')).size();
+        uint64_t number = 0;
+        listed_line line;
+        while (take_line(listing, line)) {
+            number += line.tag == 'I';
+            print_line(line, number);
+        }
+    }
+
+private:
+    const std::string &label(std::string_view oid) {
+        if (oid == last_oid_) {
+            return *last_label_;
+        }
+        const version_record *version = find_version_by_oid(view_, oid);
+        std::string &text = version == nullptr
+                                ? unknown_
+                                : labels_[static_cast<size_t>(version - view_.versions.data())];
+        if (text.empty()) {
+            text = version == nullptr ? "?" : escape_name(version_name(view_, version->id));
+            text.resize(std::max(text.size(), width_), ' ');
+            text += version == nullptr ? "  -                   " : "  " + time_text(version->time);
+        }
+        last_oid_ = oid;
+        last_label_ = &text;
+        return text;
+    }
+
+    void print_line(const listed_line &line, uint64_t number) {
+        output_writer &out = standard_output();
+        if (tagged_) {
+            out.write(line.tag == 'I' ? "  " : line.tag == 'D' ? "- " : "| ");
+        }
+        out.write(label(line.oid));
+        char digits[24];
+        char *at = digits + sizeof digits;
+        size_t width = 0;
+        for (uint64_t rest = line.tag == 'I' ? number : 0; rest > 0; rest /= 10, width++) {
+            *--at = static_cast<char>('0' + rest % 10);
+        }
+        for (; width < number_width_ + 2; width++) {
+            *--at = ' ';
+        }
+        out.write(std::string_view(at, width));
+        if (tagged_) {
+            print_deleter(line.deleter);
+        }
+        out.write("  ");
+        out.write(escaped_ ? escape_text(line.text) : line.text);
+    }
+
+    void print_deleter(std::string_view oid) {
+        const version_record *version = oid.empty() ? nullptr : find_version_by_oid(view_, oid);
+        std::string name = oid.empty()          ? ""
+                           : version == nullptr ? "?"
+                                                : escape_name(version_name(view_, version->id));
+        name.resize(std::max(name.size(), width_), ' ');
+        standard_output().write("  " + name);
+    }
+
+    const container_view &view_;
+    bool tagged_;
+    bool escaped_;
+    size_t width_ = 0;
+    size_t number_width_ = 1;
+    std::vector<std::string> labels_;  // by the version's place in the header; made when needed
+    std::string unknown_;
+    std::string_view last_oid_;
+    std::string *last_label_ = &unknown_;
+};
+
+// Lets the library write its listing into memory.
+int read_listing(const annotate_options &options, const std::string &oid, file_bytes *listing) {
+    const owned_descriptor memory(memfd_create("annotation", MFD_CLOEXEC));
+    if (!memory.is_open()) {
+        return say_errno(options.container, "no memory for the annotation", errno);
+    }
+    const std::string path = "/proc/self/fd/" + std::to_string(memory.get());
+    if (tdm_construct_ver(options.container.c_str(), path.c_str(), oid.c_str(), options.flags()) !=
+        0) {
+        say_of_file(options.container, "the version is not annotated");
+        return status_trouble;
+    }
+    const int error = listing->load(memory.get());
+    return error == 0 ? int{status_done} : say_errno(path, "cannot be read", error);
+}
+
+int run_annotate(const command_context &context, const annotate_options &options) {
+    container_view view;
+    if (open_sound_container(options.container, context.force, &view) != status_done) {
+        return status_trouble;
+    }
+    const version_record *version = require_version(view, options.version);
+    if (version == nullptr) {
+        return status_trouble;
+    }
+    const std::string oid(version->oid);
+    if (options.raw) {
+        const int result =
+            tdm_construct_ver(options.container.c_str(), nullptr, oid.c_str(), options.flags());
+        return result == 0 ? status_done : status_trouble;
+    }
+    file_bytes listing;
+    const int status = read_listing(options, oid, &listing);
+    if (status == status_done) {
+        pager pages(context.no_pager);
+        annotation_printer printer(view, options.deleted || options.all, pages.to_terminal());
+        printer.print(listing.view());
+        pages.finish();
+    }
+    return status;
+}
+
+}  // namespace
+
+void register_annotate(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<annotate_options>();
+    context.take("CONTAINER", options->container, "The container to read");
+    context.take_optional("VERSION", options->version,
+                          "BRANCH@N, BRANCH or an identifier (default: the newest)");
+    app.add_flag("--deleted", options->deleted, "Also the lines that VERSION has lost");
+    app.add_flag("--all", options->all, "Also the lines of other branches and of later versions");
+    app.add_flag("--raw", options->raw, "The library's own listing, for scripts");
+    app.add_flag("-f,--force", context.force, "Read a damaged container")->group(more_options);
+    context.details =
+        "Each line: the version that brought it, its date, the line's number, the text. With\n"
+        "--deleted or --all a mark comes first (- deleted, | not in VERSION's line) and the\n"
+        "version that deleted the line stands before the text.";
+    context.exit_codes = "0 written; 2 wrong usage or trouble.";
+    context.examples = {"tdm annotate notes.tdm", "tdm annotate notes.tdm main@3 --deleted"};
+    context.run = [&context, options] { return run_annotate(context, *options); };
+}
+
+}  // namespace host

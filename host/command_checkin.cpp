@@ -1,0 +1,110 @@
+// tdm checkin: the next version of a branch.
+#include <norviktdm/tdm.h>
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "checkin_plan.h"
+#include "cli.h"
+#include "container_change.h"
+#include "input_text.h"
+#include "output.h"
+#include "proof.h"
+#include "random_oid.h"
+#include "time_option.h"
+
+namespace host {
+
+namespace {
+
+struct checkin_options {
+    std::string container;
+    std::string file;
+    std::string branch;
+    std::string from;
+    bool allow_same = false;
+    time_option time;
+};
+
+int store(const container_change &change, const checkin_plan &plan, const version_record &fresh,
+          const std::string &text_path) {
+    uint32_t identical = 0;
+    const std::string oid(fresh.oid);
+    const int result =
+        tdm_store_ver(fresh.time, oid.c_str(), plan.branch.c_str(), plan.id.number,
+                      change.replacement.temporary_path().c_str(), nullptr,
+                      plan.base_branch.c_str(), plan.predecessor.number,
+                      change.replacement.file().path.c_str(), text_path.c_str(), 0, &identical);
+    if (result != 0) {
+        say_of_file(change.old.name, "nothing is checked in");
+    }
+    return result == 0 ? status_done : status_trouble;
+}
+
+int commit(container_change &change, const checkin_plan &plan, const version_record &fresh,
+           const std::string &text) {
+    const branch_record branch{plan.branch, plan.id.branch, plan.predecessor};
+    const std::string header =
+        added_header(change.old, fresh, plan.adds_branch ? &branch : nullptr);
+    const added_records added{plan.id, header, true, text};
+    return change.replacement.commit(
+        [&](int descriptor) { return prove_addition(change.old, descriptor, added); });
+}
+
+int run_checkin(const command_context &context, const checkin_options &options) {
+    container_change change(context);
+    input_text input;
+    checkin_plan plan;
+    uint64_t time = 0;
+    std::string oid;
+    if (options.time.get(time) != status_done || input.read(options.file) != status_done ||
+        random_oid(oid) != status_done || change.open(options.container) != status_done ||
+        plan_checkin(change.old, options.branch, options.from, &plan) != status_done) {
+        return status_trouble;
+    }
+    if (!options.allow_same && version_equals(change.old, plan.predecessor, input.text())) {
+        say_of_file(options.container, "nothing to store: the text is that of " +
+                                           version_name(change.old, plan.predecessor) +
+                                           " (--allow-same stores it all the same)");
+        return status_negative;
+    }
+    const version_record fresh{oid, plan.id, time};
+    if (change.replacement.begin() != status_done ||
+        store(change, plan, fresh, input.path()) != status_done ||
+        commit(change, plan, fresh, input.text()) != status_done) {
+        return status_trouble;
+    }
+    if (!context.quiet) {
+        standard_output().printf("%s@%llu\n", plan.branch.c_str(),
+                                 static_cast<unsigned long long>(plan.id.number));
+    }
+    return status_done;
+}
+
+}  // namespace
+
+void register_checkin(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<checkin_options>();
+    context.take("CONTAINER", options->container, "The container to change");
+    context.take("FILE", options->file, "The new version's text; - is standard input");
+    app.add_option("--branch", options->branch, "The branch (default: main, or the only one)")
+        ->option_text("NAME");
+    app.add_option("--from", options->from, "Start the new branch off this version")
+        ->option_text("VERSION");
+    options->time.declare(app);
+    app.add_flag("--allow-same", options->allow_same,
+                 "Store a version whose text is that of the one before");
+    add_replace_options(app, context, "Go on when the file's owner or group cannot be kept");
+    context.details =
+        "Prints the name of the new version. The new container is compared with the old one\n"
+        "and with FILE before it takes the old one's place; killed at any moment, the command\n"
+        "leaves the old container or the new one, whole.";
+    context.exit_codes =
+        "0 stored; 1 nothing to store; 2 wrong usage or trouble, nothing is changed.";
+    context.examples = {"tdm checkin notes.tdm notes.txt",
+                        "tdm checkin notes.tdm draft.txt --branch draft --from main@3"};
+    context.run = [&context, options] { return run_checkin(context, *options); };
+}
+
+}  // namespace host

@@ -1,0 +1,73 @@
+// tdm checkout: the text of a version.
+#include <norviktdm/tdm.h>
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "cli.h"
+#include "container_change.h"
+#include "file_replace.h"
+#include "output.h"
+
+namespace host {
+
+namespace {
+
+struct checkout_options {
+    std::string container;
+    std::string version;
+    std::string output;
+};
+
+int construct(const checkout_options &options, const std::string &oid, const char *output_path) {
+    const int result = tdm_construct_ver(options.container.c_str(), output_path, oid.c_str(), 0);
+    if (result != 0) {
+        say_of_file(options.container, "the version is not written");
+    }
+    return result == 0 ? status_done : status_trouble;
+}
+
+int construct_into_file(const command_context &context, const checkout_options &options,
+                        const std::string &oid) {
+    file_replacement replacement(context);
+    if (replacement.lock_output(options.output) != status_done ||
+        replacement.refuse_same(options.container) != status_done ||
+        replacement.begin() != status_done ||
+        construct(options, oid, replacement.temporary_path().c_str()) != status_done) {
+        return status_trouble;
+    }
+    return replacement.commit({});
+}
+
+int run_checkout(const command_context &context, const checkout_options &options) {
+    container_view view;
+    if (open_sound_container(options.container, context.force, &view) != status_done) {
+        return status_trouble;
+    }
+    const version_record *version = require_version(view, options.version);
+    if (version == nullptr) {
+        return status_trouble;
+    }
+    const std::string oid(version->oid);
+    const bool to_stdout = options.output.empty() || options.output == "-";
+    return to_stdout ? construct(options, oid, nullptr)
+                     : construct_into_file(context, options, oid);
+}
+
+}  // namespace
+
+void register_checkout(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<checkout_options>();
+    context.take("CONTAINER", options->container, "The container to read");
+    context.take_optional("VERSION", options->version,
+                          "BRANCH@N, BRANCH or an identifier (default: the newest)");
+    app.add_option("-o,--output", options->output, "Write FILE instead of standard output")
+        ->option_text("FILE");
+    add_replace_options(app, context, "Replace an existing FILE; read a damaged container");
+    context.exit_codes = "0 written; 2 wrong usage or trouble.";
+    context.examples = {"tdm checkout notes.tdm", "tdm checkout notes.tdm main@3 -o old.txt"};
+    context.run = [&context, options] { return run_checkout(context, *options); };
+}
+
+}  // namespace host

@@ -1,0 +1,87 @@
+// tdm create: the container of a new element, with its empty version 0.
+#include <norviktdm/tdm.h>
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "cli.h"
+#include "container_change.h"
+#include "file_replace.h"
+#include "output.h"
+#include "proof.h"
+#include "random_oid.h"
+#include "time_option.h"
+
+namespace host {
+
+namespace {
+
+struct create_options {
+    std::string container;
+    std::string branch = "main";
+    time_option time;
+};
+
+// A new container is these four lines and nothing else.
+int prove_new_container(const std::string &name, int descriptor, const create_options &options,
+                        const std::string &element, const std::string &version, uint64_t time) {
+    file_bytes bytes;
+    const int error = bytes.load(descriptor);
+    if (error != 0) {
+        return say_errno(name, "the new container cannot be read", error);
+    }
+    container_view none;
+    none.format = known_formats;
+    std::string expected = added_header(none, version_record{version, {0, 0}, time}, nullptr);
+    expected += "^B " + options.branch + " 0 0 0\n^E " + element + "\n";
+    if (bytes.view() != expected) {
+        say_of_file(name, "the new container is refused: it does not read back as written");
+        return status_trouble;
+    }
+    return status_done;
+}
+
+int run_create(const command_context &context, const create_options &options) {
+    uint64_t time = 0;
+    std::string element, version;
+    if (check_new_branch_name(nullptr, options.branch) != status_done ||
+        options.time.get(time) != status_done || random_oid(element) != status_done ||
+        random_oid(version) != status_done) {
+        return status_trouble;
+    }
+    file_replacement replacement(context);
+    if (replacement.lock_output(options.container, true) != status_done ||
+        replacement.begin() != status_done) {
+        return status_trouble;
+    }
+    if (tdm_create_elem(time, element.c_str(), options.branch.c_str(), version.c_str(),
+                        replacement.temporary_path().c_str()) != 0) {
+        say_of_file(options.container, "is not created");
+        return status_trouble;
+    }
+    const auto prove = [&](int descriptor) {
+        return prove_new_container(options.container, descriptor, options, element, version, time);
+    };
+    const int status = replacement.commit(prove);
+    if (status == status_done && !context.quiet) {
+        standard_output().write(options.branch + "@0\n");
+    }
+    return status;
+}
+
+}  // namespace
+
+void register_create(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<create_options>();
+    context.take("CONTAINER", options->container, "The file to create; it must not exist");
+    app.add_option("--branch", options->branch, "The name of the first branch (default main)")
+        ->option_text("NAME");
+    options->time.declare(app);
+    context.details = "The new element has one version, number 0, which is empty.";
+    context.exit_codes = "0 created; 2 wrong usage or trouble, nothing is left behind.";
+    context.examples = {"tdm create notes.tdm", "tdm create notes.tdm --branch trunk"};
+    context.run = [&context, options] { return run_create(context, *options); };
+}
+
+}  // namespace host

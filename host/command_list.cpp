@@ -1,0 +1,146 @@
+// tdm list: branches and versions as a plain table.
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli.h"
+#include "container_change.h"
+#include "json_text.h"
+#include "output.h"
+#include "time_text.h"
+
+namespace host {
+
+namespace {
+
+constexpr int list_schema = 1;
+
+struct list_options {
+    std::string container;
+    std::string branch;
+};
+
+using version_list = std::vector<const version_record *>;
+
+// Branch by branch, each from its first version on.
+version_list versions_in_order(const container_view &view, const branch_record *only) {
+    version_list list;
+    for (const version_record &version : view.versions) {
+        if (only == nullptr || version.id.branch == only->number) {
+            list.push_back(&version);
+        }
+    }
+    const auto earlier = [](const version_record *a, const version_record *b) {
+        return a->id < b->id;
+    };
+    std::stable_sort(list.begin(), list.end(), earlier);
+    return list;
+}
+
+void print_table(const container_view &view, const version_list &versions) {
+    size_t width = 7;
+    for (const version_record *version : versions) {
+        width = std::max(width, version_name(view, version->id).size());
+    }
+    output_writer &out = standard_output();
+    const int column = static_cast<int>(width);
+    out.printf("%-*s  %-20s  %-32s  %s\n", column, "VERSION", "DATE", "IDENTIFIER", "OFF");
+    uint64_t branch = UINT64_MAX;
+    for (const version_record *version : versions) {
+        std::string note;
+        if (version->id.branch != branch) {
+            branch = version->id.branch;
+            const branch_record *record = find_branch(view, branch);
+            note = record == nullptr || branch == 0 ? "" : version_name(view, record->parent);
+        }
+        if (version->deleted) {
+            note += note.empty() ? "(deleted)" : " (deleted)";
+        }
+        std::string line(width - std::min(width, version_name(view, version->id).size()), ' ');
+        line = escape_name(version_name(view, version->id)) + line + "  " +
+               time_text(version->time) + "  " + escape_name(version->oid);
+        out.write(note.empty() ? line + "\n" : line + "  " + escape_name(note) + "\n");
+    }
+}
+
+json_object describe_version(const container_view &view, const version_record &version) {
+    json_object object;
+    set_text(object, "name", version_name(view, version.id));
+    set_text(object, "branch", branch_name(view, version.id.branch));
+    object["number"] = version.id.number;
+    set_text(object, "identifier", version.oid);
+    object["time"] = version.time;
+    object["date"] = time_text(version.time);
+    object["deleted"] = version.deleted;
+    return object;
+}
+
+void print_machine_form(const container_view &view, const branch_record *only,
+                        const version_list &versions) {
+    json_object document = json_document(list_schema);
+    set_text(document, "container", view.name);
+    set_text(document, "element", view.element_oid);
+    document["branches"] = json_object::array();
+    for (auto branch = view.branches.rbegin(); branch != view.branches.rend(); ++branch) {
+        if (branch->deleted || (only != nullptr && only->number != branch->number)) {
+            continue;
+        }
+        json_object object;
+        set_text(object, "name", branch->oid);
+        object["number"] = branch->number;
+        if (branch->number == 0) {
+            object["off"] = nullptr;
+        } else {
+            set_text(object, "off", version_name(view, branch->parent));
+        }
+        document["branches"].push_back(object);
+    }
+    document["versions"] = json_object::array();
+    for (const version_record *version : versions) {
+        document["versions"].push_back(describe_version(view, *version));
+    }
+    print_json(document);
+}
+
+int run_list(const command_context &context, const list_options &options) {
+    container_view view;
+    if (open_sound_container(options.container, false, &view) != status_done) {
+        return status_trouble;
+    }
+    const branch_record *only = nullptr;
+    if (!options.branch.empty()) {
+        only = find_branch(view, options.branch);
+        if (only == nullptr) {
+            say_of_file(options.container, "has no branch " + escape_name(options.branch));
+            return status_trouble;
+        }
+    }
+    const version_list versions = versions_in_order(view, only);
+    if (context.json) {
+        print_machine_form(view, only, versions);
+        return status_done;
+    }
+    pager pages(context.no_pager);
+    print_table(view, versions);
+    pages.finish();
+    return status_done;
+}
+
+}  // namespace
+
+void register_list(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<list_options>();
+    context.take("CONTAINER", options->container, "The container to read");
+    app.add_option("--branch", options->branch, "This branch only")->option_text("NAME");
+    add_json_option(app, context);
+    context.details =
+        "OFF is the version that a branch was made off. A version marked (deleted) is gone,\n"
+        "but something still depends on it.";
+    context.exit_codes = "0 listed; 2 wrong usage or trouble.";
+    context.examples = {"tdm list notes.tdm", "tdm list notes.tdm --branch draft --json"};
+    context.run = [&context, options] { return run_list(context, *options); };
+}
+
+}  // namespace host

@@ -1,0 +1,89 @@
+#include "container_change.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "output.h"
+#include "structure.h"
+
+namespace host {
+
+namespace {
+
+bool breaks_an_oid(char byte) {
+    const auto value = static_cast<unsigned char>(byte);
+    return value <= ' ' || value == 0x7f || byte == '@';
+}
+
+}  // namespace
+
+int check_structure(const container_view &view) {
+    const std::optional<damage> found = scan_structure(view);
+    if (!found) {
+        return status_done;
+    }
+    if (found->line == 0) {
+        say_of_file(view.name, found->reason);
+    } else {
+        say_of_line(view.name, found->line, found->reason);
+    }
+    return status_trouble;
+}
+
+int open_sound_container(const std::string &name, bool force, container_view *view) {
+    const int error = open_container(name, view);
+    if (error != 0) {
+        return say_errno(name, "cannot be opened", error);
+    }
+    const int status = check_structure(*view);
+    if (status != status_done && !force) {
+        say_of_file(name, "is damaged");
+        return status;
+    }
+    return status_done;
+}
+
+const version_record *require_version(const container_view &view, std::string_view text) {
+    std::string reason;
+    const version_record *version = resolve_version(view, text, &reason);
+    if (version == nullptr) {
+        say_of_file(view.name, reason);
+    }
+    return version;
+}
+
+int check_new_branch_name(const container_view *view, const std::string &name) {
+    constexpr size_t longest_name = 99;
+    const std::string shown = "branch name '" + escape_name(name) + "' ";
+    if (name.empty() || name.size() > longest_name) {
+        say("%shas %zu bytes; 1 to %zu are allowed", shown.c_str(), name.size(), longest_name);
+        return status_trouble;
+    }
+    if (std::any_of(name.begin(), name.end(), breaks_an_oid)) {
+        say("%sholds a blank, a control byte or an '@'", shown.c_str());
+        return status_trouble;
+    }
+    if (view != nullptr && find_branch(*view, name) != nullptr) {
+        say_of_file(view->name, "branch " + escape_name(name) + " exists already");
+        return status_trouble;
+    }
+    return status_done;
+}
+
+int container_change::open(const std::string &name) {
+    int status = replacement.lock(name);
+    if (status != status_done) {
+        return status;
+    }
+    const int error = open_container(replacement.file().descriptor.get(), name, &old);
+    if (error != 0) {
+        return say_errno(name, "cannot be read", error);
+    }
+    status = check_structure(old);
+    if (status != status_done) {
+        say_of_file(name, "is damaged; nothing is built on it");
+    }
+    return status;
+}
+
+}  // namespace host

@@ -1,0 +1,47 @@
+// What every command that changes a container does around its own work: lock it, see that it is
+// sound, and put the new container in its place only when it is proven to be the old one with
+// nothing but the new records and lines added.
+#ifndef TDM_HOST_CONTAINER_CHANGE_H
+#define TDM_HOST_CONTAINER_CHANGE_H
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "command_context.h"
+#include "container_view.h"
+#include "file_replace.h"
+
+namespace host {
+
+// Opens a container for reading and scans its structure. A damaged one is told with its line and
+// gives status_trouble, unless `force`, which tells it and goes on.
+[[nodiscard]] int open_sound_container(const std::string &name, bool force, container_view *view);
+
+// Scans an open container; tells its damage. 0 or status_trouble.
+[[nodiscard]] int check_structure(const container_view &view);
+
+// The version that VERSION on the command line names (empty: the newest of the default branch);
+// null after a message when there is none.
+[[nodiscard]] const version_record *require_version(const container_view &view,
+                                                    std::string_view text);
+
+// A branch's name as the command line may give it to a new branch: 1 to 99 bytes, no white space,
+// no control byte, no '@' (which stands between branch and number). 0, or status_trouble after a
+// message.
+[[nodiscard]] int check_new_branch_name(const container_view *view, const std::string &name);
+
+// A container being changed: the old one, locked and open, and the replacement of it.
+struct container_change {
+    explicit container_change(const command_context &context) : replacement(context) {}
+
+    // Locks the container `name` and opens it; 0, or status_trouble after a message.
+    [[nodiscard]] int open(const std::string &name);
+
+    file_replacement replacement;
+    container_view old;
+};
+
+}  // namespace host
+
+#endif

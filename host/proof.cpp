@@ -1,0 +1,148 @@
+#include "proof.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "exit_status.h"
+#include "output.h"
+#include "record_line.h"
+#include "structure.h"
+
+namespace host {
+
+namespace {
+
+// The length of the common beginning.
+size_t common_length(std::string_view a, std::string_view b) {
+    const size_t size = std::min(a.size(), b.size());
+    size_t at = 0;
+    for (size_t step = 4096; step > 0; step /= 16) {
+        while (at + step <= size && std::memcmp(a.data() + at, b.data() + at, step) == 0) {
+            at += step;
+        }
+    }
+    return at;
+}
+
+size_t line_length(std::string_view text) {
+    const size_t newline = text.find('\n');
+    return newline == std::string_view::npos ? text.size() : newline + 1;
+}
+
+// The length of the new version's insertion or deletion record at the start of `text`, with the
+// lines that it inserts; 0 when something else stands there.
+size_t added_length(std::string_view text, version_id id) {
+    const size_t record = line_length(text);
+    const std::string_view line = text.substr(0, record);
+    const char kind = record_kind(line);
+    run_fields run;
+    if ((kind != 'I' && kind != 'D') || decode_run(line, &run) == spelling::malformed ||
+        run.branch != id.branch || run.version != id.number) {
+        return 0;
+    }
+    size_t length = record;
+    for (uint64_t i = 0; kind == 'I' && i < run.count; i++) {
+        const std::string_view rest = text.substr(length);
+        if (rest.empty() || !holds_text(record_kind(rest))) {
+            return 0;
+        }
+        length += line_length(rest);
+    }
+    return length;
+}
+
+// Whether `added` without the records and lines of `id` is `old`. No such record stands in the old
+// weave, so the two part inside the next one at the latest: what is equal is compared in large
+// blocks, and only the line where they part is looked at.
+bool differs_by_additions_only(std::string_view old, std::string_view added, version_id id) {
+    for (;;) {
+        const size_t common = common_length(old, added);
+        if (common == old.size() && common == added.size()) {
+            return true;
+        }
+        const size_t before = common == 0 ? std::string_view::npos : added.rfind('\n', common - 1);
+        const size_t start = before == std::string_view::npos ? 0 : before + 1;
+        const size_t length = added_length(added.substr(start), id);
+        if (length == 0) {
+            return false;
+        }
+        old.remove_prefix(start);
+        added.remove_prefix(start + length);
+    }
+}
+
+std::string printed(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+std::string printed(const char *format, ...) {
+    char buffer[512];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(buffer, sizeof buffer, format, arguments);
+    va_end(arguments);
+    return buffer;
+}
+
+int refused(const container_view &old, const char *reason) {
+    say_of_file(old.name, std::string("the new container is refused: ") + reason);
+    return status_trouble;
+}
+
+}  // namespace
+
+std::string added_header(const container_view &old, const version_record &version,
+                         const branch_record *branch) {
+    std::string header = printed("^S %" PRIx64 " %" PRIx64 "\n", old.format,
+                                 old.highest_branch + (branch != nullptr ? 1 : 0));
+    const std::string oid(version.oid);
+    header += printed("^V %s %" PRIx64 " %" PRIx64 " %" PRIx64 "\n", oid.c_str(), version.id.branch,
+                      version.id.number, version.time);
+    if (branch != nullptr) {
+        const std::string name(branch->oid);
+        header += printed("^B %s %" PRIx64 " %" PRIx64 " %" PRIx64 "\n", name.c_str(),
+                          branch->number, branch->parent.branch, branch->parent.number);
+    }
+    return header;
+}
+
+bool version_equals(const container_view &view, version_id id, std::string_view text) {
+    std::vector<version_id> lineage;
+    if (!lineage_of(view, id, &lineage)) {
+        return false;
+    }
+    std::string_view rest = text;
+    bool equal = true;
+    const auto broken = walk_version(view, lineage, [&](std::string_view piece) {
+        equal = rest.starts_with(piece);
+        rest.remove_prefix(equal ? piece.size() : 0);
+        return equal;
+    });
+    return equal && rest.empty() && !broken;
+}
+
+int prove_addition(const container_view &old, int descriptor, const added_records &added) {
+    container_view fresh;
+    const int error = open_container(descriptor, old.name, &fresh);
+    if (error != 0) {
+        return say_errno(old.name, "the new container cannot be read", error);
+    }
+    std::string_view bytes = fresh.bytes.view();
+    if (fresh.header_damage || !bytes.starts_with(added.header)) {
+        return refused(old, "its header is not as it should be");
+    }
+    bytes.remove_prefix(added.header.size());
+    std::string_view before = old.bytes.view();
+    before.remove_prefix(line_length(before));
+    if (!differs_by_additions_only(before, bytes, added.id)) {
+        return refused(old, "it does not keep what the old one holds");
+    }
+    if (added.has_text && !version_equals(fresh, added.id, added.text)) {
+        return refused(old, "the version read back from it is not the text that was given");
+    }
+    return status_done;
+}
+
+}  // namespace host

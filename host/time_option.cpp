@@ -1,0 +1,29 @@
+#include "time_option.h"
+
+#include <CLI/CLI.hpp>
+
+#include "cli.h"
+#include "output.h"
+#include "terminal.h"
+#include "time_text.h"
+
+namespace host {
+
+void time_option::declare(CLI::App &app) {
+    app.add_option("--time", text, "Date it: seconds since 1970, or ISO 8601 with a zone")
+        ->option_text("TIME");
+}
+
+int time_option::get(uint64_t &seconds) const {
+    if (text.empty()) {
+        return current_time(seconds);
+    }
+    if (parse_time(text, seconds)) {
+        return status_done;
+    }
+    say("'%s' is no time: give seconds since 1970 or 2024-05-01T12:30:00Z (or +02:00)",
+        escape_name(text).c_str());
+    return status_trouble;
+}
+
+}  // namespace host

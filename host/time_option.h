@@ -1,0 +1,25 @@
+// The option --time of the commands that make versions.
+#ifndef TDM_HOST_TIME_OPTION_H
+#define TDM_HOST_TIME_OPTION_H
+
+#include <cstdint>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace host {
+
+struct time_option {
+    std::string text;  // empty: now
+
+    void declare(CLI::App &app);
+
+    // 0 with the time in seconds since 1970, or status_trouble after a message.
+    [[nodiscard]] int get(uint64_t &seconds) const;
+};
+
+}  // namespace host
+
+#endif
