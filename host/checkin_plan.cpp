@@ -53,9 +53,10 @@ int plan_checkin(const container_view &view, const std::string &branch, const st
         }
         return status_trouble;
     }
-    const uint64_t next = next_version_number(view, found->number);
+    // Number 0 is that of the branch point, even where no record says so.
+    const uint64_t next = std::max<uint64_t>(1, next_version_number(view, found->number));
     const std::string name(found->oid);
-    *plan = {name, false, {found->number, next}, {found->number, next == 0 ? 0 : next - 1}, name};
+    *plan = {name, false, {found->number, next}, {found->number, next - 1}, name};
     return status_done;
 }
 

@@ -130,7 +130,7 @@ int prove_addition(const container_view &old, int descriptor, const added_record
         return say_errno(old.name, "the new container cannot be read", error);
     }
     std::string_view bytes = fresh.bytes.view();
-    if (fresh.header_damage || !bytes.starts_with(added.header)) {
+    if (!fresh.header_damages.empty() || !bytes.starts_with(added.header)) {
         return refused(old, "its header is not as it should be");
     }
     bytes.remove_prefix(added.header.size());
