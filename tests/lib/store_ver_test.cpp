@@ -87,7 +87,7 @@ TEST_F(store_ver, weaves_the_differences_in) {
     EXPECT_EQ(weave(),
               "^I 0 3 1\n^Q ^top\n^I 0 1 3\na\n^D 0 2 1\nb\n^I 0 2 1\nX\nc\n^I 0 3 1\n^N last\n");
     ASSERT_EQ(check_in("b1", 1, "a\n", "side", "main", 2), 0);
-    EXPECT_EQ(read(file_).substr(0, 33), "^S db1 1\n^V b1 1 1 7\n^B side 1 0 2");
+    EXPECT_EQ(read(file_).substr(0, 34), "^S db1 1\n^V b1 1 1 7\n^B side 1 0 2");
     EXPECT_EQ(construct("v1"), "a\nb\nc\n");
     EXPECT_EQ(construct("v2"), "a\nX\nc\n");
     EXPECT_EQ(construct("v3"), "^top\na\nX\nc\nlast");
@@ -214,7 +214,7 @@ std::string edited(std::string text, std::mt19937 &random) {
             lines.erase(
                 here, here + static_cast<std::ptrdiff_t>(std::min(1 + pick(3), lines.size() - at)));
         } else if (pick(4) == 0 && lines.size() > 4) {
-            std::rotate(lines.begin() + static_cast<std::ptrdiff_t>(pick(2)), here, lines.end());
+            std::rotate(lines.begin(), here, lines.end());
         } else {
             const std::string start = pick(8) == 0 ? "^" : pick(8) == 0 ? "^N " : "";
             lines.insert(here, 1 + pick(3), start + std::to_string(pick(30)) + "\n");
