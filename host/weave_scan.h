@@ -1,0 +1,29 @@
+// Everything that one pass over a container's weave tells of all its versions.
+#ifndef TDM_HOST_WEAVE_SCAN_H
+#define TDM_HOST_WEAVE_SCAN_H
+
+#include <functional>
+#include <vector>
+
+#include "weave_cursor.h"
+
+namespace host {
+
+struct weave_scan {
+    version_tree tree;
+    std::vector<weave_fault> faults;     // in order of the pass
+    std::vector<text_step> totals;       // what each version reads, by position in the tree
+    std::vector<change_counts> changes;  // what each version's records count, by position
+};
+
+// Told now and then how many bytes of the weave have been passed.
+using scan_progress = std::function<void(uint64_t bytes)>;
+
+// O(bytes + (records + stretches) x log versions). Without fingerprints the totals have line and
+// byte counts only. `told` may be empty.
+[[nodiscard]] weave_scan scan_weave(const container_view &view, bool fingerprints,
+                                    const scan_progress &told);
+
+}  // namespace host
+
+#endif
