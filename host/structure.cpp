@@ -136,12 +136,6 @@ uint64_t count_lines(std::string_view text) {
     return static_cast<uint64_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
-bool in_lineage(std::span<const version_id> lineage, version_id id) {
-    return std::any_of(lineage.begin(), lineage.end(), [id](const version_id &bound) {
-        return bound.branch == id.branch && bound.number >= id.number;
-    });
-}
-
 // The walk of one version: text not yet handed over runs from `piece` to `at`.
 struct version_walk {
     const char *at;
@@ -209,6 +203,12 @@ bool walk_record(version_walk *walk, std::string_view record, std::span<const ve
 }
 
 }  // namespace
+
+bool in_lineage(std::span<const version_id> lineage, version_id id) {
+    return std::any_of(lineage.begin(), lineage.end(), [id](const version_id &bound) {
+        return bound.branch == id.branch && bound.number >= id.number;
+    });
+}
 
 std::optional<damage> scan_structure(const container_view &view) {
     if (!view.header_damages.empty()) {

@@ -20,6 +20,9 @@ namespace host {
 // One pass, O(bytes).
 [[nodiscard]] std::optional<damage> scan_structure(const container_view &view);
 
+// Whether a record of that version belongs to the versions of that lineage.
+[[nodiscard]] bool in_lineage(std::span<const version_id> lineage, version_id id);
+
 // Receives the text of a version in order; returns false to end the walk.
 using text_sink = std::function<bool(std::string_view piece)>;
 
