@@ -34,6 +34,9 @@ bool same_line(std::string_view a, std::string_view b, bool ignore_blanks) {
     if (!ignore_blanks) {
         return a == b;
     }
+    if (lacks_last_newline(a) != lacks_last_newline(b)) {
+        return false;
+    }
     size_t i = 0;
     size_t j = 0;
     while (true) {

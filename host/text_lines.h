@@ -35,7 +35,8 @@ inline bool lacks_last_newline(std::string_view bytes) {
     return !bytes.empty() && bytes.back() != '\n';
 }
 
-// Whether two lines are equal, byte for byte or with all white space left out.
+// Whether two lines are equal, byte for byte or with all white space left out. A newline counts all
+// the same: a line that has none is no equal of one that ends with it, or merging could join lines.
 bool same_line(std::string_view a, std::string_view b, bool ignore_blanks);
 
 // Whether a line says something of its own: it holds a letter, a digit or a byte of a longer

@@ -1,0 +1,208 @@
+#include "merge_text.h"
+
+#include <algorithm>
+
+namespace host {
+
+namespace {
+
+struct shown_lines {
+    const text_lines *text;
+    int32_t first;
+    int32_t end;
+};
+
+shown_lines shown(const place_version &version) {
+    return {version.text, version.first, version.end};
+}
+
+void add_lines(const shown_lines &lines, std::string *out) {
+    *out += lines.text->range(lines.first, lines.end);
+    if (lacks_last_newline(*out)) {
+        *out += '\n';
+    }
+}
+
+void add_marker(char mark, int32_t size, const std::string &label, std::string *out) {
+    out->append(static_cast<size_t>(size), mark);
+    if (!label.empty()) {
+        *out += ' ' + label;
+    }
+    *out += '\n';
+}
+
+std::string side_label(const std::vector<int32_t> &side, const marker_options &options) {
+    std::string label;
+    for (const int32_t k : side) {
+        label += (label.empty() ? "" : ", ") + options.labels[static_cast<size_t>(k)];
+    }
+    return label;
+}
+
+// Takes the lines that all sides have at their beginning off them; returns their number.
+int32_t common_front(std::vector<shown_lines> *sides) {
+    const shown_lines front = sides->front();
+    int32_t count = front.end - front.first;
+    for (const shown_lines &side : *sides) {
+        int32_t same = 0;
+        const int32_t most = std::min(count, side.end - side.first);
+        while (same < most &&
+               side.text->line(side.first + same) == front.text->line(front.first + same)) {
+            same++;
+        }
+        count = same;
+    }
+    for (shown_lines &side : *sides) {
+        side.first += count;
+    }
+    return count;
+}
+
+int32_t common_back(std::vector<shown_lines> *sides) {
+    const shown_lines front = sides->front();
+    int32_t count = front.end - front.first;
+    for (const shown_lines &side : *sides) {
+        int32_t same = 0;
+        const int32_t most = std::min(count, side.end - side.first);
+        while (same < most &&
+               side.text->line(side.end - 1 - same) == front.text->line(front.end - 1 - same)) {
+            same++;
+        }
+        count = same;
+    }
+    for (shown_lines &side : *sides) {
+        side.end -= count;
+    }
+    return count;
+}
+
+class text_builder {
+public:
+    explicit text_builder(merged_text *out) : out_(out) {}
+
+    void add(std::string_view bytes, int32_t place) {
+        if (bytes.empty()) {
+            return;
+        }
+        if (lacks_last_newline(out_->text) && out_->unended_place < 0) {
+            out_->unended_place = last_place_;
+        }
+        out_->text += bytes;
+        last_place_ = place >= 0 ? place : last_place_;
+    }
+
+private:
+    merged_text *out_;
+    int32_t last_place_ = 0;
+};
+
+}  // namespace
+
+std::vector<std::vector<int32_t>> conflict_sides(const merge_input &in, const merge_region &region,
+                                                 const merge_place &place) {
+    std::vector<int32_t> contributors = region.contributors;
+    if (contributors.size() < 2) {
+        contributors.clear();
+        for (size_t k = 0; k < in.files.size(); k++) {
+            contributors.push_back(static_cast<int32_t>(k));
+        }
+    }
+    std::vector<std::vector<int32_t>> sides;
+    for (const int32_t k : contributors) {
+        const std::string_view bytes = version_at(in, place, k).bytes();
+        const auto same = std::find_if(sides.begin(), sides.end(), [&](const auto &side) {
+            return version_at(in, place, side.front()).bytes() == bytes;
+        });
+        if (same == sides.end()) {
+            sides.push_back({k});
+        } else {
+            same->push_back(k);
+        }
+    }
+    return sides;
+}
+
+std::string conflict_text(const merge_input &in, const merge_place &place,
+                          const std::vector<std::vector<int32_t>> &sides,
+                          const marker_options &options) {
+    std::vector<shown_lines> texts;
+    for (const std::vector<int32_t> &side : sides) {
+        texts.push_back(shown(version_at(in, place, side.front())));
+    }
+    const shown_lines first = texts.front();
+    int32_t front = 0;
+    int32_t back = 0;
+    if (options.style != marker_style::diff3) {
+        front = common_front(&texts);
+        back = common_back(&texts);
+    }
+    std::string out;
+    add_lines({first.text, first.first, first.first + front}, &out);
+    for (size_t i = 0; i < texts.size(); i++) {
+        const bool middle = i > 0 && i + 1 < texts.size();
+        const std::string label = side_label(sides[i], options);
+        if (i == 0) {
+            add_marker('<', options.size, label, &out);
+        } else {
+            add_marker('=', options.size, middle ? label : "", &out);
+        }
+        add_lines(texts[i], &out);
+        if (i == 0 && options.style != marker_style::merge) {
+            add_marker('|', options.size, options.base_label, &out);
+            add_lines({in.base, place.base_first, place.base_end}, &out);
+        }
+    }
+    add_marker('>', options.size, side_label(sides.back(), options), &out);
+    add_lines({first.text, first.end - back, first.end}, &out);
+    return out;
+}
+
+std::string clean_text(const merge_input &in, const merge_region &region,
+                       const merge_place &place) {
+    const place_version version = version_at(in, place, region.taken);
+    std::string out;
+    int32_t next = version.first;
+    for (const carried_edit &c : region.carried) {
+        const edit &e = edit_at(in, c.source);
+        const int32_t at = carried_to(in, c);
+        if (version.of_base || at < version.first || at >= version.end) {
+            continue;
+        }
+        out += version.text->range(next, at);
+        out += in.files[static_cast<size_t>(c.source.contributor)]->range(e.file_first, e.file_end);
+        next = at + (e.base_end - e.base_first);
+    }
+    out += version.text->range(next, version.end);
+    return out;
+}
+
+merged_text write_merged(const merge_input &in, const merge_plan &plan,
+                         const marker_options &options) {
+    merged_text out;
+    out.text.reserve(in.base->bytes.size() + in.base->bytes.size() / 8);
+    text_builder builder(&out);
+    int32_t written = 0;  // base lines
+    for (size_t i = 0; i < plan.places.size(); i++) {
+        const merge_place &place = plan.places[i];
+        const merge_region &region = plan.regions[static_cast<size_t>(place.region)];
+        builder.add(in.base->range(written, place.base_first), -1);
+        placed_text placed{out.text.size(), 0, false};
+        if (region.conflict == conflict_reason::none) {
+            builder.add(clean_text(in, region, place), static_cast<int32_t>(i));
+        } else {
+            const auto sides = conflict_sides(in, region, place);
+            placed.conflict = sides.size() > 1;
+            out.conflicts += placed.conflict ? 1 : 0;
+            builder.add(placed.conflict ? conflict_text(in, place, sides, options)
+                                        : std::string(version_at(in, place, sides[0][0]).bytes()),
+                        static_cast<int32_t>(i));
+        }
+        placed.end = out.text.size();
+        out.places.push_back(placed);
+        written = place.base_end;
+    }
+    builder.add(in.base->range(written, in.base->count()), -1);
+    return out;
+}
+
+}  // namespace host
