@@ -1,14 +1,16 @@
-// Hash tables. Entries lie in chunks of one size in the order of their creation and never move; an
-// index of {hash, entry number} finds them. One implementation serves the three kinds of key:
+// Hash tables. Entries lie in chunks in the order of their creation and never move; an index of
+// {hash, entry number} finds them. One implementation serves the three kinds of key:
 //   - fixed length: the key's bytes lie in the entry,
 //   - integer: a fixed-length key of 8 bytes,
 //   - text: the entry holds a pointer to the text, which is copied into an area of the table.
-// An entry is the key, padding, the data; an entry of 8 bytes of key and 16 of data takes 24 bytes
-// and 10 to 21 in the index.
+// An entry is the key, padding and the data; one with 8 bytes of key and 16 of data takes 24 bytes,
+// and 11 to 21 in the index. Each chunk is twice as large as the one before it, so that a table of
+// any size takes few blocks from the heap.
 #include <norviktdm/runtime.h>
 #include <sys/auxv.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 
@@ -21,9 +23,9 @@ using runtime::index_slot;
 
 struct hash_table {
     hash_index index;
-    char **chunks;  // owned, each with 1 << chunk_bits entries
-    uint32_t chunk_count, chunk_capacity;
-    uint32_t chunk_bits;
+    std::array<char *, 32> chunks;  // owned; chunk c has room for 1 << (first_chunk_bits + c)
+    uint32_t chunk_count;
+    uint32_t first_chunk_bits;
     uint32_t growth_shift;  // log2 of the factor by which a small index grows
     size_t key_size, data_offset, entry_size;
     uint64_t seed;
@@ -32,11 +34,10 @@ struct hash_table {
 
 namespace {
 
-constexpr size_t chunk_bytes = size_t{32} << 10;
+constexpr size_t first_chunk_bytes = size_t{8} << 10;
 constexpr size_t text_block_bytes = 8000;
-constexpr uint32_t first_chunk_capacity = 16;
 // Beyond this size the index only doubles, so that its free slots stay few.
-constexpr uint32_t small_index_bits = 14;
+constexpr uint32_t small_index_bits = 20;
 constexpr uint32_t most_growth_shift = 4;
 
 struct entry_result {
@@ -59,8 +60,8 @@ void lay_out_entries(hash_table *t, size_t key_size, size_t data_size) {
     t->data_offset = round_up(key_size, data_alignment);
     t->entry_size = std::max<size_t>(
         round_up(t->data_offset + data_size, std::max(alignment_of(key_size), data_alignment)), 1);
-    while (t->entry_size << (t->chunk_bits + 1) <= chunk_bytes) {
-        ++t->chunk_bits;
+    while (t->entry_size << (t->first_chunk_bits + 1) <= first_chunk_bytes) {
+        ++t->first_chunk_bits;
     }
 }
 
@@ -78,22 +79,26 @@ hash_table *create_table(uint32_t buckets, size_t data_size, size_t key_size) {
     return t;
 }
 
+/// Where an entry lies: chunk c begins with entry ((1 << c) - 1) << first_chunk_bits.
+struct entry_place {
+    uint32_t chunk;
+    size_t within;
+};
+
+entry_place place_of(const hash_table *t, uint32_t number) {
+    const auto chunk =
+        static_cast<uint32_t>(std::bit_width((number >> t->first_chunk_bits) + 1)) - 1;
+    return {.chunk = chunk, .within = number - (((size_t{1} << chunk) - 1) << t->first_chunk_bits)};
+}
+
 char *entry_at(const hash_table *t, uint32_t number) {
-    const uint32_t within = number & ((1U << t->chunk_bits) - 1);
-    return t->chunks[number >> t->chunk_bits] + within * t->entry_size;
+    const entry_place place = place_of(t, number);
+    return t->chunks[place.chunk] + place.within * t->entry_size;
 }
 
 bool add_chunk(hash_table *t) {
-    if (t->chunk_count == t->chunk_capacity) {
-        const uint32_t capacity = std::max(first_chunk_capacity, t->chunk_capacity * 2);
-        void *grown = mem_realloc(t->chunks, capacity * sizeof(char *));
-        if (grown == nullptr) {
-            return false;
-        }
-        t->chunks = static_cast<char **>(grown);
-        t->chunk_capacity = capacity;
-    }
-    auto *chunk = static_cast<char *>(mem_malloc(t->entry_size << t->chunk_bits));
+    const size_t entries = size_t{1} << (t->first_chunk_bits + t->chunk_count);
+    auto *chunk = static_cast<char *>(mem_malloc(entries * t->entry_size));
     if (chunk == nullptr) {
         return false;
     }
@@ -106,7 +111,7 @@ bool add_chunk(hash_table *t) {
 enum class room { ready, rebuilt, none };
 
 room make_room(hash_table *t) {
-    if (t->index.used >> t->chunk_bits == t->chunk_count && !add_chunk(t)) {
+    if (place_of(t, t->index.used).chunk == t->chunk_count && !add_chunk(t)) {
         return room::none;
     }
     if (t->index.used < t->index.limit) {
@@ -300,7 +305,6 @@ void ht_delete(hash_table **t) {
     for (uint32_t i = 0; i < (*t)->chunk_count; ++i) {
         mem_free((*t)->chunks[i]);
     }
-    mem_free((*t)->chunks);
     free_index(&(*t)->index);
     mem_area_delete(&(*t)->texts);
     mem_free(*t);
