@@ -294,6 +294,9 @@ int ht_str_lookup(hash_table *t, const char *key, void **stored_key, void **data
 }
 
 void ht_set_dynamic(hash_table *t, uint32_t growth_factor) {
+    if (t == nullptr) {
+        return;
+    }
     const auto shift = static_cast<uint32_t>(std::bit_width(growth_factor));
     t->growth_shift = std::clamp(shift, 2U, most_growth_shift + 1) - 1;
 }
