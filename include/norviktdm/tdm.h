@@ -201,30 +201,172 @@ NORVIK_API int tdm_get_cont_info(const char *container_path, const char *output_
  *  @returns 0; 2 when the container does not exist (nothing printed); 1 on any other failure. */
 NORVIK_API int tdm_dump_container(const char *container_path, int32_t check_printable);
 
-/* ---- Sessions and engine ---- */
+/* ---- Sessions and engine ----
+ *
+ * A session compares file 0, the base, with up to 31 others. Order of calls: create; set the
+ * operation context and ignore-blanks if wanted; compare, once; then line texts, the difference
+ * stream and merges; destroy. The files stay open until then and must not change. File indices
+ * count from 0 in the order of the names. A null session gives the failure result and no message.
+ */
+
 typedef struct tdm_session tdm_session;
+
+/** Opens a session on regular files. The environment variable VT_LANG_CODESET (EUC, SJIS, or
+ *  anything else for "detect it") switches the conversion of line texts to the locale's codeset on.
+ *  @param nfiles  0 to 32; a comparison needs 2.
+ *  @param names   nfiles paths, the base first; copied.
+ *  @param out     receives the session, which the caller destroys, or null on failure.
+ *  @returns 0; or 1 after reporting a file that cannot be used, too many files or missing memory.
+ */
 NORVIK_API int tdm_create_session(int nfiles, const char *const *names, tdm_session **out);
+
+/** Names what the session is for, in messages about files that are not text. Before tdm_compare.
+ *  The operation "create_version" switches codeset conversion off and keeps lines apart that differ
+ *  but have the same line hash.
+ *  @param op_flag  nonzero: op_name is an operation; 0: a program.
+ *  @param op_name  copied; may be null. */
 NORVIK_API void tdm_set_operation_context(tdm_session *s, int op_flag, const char *op_name);
+
+/** Closes the files and frees everything the session owns, itself included. Null is accepted.
+ *  @returns 0. */
 NORVIK_API int tdm_destroy_session(tdm_session *s);
+
+/** Reads one line of a file's middle, the part between the head and the tail that all files share,
+ *  again. Lines in order are cheap.
+ *  @param line_number  from 1, in the whole file.
+ *  @returns the line, newline kept, NUL-terminated, in the locale's codeset when conversion is on;
+ *           valid until the next line of that file or the next conversion; not the caller's. Null,
+ *           without a message, for a file or line that is not there or not in the middle; null
+ * after reporting a failed read. */
 NORVIK_API const char *tdm_get_line_text(tdm_session *s, int file_index, int line_number);
+
+/** Converts a text between codesets.
+ *  @param handle    a converter of cs_init_language.
+ *  @param text      `len` bytes and a NUL.
+ *  @param buf       address of the caller's buffer, grown with mem_realloc; null: none yet.
+ *  @param buf_size  address of its size in bytes.
+ *  @param out_len   receives the length of the result, 0 when there is none.
+ *  @returns *buf with the converted text and a NUL; or null when there is nothing to convert (a
+ * code is 0, or both are equal), without memory, or after reporting a text that cannot be
+ *           converted. */
 NORVIK_API char *tdm_convert_codeset(void *handle, uint32_t from_codeset, uint32_t to_codeset,
                                      const char *text, uint32_t len, char **buf, uint64_t *buf_size,
                                      uint64_t *out_len);
+
+/** Tells the codesets of the files' text and of the locale; 0: not known. Null out-pointers are
+ *  accepted. @returns 1 when line texts are converted, else 0. */
 NORVIK_API uint32_t tdm_get_codeset_info(tdm_session *s, uint32_t *file_codeset,
                                          uint32_t *locale_codeset);
+
+/** The first half of tdm_compare, which hosts call instead: reads all files and classes their
+ * lines. Works once a session.
+ *  @param identical  receives 1 when all files are the same, else 0.
+ *  @returns 0; or 1 after reporting the failure, and silently on a session that was entered before,
+ *           which stays as it was. */
 NORVIK_API int tdm_engine_enter(tdm_session *s, int *identical);
+
+/** Reads and compares all files with the base. Works once a session.
+ *  @param identical  receives 1 when all files are the same (there is no difference stream then),
+ *                    else 0.
+ *  @returns 0; or 1 after reporting the failure, and silently on a session that was compared
+ * before, which stays as it was. */
 NORVIK_API int tdm_compare(tdm_session *s, int *identical);
+
+/** Pairs the equal lines of two files' middles; tdm_compare does it for the base and each file.
+ *  @param i, j             file indices.
+ *  @param map_i, count_i   receive, for every middle line of i (from 0), the index of its partner
+ * in j, or -1 when its text is not in j, or -2 when it is but stayed alone; and the number of
+ * entries. The caller frees the map with tdm_engine_free_map, also on failure when it was stored.
+ *  @param map_j, count_j   the same the other way round.
+ *  @returns 0; 1 on a bad index (told on standard output) and, silently, without memory. */
 NORVIK_API int tdm_engine_match(tdm_session *s, int i, int j, int32_t **map_i, uint64_t *count_i,
                                 int32_t **map_j, uint64_t *count_j);
+
+/** Frees a map of tdm_engine_match. Null is accepted. */
 NORVIK_API void tdm_engine_free_map(int32_t *map);
 
-/* ---- Difference stream ---- */
+/* ---- Difference stream ----
+ *
+ * After a comparison that found differences. The blocks walk the base from its front: for each
+ * stretch of it first what is inserted before it, by any file, then for each file one block that
+ * deals with the stretch. Text that moved is told twice, as kind 4 where it stands now and as kind
+ * 5 where it stood. The lines of the common head and tail are in no block. */
+
+/** Starts a stream over the compared session; a stream under way is given up.
+ *  @param head_lines, tail_lines  receive the lines that all files share at the front and the end.
+ *  @returns 0. */
 NORVIK_API int tdm_init_diff_stream(tdm_session *s, uint64_t *head_lines, uint64_t *tail_lines);
+
+/** Gives the next difference.
+ *  @param end_of_stream  receives 1 when there is none any more (the block then means nothing),
+ * else 0.
+ *  @returns 0; 1 when the comparison failed. Prints nothing. */
 NORVIK_API int tdm_get_next_diff(tdm_session *s, uint32_t *end_of_stream, diff_block *block);
+
+/** Tells the bytes that the common head and tail take up in one file.
+ *  @returns 0; 1, silently and with nothing stored, when there is no such file. */
 NORVIK_API int tdm_get_unchanged_bytes(tdm_session *s, uint32_t file_index, uint64_t *head_bytes,
                                        uint64_t *tail_bytes);
+
+/** Tells whether a file has the same text as the base (1) or not (0). File 0 has 1 unless all files
+ *  are identical. @returns 0; 1, silently, when there is no such file. */
 NORVIK_API int tdm_is_same_as_base(tdm_session *s, int file_index, uint32_t *flag);
+
+/** Makes the session compare lines without regard to white space. Before tdm_compare; it cannot be
+ *  taken back. */
 NORVIK_API void tdm_set_ignore_blanks(tdm_session *s);
+
+/* ---- Merge ----
+ *
+ * Merges what files 1 and up of a compared session changed into the base. Order of calls: start a
+ * difference stream; tdm_merge_init_report; tdm_merge_queue_diff with every block of the stream,
+ * in its order; tdm_merge_term. The report's lines are printed at severity 0. One merge decides at
+ * a time. The session must outlive the merge. */
+
+typedef struct merge_report merge_report;
+
+/** Writes the text of one decision to wherever the host wants it.
+ *  @param base_text  1: the base text of the block's region; 0: the block's lines in its own file.
+ *  @param automatic  1: decided without asking.
+ *  @returns 0; nonzero after reporting a failure, which ends the decision. */
+typedef int (*tdm_output_proc)(merge_report *r, tdm_session *s, const diff_block *b, int base_text,
+                               int automatic);
+
+/** Asks the user whether to apply a difference. Answers: 4 yes, 8 no, 1 abort the merge; anything
+ *  else counts as no.
+ *  @param default_answer  4, or 8 once a difference of the same place was accepted. */
+typedef uint64_t (*tdm_ask_proc)(tdm_session *s, const diff_block *b, uint64_t default_answer);
+
+/** Starts a merge: creates the output file and writes the lines that all files begin with.
+ *  @param output_path  must not exist yet; kept until tdm_merge_term. Not used with `output`.
+ *  @param mq           0: decide automatically where it can be done, else ask; 1 or 4: ask always;
+ * 2: never ask, abort instead; 3: automatic only where the last file agrees.
+ *  @param ask          null: ask on the terminal.
+ *  @param output       null: write to output_path. Otherwise no file is created and the host writes
+ *                      the common head and tail itself.
+ *  @param source_file  the file that common text is copied from; not a file index: the base.
+ *  @returns the merge, ended and freed by tdm_merge_term; or null after the failure was reported (a
+ *           null session excepted). An output file that was created stays when its head could not
+ * be written. */
+NORVIK_API merge_report *tdm_merge_init_report(tdm_session *s, const char *output_path, int mq,
+                                               tdm_ask_proc ask, tdm_output_proc output,
+                                               int source_file);
+
+/** Takes the next block of the stream; decides and writes what came before when it is complete.
+ *  @param b  copied.
+ *  @returns 0; 1 when the user aborted, no decision was possible or writing failed, all reported:
+ *           what was to be decided is still pending, and tdm_merge_term decides it again. 1,
+ * silently, for a null argument or a block of no file. */
+NORVIK_API int tdm_merge_queue_diff(merge_report *r, const diff_block *b);
+
+/** Ends a merge and frees it: decides and writes what is left, or gives it up.
+ *  @param abandon  nonzero: remove the output.
+ *  @returns 0 when the output is complete; 1 on abandon or after the failure was reported: an
+ * output file that the merge created is removed. */
+NORVIK_API int tdm_merge_term(merge_report *r, int abandon);
+
+/** Changes the query mode for the decisions that follow. */
+NORVIK_API void tdm_merge_change_mq(merge_report *r, int mq);
 
 #ifdef __cplusplus
 }

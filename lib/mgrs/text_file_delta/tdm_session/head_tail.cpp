@@ -8,7 +8,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <optional>
 
 #include "messages/messages.h"
 #include "tdm_session/line_reader.h"
