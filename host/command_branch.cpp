@@ -56,9 +56,13 @@ int run_branch(const command_context &context, const branch_options &options) {
         write_branch(change, options, *point, fresh) != status_done) {
         return status_trouble;
     }
-    const added_records added{fresh.id, added_header(change.old, fresh, &branch), false, {}};
-    const int status = change.replacement.commit(
-        [&](int descriptor) { return prove_addition(change.old, descriptor, added); });
+    const added_records added{number, 0,
+                              status_record_text(change.old, true) + version_record_text(fresh) +
+                                  branch_record_text(branch)};
+    const int status = change.replacement.commit([&](int descriptor) {
+        container_view view;
+        return prove_addition(change.old, descriptor, added, &view);
+    });
     if (status == status_done && !context.quiet) {
         standard_output().write(options.name + "@0\n");
     }

@@ -45,11 +45,15 @@ int store(const container_change &change, const checkin_plan &plan, const versio
 int commit(container_change &change, const checkin_plan &plan, const version_record &fresh,
            const std::string &text) {
     const branch_record branch{plan.branch, plan.id.branch, plan.predecessor};
-    const std::string header =
-        added_header(change.old, fresh, plan.adds_branch ? &branch : nullptr);
-    const added_records added{plan.id, header, true, text};
-    return change.replacement.commit(
-        [&](int descriptor) { return prove_addition(change.old, descriptor, added); });
+    const added_records added{plan.id.branch, plan.id.number,
+                              status_record_text(change.old, plan.adds_branch) +
+                                  version_record_text(fresh) +
+                                  (plan.adds_branch ? branch_record_text(branch) : "")};
+    return change.replacement.commit([&](int descriptor) {
+        container_view view;
+        const int status = prove_addition(change.old, descriptor, added, &view);
+        return status == status_done ? prove_text(view, plan.id, text) : status;
+    });
 }
 
 int run_checkin(const command_context &context, const checkin_options &options) {

@@ -33,8 +33,9 @@ int prove_new_container(const std::string &name, int descriptor, const create_op
     }
     container_view none;
     none.format = known_formats;
-    std::string expected = added_header(none, version_record{version, {0, 0}, time}, nullptr);
-    expected += "^B " + options.branch + " 0 0 0\n^E " + element + "\n";
+    const std::string expected =
+        status_record_text(none, false) + version_record_text({version, {0, 0}, time}) +
+        branch_record_text({options.branch, 0, {0, 0}}) + "^E " + element + "\n";
     if (bytes.view() != expected) {
         say_of_file(name, "the new container is refused: it does not read back as written");
         return status_trouble;

@@ -10,6 +10,7 @@ void register_branch(CLI::App &app, command_context &context);
 void register_checkin(CLI::App &app, command_context &context);
 void register_checkout(CLI::App &app, command_context &context);
 void register_create(CLI::App &app, command_context &context);
+void register_import(CLI::App &app, command_context &context);
 void register_list(CLI::App &app, command_context &context);
 
 std::span<const command_entry> command_table() {
@@ -19,6 +20,7 @@ std::span<const command_entry> command_table() {
         command_entry{"checkout", "Write the text of a version", register_checkout},
         command_entry{"annotate", "Show which version brought each line", register_annotate},
         command_entry{"branch", "Make a branch off a version", register_branch},
+        command_entry{"import", "Store many files as consecutive versions", register_import},
         command_entry{"list", "List branches and versions", register_list},
     };
     return table;

@@ -45,29 +45,49 @@ input_text::~input_text() {
     }
 }
 
-int input_text::read(const std::string &name) {
-    const bool standard = name == "-";
-    const std::string shown = standard ? "<stdin>" : name;
-    owned_descriptor opened;
-    if (!standard && open_to_read(name, &opened) != status_done) {
-        return status_trouble;
-    }
-    const int descriptor = standard ? STDIN_FILENO : opened.get();
+int input_text::read_descriptor(int descriptor, const std::string &name, bool &regular) {
     struct stat status {};
     if (fstat(descriptor, &status) != 0) {
-        return say_errno(shown, "cannot be read", errno);
+        return say_errno(name, "cannot be read", errno);
     }
-    const bool regular = S_ISREG(status.st_mode);
-    const int error =
-        read_to_end(descriptor, regular ? static_cast<size_t>(status.st_size) : 0, text_);
-    if (error != 0) {
-        return say_errno(shown, "cannot be read", error);
+    regular = S_ISREG(status.st_mode);
+    const size_t expected = regular ? static_cast<size_t>(status.st_size) : 0;
+    const int error = read_to_end(descriptor, expected, text_);
+    return error == 0 ? int{status_done} : say_errno(name, "cannot be read", error);
+}
+
+int input_text::read(const std::string &name) {
+    bool regular = false;
+    if (name == "-") {
+        const int status = read_descriptor(STDIN_FILENO, "<stdin>", regular);
+        return status == status_done ? put_into_temporary_file("<stdin>") : status;
     }
-    if (!standard && regular) {
-        path_ = name;
-        return status_done;
+    owned_descriptor opened;
+    if (open_to_read(name, &opened) != status_done ||
+        read_descriptor(opened.get(), name, regular) != status_done) {
+        return status_trouble;
     }
-    return put_into_temporary_file(shown);
+    path_ = name;
+    return regular ? int{status_done} : put_into_temporary_file(name);
+}
+
+int input_text::read_regular(const std::string &name) {
+    owned_descriptor opened;
+    bool regular = false;
+    if (open_to_read(name, &opened) != status_done ||
+        read_descriptor(opened.get(), name, regular) != status_done) {
+        return status_trouble;
+    }
+    path_ = name;
+    if (!regular) {
+        say_of_file(name, "is not a regular file");
+    }
+    return regular ? status_done : status_trouble;
+}
+
+int input_text::take(std::string text) {
+    text_ = std::move(text);
+    return put_into_temporary_file("<the version before>");
 }
 
 int input_text::put_into_temporary_file(const std::string &name) {

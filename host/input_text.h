@@ -18,12 +18,19 @@ public:
     // no regular file (a pipe) is put into a temporary file as well.
     [[nodiscard]] int read(const std::string &name);
 
+    // The same, for a regular file only.
+    [[nodiscard]] int read_regular(const std::string &name);
+
+    // Takes a text that comes from no file, and puts it into a temporary file.
+    [[nodiscard]] int take(std::string text);
+
     const std::string &text() const { return text_; }
 
     // The path of a file that holds the text.
     const std::string &path() const { return path_; }
 
 private:
+    [[nodiscard]] int read_descriptor(int descriptor, const std::string &name, bool &regular);
     [[nodiscard]] int put_into_temporary_file(const std::string &name);
 
     std::string text_;

@@ -84,14 +84,19 @@ void output_writer::flush() {
     buffer_.clear();
 }
 
+int output_writer::finish_keeping_open() {
+    flush();
+    const int error = std::exchange(error_, 0);
+    return error == 0 ? int{status_done} : say_errno(name_, "cannot write", error);
+}
+
 int output_writer::finish() {
     flush();
     if (descriptor_ >= 0 && close(descriptor_) != 0 && error_ == 0 && errno != EINTR) {
         error_ = errno;
     }
     descriptor_ = -1;
-    const int error = std::exchange(error_, 0);
-    return error == 0 ? status_done : say_errno(name_, "cannot write", error);
+    return finish_keeping_open();
 }
 
 output_writer &standard_output() {

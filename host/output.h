@@ -24,6 +24,9 @@ public:
     void flush();
     bool failed() const { return error_ != 0; }
 
+    // Flushes and leaves the descriptor open; 0, or status_trouble after a message.
+    int finish_keeping_open();
+
     // Flushes and closes the descriptor; 0, or status_trouble after a message.
     int finish();
 

@@ -33,45 +33,50 @@ size_t line_length(std::string_view text) {
     return newline == std::string_view::npos ? text.size() : newline + 1;
 }
 
-// The length of the new version's insertion or deletion record at the start of `text`, with the
-// lines that it inserts; 0 when something else stands there.
-size_t added_length(std::string_view text, version_id id) {
-    const size_t record = line_length(text);
-    const std::string_view line = text.substr(0, record);
-    const char kind = record_kind(line);
-    run_fields run;
-    if ((kind != 'I' && kind != 'D') || decode_run(line, &run) == spelling::malformed ||
-        run.branch != id.branch || run.version != id.number) {
-        return 0;
-    }
-    size_t length = record;
-    for (uint64_t i = 0; kind == 'I' && i < run.count; i++) {
-        const std::string_view rest = text.substr(length);
-        if (rest.empty() || !holds_text(record_kind(rest))) {
+// The length of the new records at the start of `text`, with the lines that they insert; 0 when
+// something else stands there. Within a new run only newer runs and deletions stand, so that its
+// end is where all lines counted by new insertions have been passed.
+size_t added_length(std::string_view text, const added_records &added) {
+    size_t length = 0;
+    uint64_t lines = 0;
+    do {
+        const std::string_view line = text.substr(length, line_length(text.substr(length)));
+        const char kind = record_kind(line);
+        run_fields run;
+        if (kind == 'I' || kind == 'D') {
+            if (decode_run(line, &run) == spelling::malformed || run.branch != added.branch ||
+                run.version < added.first) {
+                return 0;
+            }
+            lines += kind == 'I' ? run.count : 0;
+        } else if (line.empty() || lines == 0 || !holds_text(kind)) {
             return 0;
+        } else {
+            lines--;
         }
-        length += line_length(rest);
-    }
+        length += line.size();
+    } while (lines > 0);
     return length;
 }
 
-// Whether `added` without the records and lines of `id` is `old`. No such record stands in the old
+// Whether `fresh` without the new records and lines is `old`. No such record stands in the old
 // weave, so the two part inside the next one at the latest: what is equal is compared in large
 // blocks, and only the line where they part is looked at.
-bool differs_by_additions_only(std::string_view old, std::string_view added, version_id id) {
+bool differs_by_additions_only(std::string_view old, std::string_view fresh,
+                               const added_records &added) {
     for (;;) {
-        const size_t common = common_length(old, added);
-        if (common == old.size() && common == added.size()) {
+        const size_t common = common_length(old, fresh);
+        if (common == old.size() && common == fresh.size()) {
             return true;
         }
-        const size_t before = common == 0 ? std::string_view::npos : added.rfind('\n', common - 1);
+        const size_t before = common == 0 ? std::string_view::npos : fresh.rfind('\n', common - 1);
         const size_t start = before == std::string_view::npos ? 0 : before + 1;
-        const size_t length = added_length(added.substr(start), id);
+        const size_t length = added_length(fresh.substr(start), added);
         if (length == 0) {
             return false;
         }
         old.remove_prefix(start);
-        added.remove_prefix(start + length);
+        fresh.remove_prefix(start + length);
     }
 }
 
@@ -86,26 +91,28 @@ std::string printed(const char *format, ...) {
     return buffer;
 }
 
-int refused(const container_view &old, const char *reason) {
-    say_of_file(old.name, std::string("the new container is refused: ") + reason);
+int refused(const container_view &view, const char *reason) {
+    say_of_file(view.name, std::string("the new container is refused: ") + reason);
     return status_trouble;
 }
 
 }  // namespace
 
-std::string added_header(const container_view &old, const version_record &version,
-                         const branch_record *branch) {
-    std::string header = printed("^S %" PRIx64 " %" PRIx64 "\n", old.format,
-                                 old.highest_branch + (branch != nullptr ? 1 : 0));
+std::string status_record_text(const container_view &old, bool adds_branch) {
+    return printed("^S %" PRIx64 " %" PRIx64 "\n", old.format,
+                   old.highest_branch + (adds_branch ? 1 : 0));
+}
+
+std::string version_record_text(const version_record &version) {
     const std::string oid(version.oid);
-    header += printed("^V %s %" PRIx64 " %" PRIx64 " %" PRIx64 "\n", oid.c_str(), version.id.branch,
-                      version.id.number, version.time);
-    if (branch != nullptr) {
-        const std::string name(branch->oid);
-        header += printed("^B %s %" PRIx64 " %" PRIx64 " %" PRIx64 "\n", name.c_str(),
-                          branch->number, branch->parent.branch, branch->parent.number);
-    }
-    return header;
+    return printed("^V %s %" PRIx64 " %" PRIx64 " %" PRIx64 "\n", oid.c_str(), version.id.branch,
+                   version.id.number, version.time);
+}
+
+std::string branch_record_text(const branch_record &branch) {
+    const std::string oid(branch.oid);
+    return printed("^B %s %" PRIx64 " %" PRIx64 " %" PRIx64 "\n", oid.c_str(), branch.number,
+                   branch.parent.branch, branch.parent.number);
 }
 
 bool version_equals(const container_view &view, version_id id, std::string_view text) {
@@ -123,26 +130,28 @@ bool version_equals(const container_view &view, version_id id, std::string_view 
     return equal && rest.empty() && !broken;
 }
 
-int prove_addition(const container_view &old, int descriptor, const added_records &added) {
-    container_view fresh;
-    const int error = open_container(descriptor, old.name, &fresh);
+int prove_addition(const container_view &old, int descriptor, const added_records &added,
+                   container_view *fresh) {
+    const int error = open_container(descriptor, old.name, fresh);
     if (error != 0) {
         return say_errno(old.name, "the new container cannot be read", error);
     }
-    std::string_view bytes = fresh.bytes.view();
-    if (!fresh.header_damages.empty() || !bytes.starts_with(added.header)) {
+    std::string_view bytes = fresh->bytes.view();
+    if (!fresh->header_damages.empty() || !bytes.starts_with(added.header)) {
         return refused(old, "its header is not as it should be");
     }
     bytes.remove_prefix(added.header.size());
     std::string_view before = old.bytes.view();
     before.remove_prefix(line_length(before));
-    if (!differs_by_additions_only(before, bytes, added.id)) {
-        return refused(old, "it does not keep what the old one holds");
-    }
-    if (added.has_text && !version_equals(fresh, added.id, added.text)) {
-        return refused(old, "the version read back from it is not the text that was given");
-    }
-    return status_done;
+    return differs_by_additions_only(before, bytes, added)
+               ? int{status_done}
+               : refused(old, "it does not keep what the old one holds");
+}
+
+int prove_text(const container_view &fresh, version_id id, std::string_view text) {
+    return version_equals(fresh, id, text)
+               ? int{status_done}
+               : refused(fresh, "the version read back from it is not the text that was given");
 }
 
 }  // namespace host

@@ -1,8 +1,9 @@
-// Proves that a new container is the old one with one version (or a branch) added and nothing else
+// Proves that a new container is the old one with versions (or a branch) added and nothing else
 // changed, before it takes the old one's place.
 #ifndef TDM_HOST_PROOF_H
 #define TDM_HOST_PROOF_H
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -10,26 +11,27 @@
 
 namespace host {
 
-// What a change was to add.
+// The records that a change was to add.
 struct added_records {
-    version_id id;          // of the version that was added
-    std::string header;     // the lines before the old header: status, version and branch record
-    bool has_text = false;  // a check-in: `text` is the version's whole text
-    std::string_view text;
+    uint64_t branch = 0;
+    uint64_t first = 0;  // the versions of the branch from this number on are new
+    std::string header;  // the lines before the old header: status, version and branch records
 };
 
-// The lines that a change puts before the old header, in the form that the library writes them.
-// `branch` is null unless the change adds that branch.
-[[nodiscard]] std::string added_header(const container_view &old, const version_record &version,
-                                       const branch_record *branch);
+// The records of a header, in the form that the library writes them.
+[[nodiscard]] std::string status_record_text(const container_view &old, bool adds_branch);
+[[nodiscard]] std::string version_record_text(const version_record &version);
+[[nodiscard]] std::string branch_record_text(const branch_record &branch);
 
-// Opens the new container by `descriptor` and compares: its first lines are `added.header`; with
-// them, and with the new version's records and lines, taken out, the rest is the old container from
-// its second line on, byte for byte; the new version reconstructs to the text. Two passes over the
-// new container, at the speed of memory. Returns 0, or status_trouble after a message that names
-// the container as the old one.
+// Opens the new container by `descriptor` into `fresh` and compares: its first lines are
+// `added.header`; with them, and with the records and lines of the new versions, taken out, the
+// rest is the old container from its second line on, byte for byte. At the speed of memory.
+// Returns 0, or status_trouble after a message that names the container as the old one.
 [[nodiscard]] int prove_addition(const container_view &old, int descriptor,
-                                 const added_records &added);
+                                 const added_records &added, container_view *fresh);
+
+// Proves that the version reads back as `text`; 0, or status_trouble after a message.
+[[nodiscard]] int prove_text(const container_view &fresh, version_id id, std::string_view text);
 
 // Whether the version's text, by its lineage, is exactly `text`. A container that cannot be walked
 // is not.

@@ -1,0 +1,235 @@
+// tdm import: many files, each the next version, in one run.
+//
+// The versions are woven into one weave in memory (import_weave.h), which is written once, proven
+// version by version and put in the container's place: all or nothing.
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "checkin_plan.h"
+#include "cli.h"
+#include "container_change.h"
+#include "history_proof.h"
+#include "import_list.h"
+#include "import_weave.h"
+#include "input_text.h"
+#include "output.h"
+#include "progress.h"
+#include "proof.h"
+#include "random_oid.h"
+#include "structure.h"
+#include "time_option.h"
+#include "version_edit.h"
+
+namespace host {
+
+namespace {
+
+struct import_options {
+    std::string container;
+    std::vector<std::string> files;
+    std::string list;
+    std::string branch;
+    std::string from;
+    bool allow_same = false;
+    time_option time;
+};
+
+// A version as it is woven in; its file is read again for the proof.
+struct imported_version {
+    std::string oid;
+    uint64_t time;
+    uint64_t number;
+    const std::string *path;
+};
+
+struct import_run {
+    import_run(const command_context &frame, const import_options &chosen)
+        : context(frame), options(chosen), change(frame) {}
+
+    const command_context &context;
+    const import_options &options;
+    container_change change;
+    checkin_plan plan;
+    std::vector<version_id> lineage;  // of the text before the first imported version
+    std::vector<import_item> items;
+    std::vector<imported_version> versions;
+};
+
+int collect_items(import_run &run) {
+    uint64_t time = 0;
+    if (run.options.time.get(time) != status_done) {
+        return status_trouble;
+    }
+    for (const std::string &file : run.options.files) {
+        run.items.push_back({file, time});
+    }
+    if (!run.options.list.empty() && read_import_list(run.options.list, run.items) != status_done) {
+        return status_trouble;
+    }
+    return run.items.empty() ? usage_error("import", "no files given") : int{status_done};
+}
+
+// The text that the first imported version is compared with.
+int read_predecessor(import_run &run, input_text &text) {
+    std::string bytes;
+    const auto broken = walk_version(run.change.old, run.lineage, [&bytes](std::string_view piece) {
+        bytes += piece;
+        return true;
+    });
+    return broken ? int{status_trouble} : text.take(std::move(bytes));
+}
+
+// Weaves all files in, one after the other.
+int weave_all(import_run &run, import_weave &weave, progress &bar) {
+    auto before = std::make_unique<input_text>();
+    if (read_predecessor(run, *before) != status_done) {
+        return status_trouble;
+    }
+    version_id id = run.plan.id;
+    for (size_t i = 0; i < run.items.size(); i++) {
+        const import_item &item = run.items[i];
+        auto next = std::make_unique<input_text>();
+        if (next->read_regular(item.path) != status_done) {
+            return status_trouble;
+        }
+        const bool same = next->text() == before->text();
+        if (same && !run.options.allow_same) {
+            say_of_file(item.path, "not stored: the text is that of the version before");
+            continue;
+        }
+        std::string oid;
+        if (random_oid(oid) != status_done ||
+            (!same && weave_version(weave, id, before->path(), next->path(), item.path,
+                                    next->text()) != status_done)) {
+            return status_trouble;
+        }
+        run.versions.push_back({oid, item.time, id.number, &item.path});
+        id.number++;
+        before = std::move(next);
+        bar.at(i);
+    }
+    return status_done;
+}
+
+std::string new_header(const import_run &run) {
+    const checkin_plan &plan = run.plan;
+    std::string header = status_record_text(run.change.old, plan.adds_branch);
+    for (size_t i = run.versions.size(); i-- > 0;) {
+        const imported_version &version = run.versions[i];
+        header += version_record_text(
+            version_record{version.oid, {plan.id.branch, version.number}, version.time});
+    }
+    if (plan.adds_branch) {
+        header += branch_record_text({plan.branch, plan.id.branch, plan.predecessor});
+    }
+    return header;
+}
+
+int write_container(import_run &run, const std::string &header, const import_weave &weave) {
+    const container_view &old = run.change.old;
+    const std::string_view bytes = old.bytes.view();
+    const size_t second_line = bytes.find('\n') + 1;
+    std::string out = header;
+    out += bytes.substr(second_line, old.weave_offset - second_line);
+    weave.append_to(out);
+    output_writer writer(run.change.replacement.temporary_descriptor(), run.options.container);
+    writer.write(out);
+    return writer.finish_keeping_open();
+}
+
+// Reads every file again and compares it with its version.
+int prove_all(const import_run &run, const added_records &added, int descriptor, progress &bar) {
+    container_view fresh;
+    const int status = prove_addition(run.change.old, descriptor, added, &fresh);
+    if (status != status_done) {
+        return status;
+    }
+    const history_proof proof(fresh, run.lineage, added.branch, added.first);
+    for (size_t i = 0; i < run.versions.size(); i++) {
+        const imported_version &version = run.versions[i];
+        input_text text;
+        if (text.read_regular(*version.path) != status_done) {
+            return status_trouble;
+        }
+        if (!proof.equals(version.number, text.text())) {
+            say_of_file(*version.path, "is not what the new container holds; nothing is imported");
+            return status_trouble;
+        }
+        bar.at(run.items.size() + i);
+    }
+    return status_done;
+}
+
+int import_all(import_run &run) {
+    progress bar(run.context, "importing", run.items.size() * 2);
+    if (!lineage_of(run.change.old, run.plan.predecessor, &run.lineage)) {
+        say_of_file(run.options.container, "the branch cannot be traced to its origin");
+        return status_trouble;
+    }
+    import_weave weave(run.change.old, run.lineage);
+    if (weave_all(run, weave, bar) != status_done) {
+        return status_trouble;
+    }
+    if (run.versions.empty()) {
+        say_of_file(run.options.container, "nothing to store");
+        return status_negative;
+    }
+    const added_records added{run.plan.id.branch, run.plan.id.number, new_header(run)};
+    if (run.change.replacement.begin() != status_done ||
+        write_container(run, added.header, weave) != status_done) {
+        return status_trouble;
+    }
+    return run.change.replacement.commit(
+        [&](int descriptor) { return prove_all(run, added, descriptor, bar); });
+}
+
+int run_import(const command_context &context, const import_options &options) {
+    import_run run(context, options);
+    if (collect_items(run) != status_done || run.change.open(options.container) != status_done ||
+        plan_checkin(run.change.old, options.branch, options.from, &run.plan) != status_done) {
+        return status_trouble;
+    }
+    const int status = import_all(run);
+    if (status == status_done && !context.quiet) {
+        for (const imported_version &version : run.versions) {
+            standard_output().printf("%s@%llu\n", run.plan.branch.c_str(),
+                                     static_cast<unsigned long long>(version.number));
+        }
+    }
+    return status;
+}
+
+}  // namespace
+
+void register_import(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<import_options>();
+    context.take("CONTAINER", options->container, "The container to change");
+    context.take_list("FILE", options->files, false, "The texts, oldest first");
+    app.add_option("--from-list", options->list,
+                   "Take the files from LIST: a name, a blank and a time a line")
+        ->option_text("LIST");
+    app.add_option("--branch", options->branch, "The branch (default: main, or the only one)")
+        ->option_text("NAME");
+    app.add_option("--from", options->from, "Start the new branch off this version")
+        ->option_text("VERSION");
+    options->time.declare(app);
+    app.add_flag("--allow-same", options->allow_same,
+                 "Store a version whose text is that of the one before");
+    add_replace_options(app, context, "Go on when the file's owner or group cannot be kept");
+    context.details =
+        "Each FILE becomes the next version; the container is the same as after checking them in\n"
+        "one by one. All or nothing: the container is replaced once, when every version has been\n"
+        "read back and compared. Prints the names of the new versions.";
+    context.exit_codes =
+        "0 stored; 1 nothing to store; 2 wrong usage or trouble, nothing is changed.";
+    context.examples = {"tdm import notes.tdm old/notes-1.txt old/notes-2.txt",
+                        "tdm import notes.tdm --from-list versions.list"};
+    context.run = [&context, options] { return run_import(context, *options); };
+}
+
+}  // namespace host
