@@ -1,0 +1,64 @@
+// A container with a random branching history, made through the library, beside a model that keeps
+// every text whole.
+#ifndef TDM_TESTS_HOST_RANDOM_HISTORY_H
+#define TDM_TESTS_HOST_RANDOM_HISTORY_H
+
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "container_view.h"
+
+namespace host_tests {
+
+std::string read_file(const std::string &path);
+void write_file(const std::string &path, std::string_view bytes);
+
+// A folder of its own under the temporary folder, removed with all that is in it.
+class scratch_folder {
+public:
+    scratch_folder();
+    ~scratch_folder();
+    scratch_folder(const scratch_folder &) = delete;
+    scratch_folder &operator=(const scratch_folder &) = delete;
+    std::string operator/(const std::string &name) const { return path_ + "/" + name; }
+
+private:
+    std::string path_;
+};
+
+struct modelled_version {
+    std::string oid;
+    std::string text;
+    host::version_id predecessor;
+};
+
+class random_history {
+public:
+    explicit random_history(unsigned seed, int steps = 0);
+
+    // One check-in, new branch or check-in of the same text; fails the test when the library does.
+    void step();
+    std::string path() const { return folder_ / "container"; }
+    const scratch_folder &folder() const { return folder_; }
+    std::mt19937 &random() { return random_; }
+    // A number from 0 to `below` - 1.
+    unsigned pick(unsigned below) { return static_cast<unsigned>(random_() % below); }
+
+    std::map<host::version_id, modelled_version> versions;
+    std::vector<std::string> branches;  // by number
+    uint64_t time = 1000;
+
+private:
+    std::string changed(const std::string &text);
+    void store(uint64_t branch, const host::version_id &predecessor, const std::string &text);
+
+    std::mt19937 random_;
+    scratch_folder folder_;
+    unsigned next_oid_ = 0;
+};
+
+}  // namespace host_tests
+
+#endif
