@@ -53,6 +53,14 @@ void index_oids(const container_view &view) {
     }
 }
 
+void index_branches(const container_view &view) {
+    for (std::size_t i = 0; i < view.branches.size(); i++) {
+        if (!view.branches[i].deleted) {
+            view.branch_by_number.try_emplace(view.branches[i].number, i);
+        }
+    }
+}
+
 const version_record *newest_of_default_branch(const container_view &view, std::string *reason) {
     const branch_record *branch = find_branch(view, "main");
     if (branch == nullptr) {
@@ -201,12 +209,11 @@ const branch_record *find_branch(const container_view &view, std::string_view oi
 }
 
 const branch_record *find_branch(const container_view &view, uint64_t number) {
-    for (const branch_record &branch : view.branches) {
-        if (!branch.deleted && branch.number == number) {
-            return &branch;
-        }
+    if (view.branch_by_number.empty()) {
+        index_branches(view);
     }
-    return nullptr;
+    const auto found = view.branch_by_number.find(number);
+    return found == view.branch_by_number.end() ? nullptr : &view.branches[found->second];
 }
 
 const version_record *newest_version(const container_view &view, uint64_t branch) {

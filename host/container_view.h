@@ -91,6 +91,7 @@ struct container_view {
     // Looked up by the functions below, which fill them at their first use.
     mutable std::unordered_map<version_id, std::size_t, version_id_hash> by_id;
     mutable std::unordered_map<std::string_view, std::size_t> by_oid;
+    mutable std::unordered_map<uint64_t, std::size_t> branch_by_number;
 };
 
 // Opens and reads a container. Results: 0 (also for a damaged header: see header_damages), or the

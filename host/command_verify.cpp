@@ -1,0 +1,154 @@
+// tdm verify: is a container sound?
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli.h"
+#include "container_check.h"
+#include "json_text.h"
+#include "output.h"
+#include "progress.h"
+#include "random_oid.h"
+#include "terminal.h"
+
+namespace host {
+
+namespace {
+
+constexpr int verify_schema = 1;
+// Complaints told to people; the machine form has them all.
+constexpr std::size_t most_complaints = 100;
+
+struct verify_options {
+    std::vector<std::string> containers;
+};
+
+json_object describe_versions(const container_view &view, const container_check &check) {
+    json_object versions = json_object::array();
+    for (const version_record &version : view.versions) {
+        if (version.deleted) {
+            continue;
+        }
+        const uint32_t position = position_of(check.scan.tree, version.id);
+        const text_step &text = check.scan.totals[position];
+        json_object object;
+        set_text(object, "name", version_name(view, version.id));
+        set_text(object, "identifier", version.oid);
+        object["in_doubt"] = !is_trusted(check, version);
+        object["lines"] = text.lines;
+        object["bytes"] = text.bytes;
+        object["digest"] = hexadecimal(text.offset);
+        versions.push_back(std::move(object));
+    }
+    return versions;
+}
+
+json_object describe(const container_view &view, const container_check &check) {
+    json_object object;
+    set_text(object, "container", view.name);
+    object["sound"] = check.faults.empty();
+    object["complaints"] = json_object::array();
+    for (const weave_fault &fault : check.faults) {
+        json_object complaint;
+        complaint["line"] = fault.what.line;
+        set_text(complaint, "reason", fault.what.reason);
+        object["complaints"].push_back(std::move(complaint));
+    }
+    object["versions"] = describe_versions(view, check);
+    return object;
+}
+
+void tell_complaints(const container_view &view, const container_check &check) {
+    const std::size_t told = std::min(check.faults.size(), most_complaints);
+    for (std::size_t i = 0; i < told; i++) {
+        const damage &found = check.faults[i].what;
+        if (found.line == 0) {
+            say_of_file(view.name, found.reason);
+        } else {
+            say_of_line(view.name, found.line, found.reason);
+        }
+    }
+    if (told < check.faults.size()) {
+        say_of_file(view.name, std::to_string(check.faults.size() - told) +
+                                   " more complaints (--json has them all)");
+    }
+}
+
+void tell_summary(const container_view &view, const container_check &check) {
+    uint64_t live = 0;
+    uint64_t trusted = 0;
+    for (const version_record &version : view.versions) {
+        live += version.deleted ? 0 : 1;
+        trusted += is_trusted(check, version) ? 1 : 0;
+    }
+    std::string text = escape_name(view.name) + ": ";
+    const std::string count = std::to_string(live) + (live == 1 ? " version" : " versions");
+    if (check.faults.empty()) {
+        text += "sound, " + count;
+    } else {
+        const std::size_t faults = check.faults.size();
+        text += "unsound, " + std::to_string(faults) +
+                (faults == 1 ? " complaint" : " complaints") + ", " +
+                std::to_string(live - trusted) + " of " + count + " in doubt";
+    }
+    standard_output().write(text + "\n");
+}
+
+// Judges one container; with a document, describes it there and says nothing.
+int verify_one(const command_context &context, const std::string &name, json_object *document) {
+    container_view view;
+    if (const int error = open_container(name, &view); error != 0) {
+        if (document != nullptr) {
+            json_object object;
+            set_text(object, "container", name);
+            object["sound"] = nullptr;
+            document->push_back(std::move(object));
+        }
+        return say_errno(name, "cannot be read", error);
+    }
+    progress bar(context, "verifying", view.bytes.view().size());
+    const container_check check = check_container(
+        view, document != nullptr, [&](uint64_t bytes) { bar.at(view.weave_offset + bytes); });
+    if (document != nullptr) {
+        document->push_back(describe(view, check));
+    } else {
+        tell_complaints(view, check);
+        if (!context.quiet) {
+            tell_summary(view, check);
+        }
+    }
+    return check.faults.empty() ? status_done : status_negative;
+}
+
+int run_verify(const command_context &context, const verify_options &options) {
+    json_object document = json_document(verify_schema);
+    json_object &containers = document["containers"] = json_object::array();
+    int status = status_done;
+    for (const std::string &name : options.containers) {
+        status = std::max(status, verify_one(context, name, context.json ? &containers : nullptr));
+    }
+    if (context.json) {
+        print_json(document);
+    }
+    return status;
+}
+
+}  // namespace
+
+void register_verify(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<verify_options>();
+    context.take_list("CONTAINER", options->containers, true, "The containers to check");
+    add_json_option(app, context);
+    context.details =
+        "Checks every record and line of the container and reads the texts of all versions in\n"
+        "one pass. The format keeps no checksums: a byte of text that has become another one,\n"
+        "or a number that fits as well as the right one, cannot be seen. The digests that\n"
+        "--json prints for every version tell such changes apart when they are kept.";
+    context.exit_codes = "0 sound; 1 unsound; 2 could not tell.";
+    context.examples = {"tdm verify notes.tdm", "tdm verify --json *.tdm"};
+    context.run = [&context, options] { return run_verify(context, *options); };
+}
+
+}  // namespace host

@@ -1,0 +1,80 @@
+#include "container_check.h"
+
+#include <algorithm>
+#include <map>
+#include <string>
+
+#include "header_check.h"
+#include "terminal.h"
+
+namespace host {
+namespace {
+
+// The versions in which a line without newline is followed by more.
+struct broken_text {
+    const version_record *first = nullptr;
+    uint64_t versions = 0;
+};
+
+// An unterminated line is the last one of every version that holds it.
+void check_unterminated(const container_view &view, container_check *check) {
+    std::map<uint64_t, broken_text> by_line;
+    for (const version_record &version : view.versions) {
+        const uint32_t position = position_of(check->scan.tree, version.id);
+        const text_step &read = check->scan.totals[position];
+        if (!version.deleted && read.first_unended != 0 && read.first_unended != read.last_line) {
+            broken_text &broken = by_line[read.first_unended];
+            broken.first = broken.first == nullptr ? &version : broken.first;
+            broken.versions++;
+            check->in_doubt[position] = true;
+        }
+    }
+    for (const auto &[line, broken] : by_line) {
+        std::string names = escape_name(version_name(view, broken.first->id));
+        if (broken.versions > 1) {
+            names += " and of " + std::to_string(broken.versions - 1) + " more";
+        }
+        check->faults.push_back(
+            {{line, "a line without newline that is not the last one of " + names}, {}});
+    }
+}
+
+void mark_doubts(container_check *check) {
+    std::vector<int64_t> changes(check->in_doubt.size() + 1);
+    for (const weave_fault &fault : check->faults) {
+        changes[fault.doubt.first]++;
+        changes[fault.doubt.end]--;
+    }
+    int64_t doubts = 0;
+    for (std::size_t i = 0; i < check->in_doubt.size(); i++) {
+        doubts += changes[i];
+        check->in_doubt[i] = check->in_doubt[i] || doubts > 0;
+    }
+}
+
+}  // namespace
+
+container_check check_container(const container_view &view, bool fingerprints,
+                                const scan_progress &told) {
+    container_check check{scan_weave(view, fingerprints, told), {}, {}};
+    check.in_doubt.resize(check.scan.tree.versions.size());
+    check.faults = check_header(view, check.scan.tree);
+    check.faults.insert(check.faults.end(), check.scan.faults.begin(), check.scan.faults.end());
+    check_unterminated(view, &check);
+    std::stable_sort(
+        check.faults.begin(), check.faults.end(),
+        [](const weave_fault &a, const weave_fault &b) { return a.what.line < b.what.line; });
+    mark_doubts(&check);
+    return check;
+}
+
+bool is_trusted(const container_check &check, const version_record &version) {
+    const version_tree &tree = check.scan.tree;
+    const uint32_t position = position_of(tree, version.id);
+    const auto branch = tree.branches.find(version.id.branch);
+    return !version.deleted && position != no_position && !check.in_doubt[position] &&
+           branch != tree.branches.end() && branch->second.rooted &&
+           (version.id.branch == 0 || branch->second.record != nullptr);
+}
+
+}  // namespace host
