@@ -26,8 +26,11 @@ uint64_t known_formats = tdm::container_format;
 namespace tdm {
 namespace {
 
+/// White space of the current locale; what is white space everywhere is told without a call.
 bool is_space(char c) {
-    return std::isspace(static_cast<unsigned char>(c)) != 0;
+    const auto byte = static_cast<unsigned char>(c);
+    return byte == ' ' || (byte >= '\t' && byte <= '\r') ||
+           (byte >= 0x80 && std::isspace(byte) != 0);
 }
 
 /// Writes a record field by field; a failed write shows at the end.

@@ -28,9 +28,9 @@ int find_version_by_oid(container_input *c, const char *oid, version_number *ver
         }
         oid_buffer found;
         uint64_t created = 0;
-        if (tdm_cntutl_decode_cre_ver(c->in.line, found, &version->branch, &version->version,
+        if (tdm_cntutl_decode_cre_ver(c->line.data(), found, &version->branch, &version->version,
                                       &created) != 0) {
-            report_bad_record(c->in.file_name, c->in.line);
+            report_bad_record(c->in.file_name, c->line.data());
             return 1;
         }
         if (oid != nullptr && std::strcmp(found, oid) == 0) {

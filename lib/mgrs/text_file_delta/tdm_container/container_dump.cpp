@@ -24,41 +24,43 @@ void check_printable_bytes(const container_input *c, long line_number) {
     }
 }
 
-void print_record(const listed_record &r, const char *line) {
+void print_record(const listed_record &r, std::string_view text) {
+    const auto length = static_cast<int>(text.size());
+    const char *const line = text.data();
     const auto a = static_cast<long>(r.first);
     const auto b = static_cast<long>(r.second);
     const auto count = static_cast<long>(r.third);
     switch (r.kind) {
         case '#':
-            printf("[[Commented out record]] %s", line);
+            printf("[[Commented out record]] %.*s", length, line);
             return;
         case 'B':
-            printf("[[New branch: branch %ld created off branch %ld version %ld, oid %s]] %s", a, b,
-                   count, r.oid, line);
+            printf("[[New branch: branch %ld created off branch %ld version %ld, oid %s]] %.*s", a,
+                   b, count, r.oid, length, line);
             return;
         case 'D':
-            printf("[[Delete on branch %lu version %lu, %ld lines]] %s", r.first, r.second, count,
-                   line);
+            printf("[[Delete on branch %lu version %lu, %ld lines]] %.*s", r.first, r.second, count,
+                   length, line);
             return;
         case 'E':
-            printf("[[New element, oid %s]] %s", r.oid, line);
+            printf("[[New element, oid %s]] %.*s", r.oid, length, line);
             return;
         case 'I':
-            printf("[[Insert on branch %lu version %lu, %ld lines]] %s", r.first, r.second, count,
-                   line);
+            printf("[[Insert on branch %lu version %lu, %ld lines]] %.*s", r.first, r.second, count,
+                   length, line);
             return;
         case 'N':
-            printf("[[Text (no newline)]] %s", line);
+            printf("[[Text (no newline)]] %.*s", length, line);
             return;
         case 'Q':
-            printf("[[Text (quoted)    ]] %s", line);
+            printf("[[Text (quoted)    ]] %.*s", length, line);
             return;
         case 'V':
-            printf("[[New version: branch %ld, version %ld, created %08X, oid %s]] %s", a, b,
-                   static_cast<unsigned>(r.third), r.oid, line);
+            printf("[[New version: branch %ld, version %ld, created %08X, oid %s]] %.*s", a, b,
+                   static_cast<unsigned>(r.third), r.oid, length, line);
             return;
         default:
-            printf("[[Text (ordinary)  ]] %s", line);
+            printf("[[Text (ordinary)  ]] %.*s", length, line);
     }
 }
 
@@ -79,7 +81,7 @@ int dump_lines(container_input *c, bool check_printable) {
             ((r.kind == 'I' || r.kind == 'D') && read_listed_run(c, line_number, &r) != 0)) {
             return dump_failed;
         }
-        print_record(r, c->in.line);
+        print_record(r, c->line);
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "messages/messages.h"
 #include "tdm_container/codec.h"
@@ -13,7 +14,8 @@ namespace tdm {
 namespace {
 
 constexpr size_t stdio_buffer_size = size_t{1} << 17;
-constexpr int32_t line_buffer_size = 256;
+constexpr size_t block_size = size_t{1} << 17;
+constexpr int32_t first_capacity = 256;
 
 /// A large buffer for a stream that has not been used yet. Without one the stream is only slower.
 char *enlarge_buffer(FILE *stream) {
@@ -65,14 +67,98 @@ int check_not_read(const struct stat &target, const char *name, const container_
     return 0;
 }
 
+/// Puts back the byte that the current line's terminator stands in for.
+void release_line(container_input *c) {
+    if (c->terminator != nullptr) {
+        *c->terminator = c->behind_line;
+        c->terminator = nullptr;
+    }
+}
+
+/// NUL-terminates the current line. Left out for text: reading on over a byte just written is slow.
+void terminate_line(container_input *c) {
+    c->terminator = c->block + c->next;
+    c->behind_line = *c->terminator;
+    *c->terminator = '\0';
+}
+
+/// Where the first NUL from `from` on is.
+size_t find_nul(const container_input *c, size_t from) {
+    const void *found = std::memchr(c->block + from, '\0', c->filled - from);
+    return found == nullptr ? c->filled
+                            : static_cast<size_t>(static_cast<const char *>(found) - c->block);
+}
+
+/// Moves the unread rest to the front of the block and reads on behind it.
+/// @returns 0, `read_any` telling whether anything came; 1 after the failure was reported.
+int fill_block(container_input *c, bool *read_any) {
+    if (c->copy != nullptr && flush_copy(c->copy) != 0) {
+        return 1;
+    }
+    const size_t rest = c->filled - c->next;
+    std::memmove(c->block, c->block + c->next, rest);
+    c->block_offset += static_cast<off_t>(c->next);
+    c->next = 0;
+    size_t got = 0;
+    if (feof_unlocked(c->in.stream) == 0) {
+        got = fread_unlocked(c->block + rest, 1, block_size - rest, c->in.stream);
+    }
+    if (got == 0 && ferror_unlocked(c->in.stream) != 0) {
+        report_file_trouble(message::trouble_accessing, c->in.file_name);
+        return 1;
+    }
+    c->filled = rest + got;
+    c->nul = find_nul(c, 0);
+    *read_any = got != 0;
+    return 0;
+}
+
+/// The first newline from `from` on in the block, or null.
+const char *find_newline(const container_input *c, size_t from) {
+    return static_cast<const char *>(std::memchr(c->block + from, '\n', c->filled - from));
+}
+
+/// Makes `length` bytes the current line, once the reader's rules have passed them.
+/// @param at_eof  they are the last ones and have no newline.
+int take_line(container_input *c, size_t length, bool at_eof) {
+    char *const start = c->block + c->next;
+    const bool has_nul = c->nul < c->next + length;
+    const size_t text_length = has_nul ? c->nul - c->next : length;
+    // Without a newline only the byte behind the text tells that it ends there.
+    const size_t looked_at = text_length + (has_nul || at_eof ? 1 : 0);
+    const bool no_newline_line = length >= 3 && std::memcmp(start, "^N ", 3) == 0;
+    while (looked_at > static_cast<size_t>(c->in.capacity - 2)) {
+        const int capacity = next_line_capacity(c->in.capacity, no_newline_line);
+        if (capacity == 0) {
+            report_line_too_long(c->in.file_name);
+            return 1;
+        }
+        c->in.capacity = capacity;
+    }
+    if (has_nul &&
+        judge_nul(&c->in, at_eof, static_cast<uint64_t>(c->block_offset) + c->nul) != 0) {
+        return 1;
+    }
+    c->line = {start, text_length};
+    c->next += length;
+    if (*start == '^') {
+        terminate_line(c);
+    }
+    return 0;
+}
+
 }  // namespace
 
 container_input::~container_input() {
     if (in.stream != nullptr) {
         std::fclose(in.stream);
     }
-    mem_free(stdio_buffer);
-    mem_free(in.line);
+    mem_free(block);
+}
+
+line_copy::~line_copy() {
+    fwrite_unlocked(pending.data(), 1, pending.size(), o->out.stream);
+    c->copy = nullptr;
 }
 
 text_output::~text_output() {
@@ -90,12 +176,13 @@ int open_container(container_input *c, const char *path, const char *operation) 
     if (c->in.stream == nullptr) {
         return report_open_failure(path);
     }
-    c->stdio_buffer = enlarge_buffer(c->in.stream);
-    c->in.line = static_cast<char *>(mem_malloc(line_buffer_size));
-    if (c->in.line == nullptr) {
+    // The block is the only buffer; one byte more than it holds is for the last line's terminator.
+    setvbuf(c->in.stream, nullptr, _IONBF, 0);
+    c->block = static_cast<char *>(mem_malloc(block_size + 1));
+    if (c->block == nullptr) {
         return status_failed;
     }
-    c->in.capacity = line_buffer_size;
+    c->in.capacity = first_capacity;
     c->in.op_is_operation = 1;
     c->in.op_name = operation;
     c->in.file_name = path;
@@ -109,21 +196,38 @@ int open_container(container_input *c, const char *path, const char *operation) 
 }
 
 int next_line(container_input *c, bool *at_eof) {
-    size_t length = 0;
-    if (read_line(&c->in, &c->position, &length, at_eof) != 0) {
-        return 1;
+    release_line(c);
+    *at_eof = false;
+    const char *newline = find_newline(c, c->next);
+    for (size_t seen = c->filled - c->next; newline == nullptr; seen = c->filled - c->next) {
+        // More than any line may have: whatever follows, the line is refused.
+        const bool more = seen <= longest_line + no_newline_prefix;
+        bool read_any = false;
+        if (more && fill_block(c, &read_any) != 0) {
+            return 1;
+        }
+        if (!read_any) {
+            *at_eof = more && c->filled == c->next;
+            return *at_eof ? 0 : take_line(c, c->filled - c->next, more);
+        }
+        newline = find_newline(c, c->next + seen);
     }
-    c->line = {c->in.line, length};
-    return 0;
+    return take_line(c, static_cast<size_t>(newline - c->block) + 1 - c->next, false);
 }
 
 int rewind_container(container_input *c) {
-    if (fseeko(c->in.stream, 0, SEEK_SET) != 0) {
-        report_file_trouble(message::trouble_accessing, c->in.file_name);
-        return 1;
+    release_line(c);
+    if (c->block_offset != 0) {
+        if (fseeko(c->in.stream, 0, SEEK_SET) != 0) {
+            report_file_trouble(message::trouble_accessing, c->in.file_name);
+            return 1;
+        }
+        c->filled = 0;
+        c->block_offset = 0;
     }
     clearerr(c->in.stream);
-    c->position = 0;
+    c->next = 0;
+    c->nul = find_nul(c, 0);
     return 0;
 }
 
@@ -144,7 +248,10 @@ int find_status_control_record(container_input *c, uint64_t *format, uint64_t *h
     if (next_line(c, &at_eof) != 0) {
         return 1;
     }
-    const char *const line = c->in.line;
+    if (!at_eof && c->terminator == nullptr) {
+        terminate_line(c);
+    }
+    const char *const line = c->line.data();
     if (at_eof || !is_record(c->line, 'S') ||
         tdm_cntutl_decode_status(line, format, highest_branch) != 0) {
         report_bad_record(c->in.file_name, at_eof ? "<EOF>" : line);
@@ -215,6 +322,22 @@ int finish_output(text_output *o) {
         return status;
     }
     return close_output(o);
+}
+
+int flush_copy(line_copy *copy) {
+    const std::string_view pending = copy->pending;
+    copy->pending = {};
+    return pending.empty() ? 0 : write_text(copy->o, pending);
+}
+
+int copy_text(line_copy *copy, std::string_view text) {
+    if (copy->pending.data() + copy->pending.size() == text.data()) {
+        copy->pending = {copy->pending.data(), copy->pending.size() + text.size()};
+        return 0;
+    }
+    const int status = flush_copy(copy);
+    copy->pending = text;
+    return status;
 }
 
 int write_text(text_output *o, std::string_view bytes) {

@@ -14,8 +14,12 @@ inline constexpr int status_done = 0;
 inline constexpr int status_missing = 2;  // silent: a file or a directory of its path is not there
 inline constexpr int status_failed = -1;
 
-/// An open container. `line` is the line read last, its newline included and NUL-terminated; it is
-/// valid until the next read.
+struct line_copy;
+
+/// An open container, read in blocks. `line` is the line read last, its newline included; it lies
+/// in the block, is valid until the next read, and is NUL-terminated when it begins with `^`. Lines
+/// are accepted and refused as tdm_read_long_line does: `in.capacity` follows the size that its
+/// buffer would have.
 struct container_input {
     container_input() = default;
     container_input(const container_input &) = delete;
@@ -23,14 +27,19 @@ struct container_input {
     ~container_input();
 
     line_stream in{};
-    off_t position = 0;  // offset of the next line
     std::string_view line;
-    char *stdio_buffer = nullptr;
+    char *block = nullptr;       // owned
+    size_t next = 0;             // in the block: the first byte behind the current line
+    size_t filled = 0;           // in the block: the first byte behind what was read
+    size_t nul = 0;              // in the block: the first NUL at or behind `next`, or `filled`
+    char *terminator = nullptr;  // of the current line; stands in for the byte behind it
+    char behind_line = '\0';     // that byte
+    off_t block_offset = 0;      // of the block in the file
+    line_copy *copy = nullptr;   // lines of the block that are still to be written
 };
 
-/// Opens `path` for reading, takes its size from the open file and gives it a 256-byte line buffer.
-/// @returns 0, 2 or -1; a failure is reported, except the 2 and a line buffer that is not to be
-/// had.
+/// Opens `path` for reading and takes its size from the open file.
+/// @returns 0, 2 or -1; a failure is reported, except the 2 and a block that is not to be had.
 [[nodiscard]] int open_container(container_input *c, const char *path, const char *operation);
 
 /// Reads the next line. @returns 0, or 1 after the failure was reported.
@@ -80,6 +89,25 @@ void adopt_stream(text_output *o, FILE *stream, const char *file_name, const cha
 
 /// Closes the output without forcing it to disk. @returns 0, or -1 (reported).
 [[nodiscard]] int close_output(text_output *o);
+
+/// Writes lines of a container to an output, neighbours by one call. What is left over when the
+/// copy ends early is written by its destructor.
+struct line_copy {
+    line_copy(container_input *from, text_output *to) : c(from), o(to) { c->copy = this; }
+    line_copy(const line_copy &) = delete;
+    line_copy &operator=(const line_copy &) = delete;
+    ~line_copy();
+
+    container_input *c;
+    text_output *o;
+    std::string_view pending;  // in the container's block
+};
+
+/// Copies a part of the current line. @returns 0, or 1 after the failure was reported.
+[[nodiscard]] int copy_text(line_copy *copy, std::string_view text);
+
+/// Writes what is pending; every copy that succeeds ends so. @returns 0, or 1 (reported).
+[[nodiscard]] int flush_copy(line_copy *copy);
 
 /// Writes bytes as they are. @returns 0, or 1 after the failure was reported.
 [[nodiscard]] int write_text(text_output *o, std::string_view bytes);

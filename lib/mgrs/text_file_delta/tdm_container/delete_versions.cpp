@@ -127,19 +127,19 @@ int judge_run(const container_input *c, const version_table *versions, int repor
     return 0;
 }
 
-int pass_deletion(const container_input *c, const version_table *versions, text_output *o) {
+int pass_deletion(const container_input *c, const version_table *versions, line_copy *out) {
     constexpr int reported_line = 2518;
     run_record run;
     run_state state{};
     if (judge_run(c, versions, reported_line, &run, &state) != 0) {
         return 1;
     }
-    return state == run_state::dropped ? 0 : write_text(o, c->line);
+    return state == run_state::dropped ? 0 : copy_text(out, c->line);
 }
 
 /// A run that counts no lines opens nothing: its counter would wrap and swallow what follows.
 int pass_insertion(const container_input *c, const version_table *versions, run_stack *stack,
-                   text_output *o) {
+                   line_copy *out) {
     constexpr int reported_line = 292;
     run_record run;
     run_state state{};
@@ -153,15 +153,15 @@ int pass_insertion(const container_input *c, const version_table *versions, run_
         }
         stack->runs[stack->open++] = {state, run.line_count};
     }
-    return state == run_state::dropped ? 0 : write_text(o, c->line);
+    return state == run_state::dropped ? 0 : copy_text(out, c->line);
 }
 
-int pass_text(const container_input *c, run_stack *stack, text_output *o) {
+int pass_text(const container_input *c, run_stack *stack, line_copy *out) {
     if (stack->open == 0) {
         return report_excess_lines();
     }
     open_run &top = stack->runs[stack->open - 1];
-    if (top.state != run_state::dropped && write_text(o, c->line) != 0) {
+    if (top.state != run_state::dropped && copy_text(out, c->line) != 0) {
         return 1;
     }
     if (--top.remaining == 0) {
@@ -171,6 +171,7 @@ int pass_text(const container_input *c, run_stack *stack, text_output *o) {
 }
 
 int pass_weave(container_input *c, const version_table *versions, text_output *o) {
+    line_copy out(c, o);
     run_stack stack;
     stack.runs = array_create<open_run>(stack_capacity);
     if (stack.runs == nullptr) {
@@ -183,16 +184,16 @@ int pass_weave(container_input *c, const version_table *versions, text_output *o
             return 1;
         }
         if (at_eof) {
-            return 0;
+            return flush_copy(&out);
         }
         std::string_view text;
         int status = 0;
         if (stored_text(c->line, true, &text)) {
-            status = pass_text(c, &stack, o);
+            status = pass_text(c, &stack, &out);
         } else if (is_record(c->line, 'D')) {
-            status = pass_deletion(c, versions, o);
+            status = pass_deletion(c, versions, &out);
         } else if (is_record(c->line, 'I')) {
-            status = pass_insertion(c, versions, &stack, o);
+            status = pass_insertion(c, versions, &stack, &out);
         }
         if (status != 0) {
             return 1;

@@ -36,7 +36,7 @@ void order_pairs(lineage *l) {
 }
 
 int bad_record(const container_input *c) {
-    report_bad_record(c->in.file_name, c->in.line);
+    report_bad_record(c->in.file_name, c->line.data());
     return 1;
 }
 
@@ -104,7 +104,7 @@ int find_branch_by_oid(container_input *c, const char *oid, bool missing_ok, bra
             continue;
         }
         oid_buffer found;
-        if (tdm_cntutl_decode_cre_bra(c->in.line, found, &place->branch, &place->parent_branch,
+        if (tdm_cntutl_decode_cre_bra(c->line.data(), found, &place->branch, &place->parent_branch,
                                       &place->parent_version) != 0) {
             return bad_record(c);
         }
@@ -149,7 +149,7 @@ int construct_lineage(container_input *c, version_number version, bool check_new
         }
         oid_buffer oid;
         branch_place place;
-        if (tdm_cntutl_decode_cre_bra(c->in.line, oid, &place.branch, &place.parent_branch,
+        if (tdm_cntutl_decode_cre_bra(c->line.data(), oid, &place.branch, &place.parent_branch,
                                       &place.parent_version) != 0) {
             return bad_record(c);
         }

@@ -8,7 +8,7 @@ namespace tdm {
 namespace {
 
 int bad_record(const container_input *c, long line_number) {
-    report_failure(message::bad_record_at_line, c->in.file_name, line_number, c->in.line);
+    report_failure(message::bad_record_at_line, c->in.file_name, line_number, c->line.data());
     return 1;
 }
 
@@ -16,7 +16,7 @@ int bad_record(const container_input *c, long line_number) {
 
 int read_listed_record(const container_input *c, long line_number, size_t longest_oid,
                        listed_record *r) {
-    const char *const line = c->in.line;
+    const char *const line = c->line.data();
     *r = {};
     if (line[0] != '^') {
         return 0;
@@ -51,7 +51,7 @@ int read_listed_record(const container_input *c, long line_number, size_t longes
 }
 
 int read_listed_run(const container_input *c, long line_number, listed_record *r) {
-    if (tdm_cntutl_decode_insert(c->in.line, &r->first, &r->second, &r->third) != 0) {
+    if (tdm_cntutl_decode_insert(c->line.data(), &r->first, &r->second, &r->third) != 0) {
         return bad_record(c, line_number);
     }
     return 0;

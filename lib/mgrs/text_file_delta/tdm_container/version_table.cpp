@@ -90,7 +90,7 @@ bool is_doomed(const header_pass &pass, const char *oid) {
 }
 
 int bad_record(const header_pass &pass) {
-    report_bad_record(pass.c->in.file_name, pass.c->in.line);
+    report_bad_record(pass.c->in.file_name, pass.c->line.data());
     return 1;
 }
 

@@ -27,9 +27,9 @@ int count_run(const container_input *c, const lineage *l, bool is_insert, uint64
 }  // namespace
 
 int decode_run(const container_input *c, run_record *run) {
-    if (tdm_cntutl_decode_insert(c->in.line, &run->version.branch, &run->version.version,
+    if (tdm_cntutl_decode_insert(c->line.data(), &run->version.branch, &run->version.version,
                                  &run->line_count) != 0) {
-        report_bad_record(c->in.file_name, c->in.line);
+        report_bad_record(c->in.file_name, c->line.data());
         return 1;
     }
     return 0;
@@ -40,6 +40,7 @@ int copy_until_n_lines(bool copy, uint32_t annotation_flags, uint64_t n, const l
     if ((annotation_flags & annotation_mask) != 0) {
         return annotate_weave(annotation_flags, l, c, o);
     }
+    line_copy out(c, o);
     uint64_t skip = 0;
     for (uint64_t passed = 0; passed < n;) {
         bool at_eof = false;
@@ -47,9 +48,9 @@ int copy_until_n_lines(bool copy, uint32_t annotation_flags, uint64_t n, const l
             return 1;
         }
         if (at_eof) {
-            return 0;
+            break;
         }
-        if (copy && write_text(o, c->line) != 0) {
+        if (copy && copy_text(&out, c->line) != 0) {
             return 1;
         }
         std::string_view text;
@@ -62,31 +63,33 @@ int copy_until_n_lines(bool copy, uint32_t annotation_flags, uint64_t n, const l
             --skip;
         } else {
             ++passed;
-            if (!copy && write_text(o, text) != 0) {
+            if (!copy && copy_text(&out, text) != 0) {
                 return 1;
             }
         }
     }
-    return 0;
+    return flush_copy(&out);
 }
 
 int copy_structure_until_ctrl_kind(char kind, container_input *c, text_output *o) {
+    line_copy out(c, o);
     for (;;) {
         bool at_eof = false;
         if (next_line(c, &at_eof) != 0) {
             return 1;
         }
         if (at_eof) {
-            return 0;
+            break;
         }
-        if (write_text(o, c->line) != 0) {
+        if (copy_text(&out, c->line) != 0) {
             return 1;
         }
         const bool ordinary_text = c->line[0] != '^' || is_record(c->line, 'T');
         if (kind == 'T' ? ordinary_text : kind != 0 && is_record(c->line, kind)) {
-            return 0;
+            break;
         }
     }
+    return flush_copy(&out);
 }
 
 }  // namespace tdm

@@ -52,33 +52,12 @@ int replace_buffer(line_stream *in, int capacity) {
 }
 
 int grow_buffer(line_stream *in) {
-    const int allowance = std::strncmp(in->line, "^N ", 3) == 0 ? no_newline_prefix : 0;
-    if (in->capacity >= full_capacity + allowance) {
+    const int capacity = next_line_capacity(in->capacity, std::strncmp(in->line, "^N ", 3) == 0);
+    if (capacity == 0) {
         report_line_too_long(in->file_name);
         return 1;
     }
-    const bool step_fits = in->capacity <= full_capacity - growth_step + allowance;
-    return replace_buffer(in, step_fits ? in->capacity + growth_step : full_capacity + allowance);
-}
-
-/// A NUL stands at `index` of the line that starts at `start`. At end of file it may be no more
-/// than the end of a last line without a newline; only the file's size tells.
-int check_nul(line_stream *in, off_t start, size_t index) {
-    if (feof_unlocked(in->stream) != 0) {
-        const auto offset = static_cast<uint64_t>(start) + index;
-        if (offset == in->file_size) {
-            return 0;
-        }
-        if (offset > in->file_size) {
-            constexpr int reported_line = 1628;
-            log_internal_error("tdm", &_tdm_text_file_delta_msg_table,
-                               static_cast<int>(message::nul_beyond_size), session_unit,
-                               reported_line, 0, in->file_name);
-            return 1;
-        }
-    }
-    explain_binary_data(in);
-    return 1;
+    return replace_buffer(in, capacity);
 }
 
 }  // namespace
@@ -86,6 +65,30 @@ int check_nul(line_stream *in, off_t start, size_t index) {
 void report_line_too_long(const char *file_name) {
     report_failure(message::line_too_long, file_name, longest_line);
     print_message(severity::explanation, message::use_other_manager);
+}
+
+int next_line_capacity(int capacity, bool no_newline_line) {
+    const int allowance = no_newline_line ? no_newline_prefix : 0;
+    if (capacity >= full_capacity + allowance) {
+        return 0;
+    }
+    const bool step_fits = capacity <= full_capacity - growth_step + allowance;
+    return step_fits ? capacity + growth_step : full_capacity + allowance;
+}
+
+int judge_nul(const line_stream *in, bool at_eof, uint64_t offset) {
+    if (at_eof && offset == in->file_size) {
+        return 0;
+    }
+    if (at_eof && offset > in->file_size) {
+        constexpr int reported_line = 1628;
+        log_internal_error("tdm", &_tdm_text_file_delta_msg_table,
+                           static_cast<int>(message::nul_beyond_size), session_unit, reported_line,
+                           0, in->file_name);
+        return 1;
+    }
+    explain_binary_data(in);
+    return 1;
 }
 
 int read_line(line_stream *in, off_t *position, size_t *length, bool *at_eof) {
@@ -115,10 +118,11 @@ int read_line(line_stream *in, off_t *position, size_t *length, bool *at_eof) {
             break;
         }
         const bool full = fill == static_cast<size_t>(in->capacity - 2);
-        if (!full && check_nul(in, start, fill) != 0) {
+        const bool ended = feof_unlocked(in->stream) != 0;
+        if (!full && judge_nul(in, ended, static_cast<uint64_t>(start) + fill) != 0) {
             return 1;
         }
-        if (feof_unlocked(in->stream) != 0) {
+        if (ended) {
             break;
         }
         if (grow_buffer(in) != 0) {

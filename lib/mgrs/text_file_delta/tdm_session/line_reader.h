@@ -25,4 +25,16 @@ inline constexpr off_t position_unknown = -1;
 /// Reports that the file holds a line longer than text may have.
 void report_line_too_long(const char *file_name);
 
+// The reader's rules, for a reader that keeps its lines elsewhere.
+
+/// The next capacity of a line buffer that is too small, 0 when the line is too long. A line of n
+/// bytes, its newline included, fits a buffer of n + 2 bytes.
+/// @param no_newline_line  the line begins with `^N `.
+[[nodiscard]] int next_line_capacity(int capacity, bool no_newline_line);
+
+/// Judges a NUL at `offset` of the file, met before the newline of its line.
+/// @param at_eof  the line is the last one and has no newline.
+/// @returns 0 when it is only what ends that last line; 1 after reporting binary data.
+[[nodiscard]] int judge_nul(const line_stream *in, bool at_eof, uint64_t offset);
+
 }  // namespace tdm
