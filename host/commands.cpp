@@ -12,6 +12,7 @@ void register_checkout(CLI::App &app, command_context &context);
 void register_create(CLI::App &app, command_context &context);
 void register_import(CLI::App &app, command_context &context);
 void register_list(CLI::App &app, command_context &context);
+void register_log(CLI::App &app, command_context &context);
 void register_verify(CLI::App &app, command_context &context);
 
 std::span<const command_entry> command_table() {
@@ -23,6 +24,7 @@ std::span<const command_entry> command_table() {
         command_entry{"branch", "Make a branch off a version", register_branch},
         command_entry{"import", "Store many files as consecutive versions", register_import},
         command_entry{"list", "List branches and versions", register_list},
+        command_entry{"log", "Show the tree of versions and their sizes", register_log},
         command_entry{"verify", "Check that a container is sound", register_verify},
     };
     return table;

@@ -1,0 +1,256 @@
+// tdm log: the tree of versions for people, with what each of them changed.
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli.h"
+#include "container_change.h"
+#include "json_text.h"
+#include "output.h"
+#include "progress.h"
+#include "time_text.h"
+#include "version_graph.h"
+#include "weave_scan.h"
+
+namespace host {
+
+namespace {
+
+constexpr int log_schema = 1;
+constexpr std::size_t shortest_identifier = 8;
+
+constexpr const char *yellow = "\x1b[33m";
+constexpr const char *green = "\x1b[32m";
+constexpr const char *red = "\x1b[31m";
+constexpr const char *cyan = "\x1b[36m";
+constexpr const char *plain = "\x1b[m";
+
+struct log_options {
+    std::string container;
+    std::string branch;
+    bool reverse = false;
+    bool oneline = false;
+    uint64_t most = UINT64_MAX;
+};
+
+struct logged_version {
+    const version_record *record;
+    change_counts change;
+    text_step text;
+    std::vector<const branch_record *> branches;  // made off it
+};
+
+using version_log = std::vector<logged_version>;
+
+version_log collect(const container_view &view, const weave_scan &scan, const branch_record *only,
+                    uint64_t most) {
+    std::unordered_map<version_id, std::vector<const branch_record *>, version_id_hash> hanging;
+    for (const branch_record &branch : view.branches) {
+        if (!branch.deleted && branch.number != 0) {
+            hanging[branch.parent].push_back(&branch);
+        }
+    }
+    version_log log;
+    for (const version_record &version : view.versions) {
+        if (log.size() == most) {
+            break;
+        }
+        if (only == nullptr || version.id.branch == only->number) {
+            const uint32_t position = position_of(scan.tree, version.id);
+            const auto branches = hanging.find(version.id);
+            log.push_back({&version, scan.changes[position], scan.totals[position],
+                           branches == hanging.end() ? std::vector<const branch_record *>{}
+                                                     : branches->second});
+        }
+    }
+    return log;
+}
+
+// How much of the identifiers tells every one from all others.
+std::size_t identifier_length(const container_view &view) {
+    std::vector<std::string_view> oids;
+    for (const version_record &version : view.versions) {
+        oids.push_back(version.oid);
+    }
+    std::sort(oids.begin(), oids.end());
+    std::size_t length = shortest_identifier;
+    for (std::size_t i = 1; i < oids.size(); i++) {
+        const auto [a, b] =
+            std::mismatch(oids[i - 1].begin(), oids[i - 1].end(), oids[i].begin(), oids[i].end());
+        length = std::max(length, static_cast<std::size_t>(a - oids[i - 1].begin()) + 1);
+    }
+    return length;
+}
+
+class log_printer {
+public:
+    log_printer(const container_view &view, const log_options &options, bool color)
+        : view_(view), options_(options), color_(color), graph_(view) {}
+
+    void print(const version_log &log) {
+        measure(log);
+        std::vector<std::string> lines;
+        std::vector<std::string> joins;
+        for (const logged_version &version : log) {
+            const std::string graph = graph_.next(*version.record, &joins);
+            if (options_.branch.empty()) {
+                lines.insert(lines.end(), joins.begin(), joins.end());
+            }
+            lines.push_back(
+                (options_.branch.empty() ? graph : graph.substr(graph.find_first_of("*x"), 2)) +
+                describe(version));
+        }
+        if (options_.reverse) {
+            std::reverse(lines.begin(), lines.end());
+        }
+        for (const std::string &line : lines) {
+            const bool join = options_.reverse && line.find_first_of("*x") == std::string::npos;
+            standard_output().write((join ? turned_over(line) : line) + "\n");
+        }
+    }
+
+private:
+    void measure(const version_log &log) {
+        identifier_ = identifier_length(view_);
+        for (const logged_version &version : log) {
+            name_ = std::max(name_, escape_name(version_name(view_, version.record->id)).size());
+        }
+    }
+
+    std::string in_color(const char *color, const std::string &text) const {
+        return color_ ? color + text + plain : text;
+    }
+
+    std::string describe(const logged_version &version) const {
+        const version_record &record = *version.record;
+        std::string name = escape_name(version_name(view_, record.id));
+        const std::string padding(options_.oneline ? 0 : name_ - name.size(), ' ');
+        std::string line =
+            in_color(yellow, name) + padding + " " + escape_name(record.oid.substr(0, identifier_));
+        if (!options_.oneline) {
+            line += "  " + time_text(record.time) + " ";
+        }
+        line += " " + in_color(green, "+" + std::to_string(version.change.added)) + " " +
+                in_color(red, "-" + std::to_string(version.change.deleted)) + " " +
+                std::to_string(version.text.lines);
+        if (!options_.oneline) {
+            line += version.text.lines == 1 ? " line" : " lines";
+        }
+        for (const branch_record *branch : version.branches) {
+            line += in_color(cyan, " [" + escape_name(branch->oid) + "]");
+        }
+        return record.deleted ? line + in_color(red, " (deleted, kept)") : line;
+    }
+
+    const container_view &view_;
+    const log_options &options_;
+    const bool color_;
+    version_graph graph_;
+    std::size_t identifier_ = shortest_identifier;
+    std::size_t name_ = 0;
+};
+
+json_object describe_branch(const container_view &view, const branch_record &branch) {
+    json_object object;
+    set_text(object, "name", branch.oid);
+    object["number"] = branch.number;
+    if (branch.number == 0) {
+        object["off"] = nullptr;
+    } else {
+        set_text(object, "off", version_name(view, branch.parent));
+    }
+    return object;
+}
+
+json_object describe_version(const container_view &view, const logged_version &version) {
+    const version_record &record = *version.record;
+    json_object object;
+    set_text(object, "name", version_name(view, record.id));
+    set_text(object, "branch", branch_name(view, record.id.branch));
+    object["number"] = record.id.number;
+    set_text(object, "identifier", record.oid);
+    object["time"] = record.time;
+    object["date"] = time_text(record.time);
+    object["deleted"] = record.deleted;
+    object["lines_added"] = version.change.added;
+    object["lines_deleted"] = version.change.deleted;
+    object["lines"] = version.text.lines;
+    object["bytes"] = version.text.bytes;
+    return object;
+}
+
+void print_machine_form(const container_view &view, const branch_record *only,
+                        const log_options &options, const version_log &log) {
+    json_object document = json_document(log_schema);
+    set_text(document, "container", view.name);
+    set_text(document, "element", view.element_oid);
+    document["branches"] = json_object::array();
+    for (const branch_record &branch : view.branches) {
+        if (!branch.deleted && (only == nullptr || only->number == branch.number)) {
+            document["branches"].push_back(describe_branch(view, branch));
+        }
+    }
+    document["versions"] = json_object::array();
+    for (const logged_version &version : log) {
+        document["versions"].push_back(describe_version(view, version));
+    }
+    if (options.reverse) {
+        std::reverse(document["branches"].begin(), document["branches"].end());
+        std::reverse(document["versions"].begin(), document["versions"].end());
+    }
+    print_json(document);
+}
+
+int run_log(const command_context &context, const log_options &options) {
+    container_view view;
+    if (open_sound_container(options.container, context.force, &view) != status_done) {
+        return status_trouble;
+    }
+    const branch_record *only = nullptr;
+    if (!options.branch.empty()) {
+        only = find_branch(view, options.branch);
+        if (only == nullptr) {
+            say_of_file(options.container, "has no branch " + escape_name(options.branch));
+            return status_trouble;
+        }
+    }
+    progress bar(context, "reading", view.bytes.view().size());
+    const weave_scan scan =
+        scan_weave(view, false, [&](uint64_t bytes) { bar.at(view.weave_offset + bytes); });
+    const version_log log = collect(view, scan, only, options.most);
+    if (context.json) {
+        print_machine_form(view, only, options, log);
+        return status_done;
+    }
+    const bool color = use_color(context.color, 1);
+    pager pages(context.no_pager);
+    log_printer(view, options, color).print(log);
+    pages.finish();
+    return status_done;
+}
+
+}  // namespace
+
+void register_log(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<log_options>();
+    context.take("CONTAINER", options->container, "The container to read");
+    app.add_option("--branch", options->branch, "This branch only")->option_text("NAME");
+    app.add_flag("--reverse", options->reverse, "Oldest version first");
+    app.add_option("-n,--max-count", options->most, "At most N versions, the newest")
+        ->option_text("N");
+    app.add_flag("--oneline", options->oneline, "Shorter lines: no dates, nothing aligned");
+    add_json_option(app, context);
+    app.add_flag("-f,--force", context.force, "Read a damaged container")->group(more_options);
+    context.details =
+        "Each line: the version, its identifier, its date, the lines it added and deleted\n"
+        "against its predecessor, the lines it has in all. Names in brackets are the branches\n"
+        "made off it. An x marks a version that is deleted but kept because something still\n"
+        "depends on it. All versions are counted in one pass over the container.";
+    context.exit_codes = "0 listed; 2 wrong usage or trouble.";
+    context.examples = {"tdm log notes.tdm", "tdm log notes.tdm --branch draft --oneline -n 5"};
+    context.run = [&context, options] { return run_log(context, *options); };
+}
+
+}  // namespace host
