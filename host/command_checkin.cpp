@@ -28,18 +28,26 @@ struct checkin_options {
 };
 
 int store(const container_change &change, const checkin_plan &plan, const version_record &fresh,
-          const std::string &text_path) {
-    uint32_t identical = 0;
+          const std::string &text_path, bool *identical) {
+    uint32_t same = 0;
     const std::string oid(fresh.oid);
     const int result =
         tdm_store_ver(fresh.time, oid.c_str(), plan.branch.c_str(), plan.id.number,
                       change.replacement.temporary_path().c_str(), nullptr,
                       plan.base_branch.c_str(), plan.predecessor.number,
-                      change.replacement.file().path.c_str(), text_path.c_str(), 0, &identical);
+                      change.replacement.file().path.c_str(), text_path.c_str(), 0, &same);
     if (result != 0) {
         say_of_file(change.old.name, "nothing is checked in");
     }
+    *identical = same != 0;
     return result == 0 ? status_done : status_trouble;
+}
+
+int nothing_to_store(const container_change &change, const checkin_plan &plan) {
+    say_of_file(change.old.name, "nothing to store: the text is that of " +
+                                     version_name(change.old, plan.predecessor) +
+                                     " (--allow-same stores it all the same)");
+    return status_negative;
 }
 
 int commit(container_change &change, const checkin_plan &plan, const version_record &fresh,
@@ -67,16 +75,19 @@ int run_checkin(const command_context &context, const checkin_options &options) 
         plan_checkin(change.old, options.branch, options.from, &plan) != status_done) {
         return status_trouble;
     }
-    if (!options.allow_same && version_equals(change.old, plan.predecessor, input.text())) {
-        say_of_file(options.container, "nothing to store: the text is that of " +
-                                           version_name(change.old, plan.predecessor) +
-                                           " (--allow-same stores it all the same)");
-        return status_negative;
-    }
     const version_record fresh{oid, plan.id, time};
+    bool identical = false;
     if (change.replacement.begin() != status_done ||
-        store(change, plan, fresh, input.path()) != status_done ||
-        commit(change, plan, fresh, input.text()) != status_done) {
+        store(change, plan, fresh, input.path(), &identical) != status_done) {
+        return status_trouble;
+    }
+    // The library tells equal texts by the numbers of the two versions, which says nothing where a
+    // branch begins.
+    if (!options.allow_same && (identical || plan.adds_branch) &&
+        version_equals(change.old, plan.predecessor, input.text())) {
+        return nothing_to_store(change, plan);
+    }
+    if (commit(change, plan, fresh, input.text()) != status_done) {
         return status_trouble;
     }
     if (!context.quiet) {

@@ -2,6 +2,7 @@
 
 #include <norviktdm/tdm.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <span>
@@ -9,28 +10,36 @@
 namespace host {
 namespace {
 
-constexpr int hex_digit(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
+// The value of a lower-case hexadecimal digit by its byte, 16 for every other byte.
+constexpr std::array<uint8_t, 256> hex_digits = [] {
+    std::array<uint8_t, 256> table{};
+    table.fill(16);
+    for (uint8_t i = 0; i < 10; i++) {
+        table[static_cast<std::size_t>('0') + i] = i;
     }
-    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
-}
+    for (uint8_t i = 0; i < 6; i++) {
+        table[static_cast<std::size_t>('a') + i] = static_cast<uint8_t>(10 + i);
+    }
+    return table;
+}();
 
 // Takes a number as the encoders write it off the front of `rest`.
 bool take_number(std::string_view *rest, uint64_t *value) {
-    std::size_t used = 0;
+    const char *const first = rest->data();
+    const char *const last = first + std::min<std::size_t>(rest->size(), 16);
+    const char *at = first;
     uint64_t number = 0;
-    for (; used < rest->size() && used < 16; used++) {
-        const int digit = hex_digit((*rest)[used]);
-        if (digit < 0) {
+    for (; at != last; at++) {
+        const uint8_t digit = hex_digits[static_cast<unsigned char>(*at)];
+        if (digit > 15) {
             break;
         }
-        number = number << 4 | static_cast<uint64_t>(digit);
+        number = number << 4 | digit;
     }
-    if (used == 0 || (used > 1 && rest->front() == '0')) {
+    if (at == first || (at - first > 1 && *first == '0')) {
         return false;
     }
-    rest->remove_prefix(used);
+    rest->remove_prefix(static_cast<std::size_t>(at - first));
     *value = number;
     return true;
 }
