@@ -1,9 +1,6 @@
 #include "gap_match.h"
 
 #include <algorithm>
-#include <bit>
-#include <functional>
-#include <string>
 
 namespace host {
 
@@ -14,16 +11,6 @@ namespace {
 constexpr int32_t largest_gap = 1 << 16;
 // Edits of one search; its memory grows with the square.
 constexpr int32_t most_steps = 700;
-
-std::string without_blanks(std::string_view line) {
-    std::string text;
-    for (const char c : line) {
-        if (c != ' ' && (c < '\t' || c > '\r')) {
-            text += c;
-        }
-    }
-    return text;
-}
 
 }  // namespace
 
@@ -72,38 +59,25 @@ void gap_matcher::match_one(const edit &gap, std::vector<line_run> *runs) const 
 }
 
 void gap_matcher::number_lines(const edit &gap) {
-    const int32_t base_lines = gap.base_end - gap.base_first;
-    const int32_t all = base_lines + gap.file_end - gap.file_first;
-    const auto mask = static_cast<uint32_t>(std::bit_ceil(static_cast<uint32_t>(all) * 2U)) - 1;
-    const auto line_at = [&](int32_t i) {
-        return i < base_lines ? base_.line(gap.base_first + i)
-                              : file_.line(gap.file_first + i - base_lines);
-    };
-    numbers_.assign(static_cast<size_t>(all), 0);
-    slots_.assign(mask + 1, -1);
-    int32_t next = 0;
-    for (int32_t i = 0; i < all; i++) {
-        const std::string_view line = line_at(i);
-        const std::hash<std::string_view> hash;
-        size_t at = (ignore_blanks_ ? hash(without_blanks(line)) : hash(line)) & mask;
-        while (slots_[at] >= 0 && !same_line(line_at(slots_[at]), line, ignore_blanks_)) {
-            at = (at + 1) & mask;
-        }
-        if (slots_[at] < 0) {
-            slots_[at] = i;
-            numbers_[static_cast<size_t>(i)] = next++;
-        } else {
-            numbers_[static_cast<size_t>(i)] = numbers_[static_cast<size_t>(slots_[at])];
-        }
+    const auto all =
+        static_cast<size_t>(gap.base_end - gap.base_first + gap.file_end - gap.file_first);
+    table_.reset(all);
+    numbers_.clear();
+    for (int32_t b = gap.base_first; b < gap.base_end; b++) {
+        numbers_.push_back(table_.number(base_.line(b)));
     }
-    keep_common(gap, next);
+    for (int32_t f = gap.file_first; f < gap.file_end; f++) {
+        numbers_.push_back(table_.number(file_.line(f)));
+    }
+    keep_common(gap);
 }
 
-void gap_matcher::keep_common(const edit &gap, int32_t numbers) {
+void gap_matcher::keep_common(const edit &gap) {
+    const auto numbers = static_cast<size_t>(table_.count());
     const auto base_lines = static_cast<size_t>(gap.base_end - gap.base_first);
-    count_x_.assign(static_cast<size_t>(numbers), 0);
-    count_y_.assign(static_cast<size_t>(numbers), 0);
-    place_y_.assign(static_cast<size_t>(numbers), 0);
+    count_x_.assign(numbers, 0);
+    count_y_.assign(numbers, 0);
+    place_y_.assign(numbers, 0);
     for (size_t i = 0; i < numbers_.size(); i++) {
         (i < base_lines ? count_x_ : count_y_)[static_cast<size_t>(numbers_[i])]++;
     }

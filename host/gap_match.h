@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "edit.h"
+#include "line_numbers.h"
 #include "text_lines.h"
 
 namespace host {
@@ -20,7 +21,7 @@ class gap_matcher {
 public:
     // Lines are compared with same_line(ignore_blanks). Both texts must outlive the matcher.
     gap_matcher(const text_lines &base, const text_lines &file, bool ignore_blanks)
-        : base_(base), file_(file), ignore_blanks_(ignore_blanks) {}
+        : base_(base), file_(file), ignore_blanks_(ignore_blanks), table_(ignore_blanks) {}
 
     // Appends to `runs` pairs of equal lines of the gap, in increasing order in both texts.
     void match(const edit &gap, std::vector<line_run> *runs);
@@ -33,7 +34,7 @@ private:
     bool same(int32_t base_line, int32_t file_line) const;
     void match_one(const edit &gap, std::vector<line_run> *runs) const;
     void number_lines(const edit &gap);
-    void keep_common(const edit &gap, int32_t numbers);
+    void keep_common(const edit &gap);
     bool shortest_edit(const span &part, std::vector<line_run> *runs);
     void trace_back(const span &part, int32_t steps, std::vector<line_run> *runs);
     void divide(const span &part, std::vector<line_run> *runs);
@@ -45,7 +46,8 @@ private:
 
     // Every distinct line of the gap has a number; numbers_ holds the base's lines first. The
     // lines that occur on both sides are x and y, with the lines of the texts that they stand for.
-    std::vector<int32_t> numbers_, slots_;
+    line_numbers table_;
+    std::vector<int32_t> numbers_;
     std::vector<int32_t> x_, y_, x_line_, y_line_;
     std::vector<int32_t> furthest_, trace_;
     std::vector<int32_t> count_x_, count_y_, place_y_;

@@ -1,0 +1,53 @@
+// Looks at a merged text once more, without the plan's help: no line of a contributor may be lost
+// or stand twice unasked.
+//
+// Every distinct line is counted in the base, in each contributor and in the merged text outside
+// of the markers. What a contributor added to or took off the count bounds the merged count: lines
+// that some added and none took off must all be there, those that some took off and none added
+// must be gone, and nothing may exceed what all changes together explain. Lines in conflict are
+// left out of account, and so are lines that say nothing of their own (blank ones, braces), which
+// come and go with every edit.
+#ifndef TDM_HOST_MERGE_CHECK_H
+#define TDM_HOST_MERGE_CHECK_H
+
+#include <string_view>
+#include <vector>
+
+#include "merge_regions.h"
+#include "merge_text.h"
+
+namespace host {
+
+enum class line_fault_kind {
+    foreign,  // neither the base nor a contributor has the line
+    lost,     // fewer times in the merged text than the changes explain
+    doubled,  // more often
+};
+
+struct line_fault {
+    line_fault_kind kind;
+    std::string_view line;
+};
+
+// Lines that several contributors inserted in different places, so that the merged text has them
+// more than once: merged lines first .. first + count - 1 and second .. second + count - 1, from 0.
+struct repeated_lines {
+    int32_t first = 0;
+    int32_t second = 0;
+    int32_t count = 0;
+};
+
+struct merge_verdict {
+    std::vector<line_fault> faults;
+    std::vector<int32_t> fault_places;  // rising: the places whose edits hold lines at fault
+    std::vector<repeated_lines> repeated;
+    std::vector<int32_t> repeated_places;
+};
+
+// `merged` must have been written from the plan. Views of the faults are into the texts.
+merge_verdict check_merged(const merge_input &in, const merge_plan &plan,
+                           const merged_text &merged);
+
+}  // namespace host
+
+#endif
