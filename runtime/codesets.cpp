@@ -5,7 +5,7 @@
 #include <strings.h>
 
 #include <cerrno>
-#include <cstring>
+#include <iterator>
 #include <string_view>
 
 #include "codeset_forms.h"
@@ -28,7 +28,14 @@ constexpr codeset_name locale_names[] = {
 
 // As iconv knows them, by code.
 constexpr const char *iconv_names[] = {"ASCII", "EUC-JP", "SHIFT_JIS", "UTF-8"};
-static_assert(sizeof iconv_names / sizeof *iconv_names == unknown);
+static_assert(std::size(iconv_names) == unknown);
+
+/// The name of a codeset in a conversion from or to `other`. iconv's SHIFT_JIS makes a yen sign of
+/// a backslash where the other codeset has both; the variant that people's files are really written
+/// in keeps it. Towards EUC-JP, which has one of the two, the plain pair loses nothing.
+const char *iconv_name(uint32_t code, uint32_t other) {
+    return code == shift_jis && other == utf_8 ? "CP932" : iconv_names[code];
+}
 
 constexpr int converted = 0, not_converted = 1, output_too_small = 3;
 
@@ -57,7 +64,7 @@ bool choose_pair(converter_state *state, uint32_t from, uint32_t to) {
     if (from >= unknown || to >= unknown) {
         return false;
     }
-    state->descriptor = iconv_open(iconv_names[to], iconv_names[from]);
+    state->descriptor = iconv_open(iconv_name(to, from), iconv_name(from, to));
     state->from = from;
     state->to = to;
     return state->descriptor != no_conversion;
