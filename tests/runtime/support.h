@@ -19,7 +19,7 @@ extern memory_account memory;
 
 /// A temporary file that is gone when its stream is closed, holding `text`.
 struct scratch_file {
-    explicit scratch_file(std::string_view text = {}) {
+    explicit scratch_file(std::string_view text = "") {
         std::fwrite(text.data(), 1, text.size(), stream);
         std::rewind(stream);
     }
