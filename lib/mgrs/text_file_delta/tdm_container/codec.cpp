@@ -76,9 +76,8 @@ private:
 class field_reader {
 public:
     explicit field_reader(const char *line) : rest_("") {
-        constexpr size_t prefix = 3;
-        if (line != nullptr && strnlen(line, prefix) == prefix) {
-            rest_ = line + prefix;
+        if (line != nullptr && line[0] != '\0' && line[1] != '\0' && line[2] != '\0') {
+            rest_ = line + 3;
         }
     }
 
