@@ -58,7 +58,7 @@ TEST(BackwardReader, lines_and_pieces_meet_at_every_boundary) {
     };
     for (const std::string &text : texts) {
         const scratch_file file(text);
-        for (const size_t size : {2, 3, 100, 4096, 300000}) {
+        for (const size_t size : {2U, 3U, 100U, 4096U, 300000U}) {
             EXPECT_TRUE(read_backwards(file.stream, size) == expected_pieces(text, size - 1))
                 << text.substr(0, 20) << " of " << text.size() << " bytes, buffer of " << size;
         }

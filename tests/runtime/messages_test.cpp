@@ -81,7 +81,7 @@ TEST(Prompt, answers_are_taken_from_lines_until_one_is_allowed) {
     struct {
         const char *input;
         uint64_t allowed, default_answer, answer;
-        int questions;
+        size_t questions;
     } const rows[] = {
         {"y\n", all, 8, 4, 1},   {"YES\n", all, 8, 4, 1},
         {"n\n", all, 4, 8, 1},   {"No\n", all, 4, 8, 1},
@@ -103,7 +103,7 @@ TEST(Prompt, answers_are_taken_from_lines_until_one_is_allowed) {
             std::clearerr(stdin);
         }
         EXPECT_EQ(answer, row.answer) << row.input;
-        EXPECT_EQ(out.contents(), std::string("%d? %d? %d? %d? ", row.questions * 4U)) << row.input;
+        EXPECT_EQ(out.contents(), std::string("%d? %d? %d? %d? ", row.questions * 4)) << row.input;
     }
 }
 
