@@ -1,0 +1,154 @@
+// The frame: what is said to right and wrong command lines, and where.
+#include "cli.h"
+
+#include <gtest/gtest.h>
+
+#include "run_command.h"
+
+namespace {
+
+struct usage_row {
+    const char *name;
+    std::vector<std::string> arguments;
+    const char *said;  // on standard error
+};
+
+const usage_row wrong_usage[] = {
+    {"nothing", {}, "tdm: no command given (see 'tdm -h')\n"},
+    {"unknown_command",
+     {"chekin"},
+     "tdm: unknown command 'chekin'; did you mean 'checkin'? (see 'tdm -h')\n"},
+    {"far_from_any", {"xyzzy"}, "tdm: unknown command 'xyzzy' (see 'tdm -h')\n"},
+    {"unknown_option",
+     {"checkin", "--form=x", "a", "b"},
+     "tdm: unknown option '--form'; did you mean '--from'? (see 'tdm checkin -h')\n"},
+    {"operand_missing", {"checkin", "a"}, "tdm: operand FILE is missing (see 'tdm checkin -h')\n"},
+    {"operand_too_many",
+     {"list", "a", "b\n"},
+     "tdm: one operand too many: 'b\\n' (see 'tdm list -h')\n"},
+    {"value_missing",
+     {"list", "a", "--branch"},
+     "tdm: --branch: 1 required TEXT missing (see 'tdm list -h')\n"},
+    {"option_after_end",
+     {"list", "--", "a", "--json"},
+     "tdm: one operand too many: '--json' (see 'tdm list -h')\n"},
+    {"no_time",
+     {"create", "a", "--time", "2024-05-01"},
+     "tdm: '2024-05-01' is no time: give seconds since 1970 or 2024-05-01T12:30:00Z (or "
+     "+02:00)\n"},
+};
+
+class wrong_usage_test : public testing::TestWithParam<usage_row> {};
+
+TEST_P(wrong_usage_test, is_told_in_one_line_and_gives_2) {
+    const scratch_folder folder;
+    const command_result result = tdm(GetParam().arguments);
+    EXPECT_EQ(result.err, GetParam().said);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_TRUE(files_in(".").empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(rows, wrong_usage_test, testing::ValuesIn(wrong_usage),
+                         [](const auto &row) { return row.param.name; });
+
+TEST(frame, help_of_every_command_is_on_standard_output) {
+    for (const host::command_entry &entry : host::command_table()) {
+        const command_result brief = tdm({entry.name, "-h"});
+        const command_result full = tdm({entry.name, "--help"});
+        EXPECT_EQ(brief.status + full.status, 0) << entry.name;
+        EXPECT_EQ(brief.err + full.err, "") << entry.name;
+        EXPECT_TRUE(brief.out.starts_with(std::string("Usage: tdm ") + entry.name)) << brief.out;
+        EXPECT_NE(brief.out.find("Examples:\n  tdm "), std::string::npos) << brief.out;
+        EXPECT_NE(full.out.find("Exit codes: 0"), std::string::npos) << full.out;
+    }
+}
+
+TEST(frame, full_device_is_noticed) {
+    const scratch_folder folder;
+    write_file("a", "text\n");
+    ASSERT_EQ(tdm({"create", "c"}).status, 0);
+    ASSERT_EQ(tdm({"checkin", "c", "a"}).status, 0);
+    command_options full;
+    full.output_path = "/dev/full";
+    for (const std::vector<std::string> &words : std::vector<std::vector<std::string>>{
+             {"--version"}, {"--help"}, {"list", "c"}, {"checkout", "c"}, {"annotate", "c"}}) {
+        const command_result result = tdm(words, full);
+        EXPECT_EQ(result.status, 2) << words[0];
+        EXPECT_NE(result.err.find("No space left"), std::string::npos) << result.err;
+    }
+}
+
+TEST(frame, closed_pipe_ends_silently) {
+    const scratch_folder folder;
+    write_file("a", std::string(200000, '\n'));
+    ASSERT_EQ(tdm({"create", "c"}).status, 0);
+    ASSERT_EQ(tdm({"checkin", "c", "a"}).status, 0);
+    const std::string pipeline =
+        std::string("set -o pipefail; '") + TDM_COMMAND + "' checkout c | head -c 1 >/dev/null";
+    const command_result result = run({"bash", "-c", pipeline});
+    EXPECT_EQ(result.status, 128 + 13);
+    EXPECT_EQ(result.err, "");
+}
+
+TEST(frame, any_name_works_and_is_shown_escaped) {
+    const scratch_folder folder;
+    write_file("t", "x\n");
+    for (const std::string name : {"-c", "a b", "a\nb", "[a,b]", "{}", "%%", "\xff\x1b[1m"}) {
+        EXPECT_EQ(tdm({"create", "--", name}).status, 0) << name;
+        EXPECT_EQ(tdm({"import", "-q", "--", name, "t"}).err, "") << name;
+        EXPECT_EQ(tdm({"checkout", "--", name}).out, "x\n") << name;
+    }
+    EXPECT_EQ(tdm({"create", "\xff\x1b[1m"}).err, "tdm: \\xff\\e[1m: exists already\n");
+}
+
+TEST(frame, colour_follows_option_before_environment) {
+    struct row {
+        host::color_choice choice;
+        const char *variable;
+        const char *value;
+        bool expected;
+    };
+    using host::color_choice;
+    const row rows[] = {
+        {color_choice::automatic, "CLICOLOR_FORCE", "1", true},
+        {color_choice::automatic, "CLICOLOR_FORCE", "0", false},
+        {color_choice::never, "CLICOLOR_FORCE", "1", false},
+        {color_choice::always, "NO_COLOR", "1", true},
+        {color_choice::always, "TERM", "dumb", true},
+    };
+    const int no_terminal = 0;
+    for (const row &r : rows) {
+        setenv(r.variable, r.value, 1);
+        EXPECT_EQ(host::use_color(r.choice, no_terminal), r.expected) << r.variable << r.value;
+        unsetenv(r.variable);
+    }
+    setenv("CLICOLOR_FORCE", "1", 1);
+    setenv("NO_COLOR", "1", 1);
+    EXPECT_FALSE(host::use_color(color_choice::automatic, no_terminal));
+    setenv("NO_COLOR", "", 1);
+    EXPECT_TRUE(host::use_color(color_choice::automatic, no_terminal));
+    unsetenv("NO_COLOR");
+    unsetenv("CLICOLOR_FORCE");
+}
+
+TEST(escaping, shows_what_a_terminal_would_obey) {
+    struct row {
+        const char *text, *as_name, *as_text;
+    };
+    const row rows[] = {
+        {"plain \xc3\xa4", "plain \xc3\xa4", "plain \xc3\xa4"},
+        {"a\tb\\c\n", "a\\tb\\\\c\\n", "a\tb\\c\n"},
+        {"a\nb", "a\\nb", "a\\nb"},
+        {"\x1b[31m\x7f\r", "\\e[31m\\x7f\\r", "\\e[31m\\x7f\\r"},
+        {"\xff\xc3", "\\xff\\xc3", "\\xff\\xc3"},
+        {"\xc0\xaf\xed\xa0\x80", "\\xc0\\xaf\\xed\\xa0\\x80", "\\xc0\\xaf\\xed\\xa0\\x80"},
+        {"\xc2\x9b\xe2\x80\xae", "\\u{9b}\\u{202e}", "\\u{9b}\\u{202e}"},
+    };
+    for (const row &r : rows) {
+        EXPECT_EQ(host::escape_name(r.text), r.as_name);
+        EXPECT_EQ(host::escape_text(r.text), r.as_text);
+    }
+}
+
+}  // namespace

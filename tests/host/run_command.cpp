@@ -1,0 +1,136 @@
+#include "run_command.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace {
+
+[[noreturn]] void become(const std::vector<std::string> &words, const command_options &options,
+                         int input, int out, int err) {
+    dup2(input, STDIN_FILENO);
+    dup2(out, STDOUT_FILENO);
+    dup2(err, STDERR_FILENO);
+    signal(SIGPIPE, SIG_DFL);
+    if (options.file_size_limit >= 0) {
+        const auto bytes = static_cast<rlim_t>(options.file_size_limit);
+        const rlimit limit{bytes, bytes};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        signal(SIGXFSZ, SIG_IGN);
+    }
+    std::vector<char *> arguments;
+    for (const std::string &word : words) {
+        arguments.push_back(const_cast<char *>(word.c_str()));
+    }
+    arguments.push_back(nullptr);
+    for (const char *name : {"NO_COLOR", "SOURCE_DATE_EPOCH", "PAGER", "TDM_PAGER"}) {
+        unsetenv(name);
+    }
+    for (const std::string &setting : options.environment) {
+        putenv(const_cast<char *>(setting.c_str()));
+    }
+    execvp(arguments[0], arguments.data());
+    _exit(127);
+}
+
+int scratch_file() {
+    char path[] = "/tmp/tdm-test-stream-XXXXXX";
+    const int descriptor = mkostemp(path, O_CLOEXEC);
+    unlink(path);
+    return descriptor;
+}
+
+std::string take_all(int descriptor) {
+    std::string bytes(static_cast<size_t>(lseek(descriptor, 0, SEEK_END)), '\0');
+    const ssize_t got = pread(descriptor, bytes.data(), bytes.size(), 0);
+    close(descriptor);
+    if (got != static_cast<ssize_t>(bytes.size())) {
+        throw std::runtime_error("the test's own file cannot be read");
+    }
+    return bytes;
+}
+
+int input_descriptor(const std::string &input) {
+    if (input.empty()) {
+        return open("/dev/null", O_RDONLY | O_CLOEXEC);
+    }
+    const int descriptor = scratch_file();
+    if (write(descriptor, input.data(), input.size()) != static_cast<ssize_t>(input.size())) {
+        throw std::runtime_error("the test's own file cannot be written");
+    }
+    lseek(descriptor, 0, SEEK_SET);
+    return descriptor;
+}
+
+}  // namespace
+
+scratch_folder::scratch_folder() : before_(std::filesystem::current_path()) {
+    char path[] = "/tmp/tdm-test-XXXXXX";
+    path_ = mkdtemp(path);
+    std::filesystem::current_path(path_);
+}
+
+scratch_folder::~scratch_folder() {
+    std::filesystem::current_path(before_);
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
+
+command_result run(const std::vector<std::string> &words, const command_options &options) {
+    const int input = input_descriptor(options.input);
+    const int out = options.output_path.empty()
+                        ? scratch_file()
+                        : open(options.output_path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    const int err = scratch_file();
+    const pid_t child = fork();
+    if (child == 0) {
+        become(words, options, input, out, err);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    close(input);
+    command_result result;
+    result.status = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    if (options.output_path.empty()) {
+        result.out = take_all(out);
+    } else {
+        close(out);
+    }
+    result.err = take_all(err);
+    return result;
+}
+
+command_result tdm(const std::vector<std::string> &arguments, const command_options &options) {
+    std::vector<std::string> words = {TDM_COMMAND};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return run(words, options);
+}
+
+void write_file(const std::string &path, const std::string &bytes) {
+    std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<long>(bytes.size()));
+}
+
+std::string read_file(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream bytes;
+    bytes << file.rdbuf();
+    return bytes.str();
+}
+
+std::vector<std::string> files_in(const std::string &folder) {
+    std::vector<std::string> names;
+    for (const auto &entry : std::filesystem::directory_iterator(folder)) {
+        names.push_back(entry.path().filename());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
