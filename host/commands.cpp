@@ -13,6 +13,9 @@ void register_create(CLI::App &app, command_context &context);
 void register_import(CLI::App &app, command_context &context);
 void register_list(CLI::App &app, command_context &context);
 void register_log(CLI::App &app, command_context &context);
+void register_show(CLI::App &app, command_context &context);
+void register_info(CLI::App &app, command_context &context);
+void register_dump(CLI::App &app, command_context &context);
 void register_verify(CLI::App &app, command_context &context);
 
 std::span<const command_entry> command_table() {
@@ -25,6 +28,9 @@ std::span<const command_entry> command_table() {
         command_entry{"import", "Store many files as consecutive versions", register_import},
         command_entry{"list", "List branches and versions", register_list},
         command_entry{"log", "Show the tree of versions and their sizes", register_log},
+        command_entry{"show", "Show a version and what it changed", register_show},
+        command_entry{"info", "List the header's records for scripts", register_info},
+        command_entry{"dump", "List every line of the container", register_dump},
         command_entry{"verify", "Check that a container is sound", register_verify},
     };
     return table;

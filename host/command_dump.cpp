@@ -1,0 +1,96 @@
+// tdm dump: the library's listing of every line of a container.
+#include <norviktdm/tdm.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "cli.h"
+#include "container_view.h"
+#include "file_lock.h"
+#include "output.h"
+#include "terminal.h"
+
+namespace host {
+
+namespace {
+
+struct dump_options {
+    std::string container;
+    bool check_printable = false;
+};
+
+int dump(const dump_options &options) {
+    const int result =
+        tdm_dump_container(options.container.c_str(), options.check_printable ? 1 : 0);
+    if (result == 2) {
+        say_of_file(options.container, "does not exist");
+    } else if (result != 0) {
+        say_of_file(options.container, "cannot be dumped to its end");
+    }
+    return result == 0 ? status_done : status_trouble;
+}
+
+// Runs `work` with standard output turned into a file in memory, and takes what was written there.
+int capture(const std::function<int()> &work, file_bytes *written) {
+    const owned_descriptor memory(memfd_create("dump", MFD_CLOEXEC));
+    const owned_descriptor saved(dup(STDOUT_FILENO));
+    if (!memory.is_open() || !saved.is_open()) {
+        return say_errno("standard output", "cannot be captured", errno);
+    }
+    standard_output().flush();
+    std::fflush(stdout);
+    if (dup2(memory.get(), STDOUT_FILENO) < 0) {
+        return say_errno("standard output", "cannot be captured", errno);
+    }
+    const int status = work();
+    const bool flushed = std::fflush(stdout) == 0;
+    if (dup2(saved.get(), STDOUT_FILENO) < 0 || !flushed) {
+        return say_errno("standard output", "cannot be captured", errno);
+    }
+    const int error = written->load(memory.get());
+    return error == 0 ? status : say_errno("standard output", "cannot be captured", error);
+}
+
+void write_escaped(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t newline = text.find('\n');
+        const std::size_t size = newline == std::string_view::npos ? text.size() : newline + 1;
+        standard_output().write(escape_text(text.substr(0, size)));
+        text.remove_prefix(size);
+    }
+}
+
+int run_dump(const command_context &context, const dump_options &options) {
+    if (!is_terminal(STDOUT_FILENO)) {
+        return dump(options);
+    }
+    file_bytes written;
+    const int status = capture([&options] { return dump(options); }, &written);
+    pager pages(context.no_pager);
+    write_escaped(written.view());
+    pages.finish();
+    return status;
+}
+
+}  // namespace
+
+void register_dump(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<dump_options>();
+    context.take("CONTAINER", options->container, "The container to read");
+    app.add_flag("--check-printable", options->check_printable,
+                 "Warn of the first unprintable character of each line");
+    context.details =
+        "Every line of the file behind a label that spells out its record. On a terminal bytes\n"
+        "that it would obey are shown escaped; anywhere else the lines are written as they are.";
+    context.exit_codes = "0 dumped; 2 wrong usage or trouble.";
+    context.examples = {"tdm dump notes.tdm", "tdm dump notes.tdm --check-printable"};
+    context.run = [&context, options] { return run_dump(context, *options); };
+}
+
+}  // namespace host

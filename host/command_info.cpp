@@ -1,0 +1,66 @@
+// tdm info: the library's listing of a container's header, for scripts.
+#include <norviktdm/tdm.h>
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "cli.h"
+#include "file_replace.h"
+#include "output.h"
+
+namespace host {
+
+namespace {
+
+struct info_options {
+    std::string container;
+    std::string output;
+};
+
+// The library says nothing of a file that does not exist.
+int list_header(const info_options &options, const char *output_path) {
+    const int result = tdm_get_cont_info(options.container.c_str(), output_path);
+    if (result == 2) {
+        say_of_file(options.container, "does not exist");
+    } else if (result != 0) {
+        say_of_file(options.container, "cannot be listed");
+    }
+    return result == 0 ? status_done : status_trouble;
+}
+
+int list_into_file(const command_context &context, const info_options &options) {
+    file_replacement replacement(context);
+    if (replacement.lock_output(options.output) != status_done ||
+        replacement.refuse_same(options.container) != status_done ||
+        replacement.begin() != status_done ||
+        list_header(options, replacement.temporary_path().c_str()) != status_done) {
+        return status_trouble;
+    }
+    return replacement.commit({});
+}
+
+int run_info(const command_context &context, const info_options &options) {
+    const bool to_stdout = options.output.empty() || options.output == "-";
+    return to_stdout ? list_header(options, nullptr) : list_into_file(context, options);
+}
+
+}  // namespace
+
+void register_info(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<info_options>();
+    context.take("CONTAINER", options->container, "The container to read");
+    app.add_option("-o,--output", options->output, "Write FILE instead of standard output")
+        ->option_text("FILE");
+    add_replace_options(app, context, "Replace an existing FILE");
+    context.details =
+        "One line a record, newest first: V IDENTIFIER NUMBER BRANCH TIME for a version (the\n"
+        "time as eight hexadecimal digits), B BRANCH PARENT VERSION NUMBER NIL for a branch,\n"
+        "E ELEMENT BRANCH NIL for the element. NIL stands for what does not exist; deleted\n"
+        "versions are not listed.";
+    context.exit_codes = "0 listed; 2 wrong usage or trouble.";
+    context.examples = {"tdm info notes.tdm", "tdm info notes.tdm -o notes.list"};
+    context.run = [&context, options] { return run_info(context, *options); };
+}
+
+}  // namespace host

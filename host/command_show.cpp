@@ -1,0 +1,155 @@
+// tdm show: one version, its facts and what it changed.
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli.h"
+#include "comparison.h"
+#include "container_change.h"
+#include "output.h"
+#include "structure.h"
+#include "time_text.h"
+#include "unified_diff.h"
+#include "version_tree.h"
+
+namespace host {
+
+namespace {
+
+constexpr const char *yellow = "\x1b[33m";
+constexpr const char *plain = "\x1b[m";
+
+struct show_options {
+    std::string container;
+    std::string version;
+    int32_t context = 3;
+};
+
+// A version and the one before it, with what has changed between them.
+struct version_change {
+    const version_record *version = nullptr;
+    bool has_predecessor = false;
+    version_id predecessor;
+    std::vector<text_file> texts;  // the predecessor's, the version's
+    file_edits edits;
+};
+
+int read_text(const container_view &view, const std::string &name, const version_id *id,
+              text_file *out) {
+    std::string text;
+    std::vector<version_id> lineage;
+    const auto add = [&text](std::string_view piece) {
+        text += piece;
+        return true;
+    };
+    if (id != nullptr) {
+        if (!lineage_of(view, *id, &lineage)) {
+            say_of_file(view.name, "the branches of " + escape_name(name) + " cannot be followed");
+            return status_trouble;
+        }
+        if (const std::optional<damage> found = walk_version(view, lineage, add)) {
+            say_of_line(view.name, found->line, found->reason);
+            return status_trouble;
+        }
+    }
+    return hold_text(name, text, out);
+}
+
+int read_change(const container_view &view, version_change *change) {
+    const version_tree tree = build_version_tree(view);
+    const version_id id = change->version->id;
+    const uint32_t before = tree.parent[position_of(tree, id)];
+    change->has_predecessor = before != no_position;
+    std::string old_name = "/dev/null";
+    if (change->has_predecessor) {
+        change->predecessor = tree.versions[before];
+        old_name = version_name(view, change->predecessor);
+    }
+    change->texts.resize(2);
+    if (read_text(view, old_name, change->has_predecessor ? &change->predecessor : nullptr,
+                  &change->texts[0]) != status_done ||
+        read_text(view, version_name(view, id), &id, &change->texts[1]) != status_done) {
+        return status_trouble;
+    }
+    comparison compared;
+    if (compare_files(change->texts, "compare", false, &compared) != status_done) {
+        return status_trouble;
+    }
+    change->edits = edits_of(compared, change->texts, 1, {});
+    return status_done;
+}
+
+void print_fact(const char *name, const std::string &value) {
+    standard_output().printf("%-12s %s\n", name, value.c_str());
+}
+
+void print_facts(const container_view &view, const version_change &change, bool color) {
+    const version_record &version = *change.version;
+    int64_t added = 0;
+    int64_t deleted = 0;
+    for (const edit &e : change.edits.edits) {
+        added += e.file_end - e.file_first;
+        deleted += e.base_end - e.base_first;
+    }
+    const std::string name = escape_name(version_name(view, version.id));
+    print_fact("version", color ? yellow + name + plain : name);
+    print_fact("identifier", escape_name(version.oid));
+    print_fact("date", time_text(version.time));
+    print_fact("predecessor", change.has_predecessor
+                                  ? escape_name(version_name(view, change.predecessor))
+                                  : "none");
+    print_fact("lines", std::to_string(change.texts[1].lines.count()) + " (+" +
+                            std::to_string(added) + " -" + std::to_string(deleted) + ")");
+    for (const branch_record &branch : view.branches) {
+        if (!branch.deleted && branch.number != 0 && branch.parent == version.id) {
+            print_fact("branch off", escape_name(branch.oid));
+        }
+    }
+}
+
+int run_show(const command_context &context, const show_options &options) {
+    container_view view;
+    if (open_sound_container(options.container, context.force, &view) != status_done) {
+        return status_trouble;
+    }
+    version_change change;
+    change.version = require_version(view, options.version);
+    if (change.version == nullptr || read_change(view, &change) != status_done) {
+        return status_trouble;
+    }
+    const bool color = use_color(context.color, 1);
+    pager pages(context.no_pager);
+    print_facts(view, change, color);
+    if (!change.edits.edits.empty()) {
+        const unified_options form{
+            .context = options.context, .color = color, .escape = pages.to_terminal()};
+        standard_output().put('\n');
+        write_unified_header(standard_output(), form, change.texts[0].name, change.texts[1].name);
+        write_unified(standard_output(), form, change.texts[0].lines, change.texts[1].lines,
+                      change.edits);
+    }
+    pages.finish();
+    return status_done;
+}
+
+}  // namespace
+
+void register_show(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<show_options>();
+    context.take("CONTAINER", options->container, "The container to read");
+    context.take_optional("VERSION", options->version,
+                          "BRANCH@N, BRANCH or an identifier (default: the newest)");
+    app.add_option("-U,--unified", options->context, "Lines of context (default 3)")
+        ->check(CLI::NonNegativeNumber)
+        ->option_text("N");
+    app.add_flag("-f,--force", context.force, "Read a damaged container")->group(more_options);
+    context.details =
+        "Shows the version's facts and, as a unified diff, what it changed against the version\n"
+        "before it on its branch, or against its branch point.";
+    context.exit_codes = "0 shown; 2 wrong usage or trouble.";
+    context.examples = {"tdm show notes.tdm", "tdm show notes.tdm main@3 -U0"};
+    context.run = [&context, options] { return run_show(context, *options); };
+}
+
+}  // namespace host
