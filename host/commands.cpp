@@ -16,6 +16,7 @@ void register_log(CLI::App &app, command_context &context);
 void register_show(CLI::App &app, command_context &context);
 void register_info(CLI::App &app, command_context &context);
 void register_dump(CLI::App &app, command_context &context);
+void register_delete(CLI::App &app, command_context &context);
 void register_verify(CLI::App &app, command_context &context);
 
 std::span<const command_entry> command_table() {
@@ -31,6 +32,7 @@ std::span<const command_entry> command_table() {
         command_entry{"show", "Show a version and what it changed", register_show},
         command_entry{"info", "List the header's records for scripts", register_info},
         command_entry{"dump", "List every line of the container", register_dump},
+        command_entry{"delete", "Delete versions and branches", register_delete},
         command_entry{"verify", "Check that a container is sound", register_verify},
     };
     return table;

@@ -1,0 +1,124 @@
+// tdm delete: removes versions and whole branches.
+#include <sys/mman.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli.h"
+#include "confirm.h"
+#include "container_change.h"
+#include "deletion.h"
+#include "output.h"
+
+namespace host {
+
+namespace {
+
+struct delete_options {
+    std::string container;
+    std::vector<std::string> versions;
+    std::vector<std::string> branches;
+    bool dry_run = false;
+    bool yes = false;
+};
+
+void tell(const container_view &before, const container_view &after,
+          const deletion_request &request) {
+    for (const std::string &sentence : describe_deletion(before, after, request)) {
+        standard_output().write(sentence + "\n");
+    }
+}
+
+// Deletes in memory, so that nothing is written beside the container.
+int rehearse(const container_change &change, const deletion_request &request) {
+    const owned_descriptor memory(memfd_create("deletion", MFD_CLOEXEC));
+    if (!memory.is_open()) {
+        return say_errno(change.old.name, "no memory for the new container", errno);
+    }
+    const std::string path = "/proc/self/fd/" + std::to_string(memory.get());
+    const int status = delete_into(change.old, change.replacement.file().path, request, path);
+    container_view after;
+    if (status != status_done) {
+        return status;
+    }
+    if (const int error = open_container(memory.get(), "the new container", &after); error != 0) {
+        return say_errno(change.old.name, "the new container cannot be read", error);
+    }
+    if (prove_survivors(change.old, after, request) != status_done) {
+        return status_trouble;
+    }
+    tell(change.old, after, request);
+    return status_done;
+}
+
+int prove_and_ask(const command_context &context, const delete_options &options,
+                  const container_change &change, const deletion_request &request, int descriptor) {
+    container_view after;
+    if (const int error = open_container(descriptor, "the new container", &after); error != 0) {
+        return say_errno(change.old.name, "the new container cannot be read", error);
+    }
+    if (prove_survivors(change.old, after, request) != status_done) {
+        return status_trouble;
+    }
+    if (!context.quiet || !options.yes) {
+        tell(change.old, after, request);
+    }
+    const std::size_t count = request.versions.size();
+    return options.yes ? int{status_done}
+                       : confirm(context, "Delete " + std::to_string(count) +
+                                              (count == 1 ? " version?" : " versions?"));
+}
+
+int run_delete(const command_context &context, const delete_options &options) {
+    if (options.versions.empty() && options.branches.empty()) {
+        return usage_error("delete", "no VERSION and no --branch given");
+    }
+    container_change change(context);
+    deletion_request request;
+    if (change.open(options.container) != status_done ||
+        require_soundness(change.old) != status_done ||
+        resolve_deletion(change.old, options.versions, options.branches, &request) != status_done) {
+        return status_trouble;
+    }
+    if (options.dry_run) {
+        return rehearse(change, request);
+    }
+    if (change.replacement.begin() != status_done ||
+        delete_into(change.old, change.replacement.file().path, request,
+                    change.replacement.temporary_path()) != status_done) {
+        return status_trouble;
+    }
+    return change.replacement.commit([&](int descriptor) {
+        return prove_and_ask(context, options, change, request, descriptor);
+    });
+}
+
+}  // namespace
+
+void register_delete(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<delete_options>();
+    context.take("CONTAINER", options->container, "The container to change");
+    context.take_list("VERSION", options->versions, false,
+                      "BRANCH@N, BRANCH (its newest) or an identifier");
+    app.add_option("--branch", options->branches, "Delete this branch and all its versions")
+        ->option_text("NAME")
+        ->allow_extra_args(false);
+    app.add_flag("--dry-run", options->dry_run, "Say what would be done; write nothing");
+    app.add_flag("--yes", options->yes, "Do not ask");
+    add_replace_options(app, context, "Go on when the file's owner or group cannot be kept");
+    context.details =
+        "Says for every version whether its lines are gone from the file or stay because\n"
+        "another version or branch is built on them ('tdm purge' removes those that nothing\n"
+        "shows). Before the container is replaced, every version that stays is read from the\n"
+        "old and from the new one and compared byte for byte, with the version that brought\n"
+        "each line. Asks on a terminal; elsewhere --yes is needed.";
+    context.exit_codes = "0 deleted; 1 the answer was no; 2 wrong usage or trouble.";
+    context.examples = {"tdm delete notes.tdm main@3 --dry-run",
+                        "tdm delete notes.tdm --branch draft --yes"};
+    context.run = [&context, options] { return run_delete(context, *options); };
+}
+
+}  // namespace host
