@@ -5,6 +5,13 @@ install(TARGETS norviktdm_shared norvikruntime_shared norviktdm_static norvikrun
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS tdm RUNTIME DESTINATION bin)
+
+add_custom_command(OUTPUT ${CMAKE_BINARY_DIR}/tdm.1
+    COMMAND ${CMAKE_COMMAND} -DTDM=$<TARGET_FILE:tdm> -DOUTPUT=${CMAKE_BINARY_DIR}/tdm.1
+        -DVERSION=${PROJECT_VERSION} -P ${PROJECT_SOURCE_DIR}/cmake/man_page.cmake
+    DEPENDS tdm ${PROJECT_SOURCE_DIR}/cmake/man_page.cmake VERBATIM)
+add_custom_target(man_page ALL DEPENDS ${CMAKE_BINARY_DIR}/tdm.1)
+install(FILES ${CMAKE_BINARY_DIR}/tdm.1 DESTINATION share/man/man1)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/norviktdm DESTINATION include)
 
 set_target_properties(norviktdm_shared PROPERTIES EXPORT_NAME norviktdm)

@@ -1,0 +1,52 @@
+#!/bin/sh
+# Programs of others against the installed package: consumers.sh BUILD-TREE SOURCE-TREE
+set -eu
+build=$1
+source=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+prefix=$work/prefix
+cmake --install "$build" --prefix "$prefix" >"$work/log" || {
+    cat "$work/log"
+    exit 1
+}
+
+for file in bin/tdm lib/libnorviktdm.so lib/libnorvikruntime.so lib/libnorviktdm.a \
+    lib/libnorvikruntime.a include/norviktdm/tdm.h include/norviktdm/runtime.h \
+    share/man/man1/tdm.1; do
+    [ -e "$prefix/$file" ] || {
+        echo "$file is not installed" >&2
+        exit 1
+    }
+done
+
+# The command and the libraries find one another wherever the tree lies.
+mv "$prefix" "$work/moved"
+prefix=$work/moved
+"$prefix/bin/tdm" --version
+
+export PKG_CONFIG_PATH="$prefix/lib/pkgconfig"
+flags="-std=c11 -Wall -Wextra -Wpedantic -Werror"
+program() { # NAME SOURCE: against the shared libraries, as the README says
+    # shellcheck disable=SC2046,SC2086 # the flags are words
+    cc $flags -o "$work/$1" "$2" $(pkg-config --cflags --libs norviktdm) -Wl,-rpath,"$prefix/lib"
+}
+program interface "$source/tests/package/interface.c"
+(cd "$work" && ./interface)
+
+# shellcheck disable=SC2046,SC2086
+cc $flags $(pkg-config --cflags norviktdm) -o "$work/static" \
+    "$source/tests/package/interface.c" "$prefix/lib/libnorviktdm.a" "$prefix/lib/libnorvikruntime.a"
+(cd "$work" && ./static)
+
+cmake -S "$source/tests/package" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/log" &&
+    cmake --build "$work/cmake" >>"$work/log" || {
+    cat "$work/log"
+    exit 1
+}
+(cd "$work" && cmake/interface)
+
+# The README's program is the first block of C in it.
+sed -n '/^```c$/,/^```$/{/^```/d;p}' "$source/README.md" >"$work/readme.c"
+program readme "$work/readme.c"
+(cd "$work" && printf 'one\ntwo\n' >notes.txt && ./readme && "$prefix/bin/tdm" verify notes.tdm)
