@@ -76,23 +76,26 @@ int temporary_file::create(const std::string &target) {
         if (random_oid(random) != status_done) {
             return status_trouble;
         }
-        path_ = parts.folder + parts.prefix + random;
+        const std::string path = parts.folder + parts.prefix + random;
         const int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-        descriptor_ = owned_descriptor(open(path_.c_str(), flags, 0600));
-        if (!descriptor_.is_open()) {
-            if (errno == EEXIST) {
-                continue;
-            }
-            const int error = errno;
-            path_.clear();
-            return say_errno(target, "cannot create a file beside it", error);
+        descriptor_ = owned_descriptor(open(path.c_str(), flags, 0600));
+        if (!descriptor_.is_open() && errno == EEXIST) {
+            continue;
         }
-        if (flock(descriptor_.get(), LOCK_EX | LOCK_NB) == 0 &&
-            same_file(descriptor_.get(), path_)) {
+        if (!descriptor_.is_open()) {
+            return say_errno(target, "cannot create a file beside it", errno);
+        }
+        path_ = path;
+        const bool locked = flock(descriptor_.get(), LOCK_EX | LOCK_NB) == 0;
+        if (!locked && errno != EWOULDBLOCK) {
+            return say_errno(target, "cannot lock the file beside it", errno);
+        }
+        if (locked && same_file(descriptor_.get(), path_)) {
             return status_done;
         }
+        // A command that clears away dead files came before the lock: this file goes, or is gone.
+        remove();
     }
-    path_.clear();
     say_of_file(target, "cannot create a file beside it");
     return status_trouble;
 }

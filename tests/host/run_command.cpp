@@ -1,6 +1,7 @@
 #include "run_command.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/resource.h>
@@ -37,6 +38,10 @@ namespace {
     }
     for (const std::string &setting : options.environment) {
         putenv(const_cast<char *>(setting.c_str()));
+    }
+    if (options.unprivileged && geteuid() == 0 &&
+        (setgroups(0, nullptr) != 0 || setgid(65534) != 0 || setuid(65534) != 0)) {
+        _exit(126);
     }
     execvp(arguments[0], arguments.data());
     _exit(127);

@@ -15,6 +15,7 @@ struct command_options {
     std::string input = {};                     // standard input; empty: /dev/null
     std::vector<std::string> environment = {};  // NAME=VALUE, on top of a small fixed environment
     std::string output_path = {};               // standard output goes there instead of into `out`
+    bool unprivileged = false;                  // as the user nobody when the tests run as root
     long file_size_limit = -1;                  // RLIMIT_FSIZE in bytes; SIGXFSZ is ignored
 };
 

@@ -1,0 +1,287 @@
+// The safe replacement, driven from outside: whatever happens to a check-in, the container is the
+// old one or the new one, whole, and nothing is left behind for people to clear away.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <map>
+#include <sstream>
+
+#include "run_command.h"
+
+namespace {
+
+const std::string first_text = "one\ntwo\nthree\n";
+const std::string second_text = "one\n2\nthree\nfour\n";
+
+// A folder with a container of one stored version and the text of the next.
+class replacement : public testing::Test {
+protected:
+    void SetUp() override {
+        write_file("first", first_text);
+        write_file("second", second_text);
+        ASSERT_EQ(tdm({"create", "c"}).status, 0);
+        ASSERT_EQ(tdm({"checkin", "c", "first"}).status, 0);
+        old_bytes_ = read_file("c");
+    }
+
+    bool is_old() const { return read_file("c") == old_bytes_; }
+
+    // The new container: status, one version record more, the old header and the new weave.
+    bool is_new() const {
+        const std::string bytes = read_file("c");
+        const size_t added = bytes.find("^V ");
+        const size_t rest = bytes.find('\n', added) + 1;
+        const std::string header = old_bytes_.substr(9, old_bytes_.find("^I 0 1") - 9);
+        return bytes.starts_with("^S db1 0\n^V ") &&
+               bytes.substr(rest) == header +
+                                         "^I 0 1 3\none\n^D 0 2 1\ntwo\n^I 0 2 1\n2\nthree\n"
+                                         "^I 0 2 1\nfour\n";
+    }
+
+    static size_t leftovers() {
+        size_t count = 0;
+        for (const std::string &name : files_in(".")) {
+            count += name.starts_with(".tdm-");
+        }
+        return count;
+    }
+
+    const scratch_folder folder_;
+    std::string old_bytes_;
+};
+
+command_result traced(const std::vector<std::string> &strace_options) {
+    std::vector<std::string> words = {"strace", "-qq", "-f"};
+    words.insert(words.end(), strace_options.begin(), strace_options.end());
+    for (const char *word : {TDM_COMMAND, "checkin", "c", "second"}) {
+        words.emplace_back(word);
+    }
+    // The leak check of a sanitizer build cannot run in a traced process.
+    command_options options;
+    options.environment = {"ASAN_OPTIONS=detect_leaks=0"};
+    return run(words, options);
+}
+
+// How often the check-in makes each system call.
+std::map<std::string, int> count_system_calls() {
+    traced({"-o", "trace"});
+    std::map<std::string, int> counts;
+    std::istringstream lines(read_file("trace"));
+    for (std::string line; std::getline(lines, line);) {
+        const size_t name = line.find_first_not_of("0123456789 ");
+        const size_t end = line.find('(');
+        if (name != std::string::npos && end != std::string::npos && name < end) {
+            counts[line.substr(name, end - name)]++;
+        }
+    }
+    std::filesystem::remove("trace");
+    return counts;
+}
+
+std::vector<std::string> injection(const std::string &call, const std::string &what, int n) {
+    return {"-o", "/dev/null",
+            "-e", "trace=" + call,
+            "-e", "inject=" + call + ":" + what + ":when=" + std::to_string(n)};
+}
+
+TEST_F(replacement, killed_at_any_system_call_it_leaves_the_old_or_the_new_container) {
+    const std::map<std::string, int> counts = count_system_calls();
+    ASSERT_GE(counts.size(), 10u) << "strace must be installed and allowed to trace";
+    ASSERT_TRUE(is_new());
+    int seen_old = 0, seen_new = 0, seen_leftovers = 0;
+    for (const auto &[call, count] : counts) {
+        for (int n = 1; n <= count && call != "execve"; n++) {
+            write_file("c", old_bytes_);
+            traced(injection(call, "signal=KILL", n));
+            seen_old += is_old();
+            seen_new += is_new();
+            seen_leftovers += leftovers() > 0;
+            EXPECT_LE(leftovers(), 1u);
+            ASSERT_TRUE(is_old() || is_new()) << call << " " << n << "\n" << read_file("c");
+        }
+    }
+    EXPECT_GT(seen_old, 20);
+    EXPECT_GT(seen_new, 0);
+    EXPECT_GT(seen_leftovers, 0);
+    // What the killed runs left behind goes with the next one.
+    write_file("c", old_bytes_);
+    EXPECT_EQ(tdm({"checkin", "c", "second"}).status, 0);
+    EXPECT_EQ(leftovers(), 0u);
+}
+
+TEST_F(replacement, failing_system_call_is_told_and_changes_nothing) {
+    const std::map<std::string, int> counts = count_system_calls();
+    ASSERT_GE(counts.size(), 10u) << "strace must be installed and allowed to trace";
+    for (const char *call : {"write", "fsync", "rename", "flock", "fchmod", "dup"}) {
+        const int count = counts.contains(call) ? counts.at(call) : 0;
+        EXPECT_GT(count, 0) << call;
+        for (int n = 1; n <= count; n++) {
+            write_file("c", old_bytes_);
+            chmod("c", 0640);
+            const command_result result = traced(injection(call, "error=EIO", n));
+            const bool told_after = result.err.find("is replaced, but") != std::string::npos ||
+                                    result.err.find("<stdout>") != std::string::npos;
+            EXPECT_EQ(result.status, 2) << call << " " << n << result.err;
+            EXPECT_NE(result.err, "") << call << " " << n;
+            EXPECT_TRUE(told_after ? is_new() : is_old()) << call << " " << n << result.err;
+            EXPECT_EQ(leftovers(), 0u) << call << " " << n;
+        }
+    }
+}
+
+TEST_F(replacement, full_disk_changes_nothing) {
+    command_options options;
+    options.file_size_limit = static_cast<long>(old_bytes_.size());
+    const command_result result = tdm({"checkin", "c", "second"}, options);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.err.find("File too large"), std::string::npos) << result.err;
+    EXPECT_TRUE(is_old());
+    EXPECT_EQ(leftovers(), 0u);
+}
+
+TEST_F(replacement, no_check_in_of_many_at_once_is_lost) {
+    const std::string script = std::string("for i in $(seq 32); do echo $i > t$i; '") +
+                               TDM_COMMAND + "' checkin -q c t$i || echo failed & done; wait";
+    const command_result result = run({"bash", "-c", script});
+    EXPECT_EQ(result.out, "") << result.err;
+    std::map<std::string, int> texts;
+    for (int version = 2; version <= 33; version++) {
+        texts[tdm({"checkout", "c", "main@" + std::to_string(version)}).out]++;
+    }
+    EXPECT_EQ(texts.size(), 32u);
+    EXPECT_FALSE(texts.contains(""));
+    EXPECT_EQ(leftovers(), 0u);
+}
+
+TEST_F(replacement, waits_for_the_lock_and_says_so) {
+    const int descriptor = open("c", O_RDONLY);
+    ASSERT_EQ(flock(descriptor, LOCK_EX), 0);
+    const command_result result = tdm({"checkin", "c", "second", "--lock-timeout", "0.1"});
+    close(descriptor);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.err,
+              "tdm: c: waiting for another command to finish with it\n"
+              "tdm: c: another command holds it; gave up waiting (--lock-timeout)\n");
+    EXPECT_TRUE(is_old());
+}
+
+TEST_F(replacement, keeps_mode_owner_and_access_list) {
+    // Version 2; user::rw-, user:1234:rw-, group::r--, mask::rw-, other::---.
+    const uint32_t list[] = {2,          0x60001, 0xffffffff, 0x60002, 1234,      0x40004,
+                             0xffffffff, 0x60010, 0xffffffff, 0x20,    0xffffffff};
+    const char *key = "system.posix_acl_access";
+    ASSERT_EQ(setxattr("c", key, list, sizeof list, 0), 0) << "the folder must keep access lists";
+    ASSERT_EQ(setxattr("c", "user.note", "kept", 4, 0), 0);
+    const bool root = geteuid() == 0;
+    ASSERT_EQ(root ? chown("c", 1234, 4321) : 0, 0);
+    ASSERT_EQ(chmod("c", 02660), 0);
+    ASSERT_EQ(tdm({"checkin", "c", "second"}).status, 0);
+    struct stat now {};
+    ASSERT_EQ(stat("c", &now), 0);
+    EXPECT_EQ(now.st_mode & 07777, 02660u);
+    EXPECT_TRUE(!root || (now.st_uid == 1234 && now.st_gid == 4321));
+    uint32_t kept[16] = {};
+    EXPECT_EQ(getxattr("c", key, kept, sizeof kept), static_cast<ssize_t>(sizeof list));
+    EXPECT_EQ(memcmp(kept, list, sizeof list), 0);
+    char note[8] = {};
+    EXPECT_EQ(getxattr("c", "user.note", note, sizeof note), 4);
+}
+
+TEST_F(replacement, stops_when_the_owner_cannot_be_kept) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "needs root, to make a file that belongs to somebody else";
+    }
+    ASSERT_EQ(chmod(".", 0777) + chmod("c", 0666) + chmod("second", 0644), 0);
+    command_options nobody;
+    nobody.unprivileged = true;
+    const command_result refused = tdm({"checkin", "c", "second"}, nobody);
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_EQ(refused.err, "tdm: c: its owner cannot be kept (--force goes on)\n");
+    EXPECT_TRUE(is_old());
+    EXPECT_EQ(leftovers(), 0u);
+    const command_result forced = tdm({"checkin", "c", "second", "--force"}, nobody);
+    EXPECT_EQ(forced.status, 0) << forced.err;
+    EXPECT_TRUE(is_new());
+}
+
+TEST_F(replacement, folder_without_write_permission_is_told) {
+    ASSERT_EQ(chmod(".", 0555) + chmod("c", 0666) + chmod("second", 0644), 0);
+    command_options nobody;
+    nobody.unprivileged = true;
+    const command_result result = tdm({"checkin", "c", "second"}, nobody);
+    chmod(".", 0755);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.err.find("cannot create a file beside it"), std::string::npos) << result.err;
+    EXPECT_TRUE(is_old());
+}
+
+TEST_F(replacement, link_stays_and_its_target_is_replaced) {
+    mkdir("sub", 0755);
+    symlink("../c", "sub/link");
+    EXPECT_EQ(tdm({"checkin", "sub/link", "second"}).status, 0);
+    EXPECT_TRUE(std::filesystem::is_symlink("sub/link"));
+    EXPECT_TRUE(is_new());
+}
+
+TEST_F(replacement, hard_links_part_only_when_asked) {
+    ASSERT_EQ(link("c", "other"), 0);
+    const command_result refused = tdm({"checkin", "c", "second"});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_NE(refused.err.find("--break-links"), std::string::npos);
+    EXPECT_TRUE(is_old());
+    EXPECT_EQ(tdm({"checkin", "c", "second", "--break-links"}).status, 0);
+    EXPECT_TRUE(is_new());
+    EXPECT_EQ(read_file("other"), old_bytes_);
+}
+
+TEST_F(replacement, refuses_what_must_not_be_replaced) {
+    struct row {
+        std::vector<std::string> words;
+        const char *said;
+    };
+    mkdir("folder", 0755);
+    symlink("nowhere", "dangling");
+    const row rows[] = {
+        {{"checkin", "folder", "second"}, "is not a regular file"},
+        {{"checkin", "missing", "second"}, "No such file"},
+        {{"checkin", "c", "c"}, "is the same file as c"},
+        {{"checkout", "c", "-o", "second"}, "exists already (--force replaces it)"},
+        {{"checkout", "c", "-o", "c", "--force"}, "is the same file as c"},
+        {{"checkout", "c", "-o", "/dev/null", "--force"}, "is not a regular file"},
+        {{"checkout", "c", "-o", "dangling"}, "symbolic link to a file that does not exist"},
+        {{"checkout", "c", "-o", "none/x"}, "No such file"},
+        {{"create", "c", "--force"}, "unknown option"},
+        {{"create", "c"}, "exists already"},
+    };
+    for (const row &r : rows) {
+        const command_result result = tdm(r.words);
+        EXPECT_EQ(result.status, 2) << r.said;
+        EXPECT_NE(result.err.find(r.said), std::string::npos) << result.err;
+        EXPECT_TRUE(is_old()) << r.said;
+        EXPECT_EQ(read_file("second"), second_text);
+    }
+    EXPECT_EQ(leftovers(), 0u);
+}
+
+TEST_F(replacement, output_file_is_replaced_with_force_and_new_ones_obey_the_umask) {
+    ASSERT_EQ(tdm({"checkout", "c", "-o", "out"}).status, 0);
+    EXPECT_EQ(read_file("out"), first_text);
+    const mode_t mask = umask(0);
+    umask(mask);
+    struct stat status {};
+    ASSERT_EQ(stat("out", &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0666 & ~mask);
+    write_file("out", "precious");
+    chmod("out", 0600);
+    ASSERT_EQ(tdm({"checkout", "c", "-o", "out", "--force"}).status, 0);
+    EXPECT_EQ(read_file("out"), first_text);
+    ASSERT_EQ(stat("out", &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+}
+
+}  // namespace
