@@ -71,7 +71,8 @@ void excuse(census &c, std::string_view bytes) {
 
 void excuse_conflicts(census &c, const merge_plan &plan) {
     for (const merge_place &place : plan.places) {
-        if (plan.regions[static_cast<size_t>(place.region)].conflict == conflict_reason::none) {
+        const merge_region &region = plan.regions[static_cast<size_t>(place.region)];
+        if (!is_conflict(region) && region.answer.empty()) {
             continue;
         }
         excuse(c, c.in.base->range(place.base_first, place.base_end));
@@ -81,7 +82,8 @@ void excuse_conflicts(census &c, const merge_plan &plan) {
     }
 }
 
-// The numbers of the merged lines between the head and the tail; -1 for lines between markers, -2
+// The numbers of the merged lines between the head and the tail; -1 for lines between markers or in
+// an answer, -2
 // for a line that no text has.
 std::vector<int32_t> count_merged(census &c, const merged_text &merged, const text_lines &lines) {
     std::vector<int32_t> numbers;
@@ -91,7 +93,8 @@ std::vector<int32_t> count_merged(census &c, const merged_text &merged, const te
         while (place != merged.places.end() && place->end <= at) {
             ++place;
         }
-        if (place != merged.places.end() && place->conflict && place->from <= at) {
+        if (place != merged.places.end() && (place->conflict || place->answered) &&
+            place->from <= at) {
             numbers.push_back(-1);
             continue;
         }

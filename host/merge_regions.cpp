@@ -319,6 +319,7 @@ void force_conflict(merge_plan *plan, const std::vector<int32_t> &places, confli
     sort_unique(&first.places);
     sort_unique(&first.contributors);
     first.carried.clear();
+    first.answer.clear();
     first.conflict = first.conflict == conflict_reason::none ? reason : first.conflict;
 }
 

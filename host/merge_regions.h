@@ -13,6 +13,7 @@
 #ifndef TDM_HOST_MERGE_REGIONS_H
 #define TDM_HOST_MERGE_REGIONS_H
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -63,6 +64,8 @@ struct merge_region {
     conflict_reason conflict = conflict_reason::none;
     int32_t taken = 0;                  // the contributor whose text is taken, without conflict
     std::vector<carried_edit> carried;  // in order of carried_to; without conflict only
+    // What somebody decided instead, one text for each of the places; it overrules all above.
+    std::vector<std::string> answer;
 };
 
 // What is known of one contributor's edit.
@@ -80,6 +83,10 @@ struct merge_plan {
 // Divides and decides. With `apply_adjacent`, edits that only touch stay apart, except at the end
 // of the base, where a missing newline could join their lines.
 merge_plan plan_merge(const merge_input &in, bool apply_adjacent);
+
+inline bool is_conflict(const merge_region &region) {
+    return region.conflict != conflict_reason::none && region.answer.empty();
+}
 
 // Makes the regions of `places` one region in conflict, for `reason`. The regions that were joined
 // to the first stay in the list without places.

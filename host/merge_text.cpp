@@ -176,30 +176,52 @@ std::string clean_text(const merge_input &in, const merge_region &region,
     return out;
 }
 
+namespace {
+
+// A place's text as the plan has it; says in `placed` what kind of text it is.
+std::string place_text(const merge_input &in, const merge_plan &plan, size_t index,
+                       const marker_options &options, placed_text *placed) {
+    const merge_place &place = plan.places[index];
+    const merge_region &region = plan.regions[static_cast<size_t>(place.region)];
+    if (!region.answer.empty()) {
+        const auto at = std::lower_bound(region.places.begin(), region.places.end(),
+                                         static_cast<int32_t>(index));
+        placed->answered = true;
+        return region.answer[static_cast<size_t>(at - region.places.begin())];
+    }
+    if (!is_conflict(region)) {
+        return clean_text(in, region, place);
+    }
+    const auto sides = conflict_sides(in, region, place);
+    placed->conflict = sides.size() > 1;
+    return placed->conflict ? conflict_text(in, place, sides, options)
+                            : std::string(version_at(in, place, sides[0][0]).bytes());
+}
+
+}  // namespace
+
 merged_text write_merged(const merge_input &in, const merge_plan &plan,
                          const marker_options &options) {
     merged_text out;
     out.text.reserve(in.base->bytes.size() + in.base->bytes.size() / 8);
     text_builder builder(&out);
     int32_t written = 0;  // base lines
+    int32_t lines = 0;    // of the merged text
     for (size_t i = 0; i < plan.places.size(); i++) {
-        const merge_place &place = plan.places[i];
-        const merge_region &region = plan.regions[static_cast<size_t>(place.region)];
-        builder.add(in.base->range(written, place.base_first), -1);
-        placed_text placed{out.text.size(), 0, false};
-        if (region.conflict == conflict_reason::none) {
-            builder.add(clean_text(in, region, place), static_cast<int32_t>(i));
-        } else {
-            const auto sides = conflict_sides(in, region, place);
-            placed.conflict = sides.size() > 1;
-            out.conflicts += placed.conflict ? 1 : 0;
-            builder.add(placed.conflict ? conflict_text(in, place, sides, options)
-                                        : std::string(version_at(in, place, sides[0][0]).bytes()),
-                        static_cast<int32_t>(i));
-        }
+        builder.add(in.base->range(written, plan.places[i].base_first), -1);
+        placed_text placed;
+        placed.from = out.text.size();
+        placed.first_line = lines + plan.places[i].base_first - written;
+        const std::string text = place_text(in, plan, i, options, &placed);
+        builder.add(text, static_cast<int32_t>(i));
         placed.end = out.text.size();
+        lines = placed.first_line +
+                static_cast<int32_t>(std::count(text.begin(), text.end(), '\n')) +
+                (lacks_last_newline(text) ? 1 : 0);
+        placed.end_line = lines;
+        out.conflicts += placed.conflict ? 1 : 0;
         out.places.push_back(placed);
-        written = place.base_end;
+        written = plan.places[i].base_end;
     }
     builder.add(in.base->range(written, in.base->count()), -1);
     return out;

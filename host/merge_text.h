@@ -21,11 +21,14 @@ struct marker_options {
     std::vector<std::string> labels;  // of the contributors
 };
 
-// Where a place's text stands in the merged text, in bytes.
+// Where a place's text stands in the merged text.
 struct placed_text {
-    size_t from = 0;
+    size_t from = 0;  // bytes
     size_t end = 0;
+    int32_t first_line = 0;  // from 0
+    int32_t end_line = 0;
     bool conflict = false;  // between markers
+    bool answered = false;  // somebody decided it
 };
 
 struct merged_text {

@@ -1,0 +1,43 @@
+#include "columns.h"
+
+#include "terminal.h"
+
+namespace host {
+
+namespace {
+
+bool begins_character(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;
+}
+
+}  // namespace
+
+std::string fit_column(std::string_view line, int width) {
+    if (line.ends_with('\n')) {
+        line.remove_suffix(1);
+    }
+    std::string out;
+    int column = 0;
+    size_t last_start = 0;  // of the character in the last column
+    for (const char c : escape_text(line)) {
+        if (c == '\t') {
+            do {
+                last_start = out.size();
+                out += ' ';
+            } while (++column % 8 != 0 && column < width);
+            continue;
+        }
+        if (begins_character(c)) {
+            if (column >= width) {
+                out.resize(last_start);
+                return out + '>';
+            }
+            last_start = out.size();
+            column++;
+        }
+        out += c;
+    }
+    return out.append(static_cast<size_t>(width - column > 0 ? width - column : 0), ' ');
+}
+
+}  // namespace host

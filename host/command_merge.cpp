@@ -1,0 +1,199 @@
+// tdm merge: up to 31 contributors into a base.
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <memory>
+
+#include "cli.h"
+#include "file_replace.h"
+#include "library_merge.h"
+#include "merge_ask.h"
+#include "merge_run.h"
+#include "merge_words.h"
+#include "output.h"
+
+namespace host {
+
+namespace {
+
+struct command_options {
+    std::vector<std::string> names;  // the base first
+    std::string base;
+    std::string output = "-";
+    std::string report;
+    std::vector<std::string> labels;
+    std::string style = "diff3";
+    std::string adjacent = "conflict";
+    bool ask = false;
+    int mq = -1;
+    bool abort_on_conflict = false;
+    merge_options merge;
+};
+
+int write_file(const command_context &context, const std::string &name, std::string_view text) {
+    if (name == "-") {
+        standard_output().write(text);
+        return status_done;
+    }
+    file_replacement replacement(context);
+    if (replacement.lock_output(name) != status_done || replacement.begin() != status_done) {
+        return status_trouble;
+    }
+    // The replacement forces the descriptor to disk and closes it, so the writer gets another.
+    output_writer writer(dup(replacement.temporary_descriptor()), name);
+    writer.write(text);
+    return writer.finish() == status_done ? replacement.commit({}) : int{status_trouble};
+}
+
+void take_labels(command_options *options) {
+    marker_options &markers = options->merge.markers;
+    markers.labels = options->names;
+    for (size_t i = 0; i < std::min(options->labels.size(), markers.labels.size()); i++) {
+        markers.labels[i] = options->labels[i];
+    }
+    markers.base_label = markers.labels.front();
+    markers.labels.erase(markers.labels.begin());
+    markers.style = options->style == "merge"    ? marker_style::merge
+                    : options->style == "zdiff3" ? marker_style::zdiff3
+                                                 : marker_style::diff3;
+    options->merge.apply_adjacent = options->adjacent == "apply";
+}
+
+int check_usage(const command_context &context, command_options *options) {
+    if (options->names.size() > most_files - 1) {
+        return usage_error("merge", "more than 31 files to merge");
+    }
+    options->names.insert(options->names.begin(), options->base);
+    if (options->labels.size() > options->names.size()) {
+        return usage_error("merge", "more labels than files");
+    }
+    if (options->mq >= 0 && options->ask) {
+        return usage_error("merge", "--ask and --mq exclude each other");
+    }
+    if (options->output == "-" && (options->mq >= 0 || context.json)) {
+        return usage_error("merge", std::string(options->mq >= 0 ? "--mq" : "--json") +
+                                        " writes to standard output: give -o FILE");
+    }
+    // Looked at once more when it is replaced; here so that nobody answers questions in vain.
+    if (options->output != "-" && !context.force && access(options->output.c_str(), F_OK) == 0) {
+        say_of_file(options->output, "exists already (--force replaces it)");
+        return status_trouble;
+    }
+    return status_done;
+}
+
+// Decides what the plan leaves open, by the library or by questions.
+int decide(const command_context &context, const command_options &options, merge_run *run) {
+    if (options.mq >= 0) {
+        return merge_by_library(context, options.merge, options.mq, run);
+    }
+    run->plan = plan_merge(run->in, options.merge.apply_adjacent);
+    const int status = finish_merge(options.merge, run);
+    if (status != status_done || !options.ask || is_clean(run->plan)) {
+        return status;
+    }
+    return can_ask(context) ? ask_about_conflicts(context, options.merge, run)
+                            : int{status_trouble};
+}
+
+int write_results(const command_context &context, const command_options &options,
+                  const merge_run &run) {
+    const bool clean = is_clean(run.plan);
+    if (!context.quiet) {
+        say_conflicts(run, options.merge, options.output == "-" ? "<stdout>" : options.output);
+    }
+    if (!clean && options.abort_on_conflict) {
+        return status_negative;
+    }
+    int status = write_file(context, options.output, run.merged.text);
+    if (status == status_done && !options.report.empty()) {
+        status = write_file(context, options.report, report_text(run, options.merge));
+    }
+    if (status == status_done && context.json) {
+        print_json(merge_json(run, options.merge, options.output));
+    }
+    return status != status_done ? status : clean ? status_done : status_negative;
+}
+
+int run_merge(const command_context &context, command_options *options) {
+    merge_run run;
+    int status = check_usage(context, options);
+    if (status != status_done) {
+        return status;
+    }
+    take_labels(options);
+    status = begin_merge(options->names, options->merge, options->mq < 0, &run);
+    if (status == status_done) {
+        status = decide(context, *options, &run);
+    }
+    if (status == status_done) {
+        status = finish_merge(options->merge, &run);
+    }
+    return status == status_done ? write_results(context, *options, run) : status;
+}
+
+void declare_decisions(CLI::App &app, command_options *options) {
+    app.add_flag("--ask", options->ask, "Show each conflict and ask, on the terminal");
+    app.add_option("--adjacent", options->adjacent,
+                   "Changes that only touch: conflict (the default) or apply")
+        ->check(CLI::IsMember(std::array<std::string, 2>{"conflict", "apply"}))
+        ->option_text("HOW");
+    app.add_flag("--strict", options->merge.strict,
+                 "The same lines inserted in different places are a conflict");
+    app.add_flag("-w,--ignore-blanks", options->merge.ignore_blanks,
+                 "Changes of blanks alone are no changes: the base's line stays");
+    app.add_flag("--abort-on-conflict", options->abort_on_conflict,
+                 "Write nothing where there is a conflict");
+    app.add_option("--mq", options->mq,
+                   "Let the library decide block by block: 0 ask where it must, 1 always ask,\n"
+                   "2 never ask but stop, 3 ask unless the last file alone decides, 4 as 1")
+        ->check(CLI::Range(0, 4))
+        ->option_text("N")
+        ->group(more_options);
+}
+
+}  // namespace
+
+void register_merge(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<command_options>();
+    context.take("BASE", options->base, "The text that all contributors started from");
+    context.take_list("FILE", options->names, true, "The contributors, up to 31");
+    app.add_option("-o,--output", options->output, "Write FILE instead of standard output")
+        ->option_text("FILE");
+    declare_decisions(app, options.get());
+    app.add_option("--style", options->style,
+                   "Conflicts: diff3 (with the base, the default), merge or zdiff3")
+        ->check(CLI::IsMember(std::array<std::string, 3>{"merge", "diff3", "zdiff3"}))
+        ->option_text("STYLE");
+    app.add_option("--label", options->labels,
+                   "Names for the markers, of BASE first; may be given for each file")
+        ->option_text("NAME")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->group(more_options);
+    app.add_option("--marker-size", options->merge.markers.size, "Length of the markers (7)")
+        ->check(CLI::Range(1, 1000))
+        ->option_text("N")
+        ->group(more_options);
+    app.add_option("--report", options->report, "Write what was decided where to FILE")
+        ->option_text("FILE")
+        ->group(more_options);
+    add_json_option(app, context);
+    add_replace_options(app, context,
+                        "Replace an existing output, an input among them; go on when its owner or\n"
+                        "group cannot be kept");
+    context.details =
+        "Changes that overlap or touch form a region, moved text ties its two places. A region\n"
+        "is clean when one file changed it or all changes of it are equal, else a conflict; a\n"
+        "change within text that another file moved goes along with it. The merged text is then\n"
+        "checked: nothing that a file inserted, deleted or moved is lost or doubled unasked.";
+    context.exit_codes =
+        "0 clean; 1 conflicts in the output, or the merge was abandoned; 2 wrong usage or\n"
+        "trouble, nothing is written.";
+    context.examples = {"tdm merge base.txt mine.txt yours.txt -o merged.txt",
+                        "tdm merge --ask base.txt a.txt b.txt c.txt -o merged.txt"};
+    context.run = [&context, options] { return run_merge(context, options.get()); };
+}
+
+}  // namespace host

@@ -1,0 +1,88 @@
+#include "merge_run.h"
+
+#include <algorithm>
+
+#include "exit_status.h"
+#include "output.h"
+#include "terminal.h"
+
+namespace host {
+
+namespace {
+
+// Each round makes a conflict of what the round before has found; a round that finds nothing new
+// is the last.
+constexpr int most_rounds = 4;
+
+int give_up(const merge_run &run) {
+    for (const line_fault &fault : run.verdict.faults) {
+        const char *what = fault.kind == line_fault_kind::lost      ? "is lost"
+                           : fault.kind == line_fault_kind::doubled ? "stands too often"
+                                                                    : "comes from nowhere";
+        say("the merged text does not pass its check, a line %s: %s", what,
+            escape_name(fault.line).c_str());
+    }
+    return status_trouble;
+}
+
+// The place whose text ends without a newline and the one that follows; for the last place, the
+// one before.
+std::vector<int32_t> around_unended(const merge_run &run) {
+    const int32_t place = run.merged.unended_place;
+    std::vector<int32_t> places{place};
+    if (place + 1 < static_cast<int32_t>(run.plan.places.size())) {
+        places.push_back(place + 1);
+    } else if (place > 0) {
+        places.push_back(place - 1);
+    }
+    return places;
+}
+
+}  // namespace
+
+int begin_merge(const std::vector<std::string> &names, const merge_options &options, bool refine,
+                merge_run *run) {
+    run->files.resize(names.size());
+    for (size_t i = 0; i < names.size(); i++) {
+        if (load_text_file(names[i], &run->files[i]) != status_done) {
+            return status_trouble;
+        }
+    }
+    if (compare_files(run->files, "merge", options.ignore_blanks, &run->compared) != status_done) {
+        return status_trouble;
+    }
+    run->in.base = &run->files[0].lines;
+    run->in.ignore_blanks = options.ignore_blanks;
+    for (size_t k = 1; k < run->files.size(); k++) {
+        run->in.files.push_back(&run->files[k].lines);
+        run->in.changes.push_back(
+            edits_of(run->compared, run->files, k, {options.ignore_blanks, refine}));
+    }
+    return status_done;
+}
+
+int finish_merge(const merge_options &options, merge_run *run) {
+    for (int round = 0; round < most_rounds; round++) {
+        run->merged = write_merged(run->in, run->plan, options.markers);
+        if (run->merged.unended_place >= 0) {
+            force_conflict(&run->plan, around_unended(*run), conflict_reason::unproved);
+            continue;
+        }
+        run->verdict = check_merged(run->in, run->plan, run->merged);
+        const bool repeated = options.strict && !run->verdict.repeated.empty();
+        if (run->verdict.faults.empty() && !repeated) {
+            return status_done;
+        }
+        force_conflict(&run->plan, run->verdict.fault_places, conflict_reason::unproved);
+        if (repeated) {
+            force_conflict(&run->plan, run->verdict.repeated_places, conflict_reason::repeated);
+        }
+    }
+    return give_up(*run);
+}
+
+bool is_clean(const merge_plan &plan) {
+    return std::none_of(plan.regions.begin(), plan.regions.end(), is_conflict);
+}
+
+}  // namespace host

@@ -1,0 +1,47 @@
+// One merge from its files to its proved text, without the command line around it.
+#ifndef TDM_HOST_MERGE_RUN_H
+#define TDM_HOST_MERGE_RUN_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "comparison.h"
+#include "merge_check.h"
+#include "merge_regions.h"
+#include "merge_text.h"
+#include "text_file.h"
+
+namespace host {
+
+struct merge_options {
+    bool ignore_blanks = false;
+    bool apply_adjacent = false;  // edits that only touch are no conflict
+    bool strict = false;          // the same lines inserted in different places are one
+    marker_options markers;
+};
+
+struct merge_run {
+    std::vector<text_file> files;  // the base, then the contributors
+    comparison compared;
+    merge_input in;
+    merge_plan plan;
+    merged_text merged;
+    merge_verdict verdict;  // of `merged`: what is repeated; no faults are left
+};
+
+// Reads and compares the files (the base's name first) and finds what each contributor changed.
+// With `refine` false the edits are the stream's own blocks. 0, or status_trouble after a message.
+[[nodiscard]] int begin_merge(const std::vector<std::string> &names, const merge_options &options,
+                              bool refine, merge_run *run);
+
+// Writes the merged text of run->plan and checks it; whatever does not pass is made a conflict and
+// written again. 0, or status_trouble after a message for a text that no conflict mends.
+[[nodiscard]] int finish_merge(const merge_options &options, merge_run *run);
+
+// Whether no region is in conflict.
+bool is_clean(const merge_plan &plan);
+
+}  // namespace host
+
+#endif

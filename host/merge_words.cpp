@@ -1,0 +1,311 @@
+#include "merge_words.h"
+
+#include <algorithm>
+#include <array>
+
+#include "output.h"
+#include "terminal.h"
+
+namespace host {
+
+namespace {
+
+bool is_blank(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r' && c != '\n');
+}
+
+std::string without_crs(std::string_view text) {
+    std::string out;
+    for (size_t i = 0; i < text.size(); i++) {
+        if (text[i] != '\r' || i + 1 == text.size() || text[i + 1] != '\n') {
+            out += text[i];
+        }
+    }
+    return out;
+}
+
+std::string without_end_blanks(std::string_view text) {
+    std::string out;
+    for (const char c : text) {
+        while (c == '\n' && !out.empty() && is_blank(out.back())) {
+            out.pop_back();
+        }
+        out += c;
+    }
+    while (!out.empty() && is_blank(out.back())) {
+        out.pop_back();
+    }
+    return out;
+}
+
+std::string without_last_newline(std::string_view text) {
+    return std::string(text.substr(0, text.size() - (text.ends_with('\n') ? 1 : 0)));
+}
+
+std::string without_any_blanks(std::string_view text) {
+    std::string out = without_last_newline(text);
+    out.erase(std::remove_if(out.begin(), out.end(), is_blank), out.end());
+    return out;
+}
+
+struct invisible_kind {
+    std::string_view words;
+    std::string (*strip)(std::string_view);
+};
+
+constexpr std::array<invisible_kind, 4> invisible_kinds{{
+    {"line endings", without_crs},
+    {"the newline at the end", without_last_newline},
+    {"blanks at line ends", without_end_blanks},
+    {"blanks", without_any_blanks},
+}};
+
+std::string label_of(const merge_options &options, int32_t contributor) {
+    return escape_name(options.markers.labels[static_cast<size_t>(contributor)]);
+}
+
+std::string names_of(const merge_options &options, const std::vector<int32_t> &contributors) {
+    std::string names;
+    for (size_t i = 0; i < contributors.size(); i++) {
+        names += i == 0 ? "" : i + 1 == contributors.size() ? " and " : ", ";
+        names += label_of(options, contributors[i]);
+    }
+    return names;
+}
+
+std::string move_words(const merge_run &run, const merge_options &options,
+                       const merge_region &region) {
+    std::string words;
+    for (const int32_t i : region.places) {
+        const merge_place &place = run.plan.places[static_cast<size_t>(i)];
+        for (const int32_t k : region.contributors) {
+            const std::vector<line_run> &moves = run.in.changes[static_cast<size_t>(k)].moves;
+            auto move = std::lower_bound(
+                moves.begin(), moves.end(), place.base_first,
+                [](const line_run &m, int32_t line) { return m.base_first < line; });
+            for (; move != moves.end() && move->base_first < place.base_end; ++move) {
+                words += "; " + label_of(options, k) + " moved " +
+                         range_words(move->base_first, move->base_first + move->count) + " to " +
+                         range_words(move->file_first, move->file_first + move->count);
+            }
+        }
+    }
+    return words;
+}
+
+// What people cannot see between the markers of a place.
+std::string hidden_words(const merge_run &run, const merge_options &options,
+                         const merge_region &region, const merge_place &place) {
+    std::string words;
+    std::vector<std::string_view> texts;
+    std::string unended;
+    for (const auto &side : conflict_sides(run.in, region, place)) {
+        texts.push_back(version_at(run.in, place, side.front()).bytes());
+        if (lacks_last_newline(texts.back())) {
+            unended += (unended.empty() ? "" : ", ") + names_of(options, side);
+        }
+    }
+    const std::string_view kind = invisible_difference(texts);
+    if (!kind.empty()) {
+        words += "; the sides differ in " + std::string(kind) + " only";
+    } else if (std::any_of(texts.begin(), texts.end(), [&](std::string_view text) {
+                   return !text.empty() && !texts[0].empty() &&
+                          (text.find("\r\n") == text.npos) != (texts[0].find("\r\n") == text.npos);
+               })) {
+        words += "; their line endings differ too";
+    }
+    return unended.empty() ? words : words + "; no newline at the end in " + unended;
+}
+
+const char *conflict_words(conflict_reason reason) {
+    switch (reason) {
+        case conflict_reason::repeated:
+            return " inserted the same lines in different places";
+        case conflict_reason::unproved:
+            return " change the same text, which would be lost or stand twice";
+        default:
+            return " changed the same lines differently";
+    }
+}
+
+const char *outcome_of(const merge_region &region) {
+    return !region.answer.empty()           ? "answered"
+           : is_conflict(region)            ? "conflict"
+           : !region.carried.empty()        ? "carried"
+           : region.contributors.size() > 1 ? "agreed"
+                                            : "taken";
+}
+
+const char *reason_of(conflict_reason reason) {
+    constexpr std::array names{"none", "differ", "moved", "repeated", "unproved"};
+    return names[static_cast<size_t>(reason)];
+}
+
+json_object json_range(int32_t first, int32_t end) {
+    json_object range;
+    range["first"] = first + 1;
+    range["count"] = end - first;
+    return range;
+}
+
+json_object json_place(const merge_run &run, const merge_region &region, int32_t index) {
+    const merge_place &place = run.plan.places[static_cast<size_t>(index)];
+    const placed_text &placed = run.merged.places[static_cast<size_t>(index)];
+    json_object json;
+    json["markers"] = placed.conflict;
+    json["base"] = json_range(place.base_first, place.base_end);
+    json["output"] = json_range(placed.first_line, placed.end_line);
+    json["versions"] = json_object::array();
+    for (const int32_t k : region.contributors) {
+        const place_version version = version_at(run.in, place, k);
+        if (!version.of_base) {
+            json_object file;
+            file["file"] = k + 1;
+            file.update(json_range(version.first, version.end));
+            json["versions"].push_back(file);
+        }
+    }
+    return json;
+}
+
+json_object json_region(const merge_run &run, const merge_options &options,
+                        const merge_region &region) {
+    json_object json;
+    json["outcome"] = outcome_of(region);
+    if (is_conflict(region)) {
+        json["reason"] = reason_of(region.conflict);
+    }
+    json["files"] = json_object::array();
+    for (const int32_t k : region.contributors) {
+        json["files"].push_back(k + 1);
+    }
+    if (!is_conflict(region) && region.answer.empty()) {
+        json["taken"] = region.taken + 1;
+    }
+    set_text(json, "words", region_words(run, options, region));
+    json["places"] = json_object::array();
+    for (const int32_t place : region.places) {
+        json["places"].push_back(json_place(run, region, place));
+    }
+    return json;
+}
+
+}  // namespace
+
+std::string_view invisible_difference(const std::vector<std::string_view> &texts) {
+    for (const invisible_kind &kind : invisible_kinds) {
+        const std::string first = kind.strip(texts.front());
+        if (std::all_of(texts.begin(), texts.end(),
+                        [&](std::string_view text) { return kind.strip(text) == first; })) {
+            return kind.words;
+        }
+    }
+    return {};
+}
+
+std::string range_words(int32_t first, int32_t end) {
+    if (first == end) {
+        return "after line " + std::to_string(first);
+    }
+    return end - first == 1 ? "line " + std::to_string(end)
+                            : "lines " + std::to_string(first + 1) + "-" + std::to_string(end);
+}
+
+std::string region_words(const merge_run &run, const merge_options &options,
+                         const merge_region &region) {
+    const std::string names = names_of(options, region.contributors);
+    if (is_conflict(region)) {
+        std::string words = "conflict: " + names + conflict_words(region.conflict) +
+                            move_words(run, options, region);
+        for (const int32_t place : region.places) {
+            words +=
+                hidden_words(run, options, region, run.plan.places[static_cast<size_t>(place)]);
+        }
+        return words;
+    }
+    if (!region.answer.empty()) {
+        return "decided by an answer between " + names;
+    }
+    if (!region.carried.empty()) {
+        return "taken from " + label_of(options, region.taken) + ", changes of moved lines by " +
+               names + " carried along" + move_words(run, options, region);
+    }
+    return (region.contributors.size() > 1 ? "the same from " : "taken from ") + names +
+           move_words(run, options, region);
+}
+
+void say_conflicts(const merge_run &run, const merge_options &options, std::string_view output) {
+    for (const merge_region &region : run.plan.regions) {
+        if (region.places.empty() || !is_conflict(region)) {
+            continue;
+        }
+        const auto shown = std::find_if(region.places.begin(), region.places.end(), [&](int32_t i) {
+            return run.merged.places[static_cast<size_t>(i)].conflict;
+        });
+        const int32_t place = shown != region.places.end() ? *shown : region.places.front();
+        const int32_t line = run.merged.places[static_cast<size_t>(place)].first_line + 1;
+        say_of_line(output, static_cast<uint64_t>(line), region_words(run, options, region));
+    }
+    for (const repeated_lines &lines : run.verdict.repeated) {
+        say_of_line(output, static_cast<uint64_t>(lines.first) + 1,
+                    "inserted in different places by several files: " +
+                        range_words(lines.first, lines.first + lines.count) + " and " +
+                        range_words(lines.second, lines.second + lines.count));
+    }
+}
+
+std::string report_text(const merge_run &run, const merge_options &options) {
+    std::string report;
+    for (const merge_region &region : run.plan.regions) {
+        if (region.places.empty()) {
+            continue;
+        }
+        report += region_words(run, options, region) + "\n";
+        for (const int32_t i : region.places) {
+            const merge_place &place = run.plan.places[static_cast<size_t>(i)];
+            const placed_text &placed = run.merged.places[static_cast<size_t>(i)];
+            report += "    base " + range_words(place.base_first, place.base_end) + ", merged " +
+                      range_words(placed.first_line, placed.end_line);
+            for (const int32_t k : region.contributors) {
+                const place_version version = version_at(run.in, place, k);
+                if (!version.of_base) {
+                    report +=
+                        ", " + label_of(options, k) + " " + range_words(version.first, version.end);
+                }
+            }
+            report += "\n";
+        }
+    }
+    return report;
+}
+
+json_object merge_json(const merge_run &run, const merge_options &options,
+                       std::string_view output) {
+    json_object json = json_document(1);
+    json["clean"] = is_clean(run.plan);
+    json["conflicts"] = run.merged.conflicts;
+    set_text(json, "output", output);
+    json["inputs"] = json_object::array();
+    for (const text_file &file : run.files) {
+        json_object input;
+        set_text(input, "name", file.name);
+        json["inputs"].push_back(input);
+    }
+    json["regions"] = json_object::array();
+    for (const merge_region &region : run.plan.regions) {
+        if (!region.places.empty()) {
+            json["regions"].push_back(json_region(run, options, region));
+        }
+    }
+    json["repeated"] = json_object::array();
+    for (const repeated_lines &lines : run.verdict.repeated) {
+        json_object repeated;
+        repeated["first"] = lines.first + 1;
+        repeated["second"] = lines.second + 1;
+        repeated["count"] = lines.count;
+        json["repeated"].push_back(repeated);
+    }
+    return json;
+}
+
+}  // namespace host
