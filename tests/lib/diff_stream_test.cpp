@@ -1,0 +1,170 @@
+#include "session_support.h"
+
+namespace {
+
+class diff_stream : public test::session_test {
+protected:
+    /// The whole stream, a block a row: kind, file, base lines, other lines, moved lines.
+    static std::string blocks(tdm_session *s) {
+        static constexpr const char *names[] = {"unchanged", "change",       "insert",
+                                                "delete",    "moved_insert", "moved_delete"};
+        uint64_t head = 0;
+        uint64_t tail = 0;
+        EXPECT_EQ(tdm_init_diff_stream(s, &head, &tail), 0);
+        std::string rows;
+        for (diff_block b{}; next(s, &b);) {
+            const auto range = [](int32_t first, int32_t last) {
+                return " " + std::to_string(first) + "-" + std::to_string(last);
+            };
+            rows += names[b.kind] + std::string(" f") + std::to_string(b.file_index) +
+                    range(b.base_first, b.base_last) + range(b.other_first, b.other_last) +
+                    (b.kind > 3 ? range(b.moved_first, b.moved_last) : "") + "\n";
+        }
+        return rows;
+    }
+
+    static bool next(tdm_session *s, diff_block *b) {
+        uint32_t end = 0;
+        EXPECT_EQ(tdm_get_next_diff(s, &end, b), 0);
+        return end == 0;
+    }
+};
+
+/// Lines first..last, each its number.
+std::string numbers(int first, int last) {
+    std::string text;
+    for (int i = first; i <= last; ++i) {
+        text += std::to_string(i) + "\n";
+    }
+    return text;
+}
+
+TEST_F(diff_stream, gives_the_documented_orders) {
+    const struct {
+        const char *name;
+        test::texts files;
+        std::string blocks;
+    } rows[] = {
+        {"halves swapped",
+         {numbers(1, 100), numbers(51, 100) + numbers(1, 50)},
+         "moved_delete f1 1-50 0-0 51-100\nunchanged f1 51-100 1-50\n"
+         "moved_insert f1 100-100 51-100 1-50\n"},
+        {"one line to the top",
+         {numbers(1, 100), "61\n" + numbers(1, 60) + numbers(62, 100)},
+         "moved_insert f1 0-0 1-1 61-61\nunchanged f1 1-60 2-61\n"
+         "moved_delete f1 61-61 61-61 1-1\nunchanged f1 62-100 62-100\n"},
+        {"counts of crossed blocks decide",
+         {numbers(1, 60), numbers(31, 40) + numbers(1001, 1030) + numbers(1, 10) + numbers(21, 30) +
+                              numbers(11, 20) + numbers(41, 60)},
+         "moved_insert f1 0-0 1-10 31-40\ninsert f1 0-0 11-40\nunchanged f1 1-10 41-50\n"
+         "moved_delete f1 11-20 50-50 61-70\nunchanged f1 21-30 51-60\n"
+         "moved_delete f1 31-40 60-60 1-10\nmoved_insert f1 40-40 61-70 11-20\n"
+         "unchanged f1 41-60 71-90\n"},
+        {"insertions of all files come first",
+         {"a\nb\nc\n", "a\nnew\nb\nc\n", "a\nB\nc\n"},
+         "insert f1 1-1 2-2\nchange f2 2-2 2-2\nunchanged f1 2-2 3-3\nunchanged f1 3-3 4-4\n"
+         "unchanged f2 3-3 3-3\n"},
+        {"an empty base", {"", "a\n", "b\nc\n"}, "insert f1 0-0 1-1\ninsert f2 0-0 1-2\n"},
+        {"an empty file",
+         {"a\nb\nx\n", "", "b\ny\n"},
+         "delete f1 1-1 0-0\ndelete f2 1-1 0-0\ndelete f1 2-2 0-0\nunchanged f2 2-2 1-1\n"
+         "delete f1 3-3 0-0\nchange f2 3-3 2-2\n"},
+    };
+    for (const auto &row : rows) {
+        test::session all(write_all(row.files));
+        ASSERT_EQ(all.compare(), 0) << row.name;
+        EXPECT_EQ(blocks(all.s), row.blocks) << row.name;
+        EXPECT_EQ(blocks(all.s), row.blocks) << row.name << ", once more";
+    }
+}
+
+TEST_F(diff_stream, remembers_a_moved_insertion_when_it_is_given_up) {
+    // File 1 inserts at the top, file 2 moves a line there.
+    test::session all(write_all({numbers(1, 9), "new\n" + numbers(1, 9), "9\n" + numbers(1, 8)}));
+    ASSERT_EQ(all.compare(), 0);
+    uint64_t head = 0;
+    uint64_t tail = 0;
+    diff_block b{};
+    ASSERT_EQ(tdm_init_diff_stream(all.s, &head, &tail), 0);
+    ASSERT_TRUE(next(all.s, &b));
+    EXPECT_EQ(b.kind, 2U);
+    ASSERT_TRUE(next(all.s, &b));
+    EXPECT_EQ(b.kind, 4U);
+    ASSERT_EQ(tdm_init_diff_stream(all.s, &head, &tail), 0);
+    ASSERT_TRUE(next(all.s, &b));
+    EXPECT_EQ(b.kind, 4U);
+}
+
+TEST_F(diff_stream, rebuilds_every_file_from_the_base) {
+    std::mt19937 random(5);
+    for (int round = 0; round < 1500; ++round) {
+        SCOPED_TRACE(round);
+        test::texts files = {test::random_text(random() % 60, &random)};
+        for (size_t others = 1 + random() % 4; others > 0; --others) {
+            files.push_back(test::edit(files[0], &random));
+        }
+        test::session all(write_all(files));
+        ASSERT_EQ(all.compare(), 0);
+        if (all.identical != 0) {
+            continue;
+        }
+        std::vector<std::vector<std::string>> lines;
+        for (const std::string &text : files) {
+            lines.push_back(test::lines_of(text));
+        }
+        const auto take = [&lines](size_t file, int32_t first, int32_t last) {
+            std::string text;
+            for (int32_t n = first; n <= last; ++n) {
+                text += lines[file].at(static_cast<size_t>(n) - 1);
+            }
+            return text;
+        };
+        uint64_t head = 0;
+        uint64_t tail = 0;
+        tdm_init_diff_stream(all.s, &head, &tail);
+        const auto head_lines = static_cast<int32_t>(head);
+        test::texts rebuilt(files.size(), take(0, 1, head_lines));
+        std::vector<int32_t> base_end(files.size(), head_lines);
+        for (diff_block b{}; next(all.s, &b);) {
+            const size_t k = b.file_index;
+            if (b.kind == 2 || b.kind == 4) {
+                EXPECT_EQ(b.base_first, base_end[k]);
+            } else {
+                EXPECT_EQ(b.base_first, base_end[k] + 1);
+                base_end[k] = b.base_last;
+            }
+            if (b.kind == 0) {
+                rebuilt[k] += take(0, b.base_first, b.base_last);
+            } else if (b.kind == 4) {
+                rebuilt[k] += take(0, b.moved_first, b.moved_last);
+            } else if (b.kind == 5) {
+                EXPECT_EQ(take(k, b.moved_first, b.moved_last), take(0, b.base_first, b.base_last));
+            } else if (b.kind != 3) {
+                rebuilt[k] += take(k, b.other_first, b.other_last);
+            }
+        }
+        const auto base_lines = static_cast<int32_t>(lines[0].size());
+        for (size_t k = 1; k < files.size(); ++k) {
+            const auto tail_start = base_lines - static_cast<int32_t>(tail) + 1;
+            EXPECT_EQ(base_end[k], tail_start - 1);
+            ASSERT_EQ(rebuilt[k] + take(0, tail_start, base_lines), files[k]);
+            uint32_t same = 9;
+            EXPECT_EQ(tdm_is_same_as_base(all.s, static_cast<int>(k), &same), 0);
+            EXPECT_EQ(same == 1, files[k] == files[0]);
+        }
+    }
+}
+
+TEST_F(diff_stream, has_no_bytes_for_a_file_that_is_not_there) {
+    test::session all(write_all({"a\nb\n", "a\nc\n"}));
+    ASSERT_EQ(all.compare(), 0);
+    uint64_t head = 7;
+    uint64_t tail = 7;
+    EXPECT_EQ(tdm_get_unchanged_bytes(all.s, 2, &head, &tail), 1);
+    EXPECT_EQ(head + tail, 14U);
+    EXPECT_EQ(tdm_get_unchanged_bytes(all.s, 1, &head, &tail), 0);
+    EXPECT_EQ(head, 2U);
+    EXPECT_EQ(tail, 0U);
+}
+
+}  // namespace

@@ -1,0 +1,145 @@
+#include "faulty_services.h"
+#include "session_support.h"
+
+namespace {
+
+using test::letters;
+
+std::string repeat(size_t n, char c = 'x') {
+    return std::string(n, c);
+}
+
+class head_tail : public test::session_test {};
+
+struct span {
+    uint64_t lines;
+    std::vector<uint64_t> bytes;
+};
+
+TEST_F(head_tail, ends_on_line_boundaries_in_every_file) {
+    const std::string filler = repeat(500, 'f') + "\n";
+    const auto tail_of = [&filler](const std::string &line, const char *own) {
+        return own + filler + line + "end\n";
+    };
+    const struct {
+        const char *name;
+        test::texts files;
+        span head, tail;
+    } rows[] = {
+        {"one file goes on", {"a\nb\n", "a\nb\nc\n"}, {2, {4, 4}}, {0, {0, 0}}},
+        {"a newline more", {"a\nb", "a\nb\n"}, {1, {2, 2}}, {0, {0, 0}}},
+        {"an empty file", {"", "a\n"}, {0, {0, 0}}, {0, {0, 0}}},
+        {"512 bytes outside the head",
+         {repeat(510) + "\na\n", repeat(600) + "\na\n"},
+         {0, {0, 0}},
+         {1, {2, 2}}},
+        {"the margin itself",
+         {repeat(509) + "\na\n", repeat(600) + "\na\n"},
+         {0, {0, 0}},
+         {0, {0, 0}}},
+        {"a line shorter than the buffer",
+         {tail_of(repeat(4093) + "\n", "1\n"), tail_of(repeat(4093) + "\n", "2\n2\n")},
+         {0, {0, 0}},
+         {2, {4098, 4098}}},
+        {"a line that fills the buffer",
+         {tail_of(repeat(4094) + "\n", "1\n"), tail_of(repeat(4094) + "\n", "2\n2\n")},
+         {0, {0, 0}},
+         {2, {4099, 4099}}},
+        {"a byte too long for it",
+         {tail_of(repeat(4095) + "\n", "1\n"), tail_of(repeat(4095) + "\n", "2\n2\n")},
+         {0, {0, 0}},
+         {2, {4100, 4100}}},
+        {"three pieces, one of a byte",
+         {tail_of(repeat(8000) + "\n", "1\n"), tail_of(repeat(8000) + "\n", "2\n2\n"),
+          tail_of(repeat(8000) + "\n", "")},
+         {0, {0, 0, 0}},
+         {2, {8005, 8005, 8005}}},
+        {"different in the piece read last",
+         {tail_of("1" + repeat(5000) + "\n", ""), tail_of("2" + repeat(5000) + "\n", "")},
+         {1, {501, 501}},
+         {1, {4, 4}}},
+        {"a long last line without newline",
+         {"1\n" + filler + repeat(5000), filler + repeat(5000)},
+         {0, {0, 0}},
+         {1, {5000, 5000}}},
+    };
+    for (const auto &row : rows) {
+        test::session all(write_all(row.files));
+        ASSERT_EQ(all.compare(), 0) << row.name;
+        EXPECT_EQ(all.identical, 0) << row.name;
+        for (const auto &[found, wanted] :
+             {std::pair(all.s->head, row.head), std::pair(all.s->tail, row.tail)}) {
+            EXPECT_EQ(found.line_count, wanted.lines) << row.name;
+            for (size_t k = 0; k < wanted.bytes.size(); ++k) {
+                EXPECT_EQ(found.bytes[k], wanted.bytes[k]) << row.name << ", file " << k;
+            }
+        }
+    }
+}
+
+TEST_F(head_tail, ends_all_files_together_only_when_they_are_identical) {
+    for (const std::string &text : {std::string(), letters("ab"), std::string("a\nb")}) {
+        test::session all(write_all({text, text, text}));
+        ASSERT_EQ(all.compare(), 0);
+        EXPECT_EQ(all.identical, 1);
+        EXPECT_EQ(all.s->head.bytes[2], text.size());
+        EXPECT_EQ(all.s->base_map[1], nullptr);
+        uint32_t end = 0;
+        diff_block block{};
+        EXPECT_EQ(tdm_get_next_diff(all.s, &end, &block), 0);
+        EXPECT_EQ(end, 1U);
+    }
+}
+
+TEST_F(head_tail, leaves_a_small_middle_around_one_change) {
+    test::texts files(2);
+    for (int i = 1; i <= 10000; ++i) {
+        files[0] += "line " + std::to_string(i) + "\n";
+        files[1] += i == 5000 ? "changed\n" : "line " + std::to_string(i) + "\n";
+    }
+    test::session all(write_all(files));
+    ASSERT_EQ(all.compare(), 0);
+    EXPECT_EQ(all.s->head.line_count, 4999U);
+    const uint64_t middle = files[1].size() - all.s->head.bytes[1] - all.s->tail.bytes[1];
+    EXPECT_LE(middle, 512U);
+    EXPECT_STREQ(tdm_get_line_text(all.s, 1, 5000), "changed\n");
+    EXPECT_EQ(tdm_get_line_text(all.s, 1, 4999), nullptr);
+}
+
+TEST_F(head_tail, disregards_blanks_when_told) {
+    const std::string filler = repeat(600, 'f') + "\n";
+    const auto with = [&filler](const char *own, const char *line) {
+        return std::string(own) + filler + line;
+    };
+    test::session all(write_all({with("1\n", "a=b\n"), with("2\n", "a = b \n")}));
+    tdm_set_ignore_blanks(all.s);
+    ASSERT_EQ(all.compare(), 0);
+    EXPECT_EQ(all.s->tail.line_count, 2U);
+    EXPECT_EQ(all.s->tail.bytes[0], 605U);
+    EXPECT_EQ(all.s->tail.bytes[1], 608U);
+}
+
+TEST_F(head_tail, leaves_what_is_not_text_to_the_line_reader) {
+    const std::string filler = repeat(700, 'f') + "\n";
+    const struct {
+        const char *name;
+        std::string line, reported;
+    } rows[] = {
+        {"NUL inside a line", std::string("ab\0cd\n", 6), "contains a '\\000'"},
+        {"NUL at a line's start", std::string("\0ab\n", 4), "contains a '\\000'"},
+        {"NUL at the end of file", std::string("ab\0", 3), "contains a '\\000'"},
+        {"NUL in a long line", repeat(4500) + std::string("\0", 1) + repeat(100) + "\n",
+         "contains a '\\000'"},
+        {"longer than a line may be", repeat(8001) + "\n", "a line exceeding 8000 bytes"},
+    };
+    for (const auto &row : rows) {
+        test::session all(write_all({"1\n" + filler + row.line, "2\n" + filler + row.line}));
+        const std::string told = test::messages_of([&] { EXPECT_EQ(all.compare(), 1); });
+        EXPECT_NE(told.find(row.reported), std::string::npos) << row.name << ": " << told;
+        uint32_t end = 0;
+        diff_block block{};
+        EXPECT_EQ(tdm_get_next_diff(all.s, &end, &block), 1) << row.name;
+    }
+}
+
+}  // namespace

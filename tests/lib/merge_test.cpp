@@ -1,0 +1,331 @@
+#include <sys/resource.h>
+
+#include <csignal>
+
+#include "session_support.h"
+
+namespace {
+
+// What the merge under test asks, and what it is answered; the callbacks get no pointer of ours.
+struct {
+    std::string answers;  // one letter a question: y, n, a; no after the last
+    std::string asked;    // one item a question: kind, file number, default answer
+} dialogue;
+
+uint64_t answer(tdm_session * /*s*/, const diff_block *b, uint64_t default_answer) {
+    dialogue.asked += std::string(1, "ucidID"[b->kind]) + std::to_string(b->file_index + 1) +
+                      (default_answer == 4 ? "y " : "n ");
+    const char given = dialogue.answers.empty() ? 'n' : dialogue.answers[0];
+    dialogue.answers.erase(0, 1);
+    return given == 'y' ? 4 : given == 'a' ? 1 : 8;
+}
+
+class merge : public test::session_test {
+protected:
+    static constexpr char aborted[] = "(aborted)";
+
+    struct result {
+        std::string text, asked, report;
+    };
+
+    /// Merges the files; the result's text is `aborted` when the merge failed.
+    result run(const test::texts &files, int mq = 0, const std::string &answers = "",
+               int source_file = 0) {
+        test::session all(write_all(files));
+        EXPECT_EQ(all.compare(), 0);
+        dialogue = {answers, ""};
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        const int status = merge_session(all.s, mq, source_file);
+        fflush(stdout);
+        const std::string report = testing::internal::GetCapturedStdout();
+        const std::string told = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(std::filesystem::exists(path("out")), status == 0);
+        const std::string text = status == 0 ? read(path("out")) : aborted;
+        std::filesystem::remove(path("out"));
+        return {text, dialogue.asked, report + told};
+    }
+
+    int merge_session(tdm_session *s, int mq, int source_file) {
+        const std::string out = path("out");
+        uint64_t head = 0;
+        uint64_t tail = 0;
+        EXPECT_EQ(tdm_init_diff_stream(s, &head, &tail), 0);
+        merge_report *r = tdm_merge_init_report(s, out.c_str(), mq, answer, nullptr, source_file);
+        if (r == nullptr) {
+            return 1;
+        }
+        for (;;) {
+            uint32_t end = 0;
+            diff_block b{};
+            EXPECT_EQ(tdm_get_next_diff(s, &end, &b), 0);
+            if (end != 0) {
+                return tdm_merge_term(r, 0);
+            }
+            if (tdm_merge_queue_diff(r, &b) != 0) {
+                return tdm_merge_term(r, 1);
+            }
+        }
+    }
+};
+
+std::string separated(const std::string &report) {
+    return report + "============\n============\n";
+}
+
+TEST_F(merge, decides_and_asks_as_documented) {
+    const std::string base = test::letters("abcdefghij");
+    const auto change = [](const char *letters) { return test::letters(letters); };
+    const struct {
+        const char *name;
+        test::texts contributors;
+        int mq;
+        const char *answers, *text, *asked;
+        std::string report;
+    } rows[] = {
+        {"one inserts",
+         {change("abcdefghiXj"), base},
+         0,
+         "",
+         "abcdefghiXj",
+         "",
+         separated("*** Automatic: Applying INSERT from file 2 [line 10]\n")},
+        {"both insert the same",
+         {change("abXYcdefghij"), change("abXYcdefghij")},
+         0,
+         "",
+         "abXYcdefghij",
+         "",
+         separated("*** Automatic: Applying INSERT from file 3 [lines 3-4]\n")},
+        {"both delete the same",
+         {change("abcghij"), change("abcghij")},
+         0,
+         "",
+         "abcghij",
+         "",
+         separated("*** Automatic: Applying DELETION from file 3 [deleting base lines 4-6]\n")},
+        {"only the second changes",
+         {base, change("abcdEFghij")},
+         0,
+         "",
+         "abcdEFghij",
+         "",
+         separated("*** Automatic: Applying CHANGE from file 3 [lines 5-6]\n")},
+        {"different changes, first taken",
+         {change("abXdefghij"), change("abYdefghij")},
+         0,
+         "yn",
+         "abXdefghij",
+         "c2y c3n ",
+         separated("Applying CHANGE from file 2 [line 3]\n")},
+        {"different changes, both taken",
+         {change("abXdefghij"), change("abYdefghij")},
+         0,
+         "yy",
+         "abXYdefghij",
+         "c2y c3n ",
+         separated("Applying CHANGE from file 2 [line 3]\nApplying CHANGE from file 3 [line 3]\n")},
+        {"different changes, none taken",
+         {change("aXYdefghij"), change("aZdefghij")},
+         0,
+         "nn",
+         "abcdefghij",
+         "c2y c3y ",
+         separated("Keeping ORIGINAL text from file 1 (BASE) [lines 2-3]\n")},
+        {"a deletion taken, then a change",
+         {change("abdefghij"), change("abXdefghij")},
+         0,
+         "yn",
+         "abdefghij",
+         "d2y c3n ",
+         separated("Applying DELETION from file 2 [deleting base line 3]\n")},
+        {"a change taken: a deletion is not asked for",
+         {change("abXdefghij"), change("abdefghij")},
+         0,
+         "y",
+         "abXdefghij",
+         "c2y ",
+         separated("Applying CHANGE from file 2 [line 3]\n")},
+        {"an insertion right before a change",
+         {change("aXbcdefghij"), change("aBcdefghij")},
+         0,
+         "yy",
+         "aXBcdefghij",
+         "i2y ",
+         separated("Applying INSERT from file 2 [line 2]\n") +
+             separated("*** Automatic: Applying CHANGE from file 3 [line 2]\n")},
+        {"an insertion right behind a change",
+         {change("aBcdefghij"), change("abXcdefghij")},
+         0,
+         "y",
+         "aBXcdefghij",
+         "i3y ",
+         separated("*** Automatic: Applying CHANGE from file 2 [line 2]\n") +
+             separated("Applying INSERT from file 3 [line 3]\n")},
+        {"different insertions, none taken",
+         {change("aXbcdefghij"), change("aYbcdefghij")},
+         0,
+         "nn",
+         "abcdefghij",
+         "i2y i3y ",
+         separated("")},
+        {"mode 1 asks",
+         {change("abcdefghiXj"), base},
+         1,
+         "y",
+         "abcdefghiXj",
+         "i2y ",
+         separated("Applying INSERT from file 2 [line 10]\n")},
+        {"mode 3 trusts the last file",
+         {base, change("abcdeFghij")},
+         3,
+         "",
+         "abcdeFghij",
+         "",
+         separated("*** Automatic: Applying CHANGE from file 3 [line 6]\n")},
+        {"mode 3 asks about others",
+         {change("abcdeFghij"), base},
+         3,
+         "y",
+         "abcdeFghij",
+         "c2y ",
+         separated("Applying CHANGE from file 2 [line 6]\n")},
+        {"mode 2 never asks",
+         {change("abXdefghij"), change("abYdefghij")},
+         2,
+         "",
+         aborted,
+         "",
+         "*** No Automatic Decision Possible\n*** Aborting...\n"},
+        {"an abort",
+         {change("abXdefghij"), change("abYdefghij")},
+         0,
+         "a",
+         aborted,
+         "c2y ",
+         "*** Aborting...\n"},
+        {"a single contributor is always asked about",
+         {change("abXdefghij")},
+         0,
+         "y",
+         "abXdefghij",
+         "c2y ",
+         separated("Applying CHANGE from file 2 [line 3]\n")},
+    };
+    for (const auto &row : rows) {
+        test::texts files = row.contributors;
+        files.insert(files.begin(), base);
+        const result found = run(files, row.mq, row.answers);
+        const bool ended = row.text == std::string(aborted);
+        EXPECT_EQ(found.text, ended ? aborted : test::letters(row.text)) << row.name;
+        EXPECT_EQ(found.asked, row.asked) << row.name;
+        EXPECT_EQ(found.report, row.report) << row.name;
+    }
+}
+
+TEST_F(merge, does_not_depend_on_the_order_of_contributors_that_agree) {
+    const std::string base = test::letters("abcdefghij");
+    const struct {
+        std::string one, other, text;
+    } rows[] = {
+        {"aBcdefghij", "abcdefghIj", "aBcdefghIj"}, {"bcdefghij", "abcdefghijk", "bcdefghijk"},
+        {"abXcdefghij", "abcdefgj", "abXcdefgj"},   {"aXdefghij", "aXdefghij", "aXdefghij"},
+        {"efghabcdij", "abcdefghiJ", "efghabcdiJ"},
+    };
+    for (const auto &row : rows) {
+        const std::string one = test::letters(row.one);
+        const std::string other = test::letters(row.other);
+        EXPECT_EQ(run({base, one, other}).text, test::letters(row.text)) << row.text;
+        EXPECT_EQ(run({base, other, one}).text, test::letters(row.text)) << row.text;
+    }
+}
+
+TEST_F(merge, takes_the_only_changed_file_whole_whatever_it_did) {
+    std::mt19937 random(6);
+    for (int round = 0; round < 120; ++round) {
+        SCOPED_TRACE(round);
+        const std::string base = test::random_text(random() % 50, &random);
+        const std::string edited = test::edit(base, &random);
+        if (base != edited) {
+            EXPECT_EQ(run({base, edited, base, base}).text, edited);
+            EXPECT_EQ(run({base, base, edited}, 0, "", 2).text, edited);
+            EXPECT_EQ(run({base, edited, edited}).text, edited);
+            EXPECT_EQ(run({base, edited}, 0, std::string(99, 'y')).text, edited);
+        }
+    }
+}
+
+TEST_F(merge, writes_base_text_that_was_kept_whatever_the_source_file) {
+    const std::string base = test::letters("abcde");
+    const test::texts files = {base, test::letters("abXde"), test::letters("abYZde")};
+    for (int source = -1; source < 4; ++source) {
+        EXPECT_EQ(run(files, 0, "nnn", source).text, base) << source;
+    }
+}
+
+TEST_F(merge, keeps_long_lines_and_a_missing_last_newline) {
+    const std::string filler = std::string(1500, 'f') + "\n" + std::string(700, 'g') + "\n";
+    const test::texts files = {filler + "a\n" + filler + "end", filler + "b\n" + filler + "end",
+                               filler + "a\n" + filler + "end"};
+    EXPECT_EQ(run(files).text, files[1]);
+}
+
+TEST_F(merge, never_overwrites_and_leaves_no_half_output) {
+    const test::texts files = {test::letters("abc"), test::letters("aXc"), test::letters("abc")};
+    write("out", "precious");
+    test::session all(write_all(files));
+    ASSERT_EQ(all.compare(), 0);
+    const std::string told = test::messages_of([&] { EXPECT_EQ(merge_session(all.s, 0, 0), 1); });
+    EXPECT_EQ(told, "Unable to open file \"" + path("out") + "\": File exists\n");
+    EXPECT_EQ(read(path("out")), "precious");
+
+    std::filesystem::remove(path("out"));
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit tiny = {2, before.rlim_max};
+    const auto handler = signal(SIGXFSZ, SIG_IGN);
+    int status = 0;
+    testing::internal::CaptureStdout();
+    test::messages_of([&] {
+        setrlimit(RLIMIT_FSIZE, &tiny);
+        status = merge_session(all.s, 0, 0);
+        setrlimit(RLIMIT_FSIZE, &before);
+    });
+    testing::internal::GetCapturedStdout();
+    signal(SIGXFSZ, handler);
+    EXPECT_EQ(status, 1);
+    EXPECT_FALSE(std::filesystem::exists(path("out")));
+}
+
+TEST_F(merge, fails_without_the_text_of_a_line) {
+    const auto paths = write_all(
+        {test::letters("abc"), "a\n" + std::string(90000, '\n'), "a\n" + std::string(90000, '\n')});
+    test::session all(paths);
+    ASSERT_EQ(all.compare(), 0);
+    std::filesystem::resize_file(paths[2], 2);
+    testing::internal::CaptureStdout();
+    EXPECT_NE(test::messages_of([&] { EXPECT_EQ(merge_session(all.s, 0, 0), 1); }), "");
+    testing::internal::GetCapturedStdout();
+    EXPECT_FALSE(std::filesystem::exists(path("out")));
+}
+
+TEST_F(merge, refuses_blocks_of_no_file) {
+    test::session all(write_all({"a\n", "b\n", "a\n"}));
+    ASSERT_EQ(all.compare(), 0);
+    const std::string out = path("out");
+    merge_report *r = tdm_merge_init_report(all.s, out.c_str(), 0, answer, nullptr, 0);
+    ASSERT_NE(r, nullptr);
+    diff_block b{};
+    for (const uint32_t file : {0U, 3U, 0xFFFFFFFFU}) {
+        b.file_index = file;
+        EXPECT_EQ(tdm_merge_queue_diff(r, &b), 1);
+    }
+    EXPECT_EQ(tdm_merge_queue_diff(r, nullptr), 1);
+    EXPECT_EQ(tdm_merge_queue_diff(nullptr, &b), 1);
+    EXPECT_EQ(tdm_merge_term(r, 1), 1);
+    EXPECT_FALSE(std::filesystem::exists(path("out")));
+    EXPECT_EQ(tdm_merge_term(nullptr, 0), 1);
+    EXPECT_EQ(tdm_merge_init_report(nullptr, "out", 0, answer, nullptr, 0), nullptr);
+}
+
+}  // namespace
