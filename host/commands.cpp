@@ -18,6 +18,7 @@ void register_show(CLI::App &app, command_context &context);
 void register_info(CLI::App &app, command_context &context);
 void register_dump(CLI::App &app, command_context &context);
 void register_delete(CLI::App &app, command_context &context);
+void register_purge(CLI::App &app, command_context &context);
 void register_verify(CLI::App &app, command_context &context);
 
 std::span<const command_entry> command_table() {
@@ -35,6 +36,7 @@ std::span<const command_entry> command_table() {
         command_entry{"info", "List the header's records for scripts", register_info},
         command_entry{"dump", "List every line of the container", register_dump},
         command_entry{"delete", "Delete versions and branches", register_delete},
+        command_entry{"purge", "Remove a version and every line it alone has", register_purge},
         command_entry{"verify", "Check that a container is sound", register_verify},
     };
     return table;

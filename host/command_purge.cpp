@@ -1,0 +1,176 @@
+// tdm purge: removes a version and every line that it alone has brought.
+#include <sys/mman.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli.h"
+#include "confirm.h"
+#include "container_change.h"
+#include "output.h"
+#include "purge.h"
+#include "terminal.h"
+
+namespace host {
+
+namespace {
+
+struct purge_options {
+    std::string container;
+    std::string version;
+    bool dry_run = false;
+    bool yes = false;
+};
+
+std::string lines_text(uint64_t count) {
+    return std::to_string(count) + (count == 1 ? " line" : " lines");
+}
+
+// A version that is deleted but kept, by its name or identifier.
+const version_record *find_deleted(const container_view &view, const std::string &text) {
+    constexpr std::size_t shortest_prefix = 4;
+    const auto matches = [&](const version_record &version) {
+        return version.deleted &&
+               (version_name(view, version.id) == text ||
+                (text.size() >= shortest_prefix && version.oid.starts_with(text)));
+    };
+    const auto first = std::find_if(view.versions.begin(), view.versions.end(), matches);
+    if (first == view.versions.end() || std::any_of(first + 1, view.versions.end(), matches)) {
+        return nullptr;
+    }
+    return &*first;
+}
+
+int find_version_to_purge(const container_view &view, const std::string &text, version_id *id,
+                          deletion_request *request) {
+    if (const version_record *deleted = find_deleted(view, text)) {
+        *id = deleted->id;
+        return status_done;
+    }
+    const int status = resolve_deletion(view, {text}, {}, request);
+    if (status == status_done) {
+        *id = *request->versions.begin();
+    }
+    return status;
+}
+
+void list(const container_view &view, const kept_lines &lines) {
+    for (const kept_line &line : lines.first) {
+        std::string names;
+        for (const version_id id : line.holders) {
+            names += (names.empty() ? "" : ", ") + escape_name(version_name(view, id));
+        }
+        if (line.holder_count > line.holders.size()) {
+            names += " and " + std::to_string(line.holder_count - line.holders.size()) + " more";
+        }
+        standard_output().write("  " + names + ": " + escape_text(line.text) + "\n");
+    }
+    if (lines.count > lines.first.size()) {
+        standard_output().write("  and " + lines_text(lines.count - lines.first.size()) +
+                                " more\n");
+    }
+}
+
+void tell(const container_view &before, const container_view &after,
+          const deletion_request &request, version_id id, const purge_result &result) {
+    const std::string name = escape_name(version_name(before, id));
+    for (const std::string &sentence : describe_deletion(before, after, request)) {
+        if (!sentence.starts_with(name + ":")) {
+            standard_output().write(sentence + "\n");
+        }
+    }
+    const uint64_t gone = result.inserted - result.held.count;
+    standard_output().write(name + ": deleted; of " + lines_text(result.inserted) +
+                            " that it inserted " + std::to_string(gone) +
+                            (gone == 1 ? " is" : " are") + " gone from the file\n");
+    if (result.held.count != 0) {
+        standard_output().write("not purged, because these versions hold them:\n");
+        list(before, result.held);
+    }
+    if (result.copies.count != 0) {
+        standard_output().write("purged, but these versions have lines of the same text:\n");
+        list(before, result.copies);
+    }
+}
+
+struct purge_work {
+    const command_context &context;
+    const purge_options &options;
+    const container_change &change;
+    version_id id;
+    deletion_request request;
+
+    // Purges into an open file and says what has come out; asks when it is not a rehearsal.
+    int write_to(int descriptor) const {
+        container_view after;
+        purge_result result;
+        if (purge_into(change.old, change.replacement.file().path, id, request, descriptor, &after,
+                       &result) != status_done) {
+            return status_trouble;
+        }
+        if (result.inserted != 0 && result.inserted == result.held.count) {
+            say_of_file(change.old.name, "nothing can be purged, surviving versions hold " +
+                                             lines_text(result.inserted) + " that " +
+                                             escape_name(version_name(change.old, id)) +
+                                             " inserted; nothing is changed");
+            list(change.old, result.held);
+            return status_negative;
+        }
+        if (!context.quiet || !options.yes) {
+            tell(change.old, after, request, id, result);
+        }
+        return options.dry_run || options.yes
+                   ? int{status_done}
+                   : confirm(context, "Purge " + version_name(change.old, id) + "?");
+    }
+};
+
+int run_purge(const command_context &context, const purge_options &options) {
+    container_change change(context);
+    purge_work work{context, options, change, {}, {}};
+    if (change.open(options.container) != status_done ||
+        require_soundness(change.old) != status_done ||
+        find_version_to_purge(change.old, options.version, &work.id, &work.request) !=
+            status_done) {
+        return status_trouble;
+    }
+    if (options.dry_run) {
+        const owned_descriptor memory(memfd_create("purge", MFD_CLOEXEC));
+        return memory.is_open() ? work.write_to(memory.get())
+                                : say_errno(options.container, "no memory for the purge", errno);
+    }
+    if (change.replacement.begin() != status_done) {
+        return status_trouble;
+    }
+    const int status = work.write_to(change.replacement.temporary_descriptor());
+    return status == status_done ? change.replacement.commit({}) : status;
+}
+
+}  // namespace
+
+void register_purge(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<purge_options>();
+    context.take("CONTAINER", options->container, "The container to change");
+    context.take("VERSION", options->version,
+                 "The version that brought the secret; one that is deleted already will do");
+    app.add_flag("--dry-run", options->dry_run, "Say what would be done; write nothing");
+    app.add_flag("--yes", options->yes, "Do not ask");
+    add_replace_options(app, context, "Go on when the file's owner or group cannot be kept");
+    context.details =
+        "Deletes VERSION and takes every line out of the file that it inserted and no surviving\n"
+        "version holds, and copies of these lines in other deleted versions. Lines that\n"
+        "surviving versions hold are listed with them and stay: delete those versions first.\n"
+        "Before the container is replaced, every surviving version is compared byte for byte,\n"
+        "and the new file is searched for the lines that went. Backups and copies of the old\n"
+        "container still have them.";
+    context.exit_codes =
+        "0 purged; 1 nothing can be purged, or the answer was no; 2 wrong usage or trouble.";
+    context.examples = {"tdm purge notes.tdm main@3 --dry-run", "tdm purge notes.tdm main@3 --yes"};
+    context.run = [&context, options] { return run_purge(context, *options); };
+}
+
+}  // namespace host
