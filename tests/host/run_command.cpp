@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <grp.h>
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/resource.h>
@@ -138,4 +139,12 @@ std::vector<std::string> files_in(const std::string &folder) {
     }
     std::sort(names.begin(), names.end());
     return names;
+}
+
+void expect_golden(const std::string &name, const std::string &actual) {
+    const std::string path = std::string(TDM_SOURCE_DIR) + "/tests/golden/" + name;
+    if (getenv("TDM_UPDATE_GOLDEN") != nullptr) {
+        write_file(path, actual);
+    }
+    EXPECT_EQ(actual, read_file(path)) << path;
 }

@@ -43,4 +43,7 @@ void write_file(const std::string &path, const std::string &bytes);
 std::string read_file(const std::string &path);
 std::vector<std::string> files_in(const std::string &folder);  // names, dot files included, sorted
 
+// Compares with tests/golden/NAME, or rewrites that file when TDM_UPDATE_GOLDEN is set.
+void expect_golden(const std::string &name, const std::string &actual);
+
 #endif

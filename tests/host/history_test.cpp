@@ -1,0 +1,258 @@
+// The history commands end to end: what they store, what they refuse, what they print.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <regex>
+
+#include "run_command.h"
+
+namespace {
+
+const command_options dated = [] {
+    command_options options;
+    options.environment = {"SOURCE_DATE_EPOCH=1700000000", "TZ=Asia/Tokyo", "LC_ALL=de_DE.UTF-8"};
+    return options;
+}();
+
+std::string without_identifiers(const std::string &text) {
+    return std::regex_replace(text, std::regex("[0-9a-f]{32}"), "IDENTIFIER");
+}
+
+// What follows the element record.
+std::string weave_of(const std::string &container) {
+    const std::string bytes = read_file(container);
+    return bytes.substr(bytes.find('\n', bytes.find("\n^E ") + 1) + 1);
+}
+
+// A container with three versions on main, and a branch with two.
+class history : public testing::Test {
+protected:
+    void SetUp() override {
+        write_file("t1", "a\nb\nc\n");
+        write_file("t2", "a\nB\nc\n^d");
+        write_file("t3", "a\nc\ne\n");
+        write_file("u1", "a\nb\nx\n");
+        ASSERT_EQ(tdm({"create", "c"}, dated).out, "main@0\n");
+        ASSERT_EQ(tdm({"checkin", "c", "t1"}, dated).out, "main@1\n");
+        ASSERT_EQ(tdm({"checkin", "c", "t2", "--time", "2023-11-15T00:00+01:00"}).out, "main@2\n");
+        ASSERT_EQ(tdm({"checkin", "c", "t3"}, dated).out, "main@3\n");
+        ASSERT_EQ(tdm({"checkin", "c", "u1", "--branch", "dev", "--from", "main@1"}, dated).out,
+                  "dev@1\n");
+        ASSERT_EQ(tdm({"branch", "c", "fix", "dev"}, dated).out, "fix@0\n");
+    }
+
+    const scratch_folder folder_;
+};
+
+TEST_F(history, every_version_comes_back) {
+    const std::pair<const char *, std::string> rows[] = {
+        {"main@0", ""},          {"main@1", "a\nb\nc\n"}, {"main@2", "a\nB\nc\n^d"},
+        {"main@3", "a\nc\ne\n"}, {"main", "a\nc\ne\n"},   {"dev@1", "a\nb\nx\n"},
+        {"fix@0", "a\nb\nx\n"},  {"fix", "a\nb\nx\n"},
+    };
+    for (const auto &[version, text] : rows) {
+        EXPECT_EQ(tdm({"checkout", "c", version}).out, text) << version;
+    }
+    EXPECT_EQ(tdm({"checkout", "c"}).out, "a\nc\ne\n");
+}
+
+TEST_F(history, listings_are_as_documented) {
+    expect_golden("list.txt", without_identifiers(tdm({"list", "c"}, dated).out));
+    expect_golden("list.json", without_identifiers(tdm({"list", "c", "--json"}, dated).out));
+    expect_golden("annotate.txt", tdm({"annotate", "c"}, dated).out);
+    expect_golden("annotate-all.txt", tdm({"annotate", "c", "--all", "main@2"}, dated).out);
+    EXPECT_EQ(without_identifiers(tdm({"annotate", "c", "--raw", "--deleted"}).out),
+              "I IDENTIFIER a\nD IDENTIFIER,IDENTIFIER b\nD IDENTIFIER,IDENTIFIER B\n"
+              "I IDENTIFIER c\nD IDENTIFIER,IDENTIFIER ^d\nI IDENTIFIER e\n");
+}
+
+TEST_F(history, version_may_be_an_identifier_or_its_beginning) {
+    std::smatch found;
+    const std::string list = tdm({"list", "c"}).out;
+    ASSERT_TRUE(std::regex_search(list, found, std::regex("main@2 .*  ([0-9a-f]{32})")));
+    const std::string oid = found[1];
+    EXPECT_EQ(tdm({"checkout", "c", oid}).out, "a\nB\nc\n^d");
+    EXPECT_EQ(tdm({"checkout", "c", oid.substr(0, 8)}).out, "a\nB\nc\n^d");
+    EXPECT_EQ(tdm({"checkout", "c", oid.substr(0, 3)}).status, 2);
+}
+
+TEST_F(history, refuses_what_would_not_be_a_history) {
+    write_file("binary", std::string("a\0b\n", 4));
+    write_file("long", std::string(8001, 'x') + "\n");
+    struct row {
+        const char *name;
+        std::vector<std::string> words;
+        const char *said;
+    };
+    const row rows[] = {
+        {"no such branch", {"checkin", "c", "t1", "--branch", "new"}, "(--from VERSION starts it)"},
+        {"branch exists",
+         {"checkin", "c", "t2", "--branch", "dev", "--from", "main"},
+         "exists already"},
+        {"from without branch", {"checkin", "c", "t1", "--from", "main"}, "--from needs --branch"},
+        {"no such point", {"branch", "c", "b", "main@4"}, "main@4"},
+        {"branch exists", {"branch", "c", "main", "main"}, "exists already"},
+        {"name with @", {"branch", "c", "a@1", "main"}, "'@'"},
+        {"name with blank", {"branch", "c", "a b", "main"}, "blank"},
+        {"name too long", {"create", "n", "--branch", std::string(100, 'x')}, "100 bytes"},
+        {"empty name", {"create", "n", "--branch="}, "--branch"},
+        {"binary", {"checkin", "c", "binary"}, "'text file'"},
+        {"long line", {"checkin", "c", "long"}, "8000"},
+        {"binary import", {"import", "c", "t1", "binary"}, "'text file'"},
+        {"missing file", {"import", "c", "t1", "nowhere"}, "No such file"},
+        {"folder", {"checkin", "c", "."}, "directory"},
+        {"bad list", {"import", "c", "--from-list", "t1"}, "tdm: t1:1: not a name"},
+        {"no files", {"import", "c"}, "no files"},
+        {"not a container", {"checkout", "t1"}, "tdm: t1:1: "},
+    };
+    const std::string before = read_file("c");
+    for (const row &r : rows) {
+        const command_result result = tdm(r.words);
+        EXPECT_EQ(result.status, 2) << r.name;
+        EXPECT_NE(result.err.find(r.said), std::string::npos) << r.name << ": " << result.err;
+        EXPECT_EQ(read_file("c"), before) << r.name;
+    }
+}
+
+TEST_F(history, equal_text_stores_nothing_unless_asked) {
+    const std::string before = read_file("c");
+    for (const std::vector<std::string> &words : std::vector<std::vector<std::string>>{
+             {"checkin", "c", "t3"},
+             {"import", "c", "t3", "t3"},
+             {"checkin", "c", "t1", "--branch", "new", "--from", "main@1"}}) {
+        const command_result result = tdm(words);
+        EXPECT_EQ(result.status, 1) << words[0];
+        EXPECT_NE(result.err.find("nothing to store"), std::string::npos);
+        EXPECT_EQ(read_file("c"), before);
+    }
+    EXPECT_EQ(tdm({"checkin", "c", "t3", "--allow-same"}).out, "main@4\n");
+    EXPECT_EQ(tdm({"import", "c", "t3", "t3", "--allow-same"}).out, "main@5\nmain@6\n");
+    EXPECT_EQ(tdm({"checkout", "c", "main@5"}).out, "a\nc\ne\n");
+}
+
+TEST_F(history, numbers_stand_above_deleted_ones) {
+    std::string bytes = read_file("c");
+    const size_t newest = bytes.find("^V ", bytes.find(" 0 3 ") - 36);
+    bytes.insert(newest, "^#");
+    write_file("c", bytes);
+    ASSERT_NE(tdm({"list", "c"}).out.find("(deleted)"), std::string::npos);
+    EXPECT_EQ(tdm({"branch", "c", "b", "main@3"}).status, 2);
+    EXPECT_EQ(tdm({"checkin", "c", "t1"}).out, "main@4\n");
+    EXPECT_EQ(tdm({"checkout", "c"}).out, "a\nb\nc\n");
+}
+
+TEST_F(history, default_branch_is_main_or_the_only_one) {
+    ASSERT_EQ(tdm({"create", "d", "--branch", "trunk"}).status, 0);
+    EXPECT_EQ(tdm({"checkin", "d", "t1"}).out, "trunk@1\n");
+    ASSERT_EQ(tdm({"branch", "d", "second", "trunk"}).status, 0);
+    EXPECT_NE(tdm({"checkin", "d", "t2"}).err.find("which branch?"), std::string::npos);
+    EXPECT_EQ(tdm({"checkin", "d", "t2", "--branch", "second"}).out, "second@1\n");
+}
+
+TEST_F(history, text_may_come_from_standard_input_or_a_pipe) {
+    command_options piped;
+    piped.input = "from\nstdin";
+    EXPECT_EQ(tdm({"checkin", "c", "-"}, piped).out, "main@4\n");
+    EXPECT_EQ(tdm({"checkout", "c", "-o", "-"}).out, "from\nstdin");
+    const std::string pipe = std::string("'") + TDM_COMMAND + "' checkin c <(echo from pipe)";
+    EXPECT_EQ(run({"bash", "-c", pipe}).out, "main@5\n");
+    EXPECT_EQ(tdm({"checkout", "c"}).out, "from pipe\n");
+}
+
+TEST_F(history, damaged_container_is_told_with_its_line_and_nothing_is_built_on_it) {
+    std::string bytes = read_file("c");
+    write_file("c", bytes.substr(0, bytes.size() - 3));
+    const std::string cut = read_file("c");
+    for (const std::vector<std::string> &words :
+         std::vector<std::vector<std::string>>{{"checkin", "c", "t1"},
+                                               {"branch", "c", "b", "main"},
+                                               {"import", "c", "t1"},
+                                               {"checkout", "c"},
+                                               {"annotate", "c"},
+                                               {"list", "c"}}) {
+        const command_result result = tdm(words);
+        EXPECT_EQ(result.status, 2) << words[0];
+        EXPECT_TRUE(std::regex_search(result.err, std::regex("^tdm: c:[0-9]+: "))) << result.err;
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(read_file("c"), cut);
+    }
+    const command_result forced = tdm({"checkout", "c", "main@1", "--force"});
+    EXPECT_EQ(forced.status, 0) << forced.err;
+    EXPECT_TRUE(forced.out.starts_with("a\nb\n")) << forced.out;
+}
+
+// Random texts with moved blocks, quoted lines, last lines without a newline, and runs of equal
+// lines.
+std::string random_text(const std::string &before, std::mt19937 &random) {
+    std::vector<std::string> lines;
+    for (size_t at = 0; at < before.size();) {
+        const size_t end = std::min(before.find('\n', at), before.size() - 1) + 1;
+        lines.push_back(before.substr(at, end - at));
+        at = end;
+    }
+    if (!lines.empty() && lines.back().back() != '\n') {
+        lines.back() += '\n';
+    }
+    for (auto edits = random() % 5; edits > 0; edits--) {
+        const size_t at = random() % (lines.size() + 1);
+        const size_t count = std::min<size_t>(random() % 6, lines.size() - at);
+        const auto first = lines.begin() + static_cast<long>(at);
+        if (random() % 3 == 0) {
+            std::rotate(lines.begin(), first, first + static_cast<long>(count));
+        } else if (random() % 2 == 0) {
+            lines.erase(first, first + static_cast<long>(count));
+        } else {
+            const std::string line = (random() % 4 == 0 ? "^" : "") + std::to_string(random() % 9);
+            lines.insert(first, 1 + random() % 4, line + "\n");
+        }
+    }
+    std::string text;
+    for (const std::string &line : lines) {
+        text += line;
+    }
+    if (!text.empty() && random() % 4 == 0) {
+        text.pop_back();
+    }
+    return text;
+}
+
+TEST(import, stores_the_same_as_checking_in_one_by_one) {
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    for (int round = 0; round < 8; round++) {
+        const scratch_folder folder;
+        ASSERT_EQ(tdm({"create", "one"}).status + tdm({"create", "all"}).status, 0);
+        std::vector<std::string> words = {"import", "-q", "all", "--allow-same"};
+        std::vector<std::string> texts = {""};
+        for (int i = 1; i <= 25; i++) {
+            texts.push_back(random_text(texts.back(), random));
+            words.push_back("t" + std::to_string(i));
+            write_file(words.back(), texts.back());
+            ASSERT_EQ(tdm({"checkin", "-q", "one", words.back(), "--allow-same"}).err, "");
+        }
+        // The second half goes to a branch off the middle of the first.
+        const std::vector<std::string> branch = {"--branch", "b", "--from", "main@12"};
+        ASSERT_EQ(tdm(words).err, "");
+        EXPECT_EQ(weave_of("all"), weave_of("one"));
+        words.insert(words.end(), branch.begin(), branch.end());
+        ASSERT_EQ(tdm(words).err, "");
+        for (int i = 1; i <= 25; i++) {
+            const std::string name = "t" + std::to_string(i);
+            std::vector<std::string> checkin = {"checkin",      "-q",       "one", name,
+                                                "--allow-same", "--branch", "b"};
+            if (i == 1) {
+                checkin.insert(checkin.end(), branch.begin() + 2, branch.end());
+            }
+            ASSERT_EQ(tdm(checkin).err, "");
+            for (const char *line : {"main@", "b@"}) {
+                const std::string version = line + std::to_string(i);
+                EXPECT_EQ(tdm({"checkout", "all", version}).out, texts[static_cast<size_t>(i)])
+                    << version;
+            }
+        }
+        EXPECT_EQ(weave_of("all"), weave_of("one"));
+    }
+}
+
+}  // namespace
