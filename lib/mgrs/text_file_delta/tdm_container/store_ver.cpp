@@ -16,6 +16,7 @@
 #include "tdm_container/lineage.h"
 #include "tdm_container/weave_walker.h"
 #include "tdm_session/line_reader.h"
+#include "tdm_session/session.h"
 
 namespace tdm {
 namespace {
@@ -226,6 +227,10 @@ int write_weave(container_input *c, const new_version &v, const placement &place
         return 1;
     }
     tdm_set_operation_context(owner.session, 1, operation);
+    // Without its name (reported) the session would take lines for equal by their hash alone.
+    if (owner.session->op_name == nullptr) {
+        return 1;
+    }
     int same = 0;
     if (tdm_compare(owner.session, &same) != 0) {
         return 1;

@@ -1,0 +1,128 @@
+// Every container operation with the n-th call of a host service failing, for every n: a documented
+// status, at most one report, nothing leaked, the old container untouched, and a result of 0 only
+// with the right output.
+#include <functional>
+
+#include "faulty_services.h"
+#include "support.h"
+
+namespace {
+
+using test::service;
+
+struct operation {
+    const char *name;
+    std::function<int(const std::string &container, const std::string &output)> run;
+};
+
+class container_faults : public test::scratch {
+protected:
+    void SetUp() override {
+        container_ = write("container", original);
+        text_ = write("text", "A\n^new\nB\nC\nlast");
+        setenv("TMPDIR", path("").c_str(), 1);
+    }
+    void TearDown() override { unsetenv("TMPDIR"); }
+
+    static size_t open_files() {
+        const std::filesystem::directory_iterator all("/proc/self/fd");
+        return static_cast<size_t>(std::distance(begin(all), end(all)));
+    }
+
+    /// Runs the operation with one failing call. @returns whether a call failed.
+    bool run_failing(const operation &op, service which, int64_t n, const std::string &golden) {
+        const std::string output = path("output");
+        std::filesystem::remove(output);
+        const int64_t blocks = test::live_blocks();
+        const size_t files = open_files();
+        bool met = false;
+        int result = 0;
+        const std::string said = test::messages_of([&] {
+            const test::failing fault(which, n);
+            result = op.run(container_, output);
+            met = test::failing::met();
+        });
+        const std::string where = std::string(op.name) + ", call " + std::to_string(n);
+        if (result == 0) {
+            EXPECT_EQ(read(output), golden) << where;
+            EXPECT_EQ(said, "") << where;
+        } else {
+            EXPECT_TRUE(met) << where;
+            EXPECT_LE(std::count(said.begin(), said.end(), '\n'), 1) << where << ": " << said;
+        }
+        EXPECT_EQ(read(container_), original) << where;
+        EXPECT_EQ(test::live_blocks(), blocks) << where;
+        EXPECT_EQ(open_files(), files) << where;
+        const size_t expected_files = std::filesystem::exists(output) ? 3 : 2;
+        EXPECT_EQ(files_in_folder(), expected_files) << where << ": a temporary file is left";
+        return met;
+    }
+
+    static constexpr char original[] =
+        "^S db1 1\n^V b1 1 1 5\n^B bB 1 0 1\n^#^V a2 0 2 3\n^V a1 0 1 2\n^V a0 0 0 1\n"
+        "^B bA 0 0 0\n^E el\n^I 0 1 3\nA\n^D 0 2 1\n^I 1 1 1\nX\nB\nC\n";
+    std::string container_;
+    std::string text_;
+};
+
+TEST_F(container_faults, leave_nothing_behind) {
+    const operation operations[] = {
+        {"check-in",
+         [&](const std::string &container, const std::string &output) {
+             uint32_t identical = 0;
+             return tdm_store_ver(9, "a3", "bA", 3, output.c_str(), nullptr, nullptr, 1,
+                                  container.c_str(), text_.c_str(), 0, &identical);
+         }},
+        {"branch",
+         [](const std::string &container, const std::string &output) {
+             return tdm_create_branch(9, "bC", "c0", output.c_str(), "bA", nullptr, 1,
+                                      container.c_str());
+         }},
+        {"construct",
+         [](const std::string &container, const std::string &output) {
+             return tdm_construct_ver(container.c_str(), output.c_str(), "b1", 0);
+         }},
+        {"annotate",
+         [](const std::string &container, const std::string &output) {
+             return tdm_construct_ver(container.c_str(), output.c_str(), "b1", 7);
+         }},
+        {"delete",
+         [](const std::string &container, const std::string &output) {
+             const char *const oids[] = {"b1", "bB"};
+             return tdm_delete_versions_and_branches(container.c_str(), output.c_str(), 1, oids, 1,
+                                                     oids + 1);
+         }},
+        {"info",
+         [](const std::string &container, const std::string &output) {
+             return tdm_get_cont_info(container.c_str(), output.c_str());
+         }},
+    };
+    for (const operation &op : operations) {
+        ASSERT_EQ(op.run(container_, path("output")), 0) << op.name;
+        const std::string golden = read(path("output"));
+        ASSERT_NE(golden, "") << op.name;
+        for (const service which : {service::memory, service::hash_enter, service::stat,
+                                    service::temporary_file, service::sync}) {
+            int64_t n = 0;
+            while (n < 1000 && run_failing(op, which, n, golden)) {
+                ++n;
+            }
+            EXPECT_LT(n, 1000) << op.name;
+        }
+    }
+}
+
+TEST_F(container_faults, full_disk_is_reported_once) {
+    for (const auto &run : std::initializer_list<std::function<int()>>{
+             [&] { return tdm_construct_ver(container_.c_str(), "/dev/full", "b1", 0); },
+             [&] { return tdm_get_cont_info(container_.c_str(), "/dev/full"); },
+             [&] {
+                 return tdm_create_branch(9, "bC", "c0", "/dev/full", "bA", nullptr, 1,
+                                          container_.c_str());
+             }}) {
+        EXPECT_EQ(test::messages_of([&] { EXPECT_NE(run(), 0); }),
+                  "Trouble accessing file \"/dev/full\": No space left on device\n");
+    }
+}
+
+}  // namespace
