@@ -8,15 +8,16 @@ namespace host {
 
 namespace {
 
-// What is known of one distinct line.
+// What is known of one distinct line, from the places alone but for `whole`.
 struct line_count {
     int32_t base = 0;
     int32_t merged = 0;
     int32_t added = 0;  // by all contributors together
     int32_t removed = 0;
-    int32_t least = 0;  // in any text but the merged one
+    int32_t least = 0;  // in the base and each contributor
     int32_t most = 0;
-    int32_t current = 0;  // in the contributor that is being counted
+    int32_t current = 0;  // in the text that is being counted
+    int32_t whole = -1;  // the most in any whole text; -1: not counted, which is for doubtful lines
     int32_t first_merged = -1;
     bool excused = false;
     bool significant = false;
@@ -24,10 +25,15 @@ struct line_count {
 
 struct census {
     const merge_input &in;
+    const merge_plan &plan;
     line_numbers numbers;
     std::vector<line_count> counts;
-    int32_t head = 0;  // lines before and after which no contributor changed anything
-    int32_t tail = 0;
+};
+
+// A line of the merged text within a place, by its number; -1 where no text has it.
+struct merged_line {
+    int32_t line;
+    int32_t number;
 };
 
 line_count &count_of(census &c, std::string_view line) {
@@ -40,17 +46,22 @@ line_count &count_of(census &c, std::string_view line) {
 }
 
 void count_base(census &c) {
-    for (int32_t i = c.head; i < c.in.base->count() - c.tail; i++) {
-        line_count &count = count_of(c, c.in.base->line(i));
-        count.least = count.most = ++count.base;
+    for (const merge_place &place : c.plan.places) {
+        for (int32_t i = place.base_first; i < place.base_end; i++) {
+            line_count &count = count_of(c, c.in.base->line(i));
+            count.least = count.most = ++count.base;
+        }
     }
 }
 
 // A line that a later contributor brings for the first time stood in none of those before: all of
 // its counts are 0 already.
-void count_contributor(census &c, const text_lines &file) {
-    for (int32_t i = c.head; i < file.count() - c.tail; i++) {
-        count_of(c, file.line(i)).current++;
+void count_contributor(census &c, int32_t contributor) {
+    for (const merge_place &place : c.plan.places) {
+        const place_version version = version_at(c.in, place, contributor);
+        for (int32_t i = version.first; i < version.end; i++) {
+            count_of(c, version.text->line(i)).current++;
+        }
     }
     for (line_count &count : c.counts) {
         const int32_t change = count.current - count.base;
@@ -62,49 +73,43 @@ void count_contributor(census &c, const text_lines &file) {
     }
 }
 
-void excuse(census &c, std::string_view bytes) {
-    const text_lines lines = split_lines(bytes);
-    for (int32_t i = 0; i < lines.count(); i++) {
-        count_of(c, lines.line(i)).excused = true;
+void excuse(census &c, const text_lines &text, int32_t first, int32_t end) {
+    for (int32_t i = first; i < end; i++) {
+        count_of(c, text.line(i)).excused = true;
     }
 }
 
-void excuse_conflicts(census &c, const merge_plan &plan) {
-    for (const merge_place &place : plan.places) {
-        const merge_region &region = plan.regions[static_cast<size_t>(place.region)];
+void excuse_undecided(census &c) {
+    for (const merge_place &place : c.plan.places) {
+        const merge_region &region = c.plan.regions[static_cast<size_t>(place.region)];
         if (!is_conflict(region) && region.answer.empty()) {
             continue;
         }
-        excuse(c, c.in.base->range(place.base_first, place.base_end));
+        excuse(c, *c.in.base, place.base_first, place.base_end);
         for (size_t k = 0; k < c.in.files.size(); k++) {
-            excuse(c, version_at(c.in, place, static_cast<int32_t>(k)).bytes());
+            const place_version version = version_at(c.in, place, static_cast<int32_t>(k));
+            excuse(c, *version.text, version.first, version.end);
         }
     }
 }
 
-// The numbers of the merged lines between the head and the tail; -1 for lines between markers or in
-// an answer, -2
-// for a line that no text has.
-std::vector<int32_t> count_merged(census &c, const merged_text &merged, const text_lines &lines) {
-    std::vector<int32_t> numbers;
-    auto place = merged.places.begin();
-    for (int32_t i = c.head; i < lines.count() - c.tail; i++) {
-        const size_t at = lines.starts[static_cast<size_t>(i)];
-        while (place != merged.places.end() && place->end <= at) {
-            ++place;
-        }
-        if (place != merged.places.end() && (place->conflict || place->answered) &&
-            place->from <= at) {
-            numbers.push_back(-1);
+std::vector<merged_line> count_merged(census &c, const merged_text &merged) {
+    std::vector<merged_line> lines;
+    for (const placed_text &placed : merged.places) {
+        if (placed.conflict || placed.answered) {
             continue;
         }
-        const int32_t number = c.numbers.find(lines.line(i));
-        numbers.push_back(number < 0 ? -2 : number);
-        if (number >= 0) {
-            c.counts[static_cast<size_t>(number)].merged++;
+        const text_lines text = split_lines(
+            std::string_view(merged.text).substr(placed.from, placed.end - placed.from));
+        for (int32_t i = 0; i < text.count(); i++) {
+            const int32_t number = c.numbers.find(text.line(i));
+            lines.push_back({placed.first_line + i, number});
+            if (number >= 0) {
+                c.counts[static_cast<size_t>(number)].merged++;
+            }
         }
     }
-    return numbers;
+    return lines;
 }
 
 // Whether the merged count lies outside what the changes explain. Lines that no text has twice
@@ -115,7 +120,7 @@ bool is_fault(const line_count &count, line_fault_kind *kind) {
     }
     int32_t least = count.base - count.removed;
     int32_t most = count.base + count.added;
-    if (count.most <= 1) {
+    if (count.most <= 1 && count.whole <= 1) {
         least = count.removed == 0 ? count.most : least;
         most = count.added == 0 ? count.least : most;
     }
@@ -124,12 +129,72 @@ bool is_fault(const line_count &count, line_fault_kind *kind) {
 }
 
 bool is_repeated(const line_count &count) {
-    return count.base == 0 && count.most == 1 && count.merged > 1 && count.significant &&
-           !count.excused;
+    return count.base == 0 && count.most == 1 && count.whole <= 1 && count.merged > 1 &&
+           count.significant && !count.excused;
+}
+
+bool is_doubtful(const line_count &count) {
+    line_fault_kind kind;
+    return is_fault(count, &kind) || is_repeated(count);
+}
+
+// Counts the doubtful lines in the whole texts: one that stands somewhere else as well is not held
+// to its count strictly.
+void count_doubtful(census &c) {
+    bool any = false;
+    for (line_count &count : c.counts) {
+        count.whole = is_doubtful(count) ? 0 : -1;
+        any = any || count.whole == 0;
+    }
+    for (size_t k = 0; any && k <= c.in.files.size(); k++) {
+        const text_lines &text = k == 0 ? *c.in.base : *c.in.files[k - 1];
+        for (int32_t i = 0; i < text.count(); i++) {
+            const int32_t number = c.numbers.find(text.line(i));
+            if (number >= 0 && c.counts[static_cast<size_t>(number)].whole >= 0) {
+                c.counts[static_cast<size_t>(number)].current++;
+            }
+        }
+        for (line_count &count : c.counts) {
+            count.whole = count.whole < 0 ? -1 : std::max(count.whole, count.current);
+            count.current = 0;
+        }
+    }
+}
+
+// Whether the text between two places is the same everywhere; contributors are looked at only
+// where lines are compared exactly.
+bool same_between(const census &c, const merged_text &merged) {
+    std::vector<int32_t> at(c.in.files.size(), 0);  // the line after the place before, by file
+    size_t merged_at = 0;
+    int32_t base_at = 0;
+    for (size_t i = 0; i <= c.plan.places.size(); i++) {
+        const merge_place *place = i < c.plan.places.size() ? &c.plan.places[i] : nullptr;
+        const int32_t end = place != nullptr ? place->base_first : c.in.base->count();
+        const std::string_view bytes = c.in.base->range(base_at, end);
+        if (std::string_view(merged.text).substr(merged_at, bytes.size()) != bytes) {
+            return false;
+        }
+        for (size_t k = 0; k < at.size(); k++) {
+            const int32_t file_end = at[k] + end - base_at;
+            if (file_end > c.in.files[k]->count() ||
+                (!c.in.ignore_blanks && c.in.files[k]->range(at[k], file_end) != bytes)) {
+                return false;
+            }
+            if (place != nullptr) {
+                const place_version version = version_at(c.in, *place, static_cast<int32_t>(k));
+                at[k] = version.of_base ? file_end + version.end - version.first : version.end;
+            }
+        }
+        if (place != nullptr) {
+            base_at = place->base_end;
+            merged_at = merged.places[i].end;
+        }
+    }
+    return true;
 }
 
 template <typename Predicate>
-std::vector<int32_t> places_with(const census &c, const merge_plan &plan, Predicate wanted) {
+std::vector<int32_t> places_with(const census &c, Predicate wanted) {
     const auto any_wanted = [&](const text_lines &text, int32_t first, int32_t end) {
         for (int32_t i = first; i < end; i++) {
             const int32_t number = c.numbers.find(text.line(i));
@@ -140,8 +205,8 @@ std::vector<int32_t> places_with(const census &c, const merge_plan &plan, Predic
         return false;
     };
     std::vector<int32_t> places;
-    for (size_t i = 0; i < plan.places.size(); i++) {
-        for (const place_edit &source : plan.places[i].edits) {
+    for (size_t i = 0; i < c.plan.places.size(); i++) {
+        for (const place_edit &source : c.plan.places[i].edits) {
             const edit &e = edit_at(c.in, source);
             if (any_wanted(*c.in.base, e.base_first, e.base_end) ||
                 any_wanted(*c.in.files[static_cast<size_t>(source.contributor)], e.file_first,
@@ -154,7 +219,7 @@ std::vector<int32_t> places_with(const census &c, const merge_plan &plan, Predic
     return places;
 }
 
-void find_faults(const census &c, const merge_plan &plan, merge_verdict *verdict) {
+void find_faults(const census &c, merge_verdict *verdict) {
     for (int32_t number = 0; number < c.numbers.count(); number++) {
         line_fault_kind kind;
         if (is_fault(c.counts[static_cast<size_t>(number)], &kind)) {
@@ -162,33 +227,31 @@ void find_faults(const census &c, const merge_plan &plan, merge_verdict *verdict
         }
     }
     if (!verdict->faults.empty()) {
-        verdict->fault_places = places_with(c, plan, [](const line_count &count) {
+        verdict->fault_places = places_with(c, [](const line_count &count) {
             line_fault_kind kind;
             return is_fault(count, &kind);
         });
     }
 }
 
-void find_repeated(census &c, const std::vector<int32_t> &numbers, const merge_plan &plan,
-                   merge_verdict *verdict) {
-    for (size_t i = 0; i < numbers.size(); i++) {
-        if (numbers[i] < 0 || !is_repeated(c.counts[static_cast<size_t>(numbers[i])])) {
+void find_repeated(census &c, const std::vector<merged_line> &lines, merge_verdict *verdict) {
+    for (const merged_line &line : lines) {
+        if (line.number < 0 || !is_repeated(c.counts[static_cast<size_t>(line.number)])) {
             continue;
         }
-        line_count &count = c.counts[static_cast<size_t>(numbers[i])];
-        const int32_t line = c.head + static_cast<int32_t>(i);
+        line_count &count = c.counts[static_cast<size_t>(line.number)];
         repeated_lines *last = verdict->repeated.empty() ? nullptr : &verdict->repeated.back();
         if (count.first_merged < 0) {
-            count.first_merged = line;
+            count.first_merged = line.line;
         } else if (last != nullptr && last->first + last->count == count.first_merged &&
-                   last->second + last->count == line) {
+                   last->second + last->count == line.line) {
             last->count++;
         } else {
-            verdict->repeated.push_back({count.first_merged, line, 1});
+            verdict->repeated.push_back({count.first_merged, line.line, 1});
         }
     }
     if (!verdict->repeated.empty()) {
-        verdict->repeated_places = places_with(c, plan, is_repeated);
+        verdict->repeated_places = places_with(c, is_repeated);
     }
 }
 
@@ -197,30 +260,24 @@ void find_repeated(census &c, const std::vector<int32_t> &numbers, const merge_p
 merge_verdict check_merged(const merge_input &in, const merge_plan &plan,
                            const merged_text &merged) {
     merge_verdict verdict;
-    if (plan.places.empty()) {
-        return verdict;
-    }
-    census c{in,
-             line_numbers(in.ignore_blanks),
-             {},
-             plan.places.front().base_first,
-             in.base->count() - plan.places.back().base_end};
-    c.numbers.reset(static_cast<size_t>(in.base->count() - c.head - c.tail));
+    census c{in, plan, line_numbers(in.ignore_blanks), {}};
     count_base(c);
-    for (const text_lines *file : in.files) {
-        count_contributor(c, *file);
+    for (size_t k = 0; k < in.files.size(); k++) {
+        count_contributor(c, static_cast<int32_t>(k));
     }
-    excuse_conflicts(c, plan);
-    const text_lines lines = split_lines(merged.text);
-    const std::vector<int32_t> numbers = count_merged(c, merged, lines);
-    for (size_t i = 0; i < numbers.size(); i++) {
-        if (numbers[i] == -2) {
-            verdict.faults.push_back(
-                {line_fault_kind::foreign, lines.line(c.head + static_cast<int32_t>(i))});
+    excuse_undecided(c);
+    const std::vector<merged_line> lines = count_merged(c, merged);
+    count_doubtful(c);
+    for (const merged_line &line : lines) {
+        if (line.number < 0) {
+            verdict.faults.push_back({line_fault_kind::foreign, ""});
         }
     }
-    find_faults(c, plan, &verdict);
-    find_repeated(c, numbers, plan, &verdict);
+    if (!same_between(c, merged)) {
+        verdict.faults.push_back({line_fault_kind::foreign, ""});
+    }
+    find_faults(c, &verdict);
+    find_repeated(c, lines, &verdict);
     return verdict;
 }
 

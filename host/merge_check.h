@@ -1,12 +1,13 @@
 // Looks at a merged text once more, without the plan's help: no line of a contributor may be lost
 // or stand twice unasked.
 //
-// Every distinct line is counted in the base, in each contributor and in the merged text outside
-// of the markers. What a contributor added to or took off the count bounds the merged count: lines
-// that some added and none took off must all be there, those that some took off and none added
-// must be gone, and nothing may exceed what all changes together explain. Lines in conflict are
-// left out of account, and so are lines that say nothing of their own (blank ones, braces), which
-// come and go with every edit.
+// Outside of the places the merged text and every contributor must be the base. Within them every
+// distinct line is counted in the base, in each contributor and in the merged text outside of the
+// markers. What a contributor added to or took off the count bounds the merged count: lines that
+// some added and none took off must all be there, those that some took off and none added must be
+// gone, and nothing may exceed what all changes together explain. Lines in conflict are left out of
+// account, and so are lines that say nothing of their own (blank ones, braces), which come and go
+// with every edit.
 #ifndef TDM_HOST_MERGE_CHECK_H
 #define TDM_HOST_MERGE_CHECK_H
 
@@ -19,7 +20,7 @@
 namespace host {
 
 enum class line_fault_kind {
-    foreign,  // neither the base nor a contributor has the line
+    foreign,  // no text has the line, or the base's text was not kept where nobody changed it
     lost,     // fewer times in the merged text than the changes explain
     doubled,  // more often
 };

@@ -19,7 +19,7 @@ int give_up(const merge_run &run) {
         const char *what = fault.kind == line_fault_kind::lost      ? "is lost"
                            : fault.kind == line_fault_kind::doubled ? "stands too often"
                                                                     : "comes from nowhere";
-        say("the merged text does not pass its check, a line %s: %s", what,
+        say("the merged text does not pass its check: a line %s: '%s'", what,
             escape_name(fault.line).c_str());
     }
     return status_trouble;
