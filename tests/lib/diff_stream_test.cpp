@@ -97,7 +97,7 @@ TEST_F(diff_stream, remembers_a_moved_insertion_when_it_is_given_up) {
 
 TEST_F(diff_stream, rebuilds_every_file_from_the_base) {
     std::mt19937 random(5);
-    for (int round = 0; round < 1500; ++round) {
+    for (int round = 0; round < 700; ++round) {
         SCOPED_TRACE(round);
         test::texts files = {test::random_text(random() % 60, &random)};
         for (size_t others = 1 + random() % 4; others > 0; --others) {

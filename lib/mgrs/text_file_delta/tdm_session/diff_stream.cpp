@@ -12,15 +12,11 @@
 namespace tdm {
 namespace {
 
-enum kind : uint8_t { unchanged, change, insert, removed, moved_insert, moved_delete };
-
-constexpr kind no_kind{kind_not_known};
-
-constexpr uint32_t bit(kind k) {
-    return uint32_t{1} << k;
+constexpr uint32_t bit(block_kind kind) {
+    return uint32_t{1} << kind;
 }
 
-constexpr uint32_t removing = bit(change) | bit(removed) | bit(moved_delete);
+constexpr uint32_t removing = bit(kind_change) | bit(kind_delete) | bit(kind_moved_delete);
 constexpr int32_t far_away = 47;  // a partner beyond it is far when the other one is near
 constexpr int32_t near_by = 24;
 constexpr int look_ahead = 3;  // runs counted on each side of a move
@@ -133,14 +129,14 @@ int count_matched_runs(const run_map &m, uint64_t start, uint64_t stop) {
 
 /// The base block's text stands further on in file k, and file k's block further on in the base:
 /// one of the two moved. The nearer one, or the one that fewer blocks are crossed by, did.
-kind classify_move(tdm_session *s, int k, int32_t base_partner, int32_t file_partner) {
+block_kind classify_move(tdm_session *s, int k, int32_t base_partner, int32_t file_partner) {
     const int32_t base_distance = file_partner - s->diff_pos[0];
     const int32_t file_distance = base_partner - s->diff_pos[k];
     if (base_distance > far_away && file_distance <= near_by) {
-        return moved_insert;
+        return kind_moved_insert;
     }
     if (base_distance <= near_by && file_distance > far_away) {
-        return moved_delete;
+        return kind_moved_delete;
     }
     const auto block_end = [s](int f) {
         return static_cast<uint64_t>(s->diff_pos[f]) + s->diff_block_len[f];
@@ -150,57 +146,57 @@ kind classify_move(tdm_session *s, int k, int32_t base_partner, int32_t file_par
     const int file_count =
         count_matched_runs(file_runs(s, k), block_end(k), static_cast<uint64_t>(base_partner));
     if (file_count != base_count) {
-        return file_count < base_count ? moved_insert : moved_delete;
+        return file_count < base_count ? kind_moved_insert : kind_moved_delete;
     }
-    return base_distance <= file_distance ? moved_delete : moved_insert;
+    return base_distance <= file_distance ? kind_moved_delete : kind_moved_insert;
 }
 
 /// How the current base block and file k's current block relate; one of them has lines.
-kind classify_blocks(tdm_session *s, int k) {
+block_kind classify_blocks(tdm_session *s, int k) {
     const bool base_empty = s->diff_block_len[0] == 0;
     const bool file_empty = s->diff_block_len[k] == 0;
     // Where the base block stands in file k, and file k's block in the base.
     const int32_t base_partner = base_empty ? line_absent : s->base_map[k][s->diff_pos[0]];
     const int32_t file_partner = file_empty ? line_absent : s->file_map[k][s->diff_pos[k]];
     if (base_empty) {
-        return file_partner < 0 ? insert : moved_insert;
+        return file_partner < 0 ? kind_insert : kind_moved_insert;
     }
     if (file_empty) {
-        return base_partner < 0 ? removed : moved_delete;
+        return base_partner < 0 ? kind_delete : kind_moved_delete;
     }
     if (base_partner < 0) {
-        return file_partner < 0 ? change : removed;
+        return file_partner < 0 ? kind_change : kind_delete;
     }
     if (file_partner < 0) {
-        return insert;
+        return kind_insert;
     }
     if (base_partner == s->diff_pos[k]) {
-        return unchanged;
+        return kind_unchanged;
     }
     if (base_partner < s->diff_pos[k]) {
-        return moved_delete;
+        return kind_moved_delete;
     }
     if (file_partner < s->diff_pos[0]) {
-        return moved_insert;
+        return kind_moved_insert;
     }
     return classify_move(s, k, base_partner, file_partner);
 }
 
-/// The kind of file k's next difference, no_kind when it has none for now. It is worked out once
-/// and holds until the base or the file moves on.
-kind next_kind(tdm_session *s, int k) {
+/// The kind of file k's next difference, kind_not_known when it has none for now. It is worked out
+/// once and holds until the base or the file moves on.
+block_kind next_kind(tdm_session *s, int k) {
     if (!base_used_up(s) && s->diff_done[k] != 0) {
-        return no_kind;
+        return kind_not_known;
     }
-    if (s->diff_kind[k] == no_kind) {
+    if (s->diff_kind[k] == kind_not_known) {
         gather_file_block(s, k);
         if (s->diff_block_len[k] == 0 && s->diff_block_len[0] == 0) {
             s->diff_done[k] = 1;
-            return no_kind;
+            return kind_not_known;
         }
         s->diff_kind[k] = classify_blocks(s, k);
     }
-    return static_cast<kind>(s->diff_kind[k]);
+    return s->diff_kind[k];
 }
 
 /// Lines first..last of a block of `length` lines from middle line `start` on, in the whole file;
@@ -212,9 +208,9 @@ void set_range(const tdm_session *s, int32_t start, uint64_t length, int32_t *fi
     *last = before + static_cast<int32_t>(length);
 }
 
-void fill_in_diff(const tdm_session *s, int k, kind what, diff_block *block) {
-    const bool adds = what == insert || what == moved_insert;
-    const bool removes = what == removed || what == moved_delete;
+void fill_in_diff(const tdm_session *s, int k, block_kind what, diff_block *block) {
+    const bool adds = what == kind_insert || what == kind_moved_insert;
+    const bool removes = what == kind_delete || what == kind_moved_delete;
     const uint64_t base_length = adds ? 0 : s->diff_block_len[0];
     const uint64_t other_length = removes ? 0 : s->diff_block_len[k];
     *block = {};
@@ -222,10 +218,10 @@ void fill_in_diff(const tdm_session *s, int k, kind what, diff_block *block) {
     block->file_index = static_cast<uint32_t>(k);
     set_range(s, s->diff_pos[0], base_length, &block->base_first, &block->base_last);
     set_range(s, s->diff_pos[k], other_length, &block->other_first, &block->other_last);
-    if (what == moved_insert) {
+    if (what == kind_moved_insert) {
         set_range(s, s->file_map[k][s->diff_pos[k]], other_length, &block->moved_first,
                   &block->moved_last);
-    } else if (what == moved_delete) {
+    } else if (what == kind_moved_delete) {
         set_range(s, s->base_map[k][s->diff_pos[0]], base_length, &block->moved_first,
                   &block->moved_last);
     }
@@ -234,8 +230,8 @@ void fill_in_diff(const tdm_session *s, int k, kind what, diff_block *block) {
 /// The first file whose next difference is of a kind in `mask`; 0 without one.
 int get_next_diff_kind(tdm_session *s, uint32_t mask, diff_block *block) {
     for (int k = 1; k < s->file_count; ++k) {
-        const kind what = next_kind(s, k);
-        if (what != no_kind && (bit(what) & mask) != 0) {
+        const block_kind what = next_kind(s, k);
+        if (what != kind_not_known && (bit(what) & mask) != 0) {
             fill_in_diff(s, k, what, block);
             return k;
         }
@@ -265,11 +261,11 @@ void advance_base(tdm_session *s) {
 /// Insertions before the base block come first, moved ones first behind a moved one; then what
 /// removes the block, then what keeps it.
 int choose_next(tdm_session *s, diff_block *block) {
-    const kind preferred = s->diff_last_moved_insert != 0 ? moved_insert : insert;
-    const kind second = preferred == insert ? moved_insert : insert;
-    for (const kind what : {preferred, second}) {
+    const block_kind preferred = s->diff_last_moved_insert != 0 ? kind_moved_insert : kind_insert;
+    const block_kind second = preferred == kind_insert ? kind_moved_insert : kind_insert;
+    for (const block_kind what : {preferred, second}) {
         if (const int k = get_next_diff_kind(s, bit(what), block)) {
-            s->diff_last_moved_insert = what == moved_insert ? 1 : 0;
+            s->diff_last_moved_insert = what == kind_moved_insert ? 1 : 0;
             return k;
         }
     }
@@ -277,12 +273,12 @@ int choose_next(tdm_session *s, diff_block *block) {
     if (const int k = get_next_diff_kind(s, removing, block)) {
         return k;
     }
-    return get_next_diff_kind(s, bit(unchanged), block);
+    return get_next_diff_kind(s, bit(kind_unchanged), block);
 }
 
 void consume(tdm_session *s, int k, uint32_t what) {
-    const bool adds = what == insert || what == moved_insert;
-    const bool removes = what == removed || what == moved_delete;
+    const bool adds = what == kind_insert || what == kind_moved_insert;
+    const bool removes = what == kind_delete || what == kind_moved_delete;
     if (!adds) {
         s->diff_done[k] = 1;
     }
@@ -290,7 +286,7 @@ void consume(tdm_session *s, int k, uint32_t what) {
         s->diff_pos[k] += static_cast<int32_t>(s->diff_block_len[k]);
         s->diff_block_len[k] = 0;
     }
-    s->diff_kind[k] = no_kind;
+    s->diff_kind[k] = kind_not_known;
 }
 
 int get_next_diff(tdm_session *s, uint32_t *end_of_stream, diff_block *block) {

@@ -1,4 +1,5 @@
-// Entering the files: the middle lines of every file are read once and filed under their hashes.
+// Entering the files: the middle lines of every file are read once, hashed, and then filed under
+// their hashes.
 //
 // From here on no text is compared: two lines are the same line when they have the same class, that
 // is when their hashes are equal. In a check-in's session a keyed hash of the bytes takes the place
@@ -28,19 +29,24 @@ struct classifier {
     explicit classifier(tdm_session *owner) : s(owner) {}
     classifier(const classifier &) = delete;
     classifier &operator=(const classifier &) = delete;
-    ~classifier() { array_release(&base_hashes); }
+    ~classifier() {
+        array_release(&base_hashes);
+        array_release(&file_hashes);
+    }
 
     tdm_session *s;
     hash_key key{};
     bool keyed = false;
     uint64_t *base_hashes = nullptr;  // grow_array: the hash of every middle line of the base
+    uint64_t *file_hashes = nullptr;  // grow_array: the same of the file being entered
     int32_t expected = 0;             // the base line that comes next if the file follows the base
 };
 
 int start_classifier(classifier *c) {
     constexpr uint64_t first_capacity = 1024;
     c->base_hashes = array_create<uint64_t>(first_capacity);
-    if (c->base_hashes == nullptr) {
+    c->file_hashes = array_create<uint64_t>(first_capacity);
+    if (c->base_hashes == nullptr || c->file_hashes == nullptr) {
         report_out_of_memory();
         return 1;
     }
@@ -95,15 +101,6 @@ line_class *class_of_file_line(classifier *c, uint64_t hash) {
     return found;
 }
 
-line_class *class_of_base_line(classifier *c, uint64_t hash, int32_t n) {
-    if (array_reserve(&c->base_hashes, static_cast<uint64_t>(n)) != 0) {
-        report_out_of_memory();
-        return nullptr;
-    }
-    c->base_hashes[n] = hash;
-    return enter_class(c->s, hash);
-}
-
 /// Line n of file k is of class `c`.
 void note_occurrence(line_class *c, int k, int32_t n) {
     uint32_t *const first = &first_lines(c)[k];
@@ -123,16 +120,6 @@ int add_checkpoint(session_file *file, int32_t n, off_t position) {
     return 0;
 }
 
-int add_line(session_file *file, int32_t n, const line_class *c) {
-    if (array_reserve(&file->lines, static_cast<uint64_t>(n)) != 0) {
-        file->last_line = -1;
-        return 1;  // silent
-    }
-    file->lines[n] = c;
-    file->last_line = n;
-    return 0;
-}
-
 /// Line numbers, and those that stages look ahead to, are 32 bits wide, in the whole file too.
 int check_line_number(const tdm_session *s, const session_file &file, int32_t n) {
     if (s->head.line_count + static_cast<uint64_t>(n) < INT_MAX - look_ahead) {
@@ -142,33 +129,23 @@ int check_line_number(const tdm_session *s, const session_file &file, int32_t n)
     return 1;
 }
 
-/// Files middle line n, which starts at `position`.
-int enter_line(classifier *c, int k, int32_t n, std::string_view line, bool *same) {
-    tdm_session *const s = c->s;
-    session_file *const file = &s->files[k];
-    detect_codeset(s, line);
-    const uint64_t hash = hash_line(*c, line);
-    line_class *const found = k == 0 ? class_of_base_line(c, hash, n) : class_of_file_line(c, hash);
-    if (found == nullptr || check_line_number(s, *file, n) != 0) {
+int add_hash(uint64_t **hashes, int32_t n, uint64_t hash) {
+    if (array_reserve(hashes, static_cast<uint64_t>(n)) != 0) {
+        report_out_of_memory();
         return 1;
     }
-    note_occurrence(found, k, n);
-    if (add_line(file, n, found) != 0) {
-        return 1;
-    }
-    const session_file &base = s->files[0];
-    *same = *same && n <= base.last_line && base.lines[n] == found;
+    (*hashes)[n] = hash;
     return 0;
 }
 
-/// Reads and files the `total` bytes of file k's middle.
-int enter_middle(classifier *c, int k, uint64_t total, bool *same) {
+/// Reads the `total` bytes of file k's middle. `count` receives the number of its lines.
+int hash_middle(classifier *c, int k, uint64_t total, uint64_t **hashes, int32_t *count) {
     session_file *const file = &c->s->files[k];
     const auto start = static_cast<off_t>(c->s->head.bytes[k]);
     const uint64_t step = total >> checkpoint_shift;
     off_t position = start;
-    c->expected = 0;
     for (int32_t n = 0;; ++n) {
+        *count = n;
         const off_t line_start = position;
         const auto consumed = static_cast<uint64_t>(line_start - start);
         if (consumed >= total) {
@@ -182,34 +159,60 @@ int enter_middle(classifier *c, int k, uint64_t total, bool *same) {
         if (at_eof) {
             return 0;
         }
+        const std::string_view line(file->input.line, length);
+        detect_codeset(c->s, line);
         const bool due =
             file->checkpoint_count < max_checkpoints && consumed > file->checkpoint_count * step;
-        if (due && add_checkpoint(file, n, line_start) != 0) {
-            return 1;
-        }
-        if (enter_line(c, k, n, {file->input.line, length}, same) != 0) {
+        if ((due && add_checkpoint(file, n, line_start) != 0) ||
+            check_line_number(c->s, *file, n) != 0 ||
+            add_hash(hashes, n, hash_line(*c, line)) != 0) {
             return 1;
         }
     }
 }
 
+/// Files the lines of file k under their hashes. That many lookups in a row, with nothing between
+/// them, are faster than one after each line that is read: they wait for memory together.
+int class_lines(classifier *c, int k, const uint64_t *hashes, int32_t count) {
+    session_file *const file = &c->s->files[k];
+    const session_file &base = c->s->files[0];
+    if (count != 0 && array_reserve(&file->lines, static_cast<uint64_t>(count) - 1) != 0) {
+        return 1;  // silent
+    }
+    bool same = true;
+    c->expected = 0;
+    for (int32_t n = 0; n < count; ++n) {
+        line_class *const found =
+            k == 0 ? enter_class(c->s, hashes[n]) : class_of_file_line(c, hashes[n]);
+        if (found == nullptr) {
+            return 1;
+        }
+        note_occurrence(found, k, n);
+        file->lines[n] = found;
+        file->last_line = n;
+        same = same && n <= base.last_line && base.lines[n] == found;
+    }
+    file->same_as_base = same && file->last_line == base.last_line ? 1 : 0;
+    return 0;
+}
+
 int enter_file(classifier *c, int k) {
     tdm_session *const s = c->s;
     session_file *const file = &s->files[k];
+    uint64_t **const hashes = k == 0 ? &c->base_hashes : &c->file_hashes;
     const auto total =
         static_cast<int64_t>(file->input.file_size - s->head.bytes[k] - s->tail.bytes[k]);
-    bool same = true;
+    int32_t count = 0;
     if (total > 0) {
         if (fseeko(file->input.stream, static_cast<off_t>(s->head.bytes[k]), SEEK_SET) != 0) {
             report_file_trouble(message::trouble_accessing, file->input.file_name);
             return 1;
         }
-        if (enter_middle(c, k, static_cast<uint64_t>(total), &same) != 0) {
+        if (hash_middle(c, k, static_cast<uint64_t>(total), hashes, &count) != 0) {
             return 1;
         }
     }
-    file->same_as_base = same && file->last_line == s->files[0].last_line ? 1 : 0;
-    return 0;
+    return class_lines(c, k, *hashes, count);
 }
 
 int enter_files(tdm_session *s, bool *identical) {

@@ -11,13 +11,7 @@
 
 namespace tdm {
 
-/// Kinds of difference blocks.
-inline constexpr uint32_t kind_unchanged = 0;
-inline constexpr uint32_t kind_change = 1;
-inline constexpr uint32_t kind_insert = 2;
-inline constexpr uint32_t kind_delete = 3;
-inline constexpr uint32_t kind_moved_insert = 4;
-inline constexpr uint32_t kind_moved_delete = 5;
+/// In place of a block's kind: the contributor has none in the group.
 inline constexpr uint32_t empty_slot = 0xFFFFFFFF;
 
 inline bool is_insertion(const diff_block &b) {

@@ -76,7 +76,16 @@ struct run_window {
     uint32_t ends[4];  // increasing
 };
 
-inline constexpr uint8_t kind_not_known = 255;
+/// Kinds of difference blocks.
+enum block_kind : uint8_t {
+    kind_unchanged,
+    kind_change,
+    kind_insert,
+    kind_delete,
+    kind_moved_insert,
+    kind_moved_delete,
+    kind_not_known = 255,
+};
 
 enum class session_state : uint32_t { created, entered, failed };
 
@@ -115,7 +124,7 @@ struct tdm_session {
     off_t stream_at[tdm::max_files];     // where each stream stands, or position_unknown
     char *stdio_buffer[tdm::max_files];  // owned; null: the stream has its default buffer
     tdm::run_window base_runs[tdm::max_files], file_runs[tdm::max_files];
-    uint8_t diff_kind[tdm::max_files];  // of the file's current block, or kind_not_known
+    tdm::block_kind diff_kind[tdm::max_files];  // of the file's current block, or kind_not_known
 };
 
 namespace tdm {
