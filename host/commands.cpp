@@ -19,6 +19,7 @@ void register_info(CLI::App &app, command_context &context);
 void register_dump(CLI::App &app, command_context &context);
 void register_delete(CLI::App &app, command_context &context);
 void register_purge(CLI::App &app, command_context &context);
+void register_repair(CLI::App &app, command_context &context);
 void register_verify(CLI::App &app, command_context &context);
 
 std::span<const command_entry> command_table() {
@@ -38,6 +39,7 @@ std::span<const command_entry> command_table() {
         command_entry{"delete", "Delete versions and branches", register_delete},
         command_entry{"purge", "Remove a version and every line it alone has", register_purge},
         command_entry{"verify", "Check that a container is sound", register_verify},
+        command_entry{"repair", "Save what can be saved from a damaged container", register_repair},
     };
     return table;
 }

@@ -35,20 +35,23 @@ void check_unterminated(const container_view &view, container_check *check) {
             names += " and of " + std::to_string(broken.versions - 1) + " more";
         }
         check->faults.push_back(
-            {{line, "a line without newline that is not the last one of " + names}, {}});
+            {{line, "a line without newline that is not the last one of " + names}, {}, false});
     }
 }
 
-void mark_doubts(container_check *check) {
-    std::vector<int64_t> changes(check->in_doubt.size() + 1);
-    for (const weave_fault &fault : check->faults) {
-        changes[fault.doubt.first]++;
-        changes[fault.doubt.end]--;
+void mark_doubts(const std::vector<weave_fault> &faults, bool drop_stray,
+                 std::vector<bool> *in_doubt) {
+    std::vector<int64_t> changes(in_doubt->size() + 1);
+    for (const weave_fault &fault : faults) {
+        if (!(drop_stray && fault.stray)) {
+            changes[fault.doubt.first]++;
+            changes[fault.doubt.end]--;
+        }
     }
     int64_t doubts = 0;
-    for (std::size_t i = 0; i < check->in_doubt.size(); i++) {
+    for (std::size_t i = 0; i < in_doubt->size(); i++) {
         doubts += changes[i];
-        check->in_doubt[i] = check->in_doubt[i] || doubts > 0;
+        (*in_doubt)[i] = (*in_doubt)[i] || doubts > 0;
     }
 }
 
@@ -56,7 +59,7 @@ void mark_doubts(container_check *check) {
 
 container_check check_container(const container_view &view, bool fingerprints,
                                 const scan_progress &told) {
-    container_check check{scan_weave(view, fingerprints, told), {}, {}};
+    container_check check{scan_weave(view, fingerprints, told), {}, {}, {}};
     check.in_doubt.resize(check.scan.tree.versions.size());
     check.faults = check_header(view, check.scan.tree);
     check.faults.insert(check.faults.end(), check.scan.faults.begin(), check.scan.faults.end());
@@ -64,15 +67,18 @@ container_check check_container(const container_view &view, bool fingerprints,
     std::stable_sort(
         check.faults.begin(), check.faults.end(),
         [](const weave_fault &a, const weave_fault &b) { return a.what.line < b.what.line; });
-    mark_doubts(&check);
+    check.in_other_doubt = check.in_doubt;
+    mark_doubts(check.faults, false, &check.in_doubt);
+    mark_doubts(check.faults, true, &check.in_other_doubt);
     return check;
 }
 
-bool is_trusted(const container_check &check, const version_record &version) {
+bool is_trusted(const container_check &check, const version_record &version, bool drop_stray) {
     const version_tree &tree = check.scan.tree;
     const uint32_t position = position_of(tree, version.id);
     const auto branch = tree.branches.find(version.id.branch);
-    return !version.deleted && position != no_position && !check.in_doubt[position] &&
+    const std::vector<bool> &in_doubt = drop_stray ? check.in_other_doubt : check.in_doubt;
+    return !version.deleted && position != no_position && !in_doubt[position] &&
            branch != tree.branches.end() && branch->second.rooted &&
            (version.id.branch == 0 || branch->second.record != nullptr);
 }

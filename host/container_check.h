@@ -9,17 +9,20 @@
 namespace host {
 
 struct container_check {
-    weave_scan scan;                  // its faults are those of the weave alone
-    std::vector<weave_fault> faults;  // all, in order of lines
-    std::vector<bool> in_doubt;       // by position: whether a fault concerns the version's text
+    weave_scan scan;                   // its faults are those of the weave alone
+    std::vector<weave_fault> faults;   // all, in order of lines
+    std::vector<bool> in_doubt;        // by position: whether a fault concerns the version's text
+    std::vector<bool> in_other_doubt;  // the same without faults that are stray lines
 };
 
 // One pass: O(bytes + (records + stretches) x log versions). `told` may be empty.
 [[nodiscard]] container_check check_container(const container_view &view, bool fingerprints,
                                               const scan_progress &told);
 
-// Whether `version` can be named and its text is in no doubt.
-[[nodiscard]] bool is_trusted(const container_check &check, const version_record &version);
+// Whether `version` can be reconstructed and its text is in no doubt. With `drop_stray`, lines that
+// belong to no run count for nothing.
+[[nodiscard]] bool is_trusted(const container_check &check, const version_record &version,
+                              bool drop_stray = false);
 
 }  // namespace host
 

@@ -27,7 +27,7 @@ struct header_check {
     std::unordered_map<std::string_view, uint64_t> oids;  // to the line that has it
 
     void fault(uint64_t line, std::string reason, position_range doubt) {
-        faults.push_back({{line, std::move(reason)}, doubt});
+        faults.push_back({{line, std::move(reason)}, doubt, false});
     }
 
     std::string name(version_id id) const { return escape_name(version_name(view, id)); }
@@ -136,7 +136,7 @@ void check_rooted(header_check *check) {
         } else {
             check->fault(version.line,
                          "version " + check->name(version.id) + " is of a branch without a record",
-                         self);
+                         version.id.branch == 0 ? position_range{} : self);
         }
     }
 }
@@ -160,8 +160,11 @@ void check_records(header_check *check) {
 
 std::vector<weave_fault> check_header(const container_view &view, const version_tree &tree) {
     header_check check{view, tree, {}, {}, {}};
+    // Where reading has not come as far as the weave, no text is known.
+    const bool cut = view.weave_offset == view.bytes.view().size();
+    const position_range all{0, static_cast<uint32_t>(tree.versions.size())};
     for (const damage &found : view.header_damages) {
-        check.fault(found.line, found.reason, {});
+        check.fault(found.line, found.reason, cut ? all : position_range{});
     }
     for (const damage &found : view.header_oddities) {
         check.fault(found.line, found.reason, {});

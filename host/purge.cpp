@@ -123,7 +123,7 @@ int write_without(const container_view &view, const text_set &secret,
     const holder_pass pass(view, request);
     const rewrite_plan plan{
         [&secret](std::string_view text) { return secret.contains(without_newline(text)); }};
-    rewrite_weave(view, pass.tree(), pass.survivors(), plan, &out);
+    weave_rewrite(view, pass.tree(), pass.survivors(), plan).write(&out);
     return out.finish();
 }
 

@@ -177,23 +177,30 @@ std::optional<std::string> compare_headers(const container_view &before,
 
 }  // namespace
 
-std::optional<std::string> compare_survivors(const container_view &before,
-                                             const container_view &after,
-                                             const survivor_test &survives) {
-    if (std::optional<std::string> reason = compare_headers(before, after, survives)) {
-        return reason;
-    }
+std::optional<std::string> compare_texts(const container_view &before,
+                                         const survivor_test &survives_before,
+                                         const container_view &after,
+                                         const survivor_test &survives_after) {
     const version_tree old_tree = build_version_tree(before);
     const version_tree new_tree = build_version_tree(after);
-    const survivor_ranks old_ranks(before, old_tree, survives);
-    const survivor_ranks new_ranks(after, new_tree,
-                                   [](const version_record &version) { return !version.deleted; });
+    const survivor_ranks old_ranks(before, old_tree, survives_before);
+    const survivor_ranks new_ranks(after, new_tree, survives_after);
     if (old_ranks.survivors != new_ranks.survivors) {
         return "the tree of versions is not as it was";
     }
     survivor_lines old_lines(before, old_tree, old_ranks);
     survivor_lines new_lines(after, new_tree, new_ranks);
     return compare_weaves(before, &old_lines, &new_lines, old_ranks.survivors);
+}
+
+std::optional<std::string> compare_survivors(const container_view &before,
+                                             const container_view &after,
+                                             const survivor_test &survives) {
+    if (std::optional<std::string> reason = compare_headers(before, after, survives)) {
+        return reason;
+    }
+    return compare_texts(before, survives, after,
+                         [](const version_record &version) { return !version.deleted; });
 }
 
 }  // namespace host

@@ -54,7 +54,7 @@ weave_cursor::weave_cursor(const container_view &view, const version_tree &tree,
 }
 
 void weave_cursor::fault(uint64_t line, std::string reason, position_range doubt) {
-    faults_.push_back({{line, std::move(reason)}, doubt});
+    faults_.push_back({{line, std::move(reason)}, doubt, false});
 }
 
 position_range weave_cursor::all() const {
@@ -126,9 +126,12 @@ bool weave_cursor::take_run_fields(std::string_view line, char kind, run_fields 
 
 void weave_cursor::check_owner(char kind, version_id id, position_range members) {
     if (find_version(view_, id) == nullptr) {
-        const bool header_lost = !view_.header_damages.empty();
-        fault(line_, std::string(record_word(kind)) + " of a version that the header does not list",
-              header_lost ? members : hull(surrounding(), members));
+        // The version is lost, but the others can be read as ever.
+        unlisted_.insert(id);
+        fault(line_,
+              std::string(record_word(kind)) + " of " + version_name(view_, id) +
+                  ", which the header does not list",
+              {});
     } else if (id == version_id{0, 0}) {
         fault(line_, "the first version of all has no lines to insert or delete", all());
     }
@@ -215,6 +218,7 @@ void weave_cursor::pass_stray_lines() {
         count++;
     }
     fault(first, lines_text(count) + " outside every inserted run", all());
+    faults_.back().stray = true;
 }
 
 void weave_cursor::check_under_deletion(open_run *run) {
@@ -249,7 +253,7 @@ void weave_cursor::take_marked(char kind, weave_stretch *out, text_step *step) {
     }
     if (const char *reason = spelling_fault(line, kind)) {
         const bool readable = line.size() > record_prefix && line[2] == ' ';
-        fault(line_, reason, readable ? position_range{} : out->members);
+        fault(line_, reason, readable && text_of(line) != "" ? position_range{} : out->members);
     }
     const std::string_view text = text_of(line);
     out->bytes = line;

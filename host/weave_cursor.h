@@ -28,6 +28,7 @@
 #define TDM_HOST_WEAVE_CURSOR_H
 
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -44,6 +45,7 @@ namespace host {
 struct weave_fault {
     damage what;
     position_range doubt;
+    bool stray = false;  // lines that belong to no run: the doubt is whether they should
 };
 
 struct weave_stretch {
@@ -101,6 +103,8 @@ public:
 
     const std::vector<weave_fault> &faults() const { return faults_; }
     const std::vector<change_counts> &changes() const { return changes_; }
+    // Versions with records in the weave and none in the header.
+    const std::set<version_id> &unlisted() const { return unlisted_; }
     // After the last stretch: what every version reads, by position.
     [[nodiscard]] std::vector<text_step> totals() { return members_.totals(); }
     // Bytes of the weave that have been passed.
@@ -155,6 +159,7 @@ private:
     std::vector<weave_record> records_;
     std::vector<weave_fault> faults_;
     std::vector<change_counts> changes_;
+    std::set<version_id> unlisted_;
 };
 
 }  // namespace host

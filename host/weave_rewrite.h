@@ -9,12 +9,13 @@
 #define TDM_HOST_WEAVE_REWRITE_H
 
 #include <functional>
+#include <set>
 #include <string_view>
 #include <vector>
 
 #include "container_view.h"
 #include "output.h"
-#include "version_tree.h"
+#include "weave_cursor.h"
 
 namespace host {
 
@@ -37,10 +38,45 @@ struct rewrite_plan {
     bool take_out_dead_records = false;
 };
 
-// Writes what stays of the weave to `out`; whatever belongs to no run is left out too. One pass
-// over the weave, and one over what stays of it.
-void rewrite_weave(const container_view &view, const version_tree &tree,
-                   const survivor_set &survivors, const rewrite_plan &plan, output_writer *out);
+// What stays of a weave; whatever belongs to no run does not. One pass over the weave to read it,
+// one over what stays to write it. View and tree must outlive it.
+class weave_rewrite {
+public:
+    weave_rewrite(const container_view &view, const version_tree &tree,
+                  const survivor_set &survivors, const rewrite_plan &plan);
+
+    // The versions that still have records.
+    [[nodiscard]] std::set<version_id> owners() const;
+    void write(output_writer *out) const;
+
+private:
+    // A record or some lines, in the order of the weave.
+    struct piece {
+        std::string_view bytes;
+        std::size_t record = SIZE_MAX;  // SIZE_MAX for lines
+        char kind = 0;                  // of the lines
+    };
+    struct counted_record {
+        char kind = 0;
+        run_fields fields;
+        uint64_t kept = 0;  // of the lines that it counts
+        bool dead = false;  // no survivor has it
+    };
+
+    void take_records();
+    void take_stretch(const weave_stretch &stretch);
+    uint64_t take_lines(const weave_stretch &stretch);
+    bool is_held(const weave_stretch &stretch);
+    bool stays(const counted_record &record) const;
+
+    weave_cursor cursor_;
+    const version_tree &tree_;
+    const survivor_set &survivors_;
+    const rewrite_plan &plan_;
+    std::vector<piece> pieces_;
+    std::vector<counted_record> records_;  // by ordinal
+    std::vector<position_range> parts_;
+};
 
 }  // namespace host
 

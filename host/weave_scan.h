@@ -14,6 +14,7 @@ struct weave_scan {
     std::vector<weave_fault> faults;     // in order of the pass
     std::vector<text_step> totals;       // what each version reads, by position in the tree
     std::vector<change_counts> changes;  // what each version's records count, by position
+    std::set<version_id> unlisted;       // versions with records here and none in the header
 };
 
 // Told now and then how many bytes of the weave have been passed.

@@ -1,0 +1,142 @@
+// tdm repair: what can be saved from a damaged container.
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <string>
+#include <unordered_set>
+
+#include "cli.h"
+#include "container_repair.h"
+#include "file_replace.h"
+#include "output.h"
+#include "survivor_proof.h"
+#include "terminal.h"
+
+namespace host {
+
+namespace {
+
+struct repair_options {
+    std::string container;
+    std::string output;
+    bool drop_stray = false;
+};
+
+void tell_lost(const container_view &view, const repair_verdict &verdict) {
+    for (const lost_version &lost : verdict.lost) {
+        const std::string line =
+            lost.why.line == 0 ? "" : "line " + std::to_string(lost.why.line) + ": ";
+        standard_output().write("lost: " + escape_name(version_name(view, lost.id)) + " (" + line +
+                                lost.why.reason + ")\n");
+    }
+}
+
+// The new container is sound, and every saved version is in it with its text.
+int prove_repaired(const container_view &view, const repair_verdict &verdict, int descriptor) {
+    container_view repaired;
+    if (const int error = open_container(descriptor, "the new container", &repaired); error != 0) {
+        return say_errno(view.name, "the new container cannot be read", error);
+    }
+    if (const auto faults = check_container(repaired, false, {}).faults; !faults.empty()) {
+        say_of_line(repaired.name, faults.front().what.line, faults.front().what.reason);
+        say_of_file(view.name, "what could be saved does not make a sound container");
+        return status_trouble;
+    }
+    std::unordered_set<const version_record *> saved(verdict.saved.begin(), verdict.saved.end());
+    const auto is_saved = [&saved](const version_record &version) {
+        return saved.contains(&version);
+    };
+    const auto is_alive = [](const version_record &version) { return !version.deleted; };
+    for (const version_record *version : verdict.saved) {
+        const version_record *found = find_version_by_oid(repaired, version->oid);
+        if (found == nullptr || found->id != version->id || found->time != version->time) {
+            say_of_file(view.name, "a version that could be saved is missing");
+            return status_trouble;
+        }
+    }
+    if (const auto reason = compare_texts(view, is_saved, repaired, is_alive)) {
+        say_of_file(view.name, *reason);
+        return status_trouble;
+    }
+    return status_done;
+}
+
+int write_new(const container_view &view, const container_check &check,
+              const repair_verdict &verdict, file_replacement *replacement) {
+    if (replacement->begin() != status_done) {
+        return status_trouble;
+    }
+    // A copy, because the writer closes what it is given.
+    const int copy = dup(replacement->temporary_descriptor());
+    if (copy < 0) {
+        return say_errno(view.name, "the new container cannot be written", errno);
+    }
+    output_writer out(copy, "the new container");
+    write_repaired(view, check, verdict, &out);
+    if (out.finish() != status_done) {
+        return status_trouble;
+    }
+    return replacement->commit(
+        [&](int descriptor) { return prove_repaired(view, verdict, descriptor); });
+}
+
+int run_repair(const command_context &context, const repair_options &options) {
+    if (options.output.empty()) {
+        return usage_error("repair", "-o FILE is missing: the damaged container is left alone");
+    }
+    container_view view;
+    if (const int error = open_container(options.container, &view); error != 0) {
+        return say_errno(options.container, "cannot be read", error);
+    }
+    file_replacement replacement(context);
+    if (replacement.lock_output(options.output) != status_done ||
+        replacement.refuse_same(options.container) != status_done) {
+        return status_trouble;
+    }
+    const container_check check = check_container(view, false, {});
+    for (const weave_fault &fault : check.faults) {
+        say_of_line(view.name, fault.what.line, fault.what.reason);
+    }
+    const repair_verdict verdict = judge_versions(view, check, options.drop_stray);
+    tell_lost(view, verdict);
+    if (!verdict.worth_writing() && !verdict.lost.empty()) {
+        say_of_file(view.name, "nothing can be saved; nothing is written");
+        return status_negative;
+    }
+    const int status = write_new(view, check, verdict, &replacement);
+    if (status != status_done) {
+        return status;
+    }
+    standard_output().write("saved: " + std::to_string(verdict.saved.size()) + " of " +
+                            std::to_string(verdict.saved.size() + verdict.lost.size()) +
+                            " versions\n");
+    return verdict.lost.empty() && view.header_damages.empty() ? status_done : status_negative;
+}
+
+}  // namespace
+
+void register_repair(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<repair_options>();
+    context.take("CONTAINER", options->container, "The damaged container; it is left alone");
+    app.add_option("-o,--output", options->output, "The new container")->option_text("NEW");
+    app.add_flag("--drop-stray", options->drop_stray,
+                 "Lines that belong to no run are nobody's: leave them out");
+    add_replace_options(app, context, "Replace an existing NEW");
+    context.details =
+        "Writes a new container with every version whose text is in no doubt and lists the\n"
+        "others with the fault that puts them in doubt. Nothing is guessed: where a fault could\n"
+        "have hidden or shown a line of a version, the version counts as lost. Lines outside\n"
+        "every run may have belonged to any version, so they put all of them in doubt; with\n"
+        "--drop-stray you say that they do not.";
+    context.exit_codes =
+        "0 every version is saved; 1 some are lost, or nothing can be saved; 2 wrong usage or\n"
+        "trouble.";
+    context.examples = {"tdm repair notes.tdm -o saved.tdm",
+                        "tdm repair notes.tdm -o saved.tdm --drop-stray"};
+    context.run = [&context, options] { return run_repair(context, *options); };
+}
+
+}  // namespace host

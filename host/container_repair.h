@@ -1,0 +1,42 @@
+// What can be saved from a damaged container.
+//
+// A version is saved when nothing that is wrong with the container can concern its text: no line of
+// it is damaged, every run and deletion that it is made of is whole, and no fault lies where it
+// could have hidden or shown one of its lines. All other versions are lost; what the saved ones are
+// built on stays as it does after a deletion, with commented-out records.
+#ifndef TDM_HOST_CONTAINER_REPAIR_H
+#define TDM_HOST_CONTAINER_REPAIR_H
+
+#include <string>
+#include <vector>
+
+#include "container_check.h"
+#include "output.h"
+
+namespace host {
+
+struct lost_version {
+    version_id id;
+    damage why;
+};
+
+struct repair_verdict {
+    std::vector<const version_record *> saved;
+    std::vector<lost_version> lost;
+    std::vector<bool> alive;  // by position: the saved ones
+
+    // Whether anything but empty first versions is saved.
+    [[nodiscard]] bool worth_writing() const;
+};
+
+// With `drop_stray`, lines that belong to no run are nobody's and no reason for doubt.
+[[nodiscard]] repair_verdict judge_versions(const container_view &view,
+                                            const container_check &check, bool drop_stray);
+
+// Writes a container with the saved versions, and no more of the others than these need.
+void write_repaired(const container_view &view, const container_check &check,
+                    const repair_verdict &verdict, output_writer *out);
+
+}  // namespace host
+
+#endif
