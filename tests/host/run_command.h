@@ -5,6 +5,13 @@
 #include <string>
 #include <vector>
 
+// A sanitizer build starts slowly and makes system calls of its own.
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool sanitized = true;
+#else
+constexpr bool sanitized = false;
+#endif
+
 struct command_result {
     int status = -1;  // exit status; 128 + N for death by signal N
     std::string out;
