@@ -3,34 +3,10 @@
 #include <gtest/gtest.h>
 #include <norviktdm/tdm.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 namespace host_tests {
-
-std::string read_file(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-void write_file(const std::string &path, std::string_view bytes) {
-    std::ofstream(path, std::ios::binary)
-        .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
-
-scratch_folder::scratch_folder() {
-    std::string name = std::filesystem::temp_directory_path() / "tdm-test-XXXXXX";
-    path_ = mkdtemp(name.data()) == nullptr ? "." : name;
-}
-
-scratch_folder::~scratch_folder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
 
 random_history::random_history(unsigned seed, int steps) : branches{"main"}, random_(seed) {
     EXPECT_EQ(tdm_create_elem(time, "element", "main", "oid0", path().c_str()), 0);
@@ -79,8 +55,8 @@ void random_history::store(uint64_t branch, const host::version_id &predecessor,
         }
     }
     const std::string oid = "oid" + std::to_string(++next_oid_);
-    const std::string fresh = folder_ / "new";
-    const std::string input = folder_ / "text";
+    const std::string fresh = path() + ".new";
+    const std::string input = path() + ".text";
     write_file(input, text);
     uint32_t identical = 0;
     ASSERT_EQ(tdm_store_ver(++time, oid.c_str(), branches[branch].c_str(), number, fresh.c_str(),

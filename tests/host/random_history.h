@@ -9,24 +9,9 @@
 #include <vector>
 
 #include "container_view.h"
+#include "run_command.h"
 
 namespace host_tests {
-
-std::string read_file(const std::string &path);
-void write_file(const std::string &path, std::string_view bytes);
-
-// A folder of its own under the temporary folder, removed with all that is in it.
-class scratch_folder {
-public:
-    scratch_folder();
-    ~scratch_folder();
-    scratch_folder(const scratch_folder &) = delete;
-    scratch_folder &operator=(const scratch_folder &) = delete;
-    std::string operator/(const std::string &name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_;
-};
 
 struct modelled_version {
     std::string oid;
@@ -40,9 +25,7 @@ public:
 
     // One check-in, new branch or check-in of the same text; fails the test when the library does.
     void step();
-    std::string path() const { return folder_ / "container"; }
-    const scratch_folder &folder() const { return folder_; }
-    std::mt19937 &random() { return random_; }
+    std::string path() const { return folder_.path() + "/container"; }
     // A number from 0 to `below` - 1.
     unsigned pick(unsigned below) { return static_cast<unsigned>(random_() % below); }
 

@@ -1,0 +1,243 @@
+// What verify finds, and what it cannot find.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "container_check.h"
+#include "random_history.h"
+#include "record_line.h"
+#include "structure.h"
+
+namespace {
+
+using host::container_view;
+using host::version_id;
+
+// Two branches, a deleted version, a quoted and an unterminated line.
+constexpr const char *sound =
+    "^S db1 1\n"         // 1
+    "^V ver4 0 4 7\n"    // 2
+    "^V ver6 1 2 6\n"    // 3
+    "^V ver5 1 1 5\n"    // 4
+    "^B draft 1 0 2\n"   // 5
+    "^#^V ver3 0 3 4\n"  // 6
+    "^V ver2 0 2 3\n"    // 7
+    "^V ver1 0 1 2\n"    // 8
+    "^V ver0 0 0 1\n"    // 9
+    "^B main 0 0 0\n"    // 10
+    "^E elem\n"          // 11
+    "^I 0 1 4\n"         // 12
+    "a\n"                // 13
+    "^I 0 4 1\n"         // 14
+    "four\n"             // 15
+    "^D 0 2 1\n"         // 16
+    "b\n"                // 17
+    "^I 0 2 2\n"         // 18
+    "^Q ^q\n"            // 19
+    "^I 1 1 1\n"         // 20
+    "draft\n"            // 21
+    "x\n"                // 22
+    "^D 0 3 1\n"         // 23
+    "c\n"                // 24
+    "d\n"                // 25
+    "^I 0 3 1\n"         // 26
+    "^N end\n";          // 27
+
+struct damage_row {
+    const char *name;
+    std::string from;  // what is replaced, at its first place
+    std::string to;
+    uint64_t line;
+    const char *reason;  // a part of it
+};
+
+const damage_row damages[] = {
+    {"no container", "^S db1 1", "text", 1, "status record"},
+    {"format", "db1", "db2", 1, "format that is not known"},
+    {"status twice", "^V ver2", "^S db1 1\n^V ver2", 7, "neither a version nor"},
+    {"text in the header", "^B main", "text\n^B main", 10, "neither a version nor"},
+    {"no element record", "^E elem\n", "", 11, "element record is missing"},
+    {"cut header", std::string(sound).substr(40), "", 4, "in the middle of this line"},
+    {"unreadable version", "^V ver2 0 2 3", "^V ver2 0 2 z", 7, "cannot be read"},
+    {"leading zero", "^V ver2 0 2 3", "^V ver2 0 02 3", 7, "spelled as none is written"},
+    {"0x", "^I 0 1 4", "^I 0x0 1 4", 12, "spelled as none is written"},
+    {"upper case", "^V ver1 0 1 2", "^V ver1 0 1 A", 8, "spelled as none is written"},
+    {"sign", "^D 0 2 1", "^D 0 +2 1", 16, "spelled as none is written"},
+    {"two blanks", "^I 0 2 2", "^I 0  2 2", 18, "spelled as none is written"},
+    {"long identifier", "elem", std::string(100, 'e'), 11, "more than 99 bytes"},
+    {"identifier twice", "ver1", "ver2", 8, "stands in line 7 already"},
+    {"version twice", "^V ver2 0 2 3", "^V ver2 0 2 3\n^V again 0 2 3", 8, "a second record"},
+    {"version order", "^V ver4 0 4", "^V ver4 0 2", 6, "below a lower one"},
+    {"version below its branch", "^V ver5 1 1 5\n^B draft 1 0 2\n",
+     "^B draft 1 0 2\n^V ver5 1 1 5\n", 5, "below the record of its branch"},
+    {"branch twice", "^B main", "^B other 1 0 1\n^B main", 10, "a second record of branch number"},
+    {"branch number", "^S db1 1", "^S db1 0", 5, "above the highest"},
+    {"branch point", "^B draft 1 0 2", "^B draft 1 0 9", 5, "which does not exist"},
+    {"branch off itself", "^B draft 1 0 2", "^B draft 1 1 1", 5, "not older"},
+    {"commented branch", "^B draft", "^#^B draft", 5, "is alive"},
+    {"no branch record", "^B draft 1 0 2\n", "", 3, "of a branch without a record"},
+    {"empty branch", "^B main", "^B none 1 0 1\n^B main", 10, "a second record"},
+    {"unlisted version", "^V ver4 0 4 7\n", "", 13, "header does not list"},
+    {"first version with lines", "^I 0 4 1", "^I 0 0 1", 14, "has no lines"},
+    {"run too long", "^I 0 3 1", "^I 0 3 2", 26, "1 line before the end of the run"},
+    {"run too short", "^I 0 1 4", "^I 0 1 3", 25, "outside every inserted run"},
+    {"run of none", "^I 0 3 1", "^I 1 2 0\n^I 0 3 1", 26, "0 lines"},
+    {"deletion of none", "^D 0 3 1", "^D 0 3 0", 23, "0 lines"},
+    {"deletion too long", "^D 0 3 1", "^D 0 3 7", 23, "only 2 of them follow"},
+    {"stray line", "^I 0 3 1", "stray\n^I 0 3 1", 26, "outside every inserted run"},
+    {"run in a foreign run", "^I 1 1 1", "^I 0 1 1", 20, "does not descend from"},
+    {"deletion in a foreign run", "^D 0 3 1", "^I 1 2 1\n^D 0 3 1\nz", 24, "does not descend from"},
+    {"newer line in a deletion", "^D 0 3 1\nc", "^D 0 3 1\n^I 0 4 1\nz\nc", 25, "not newer"},
+    {"deletion in a deletion", "^D 0 3 1", "^D 0 3 1\n^D 0 4 1", 24, "that it inherits"},
+    {"unknown kind", "^I 1 1 1", "^X 1 1 1", 20, "does not belong into the weave"},
+    {"header record in the weave", "x\n", "^V ver9 0 9 9\nx\n", 22, "does not belong"},
+    {"marked ^T", "x\n", "^T x\n", 22, "marked ^T"},
+    {"needless quote", "^Q ^q", "^Q q", 19, "does not begin with ^"},
+    {"quote without blank", "^Q ^q", "^Q^q", 19, "without the blank"},
+    {"empty unterminated line", "^N end", "^N ", 27, "without text"},
+    {"unterminated in the middle", "x\n", "^N x\n", 22, "not the last one of"},
+    {"NUL", "four", std::string("fo\0r", 4), 15, "NUL"},
+    {"long line", "four", std::string(8001, 'l'), 15, "more than 8000 bytes"},
+    {"long quoted line", "^Q ^q", "^Q ^" + std::string(7998, 'q'), 19, "more than 8000 bytes"},
+    {"no newline at the end", "^N end\n", "^N end", 27, "in the middle of this line"},
+};
+
+std::string replaced(const damage_row &row) {
+    std::string bytes = sound;
+    const size_t at = bytes.find(row.from);
+    EXPECT_NE(at, std::string::npos);
+    return bytes.replace(at, row.from.size(), row.to);
+}
+
+std::string complaints_of(const host::container_check &check) {
+    std::string all;
+    for (const host::weave_fault &fault : check.faults) {
+        all += std::to_string(fault.what.line) + ": " + fault.what.reason + "\n";
+    }
+    return all;
+}
+
+TEST(verify, names_the_line_of_every_kind_of_damage) {
+    const scratch_folder folder;
+    write_file("c", sound);
+    EXPECT_EQ(tdm({"verify", "c"}).out, "c: sound, 6 versions\n");
+    for (const damage_row &row : damages) {
+        SCOPED_TRACE(row.name);
+        write_file("c", replaced(row));
+        container_view view;
+        ASSERT_EQ(host::open_container(std::string("c"), &view), 0);
+        const host::container_check check = host::check_container(view, false, {});
+        const bool told = std::any_of(
+            check.faults.begin(), check.faults.end(), [&](const host::weave_fault &fault) {
+                return fault.what.line == row.line &&
+                       fault.what.reason.find(row.reason) != std::string::npos;
+            });
+        EXPECT_TRUE(told) << complaints_of(check);
+    }
+}
+
+std::string text_of_version(const container_view &view, version_id id) {
+    std::string text;
+    std::vector<version_id> lineage;
+    const bool rooted = host::lineage_of(view, id, &lineage);
+    const auto broken = host::walk_version(view, lineage, [&](std::string_view piece) {
+        text += piece;
+        return true;
+    });
+    return rooted && !broken ? text : "cannot be read";
+}
+
+// Whether every version is there, by its name or its identifier, with its text.
+bool texts_are_the_same(const container_view &view, const host_tests::random_history &history) {
+    return std::all_of(history.versions.begin(), history.versions.end(), [&](const auto &entry) {
+        const auto &[id, version] = entry;
+        const host::version_record *found = host::find_version_by_oid(view, version.oid);
+        found = found != nullptr ? found : host::find_version(view, id);
+        return found != nullptr && text_of_version(view, found->id) == version.text;
+    });
+}
+
+enum class place { plain_text, text, number, swallowed, other };
+
+// Where a byte was changed: in a line that is plain text before and after it; in one that is text
+// before and after it, marked or not; in a number of a record that is well formed after it; the
+// newline before a delete record, which makes the record a part of the text; or anywhere else.
+place place_of_change(const std::string &before, const std::string &after, size_t at) {
+    const size_t first = at == 0 ? 0 : before.rfind('\n', at - 1) + 1;
+    const size_t end = before.find('\n', at) + 1;
+    const char old_kind = host::record_kind(std::string_view(before).substr(first, end - first));
+    const char new_kind = host::record_kind(std::string_view(after).substr(first, end - first));
+    if (at + 1 == end) {
+        const bool swallows = host::holds_text(old_kind) && before.compare(end, 3, "^D ") == 0;
+        return swallows ? place::swallowed : place::other;
+    }
+    if (after[at] == '\n') {
+        return place::other;
+    }
+    if (host::holds_text(old_kind) && host::holds_text(new_kind)) {
+        return old_kind == 0 && new_kind == 0 ? place::plain_text : place::text;
+    }
+    return old_kind == new_kind && at - first >= host::record_prefix ? place::number : place::other;
+}
+
+struct change_counts {
+    int found = 0;
+    int harmless = 0;    // no version's text is another one
+    int in_text = 0;     // a byte of a text line became another byte of a text line
+    int in_numbers = 0;  // a number of a record became one that fits as well
+    int swallowed = 0;   // a delete record became a part of the line before it
+};
+
+void judge_change(const host_tests::random_history &history, const std::string &bytes,
+                  const std::string &changed, size_t at, change_counts *counts) {
+    SCOPED_TRACE("byte " + std::to_string(at) + " is now " + changed.substr(at, 20));
+    write_file("changed", changed);
+    container_view view;
+    ASSERT_EQ(host::open_container(std::string("changed"), &view), 0);
+    const place where = place_of_change(bytes, changed, at);
+    const host::container_check check = host::check_container(view, false, {});
+    if (!check.faults.empty()) {
+        EXPECT_TRUE(where != place::plain_text || changed[at] == '\0') << complaints_of(check);
+        counts->found++;
+    } else if (texts_are_the_same(view, history)) {
+        counts->harmless++;
+    } else if (where == place::plain_text || where == place::text) {
+        counts->in_text++;
+    } else if (where == place::number) {
+        counts->in_numbers++;
+    } else {
+        EXPECT_EQ(where, place::swallowed);
+        counts->swallowed++;
+    }
+}
+
+// The format has no checksums. A byte of text may become another one; the version or the count in a
+// record may become another one that makes a weave as a check-in could have written it; a delete
+// record may become text. Nothing else may change a text unseen.
+TEST(verify, finds_single_byte_changes_that_change_a_text) {
+    constexpr std::string_view likely = "^0123456789abcdef \nIDQNVBE#";
+    constexpr unsigned histories = 4;
+    constexpr int changes = 1000 / histories;
+    const scratch_folder folder;
+    change_counts counts;
+    for (unsigned seed = 1; seed <= histories; seed++) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        host_tests::random_history history(seed, 30);
+        const std::string bytes = read_file(history.path());
+        for (int i = 0; i < changes; i++) {
+            const size_t at = history.pick(static_cast<unsigned>(bytes.size()));
+            const char byte = history.pick(2) == 0
+                                  ? likely[history.pick(static_cast<unsigned>(likely.size()))]
+                                  : static_cast<char>(history.pick(256));
+            std::string changed = bytes;
+            changed[at] = byte;
+            judge_change(history, bytes, changed, at, &counts);
+        }
+    }
+    std::printf("%d found, %d harmless, %d in text, %d in numbers, %d swallowed\n", counts.found,
+                counts.harmless, counts.in_text, counts.in_numbers, counts.swallowed);
+    EXPECT_GT(counts.found, 300);
+    EXPECT_LT(counts.in_numbers + counts.swallowed, 30);
+}
+
+}  // namespace
