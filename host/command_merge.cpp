@@ -169,7 +169,7 @@ void register_merge(CLI::App &app, command_context &context) {
     app.add_option("--label", options->labels,
                    "Names for the markers, of BASE first; may be given for each file")
         ->option_text("NAME")
-        ->expected(1)
+        ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->group(more_options);
     app.add_option("--marker-size", options->merge.markers.size, "Length of the markers (7)")

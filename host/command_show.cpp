@@ -8,9 +8,9 @@
 #include "comparison.h"
 #include "container_change.h"
 #include "output.h"
-#include "structure.h"
 #include "time_text.h"
 #include "unified_diff.h"
+#include "version_text.h"
 #include "version_tree.h"
 
 namespace host {
@@ -35,41 +35,20 @@ struct version_change {
     file_edits edits;
 };
 
-int read_text(const container_view &view, const std::string &name, const version_id *id,
-              text_file *out) {
-    std::string text;
-    std::vector<version_id> lineage;
-    const auto add = [&text](std::string_view piece) {
-        text += piece;
-        return true;
-    };
-    if (id != nullptr) {
-        if (!lineage_of(view, *id, &lineage)) {
-            say_of_file(view.name, "the branches of " + escape_name(name) + " cannot be followed");
-            return status_trouble;
-        }
-        if (const std::optional<damage> found = walk_version(view, lineage, add)) {
-            say_of_line(view.name, found->line, found->reason);
-            return status_trouble;
-        }
-    }
-    return hold_text(name, text, out);
-}
-
 int read_change(const container_view &view, version_change *change) {
     const version_tree tree = build_version_tree(view);
     const version_id id = change->version->id;
     const uint32_t before = tree.parent[position_of(tree, id)];
     change->has_predecessor = before != no_position;
-    std::string old_name = "/dev/null";
+    change->texts.resize(2);
+    int status = hold_text("/dev/null", "", &change->texts[0]);
     if (change->has_predecessor) {
         change->predecessor = tree.versions[before];
-        old_name = version_name(view, change->predecessor);
+        status = load_version_text(view, change->predecessor,
+                                   version_name(view, change->predecessor), &change->texts[0]);
     }
-    change->texts.resize(2);
-    if (read_text(view, old_name, change->has_predecessor ? &change->predecessor : nullptr,
-                  &change->texts[0]) != status_done ||
-        read_text(view, version_name(view, id), &id, &change->texts[1]) != status_done) {
+    if (status != status_done ||
+        load_version_text(view, id, version_name(view, id), &change->texts[1]) != status_done) {
         return status_trouble;
     }
     comparison compared;

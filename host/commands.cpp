@@ -10,6 +10,7 @@ void register_branch(CLI::App &app, command_context &context);
 void register_checkin(CLI::App &app, command_context &context);
 void register_checkout(CLI::App &app, command_context &context);
 void register_create(CLI::App &app, command_context &context);
+void register_diff(CLI::App &app, command_context &context);
 void register_import(CLI::App &app, command_context &context);
 void register_list(CLI::App &app, command_context &context);
 void register_merge(CLI::App &app, command_context &context);
@@ -31,6 +32,7 @@ std::span<const command_entry> command_table() {
         command_entry{"branch", "Make a branch off a version", register_branch},
         command_entry{"import", "Store many files as consecutive versions", register_import},
         command_entry{"list", "List branches and versions", register_list},
+        command_entry{"diff", "Show how texts or versions differ", register_diff},
         command_entry{"merge", "Merge changed texts into their base", register_merge},
         command_entry{"log", "Show the tree of versions and their sizes", register_log},
         command_entry{"show", "Show a version and what it changed", register_show},

@@ -1,0 +1,304 @@
+// tdm diff: two texts, two versions of a container, or a base and up to 31 texts.
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "cli.h"
+#include "container_change.h"
+#include "diff_output.h"
+#include "git_arguments.h"
+#include "output.h"
+#include "unified_diff.h"
+#include "version_text.h"
+
+namespace host {
+
+namespace {
+
+enum class diff_form { unified, side_by_side, brief, stat, blocks, word };
+
+struct diff_options {
+    std::vector<std::string> operands;
+    std::string container;
+    std::vector<std::string> labels;
+    diff_view view;
+    diff_form form = diff_form::unified;
+    int context = -1;
+    int width = 0;
+    bool no_moves = false;
+    bool git = false;
+};
+
+struct diff_run {
+    std::vector<text_file> files;
+    std::vector<std::string> labels;
+    comparison compared;
+    std::vector<file_edits> edits;  // of files 1 and up
+    bool different = false;
+};
+
+int load_versions(const diff_options &options, diff_run *run) {
+    if (options.operands.empty() || options.operands.size() > 2) {
+        return usage_error("diff", "-c takes one version or two");
+    }
+    container_view view;
+    if (open_sound_container(options.container, false, &view) != status_done) {
+        return status_trouble;
+    }
+    const version_record *first = require_version(view, options.operands[0]);
+    const version_record *second = nullptr;
+    if (first != nullptr) {
+        second = options.operands.size() == 2 ? require_version(view, options.operands[1])
+                                              : newest_version(view, first->id.branch);
+    }
+    if (first == nullptr || second == nullptr) {
+        return status_trouble;
+    }
+    run->files.resize(2);
+    const int status =
+        load_version_text(view, first->id, version_name(view, first->id), &run->files[0]);
+    return status != status_done
+               ? status
+               : load_version_text(view, second->id, version_name(view, second->id),
+                                   &run->files[1]);
+}
+
+int load_files(const diff_options &options, diff_run *run) {
+    if (options.operands.size() < 2 || options.operands.size() > most_files) {
+        return usage_error("diff", options.operands.size() < 2 ? "two files at least are needed"
+                                                               : "more than 32 files");
+    }
+    run->files.resize(options.operands.size());
+    for (size_t i = 0; i < run->files.size(); i++) {
+        if (load_text_file(options.operands[i], &run->files[i]) != status_done) {
+            return status_trouble;
+        }
+    }
+    return status_done;
+}
+
+// Two regular files of the same bytes need no comparison.
+bool all_same_bytes(const diff_run &run) {
+    for (const text_file &file : run.files) {
+        if (file.bytes.view() != run.files[0].bytes.view()) {
+            return false;
+        }
+    }
+    return true;
+}
+
+int compare(const diff_options &options, diff_run *run) {
+    run->edits.resize(run->files.size() - 1);
+    for (const text_file &file : run->files) {
+        run->labels.push_back(file.name);
+    }
+    for (size_t i = 0; i < std::min(options.labels.size(), run->labels.size()); i++) {
+        run->labels[i] = options.labels[i];
+    }
+    if (all_same_bytes(*run) && options.form != diff_form::blocks) {
+        return status_done;
+    }
+    if (compare_files(run->files, "compare", options.view.ignore_blanks, &run->compared) !=
+        status_done) {
+        return status_trouble;
+    }
+    for (size_t k = 1; k < run->files.size(); k++) {
+        file_edits &edits = run->edits[k - 1];
+        edits = edits_of(run->compared, run->files, k, {options.view.ignore_blanks, true});
+        if (options.no_moves) {
+            edits.moves.clear();
+        }
+        run->different = run->different || !edits.edits.empty();
+    }
+    return status_done;
+}
+
+void write_one(const diff_options &options, const diff_view &view, const file_difference &d) {
+    output_writer &out = standard_output();
+    if (options.form == diff_form::side_by_side) {
+        write_side_by_side(out, view, d);
+    } else if (d.edits.edits.empty()) {
+        return;
+    } else if (options.form == diff_form::brief) {
+        out.printf("%s and %s differ\n", escape_name(d.base_label).c_str(),
+                   escape_name(d.file_label).c_str());
+    } else if (options.form == diff_form::word) {
+        write_word_diff(out, view, d);
+    } else {
+        const unified_options unified{view.context, view.color, view.escape, view.mark_moves};
+        write_unified_header(out, unified, d.base_label, d.file_label);
+        write_unified(out, unified, d.base.lines, d.file.lines, d.edits);
+    }
+}
+
+void write_all(const command_context &context, const diff_options &options, const diff_view &view,
+               const diff_run &run) {
+    std::vector<file_difference> differences;
+    for (size_t k = 1; k < run.files.size(); k++) {
+        differences.push_back(
+            {run.files[0], run.files[k], run.labels[0], run.labels[k], run.edits[k - 1]});
+    }
+    if (context.json) {
+        write_diff_json(differences);
+    } else if (options.form == diff_form::blocks) {
+        write_blocks(standard_output(), run.compared.blocks);
+    } else if (options.form == diff_form::stat) {
+        write_stat(standard_output(), view, differences);
+    } else {
+        for (const file_difference &d : differences) {
+            write_one(options, view, d);
+        }
+    }
+}
+
+void settle_view(const diff_options &options, bool terminal, bool color, diff_view *view) {
+    view->color = color;
+    view->escape = terminal;
+    view->mark_moves = !options.no_moves;
+    view->context = options.context >= 0 ? options.context : 3;
+    view->whole = options.context < 0;
+    if (options.width > 0) {
+        view->width = options.width;
+    } else if (terminal) {
+        view->width = terminal_width(STDOUT_FILENO);
+    }
+}
+
+// Git starts its pager itself and then says that what looks like a pipe is a terminal.
+bool git_wants_color(const command_context &context) {
+    const char *pager = std::getenv("GIT_PAGER_IN_USE");
+    const char *none = std::getenv("NO_COLOR");
+    const char *term = std::getenv("TERM");
+    const bool paged = pager != nullptr && std::strcmp(pager, "true") == 0 &&
+                       (none == nullptr || *none == '\0') && term != nullptr &&
+                       std::strcmp(term, "dumb") != 0;
+    return use_color(context.color, STDOUT_FILENO) ||
+           (context.color == color_choice::automatic && paged);
+}
+
+bool is_text(const text_file &file) {
+    const std::string_view bytes = file.bytes.view();
+    size_t longest = 0;
+    for (int32_t i = 0; i < file.lines.count(); i++) {
+        longest = std::max(longest, file.lines.line(i).size());
+    }
+    return bytes.find('\0') == bytes.npos && longest <= 8001;
+}
+
+// As git's external diff: differences are no failure.
+int run_git_diff(const command_context &context, diff_options *options) {
+    git_change change;
+    if (!parse_git_call(options->operands, &change)) {
+        return usage_error("diff", "--git takes the seven operands of git's external diff");
+    }
+    output_writer &out = standard_output();
+    if (change.unmerged) {
+        out.printf("* Unmerged path %s\n", escape_name(change.path).c_str());
+        return status_done;
+    }
+    options->operands = {change.old_file, change.new_file};
+    diff_run run;
+    if (load_files(*options, &run) != status_done) {
+        return status_trouble;
+    }
+    if (!is_text(run.files[0]) || !is_text(run.files[1])) {
+        write_git_header(out, change, false);
+        out.printf("Binary files a/%s and b/%s differ\n", change.path.c_str(),
+                   change.new_path.c_str());
+        return status_done;
+    }
+    if (compare(*options, &run) != status_done) {
+        return status_trouble;
+    }
+    diff_view view = options->view;
+    settle_view(*options, is_terminal(STDOUT_FILENO), git_wants_color(context), &view);
+    run.labels = {"a/" + change.path, "b/" + change.new_path};
+    if (context.json || options->form != diff_form::unified) {
+        write_all(context, *options, view, run);
+        return status_done;
+    }
+    write_git_header(out, change, run.different);
+    write_unified(out, {view.context, view.color, view.escape, view.mark_moves}, run.files[0].lines,
+                  run.files[1].lines, run.edits[0]);
+    return status_done;
+}
+
+int run_diff(const command_context &context, diff_options *options) {
+    if (options->git || (options->container.empty() && is_git_call(options->operands))) {
+        return run_git_diff(context, options);
+    }
+    diff_run run;
+    int status =
+        options->container.empty() ? load_files(*options, &run) : load_versions(*options, &run);
+    if (status == status_done) {
+        status = compare(*options, &run);
+    }
+    if (status != status_done) {
+        return status;
+    }
+    if (!context.quiet) {
+        // Asked first: with the pager the descriptor is no terminal any more.
+        const bool color = use_color(context.color, STDOUT_FILENO);
+        pager paged(context.no_pager || context.json || !run.different);
+        diff_view view = options->view;
+        settle_view(*options, paged.to_terminal(), color, &view);
+        write_all(context, *options, view, run);
+        paged.finish();
+    }
+    return run.different ? status_negative : status_done;
+}
+
+void declare_forms(CLI::App &app, diff_options *options) {
+    const auto form = [&app, options](const char *name, diff_form value, const char *help) {
+        return app.add_flag_callback(
+            name, [options, value] { options->form = value; }, help);
+    };
+    form("-y,--side-by-side", diff_form::side_by_side, "Two columns");
+    form("--brief", diff_form::brief, "Say only which files differ");
+    form("--stat", diff_form::stat, "Numbers of inserted, deleted and moved lines");
+    form("--word", diff_form::word, "Compare changed lines word by word");
+    form("--blocks", diff_form::blocks, "The library's difference stream, a line a block")
+        ->group(more_options);
+}
+
+}  // namespace
+
+void register_diff(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<diff_options>();
+    context.take_list("FILE", options->operands, true,
+                      "BASE and the files compared with it, up to 31; with -c versions");
+    app.add_option("-c,--container", options->container,
+                   "Compare two versions of CONTAINER, or one with its branch's newest")
+        ->option_text("CONTAINER");
+    app.add_option("-U,--unified", options->context, "Lines of context (3)")
+        ->check(CLI::NonNegativeNumber)
+        ->option_text("N");
+    declare_forms(app, options.get());
+    app.add_option("-W,--width", options->width, "Columns of the output of --side-by-side")
+        ->check(CLI::Range(8, 100000))
+        ->option_text("N")
+        ->group(more_options);
+    app.add_flag("-w,--ignore-blanks", options->view.ignore_blanks, "Leave blanks out of account");
+    app.add_flag("--no-moves", options->no_moves, "Show moved text as a deletion and an insertion");
+    app.add_option("--label", options->labels,
+                   "Names for the headings, of BASE first; may be given for each file")
+        ->option_text("NAME")
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->group(more_options);
+    app.add_flag("--git", options->git,
+                 "Take the operands of git's external diff, and exit 0 when they differ")
+        ->group(more_options);
+    add_json_option(app, context);
+    context.details =
+        "The unified form is what patch and git apply take; where moved lines went and came from\n"
+        "is said in the headings of the hunks, in the files' line numbers.";
+    context.exit_codes = "0 no difference; 1 differences; 2 wrong usage or trouble.";
+    context.examples = {"tdm diff old.txt new.txt", "tdm diff -c notes.tdm main@3 main@5"};
+    context.run = [&context, options] { return run_diff(context, options.get()); };
+}
+
+}  // namespace host
