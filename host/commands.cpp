@@ -9,8 +9,10 @@ void register_annotate(CLI::App &app, command_context &context);
 void register_branch(CLI::App &app, command_context &context);
 void register_checkin(CLI::App &app, command_context &context);
 void register_checkout(CLI::App &app, command_context &context);
+void register_config(CLI::App &app, command_context &context);
 void register_create(CLI::App &app, command_context &context);
 void register_diff(CLI::App &app, command_context &context);
+void register_git_merge(CLI::App &app, command_context &context);
 void register_import(CLI::App &app, command_context &context);
 void register_list(CLI::App &app, command_context &context);
 void register_merge(CLI::App &app, command_context &context);
@@ -34,6 +36,8 @@ std::span<const command_entry> command_table() {
         command_entry{"list", "List branches and versions", register_list},
         command_entry{"diff", "Show how texts or versions differ", register_diff},
         command_entry{"merge", "Merge changed texts into their base", register_merge},
+        command_entry{"git-merge", "Merge for git, as its merge driver", register_git_merge},
+        command_entry{"config", "Print lines of configuration for git", register_config},
         command_entry{"log", "Show the tree of versions and their sizes", register_log},
         command_entry{"show", "Show a version and what it changed", register_show},
         command_entry{"info", "List the header's records for scripts", register_info},

@@ -1,0 +1,161 @@
+// tdm git-merge: git's merge driver.
+//
+// Git reads the file of our side whatever the exit status is, and takes every status but 0 for a
+// conflict. So nothing may go wrong without both sides standing in that file: on any trouble they
+// are written there whole, between markers.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <memory>
+
+#include "cli.h"
+#include "merge_run.h"
+#include "merge_words.h"
+#include "output.h"
+
+namespace host {
+
+namespace {
+
+struct driver_options {
+    std::string base, ours, theirs;
+    std::string size, path;
+    std::string base_label, ours_label, theirs_label;
+    std::string style = "diff3";
+    merge_options merge;
+};
+
+// Git before 2.44 leaves the letters of the labels as they are.
+std::string label_or(const std::string &label, const char *otherwise) {
+    return label.empty() || label[0] == '%' ? otherwise : label;
+}
+
+void settle_options(driver_options *options) {
+    marker_options &markers = options->merge.markers;
+    const int size = std::atoi(options->size.c_str());
+    markers.size = size > 0 && size <= 1000 ? size : 7;
+    markers.base_label = label_or(options->base_label, "base");
+    markers.labels = {label_or(options->ours_label, "ours"),
+                      label_or(options->theirs_label, "theirs")};
+    markers.style = options->style == "merge"    ? marker_style::merge
+                    : options->style == "zdiff3" ? marker_style::zdiff3
+                                                 : marker_style::diff3;
+    if (options->path.empty()) {
+        options->path = options->ours;
+    }
+}
+
+// Beside and renamed, so that a kill leaves the old text or the new; git has made the file just
+// now, in a folder of its own choice, so that it has neither links nor attributes to keep.
+int replace_ours(const std::string &name, std::string_view text) {
+    const std::string beside = name + ".tdm";
+    const int descriptor =
+        open(beside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0666);
+    if (descriptor < 0) {
+        return say_errno(name, "cannot write", errno);
+    }
+    output_writer writer(descriptor, name);
+    writer.write(text);
+    int status = writer.finish();
+    if (status == status_done && std::rename(beside.c_str(), name.c_str()) != 0) {
+        status = say_errno(name, "cannot replace", errno);
+    }
+    if (status != status_done) {
+        unlink(beside.c_str());
+    }
+    return status;
+}
+
+// What there is of a file; reading stops where it fails.
+std::string read_as_is(const std::string &name) {
+    std::string text;
+    std::FILE *file = std::fopen(name.c_str(), "rb");
+    char buffer[4096];
+    size_t size = 0;
+    while (file != nullptr && (size = std::fread(buffer, 1, sizeof buffer, file)) > 0) {
+        text.append(buffer, size);
+    }
+    if (file != nullptr) {
+        std::fclose(file);
+    }
+    return text;
+}
+
+int write_both_sides(const driver_options &options) {
+    const marker_options &markers = options.merge.markers;
+    const auto marker = [&markers](char c) {
+        return std::string(static_cast<size_t>(markers.size), c);
+    };
+    const auto ended = [](std::string text) {
+        return lacks_last_newline(text) ? text + '\n' : text;
+    };
+    const std::string text = marker('<') + " " + markers.labels[0] + "\n" +
+                             ended(read_as_is(options.ours)) + marker('=') + "\n" +
+                             ended(read_as_is(options.theirs)) + marker('>') + " " +
+                             markers.labels[1] + "\n";
+    say_of_file(options.path, "cannot be merged; both sides are kept between markers");
+    (void)replace_ours(options.ours, text);
+    return status_negative;
+}
+
+int merge_into_ours(const command_context &context, const driver_options &options) {
+    merge_run run;
+    const std::vector<std::string> names{options.base, options.ours, options.theirs};
+    if (begin_merge(names, options.merge, true, &run) != status_done) {
+        return status_trouble;
+    }
+    run.plan = plan_merge(run.in, options.merge.apply_adjacent);
+    if (finish_merge(options.merge, &run) != status_done ||
+        replace_ours(options.ours, run.merged.text) != status_done) {
+        return status_trouble;
+    }
+    if (!context.quiet) {
+        say_conflicts(run, options.merge, options.path);
+    }
+    return is_clean(run.plan) ? status_done : status_negative;
+}
+
+int run_git_merge(const command_context &context, driver_options *options) {
+    settle_options(options);
+    try {
+        const int status = merge_into_ours(context, *options);
+        return status == status_trouble ? write_both_sides(*options) : status;
+    } catch (const std::exception &error) {
+        say("%s", error.what());
+        return write_both_sides(*options);
+    }
+}
+
+}  // namespace
+
+void register_git_merge(CLI::App &app, command_context &context) {
+    const auto options = std::make_shared<driver_options>();
+    context.take("BASE", options->base, "git's %O");
+    context.take("OURS", options->ours, "git's %A; the result is written there");
+    context.take("THEIRS", options->theirs, "git's %B");
+    context.take_optional("SIZE", options->size, "git's %L, the length of the markers");
+    context.take_optional("PATH", options->path, "git's %P, for messages");
+    context.take_optional("BASELABEL", options->base_label, "git's %S");
+    context.take_optional("OURLABEL", options->ours_label, "git's %X");
+    context.take_optional("THEIRLABEL", options->theirs_label, "git's %Y");
+    app.add_option("--style", options->style, "Conflicts: diff3 (the default), merge or zdiff3")
+        ->check(CLI::IsMember(std::array<std::string, 3>{"merge", "diff3", "zdiff3"}))
+        ->option_text("STYLE");
+    app.add_flag("--strict", options->merge.strict,
+                 "The same lines inserted in different places are a conflict");
+    app.add_flag("-w,--ignore-blanks", options->merge.ignore_blanks,
+                 "Changes of blanks alone are no changes: the base's line stays");
+    context.details =
+        "For git alone to run; 'tdm config git' prints the lines of configuration. Whatever goes\n"
+        "wrong, both sides are left in OURS.";
+    context.exit_codes = "0 clean; 1 conflicts, or trouble with both sides between markers.";
+    context.examples = {"tdm git-merge %O %A %B %L -- %P",
+                        "git config merge.tdm.driver 'tdm git-merge %O %A %B %L -- %P'"};
+    context.run = [&context, options] { return run_git_merge(context, options.get()); };
+}
+
+}  // namespace host
