@@ -44,7 +44,7 @@ public:
 
     void line(char kind, int64_t number) {
         char bytes[64];
-        snprintf(bytes, sizeof bytes, "%c%012lld %016llx of text\n", kind,
+        snprintf(bytes, sizeof bytes, "%c%012lld %016llx of texts\n", kind,
                  static_cast<long long>(number),
                  static_cast<unsigned long long>(mixed(static_cast<uint64_t>(number))));
         out_.write(bytes, line_bytes);
