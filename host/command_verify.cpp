@@ -8,6 +8,7 @@
 #include "cli.h"
 #include "container_check.h"
 #include "json_text.h"
+#include "kept_digests.h"
 #include "output.h"
 #include "progress.h"
 #include "random_oid.h"
@@ -23,6 +24,7 @@ constexpr std::size_t most_complaints = 100;
 
 struct verify_options {
     std::vector<std::string> containers;
+    std::string digests;
 };
 
 json_object describe_versions(const container_view &view, const container_check &check) {
@@ -97,7 +99,8 @@ void tell_summary(const container_view &view, const container_check &check) {
 }
 
 // Judges one container; with a document, describes it there and says nothing.
-int verify_one(const command_context &context, const std::string &name, json_object *document) {
+int verify_one(const command_context &context, const std::string &name, const kept_digests *kept,
+               json_object *document) {
     container_view view;
     if (const int error = open_container(name, &view); error != 0) {
         if (document != nullptr) {
@@ -109,8 +112,12 @@ int verify_one(const command_context &context, const std::string &name, json_obj
         return say_errno(name, "cannot be read", error);
     }
     progress bar(context, "verifying", view.bytes.view().size());
-    const container_check check = check_container(
-        view, document != nullptr, [&](uint64_t bytes) { bar.at(view.weave_offset + bytes); });
+    container_check check =
+        check_container(view, document != nullptr || kept != nullptr,
+                        [&](uint64_t bytes) { bar.at(view.weave_offset + bytes); });
+    if (kept != nullptr) {
+        kept->compare(view, &check);
+    }
     if (document != nullptr) {
         document->push_back(describe(view, check));
     } else {
@@ -125,9 +132,15 @@ int verify_one(const command_context &context, const std::string &name, json_obj
 int run_verify(const command_context &context, const verify_options &options) {
     json_object document = json_document(verify_schema);
     json_object &containers = document["containers"] = json_object::array();
+    kept_digests kept;
+    const bool compares = !options.digests.empty();
+    if (compares && kept.read(options.digests) != status_done) {
+        return status_trouble;
+    }
     int status = status_done;
     for (const std::string &name : options.containers) {
-        status = std::max(status, verify_one(context, name, context.json ? &containers : nullptr));
+        status = std::max(status, verify_one(context, name, compares ? &kept : nullptr,
+                                             context.json ? &containers : nullptr));
     }
     if (context.json) {
         print_json(document);
@@ -140,14 +153,18 @@ int run_verify(const command_context &context, const verify_options &options) {
 void register_verify(CLI::App &app, command_context &context) {
     const auto options = std::make_shared<verify_options>();
     context.take_list("CONTAINER", options->containers, true, "The containers to check");
+    app.add_option("--digests", options->digests,
+                   "Compare the texts with those that an earlier --json output describes")
+        ->option_text("FILE");
     add_json_option(app, context);
     context.details =
         "Checks every record and line of the container and reads the texts of all versions in\n"
         "one pass. The format keeps no checksums: a byte of text that has become another one,\n"
-        "or a number that fits as well as the right one, cannot be seen. The digests that\n"
-        "--json prints for every version tell such changes apart when they are kept.";
+        "or a number that fits as well as the right one, cannot be seen in the container alone.\n"
+        "Keep what --json prints: with --digests such changes are found as well.";
     context.exit_codes = "0 sound; 1 unsound; 2 could not tell.";
-    context.examples = {"tdm verify notes.tdm", "tdm verify --json *.tdm"};
+    context.examples = {"tdm verify notes.tdm", "tdm verify --json *.tdm > digests",
+                        "tdm verify --digests digests *.tdm"};
     context.run = [&context, options] { return run_verify(context, *options); };
 }
 

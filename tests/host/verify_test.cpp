@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "container_check.h"
+#include "kept_digests.h"
 #include "random_history.h"
 #include "record_line.h"
 #include "structure.h"
@@ -186,16 +187,20 @@ struct change_counts {
     int in_text = 0;     // a byte of a text line became another byte of a text line
     int in_numbers = 0;  // a number of a record became one that fits as well
     int swallowed = 0;   // a delete record became a part of the line before it
+
+    int unseen() const { return in_text + in_numbers + swallowed; }
 };
 
 void judge_change(const host_tests::random_history &history, const std::string &bytes,
-                  const std::string &changed, size_t at, change_counts *counts) {
+                  const std::string &changed, size_t at, const host::kept_digests &kept,
+                  change_counts *counts) {
     SCOPED_TRACE("byte " + std::to_string(at) + " is now " + changed.substr(at, 20));
     write_file("changed", changed);
     container_view view;
     ASSERT_EQ(host::open_container(std::string("changed"), &view), 0);
     const place where = place_of_change(bytes, changed, at);
-    const host::container_check check = host::check_container(view, false, {});
+    host::container_check check = host::check_container(view, true, {});
+    const int unseen = counts->unseen();
     if (!check.faults.empty()) {
         EXPECT_TRUE(where != place::plain_text || changed[at] == '\0') << complaints_of(check);
         counts->found++;
@@ -209,11 +214,15 @@ void judge_change(const host_tests::random_history &history, const std::string &
         EXPECT_EQ(where, place::swallowed);
         counts->swallowed++;
     }
+    if (counts->unseen() != unseen) {
+        kept.compare(view, &check);
+        EXPECT_FALSE(check.faults.empty()) << "not even the digests show it";
+    }
 }
 
 // The format has no checksums. A byte of text may become another one; the version or the count in a
 // record may become another one that makes a weave as a check-in could have written it; a delete
-// record may become text. Nothing else may change a text unseen.
+// record may become text. Nothing else may change a text unseen; and kept digests show these, too.
 TEST(verify, finds_single_byte_changes_that_change_a_text) {
     constexpr std::string_view likely = "^0123456789abcdef \nIDQNVBE#";
     constexpr unsigned histories = 4;
@@ -224,6 +233,9 @@ TEST(verify, finds_single_byte_changes_that_change_a_text) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         host_tests::random_history history(seed, 30);
         const std::string bytes = read_file(history.path());
+        host::kept_digests kept;
+        write_file("digests", tdm({"verify", "--json", history.path()}).out);
+        ASSERT_EQ(kept.read("digests"), 0);
         for (int i = 0; i < changes; i++) {
             const size_t at = history.pick(static_cast<unsigned>(bytes.size()));
             const char byte = history.pick(2) == 0
@@ -231,7 +243,7 @@ TEST(verify, finds_single_byte_changes_that_change_a_text) {
                                   : static_cast<char>(history.pick(256));
             std::string changed = bytes;
             changed[at] = byte;
-            judge_change(history, bytes, changed, at, &counts);
+            judge_change(history, bytes, changed, at, kept, &counts);
         }
     }
     std::printf("%d found, %d harmless, %d in text, %d in numbers, %d swallowed\n", counts.found,

@@ -1,0 +1,328 @@
+// Deletion, purge and repair: what is left, what is gone, what is refused.
+#include <gtest/gtest.h>
+#include <norviktdm/tdm.h>
+
+#include <filesystem>
+#include <regex>
+#include <sstream>
+
+#include "container_check.h"
+#include "deletion.h"
+#include "random_history.h"
+
+namespace {
+
+using host::container_view;
+using host::version_id;
+using host_tests::random_history;
+
+// The library's own reconstruction; with `flags` 1 every line begins with "I OID ".
+std::string constructed(const std::string &container, const std::string &oid, uint32_t flags) {
+    EXPECT_EQ(tdm_construct_ver(container.c_str(), "constructed", oid.c_str(), flags), 0);
+    return read_file("constructed");
+}
+
+using annotations = std::map<version_id, std::string>;
+
+annotations annotate_all(const random_history &history) {
+    annotations all;
+    for (const auto &[id, version] : history.versions) {
+        all[id] = constructed(history.path(), version.oid, 1);
+    }
+    return all;
+}
+
+// Chooses versions, never the first of all, and now and then all of a branch that nothing hangs on.
+host::deletion_request choose(random_history &history, const container_view &view) {
+    host::deletion_request request;
+    for (const auto &[id, version] : history.versions) {
+        if (id != version_id{0, 0} && history.pick(5) == 0) {
+            request.versions.insert(id);
+        }
+    }
+    const uint64_t branch = history.pick(static_cast<unsigned>(history.branches.size()));
+    for (const host::branch_record &other : view.branches) {
+        if (branch == 0 || (other.number != 0 && other.parent.branch == branch)) {
+            return request;
+        }
+    }
+    for (const auto &[id, version] : history.versions) {
+        if (id.branch == branch) {
+            request.versions.insert(id);
+            request.branches.insert(branch);
+        }
+    }
+    return request;
+}
+
+// The identifier that an annotation gives for each one it gave before: its own, for a version that
+// is alive or a branch point, else that of the nearest newer living version of its branch.
+std::map<std::string, std::string> names_after(const container_view &after,
+                                               const random_history &before,
+                                               const std::map<std::string, version_id> &ids) {
+    std::map<std::string, std::string> names;
+    for (const auto &[oid, id] : ids) {
+        const host::version_record *record = host::find_version(after, id);
+        const bool is_point = std::any_of(
+            after.branches.begin(), after.branches.end(),
+            [&](const host::branch_record &b) { return b.number != 0 && b.parent == id; });
+        names[oid] = oid;
+        if (record != nullptr && record->deleted && !is_point) {
+            for (auto i = before.versions.upper_bound(id); i->first.branch == id.branch; ++i) {
+                const host::version_record *newer = host::find_version(after, i->first);
+                if (newer != nullptr && !newer->deleted) {
+                    names[oid] = i->second.oid;
+                    break;
+                }
+            }
+        }
+    }
+    return names;
+}
+
+// Deletes some versions by the library, and looks at every survivor's text and annotation.
+void delete_some(random_history &history) {
+    container_view before;
+    container_view after;
+    ASSERT_EQ(host::open_container(history.path(), &before), 0);
+    const annotations old_annotations = annotate_all(history);
+    const host::deletion_request request = choose(history, before);
+    const std::string fresh = history.path() + ".new";
+    ASSERT_EQ(host::delete_into(before, history.path(), request, fresh), 0);
+    ASSERT_EQ(host::open_container(fresh, &after), 0);
+    EXPECT_EQ(host::prove_survivors(before, after, request), 0);
+    std::map<std::string, version_id> ids;
+    for (const host::version_record &version : before.versions) {
+        ids[std::string(version.oid)] = version.id;
+    }
+    const auto old_versions = history.versions;
+    std::filesystem::rename(fresh, history.path());
+    std::erase_if(history.versions,
+                  [&](const auto &entry) { return request.versions.contains(entry.first); });
+    const auto names = names_after(after, history, ids);
+    for (const auto &[id, version] : history.versions) {
+        SCOPED_TRACE(host::version_name(before, id));
+        EXPECT_EQ(constructed(history.path(), version.oid, 0), version.text);
+        std::istringstream old_lines(old_annotations.at(id));
+        std::istringstream new_lines(constructed(history.path(), version.oid, 1));
+        std::string old_line;
+        for (std::string line; std::getline(new_lines, line);) {
+            ASSERT_TRUE(std::getline(old_lines, old_line));
+            const size_t end = old_line.find(' ', 2);
+            const std::string oid = old_line.substr(2, end - 2);
+            const auto name = names.find(oid);
+            const std::string now = name == names.end() ? oid : name->second;
+            EXPECT_EQ(line, "I " + now + old_line.substr(end));
+        }
+    }
+}
+
+TEST(deletion, leaves_the_survivors_of_random_histories_as_they_were) {
+    const scratch_folder folder;
+    for (unsigned seed = 1; seed <= 6; seed++) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        random_history history(seed, 12);
+        for (int round = 0; round < 3 && !testing::Test::HasFatalFailure(); round++) {
+            SCOPED_TRACE("round " + std::to_string(round));
+            delete_some(history);
+            history.step();
+            history.step();
+        }
+    }
+}
+
+TEST(deletion, proof_sees_a_text_or_an_owner_that_is_not_the_same) {
+    const scratch_folder folder;
+    const std::string header =
+        "^S db1 0\n^V v3 0 3 3\n^V v2 0 2 2\n^V v1 0 1 1\n^V v0 0 0 0\n"
+        "^B main 0 0 0\n^E e\n";
+    const std::string weave = "^I 0 1 2\na\nb\n^I 0 2 1\nc\n";
+    const std::pair<const char *, std::string> rows[] = {
+        {"a changed byte", header + "^I 0 1 2\na\nB\n^I 0 2 1\nc\n"},
+        {"a lost line", header + "^I 0 1 1\na\n^I 0 2 1\nc\n"},
+        {"another order", header + "^I 0 1 2\nb\na\n^I 0 2 1\nc\n"},
+        {"another owner", header + "^I 0 1 2\na\nb\n^I 0 3 1\nc\n"},
+        {"a hidden line", header + "^I 0 1 2\n^D 0 3 1\na\nb\n^I 0 2 1\nc\n"},
+        {"a lost version", std::regex_replace(header, std::regex("\\^V v3.*\n"), "") + weave},
+        {"another time", std::regex_replace(header, std::regex("0 3 3"), "0 3 4") + weave},
+        {"another element", std::regex_replace(header, std::regex("E e"), "E f") + weave},
+    };
+    container_view before;
+    write_file("before", header + weave);
+    ASSERT_EQ(host::open_container(std::string("before"), &before), 0);
+    const auto all = [](const host::version_record &) { return true; };
+    for (const auto &[name, bytes] : rows) {
+        container_view after;
+        write_file("after", bytes);
+        ASSERT_EQ(host::open_container(std::string("after"), &after), 0);
+        EXPECT_TRUE(host::check_container(after, false, {}).faults.empty()) << name;
+        EXPECT_TRUE(host::compare_survivors(before, after, all)) << name;
+    }
+    EXPECT_FALSE(host::compare_survivors(before, before, all));
+}
+
+// main 1 to 4, draft off main@2 with 1 and 2, deep off draft@1.
+class pruning : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(tdm({"create", "c"}).status, 0);
+        store("a\nb\n}\n", {});
+        store("a\nSECRET\nstays\nb\n}\n}\n", {});
+        store("a\nstays\nb\n}\n", {});
+        store("a\nstays\nd\n", {});
+        store("a\nb\ndraft\n", {"--branch", "draft", "--from", "main@2"});
+        store("a\nb\ndraft\nmore\n", {"--branch", "draft"});
+        store("deep\n", {"--branch", "deep", "--from", "draft@1"});
+    }
+
+    static void store(const std::string &text, std::vector<std::string> more) {
+        write_file("t", text);
+        more.insert(more.begin(), {"checkin", "c", "t", "-q"});
+        ASSERT_EQ(tdm(more).status, 0);
+    }
+
+    const scratch_folder folder_;
+};
+
+TEST_F(pruning, refuses_what_would_break_the_container) {
+    struct {
+        std::vector<std::string> arguments;
+        const char *words;
+    } const rows[] = {
+        {{"main@0"}, "cannot be deleted"},
+        {{"--branch", "main"}, "the first branch"},
+        {{"--branch", "draft"}, "other branches hang on it: deep (off draft@1)"},
+        {{"--branch", "none"}, "has no branch none"},
+        {{"main@9"}, "no version main@9"},
+        {{}, "no VERSION"},
+    };
+    const std::string before = read_file("c");
+    for (const auto &row : rows) {
+        std::vector<std::string> words = {"delete", "c", "--yes"};
+        words.insert(words.end(), row.arguments.begin(), row.arguments.end());
+        const command_result result = tdm(words);
+        EXPECT_EQ(result.status, 2) << row.words;
+        EXPECT_NE(result.err.find(row.words), std::string::npos) << result.err;
+    }
+    EXPECT_EQ(tdm({"delete", "c", "main@4"}).status, 2);
+    write_file("cut", before.substr(0, before.size() - 3));
+    EXPECT_EQ(tdm({"delete", "cut", "main@4", "--yes"}).status, 2);
+    EXPECT_EQ(read_file("c"), before);
+    EXPECT_EQ(files_in("."), (std::vector<std::string>{"c", "cut", "t"}));
+}
+
+TEST_F(pruning, says_what_is_gone_and_what_stays) {
+    const std::vector<std::string> words = {"delete", "c", "main@2", "main@4", "deep@1"};
+    std::vector<std::string> rehearsal = words;
+    rehearsal.push_back("--dry-run");
+    const std::string before = read_file("c");
+    const std::string told =
+        "deep@1: deleted, its lines are gone from the file\n"
+        "main@4: deleted, its lines are gone from the file\n"
+        "main@2: deleted, but its lines are still in the file, for main@3 and branch draft\n"
+        "branch deep: removed, none of its versions is left\n";
+    EXPECT_EQ(tdm(rehearsal).out, told);
+    EXPECT_EQ(read_file("c"), before);
+    std::vector<std::string> real = words;
+    real.push_back("--yes");
+    EXPECT_EQ(tdm(real).out, told);
+    EXPECT_EQ(tdm({"verify", "c"}).out, "c: sound, 5 versions\n");
+    EXPECT_EQ(tdm({"checkout", "c", "main@3"}).out, "a\nstays\nb\n}\n");
+    EXPECT_EQ(tdm({"checkout", "c", "draft@2"}).out, "a\nb\ndraft\nmore\n");
+    EXPECT_EQ(tdm({"checkout", "c", "main@2"}).status, 2);
+    write_file("t", "new\n");
+    EXPECT_EQ(tdm({"checkin", "c", "t"}).out, "main@4\n");
+}
+
+TEST_F(pruning, purge_leaves_no_byte_of_the_secret) {
+    ASSERT_EQ(tdm({"delete", "c", "--branch", "deep", "--branch", "draft", "--yes"}).status, 0);
+    write_file("copy", read_file("c"));
+    const std::string told =
+        "main@2: deleted; of 3 lines that it inserted 2 are gone from the file\n"
+        "not purged, because these versions hold them:\n"
+        "  main@3, main@4: stays\n"
+        "purged, but these versions have lines of the same text:\n"
+        "  main@1, main@3: }\n";
+    EXPECT_EQ(tdm({"purge", "c", "main@2", "--dry-run"}).out, told);
+    EXPECT_NE(read_file("c").find("SECRET"), std::string::npos);
+    EXPECT_EQ(tdm({"purge", "c", "main@2", "--yes"}).out, told);
+    EXPECT_EQ(read_file("c").find("SECRET"), std::string::npos);
+    EXPECT_EQ(tdm({"verify", "c"}).out, "c: sound, 4 versions\n");
+    EXPECT_EQ(tdm({"checkout", "c", "main@3"}).out, "a\nstays\nb\n}\n");
+    // The same comes out when the version has been deleted before.
+    ASSERT_EQ(tdm({"delete", "copy", "main@2", "--yes"}).status, 0);
+    EXPECT_NE(read_file("copy").find("SECRET"), std::string::npos);
+    EXPECT_EQ(tdm({"purge", "copy", "main@2", "--yes"}).status, 0);
+    EXPECT_EQ(read_file("copy"), read_file("c"));
+    const command_result nothing = tdm({"purge", "c", "main@1", "--yes"});
+    EXPECT_EQ(nothing.status, 1);
+    EXPECT_EQ(read_file("copy"), read_file("c"));
+}
+
+TEST(purge, keeps_the_survivors_of_random_histories) {
+    const scratch_folder folder;
+    for (unsigned seed = 21; seed <= 26; seed++) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        random_history history(seed, 14);
+        const auto chosen =
+            std::next(history.versions.begin(),
+                      1 + history.pick(static_cast<unsigned>(history.versions.size() - 1)));
+        const std::string oid = chosen->second.oid;
+        const std::string name =
+            history.branches[chosen->first.branch] + "@" + std::to_string(chosen->first.number);
+        const int status = tdm({"purge", history.path(), name, "--yes"}).status;
+        if (status == 0) {
+            history.versions.erase(chosen);
+        }
+        ASSERT_LT(status, 2);
+        EXPECT_EQ(tdm({"verify", history.path()}).status, 0);
+        for (const auto &[id, version] : history.versions) {
+            EXPECT_EQ(constructed(history.path(), version.oid, 0), version.text) << version.oid;
+        }
+        history.step();
+    }
+}
+
+TEST_F(pruning, repair_saves_what_is_in_no_doubt) {
+    struct {
+        const char *name;
+        std::string from;
+        std::string to;
+        int status;
+        const char *out;
+    } const rows[] = {
+        {"nothing is wrong", "", "", 0, "saved: 8 of 8 versions\n"},
+        {"a lost version record", "\\^V [0-9a-f]+ 0 3 .*\n", "", 1,
+         "lost: main@3 (its record in the header is lost)\nsaved: 7 of 8 versions\n"},
+        {"a spelled number", "(\\^V [0-9a-f]+) 0 3 ", "$1 0 03 ", 0, "saved: 8 of 8 versions\n"},
+        {"a NUL byte", "\ndeep\n", std::string("\nde\0p\n", 6), 1,
+         "lost: deep@1 (line 34: a NUL byte)\nsaved: 7 of 8 versions\n"},
+        {"a cut end", "\nmore\n$", "\nmo", 1,
+         "lost: draft@2 (line 36: the file ends in the middle of this line)\n"},
+        {"stray lines", "$", "stray\n", 1, "lost: deep@1"},
+    };
+    const std::string bytes = read_file("c");
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        std::filesystem::remove("new");
+        const std::string damaged =
+            row.from.empty() ? bytes
+                             : std::regex_replace(bytes, std::regex(row.from), row.to,
+                                                  std::regex_constants::format_first_only);
+        write_file("damaged", damaged);
+        const command_result result = tdm({"repair", "damaged", "-o", "new"});
+        EXPECT_EQ(result.status, row.status);
+        EXPECT_EQ(result.out.substr(0, std::string_view(row.out).size()), row.out);
+        EXPECT_EQ(read_file("damaged"), damaged);
+        if (std::filesystem::exists("new")) {
+            EXPECT_EQ(tdm({"verify", "new"}).status, 0);
+            EXPECT_EQ(tdm({"checkout", "new", "main@4"}).out, "a\nstays\nd\n");
+            EXPECT_EQ(tdm({"checkout", "new", "draft@1"}).out, "a\nb\ndraft\n");
+        }
+    }
+    EXPECT_FALSE(std::filesystem::exists("new"));
+    EXPECT_EQ(tdm({"repair", "damaged", "-o", "new", "--drop-stray"}).status, 0);
+    EXPECT_EQ(read_file("new"), bytes);
+}
+
+}  // namespace

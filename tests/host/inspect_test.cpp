@@ -1,0 +1,98 @@
+// The commands that look into a container: what they print.
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "run_command.h"
+
+namespace {
+
+const command_options dated = [] {
+    command_options options;
+    options.environment = {"SOURCE_DATE_EPOCH=1700000000"};
+    return options;
+}();
+
+// Random identifiers, short or whole, and digests do not depend on the texts alone.
+std::string without_identifiers(const std::string &text) {
+    const std::string whole = std::regex_replace(text, std::regex("[0-9a-f]{32}"), "IDENTIFIER");
+    return std::regex_replace(whole, std::regex(" [0-9a-f]{8} "), " SHORTID. ");
+}
+
+// Branches side by side, one in the other, and a deleted version that stays.
+class inspection : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(tdm({"create", "c"}, dated).status, 0);
+        store("a\nb\nc\n", {});
+        store("a\nx\ny\nc\n", {});
+        store("a\nb\nc\ndraft\n", {"--branch", "draft", "--from", "main@1"});
+        store("a\n^q\nc\n", {});
+        store("deep", {"--branch", "deep", "--from", "draft@1"});
+        store("b\n", {"--branch", "draft"});
+        store("a\n", {"--branch", "side", "--from", "main@2"});
+        store("a\nlast\n", {});
+        ASSERT_EQ(tdm({"delete", "c", "main@2", "--yes", "-q"}).status, 0);
+    }
+
+    static void store(const std::string &text, std::vector<std::string> more) {
+        write_file("t", text);
+        more.insert(more.begin(), {"checkin", "c", "t", "-q"});
+        ASSERT_EQ(tdm(more, dated).status, 0);
+    }
+
+    const scratch_folder folder_;
+};
+
+TEST_F(inspection, listings_are_as_documented) {
+    const std::pair<const char *, std::vector<std::string>> rows[] = {
+        {"log.txt", {"log", "c"}},
+        {"log-oneline.txt", {"log", "c", "--oneline", "--reverse", "--color", "always"}},
+        {"log-branch.txt", {"log", "c", "--branch", "main", "-n", "2"}},
+        {"log.json", {"log", "c", "--json"}},
+        {"show.txt", {"show", "c", "main@3"}},
+        {"show-first.txt", {"show", "c", "main@0"}},
+        {"info.txt", {"info", "c"}},
+        {"verify.json", {"verify", "c", "--json"}},
+    };
+    for (const auto &[golden, words] : rows) {
+        expect_golden(golden, without_identifiers(tdm(words, dated).out));
+    }
+}
+
+TEST_F(inspection, trouble_is_told_by_status_and_words) {
+    write_file("damaged", read_file("c") + "stray\n");
+    struct {
+        std::vector<std::string> words;
+        int status;
+        const char *err;
+    } const rows[] = {
+        {{"verify", "c"}, 0, ""},
+        {{"verify", "-q", "c"}, 0, ""},
+        {{"verify", "damaged", "c"}, 1, "tdm: damaged:38: 1 line outside every inserted run\n"},
+        {{"verify", "c", "none"}, 2, "tdm: none: cannot be read: No such file or directory\n"},
+        {{"verify", "."}, 2, "tdm: .: cannot be read: Is a directory\n"},
+        {{"log", "damaged"}, 2, "tdm: damaged:38:"},
+        {{"log", "damaged", "--force"}, 0, "tdm: damaged:38:"},
+        {{"log", "c", "--branch", "none"}, 2, "has no branch none"},
+        {{"show", "c", "main@2"}, 2, "no version main@2"},
+        {{"info", "none"}, 2, "does not exist"},
+        {{"dump", "none"}, 2, "does not exist"},
+        {{"repair", "damaged"}, 2, "-o FILE is missing"},
+        {{"repair", "damaged", "-o", "damaged", "--force"}, 2, "is the same file"},
+    };
+    for (const auto &row : rows) {
+        const command_result result = tdm(row.words);
+        EXPECT_EQ(result.status, row.status) << row.words[0] << " " << row.words[1];
+        EXPECT_NE(result.err.find(row.err), std::string::npos) << result.err;
+        EXPECT_EQ(result.err.empty(), *row.err == '\0') << result.err;
+    }
+    EXPECT_EQ(tdm({"verify", "-q", "c"}).out, "");
+    command_options full;
+    full.output_path = "/dev/full";
+    for (const char *command : {"log", "info", "dump", "verify", "show"}) {
+        EXPECT_EQ(tdm({command, "c"}, full).status, 2) << command;
+    }
+}
+
+}  // namespace
