@@ -17,7 +17,7 @@ constexpr const char *git_lines = R"CFG(# tdm config git >> ~/.gitconfig
 	name = text merge that sees moved lines
 	driver = tdm git-merge %O %A %B %L -- %P
 [diff "tdm"]
-	command = tdm diff --git
+	command = tdm diff --git --
 [difftool "tdm"]
 	cmd = "tdm diff --label \"a/$MERGED\" --label \"b/$MERGED\" -- \"$LOCAL\" \"$REMOTE\""
 [mergetool "tdm"]

@@ -117,14 +117,19 @@ std::string hidden_words(const merge_run &run, const merge_options &options,
     return unended.empty() ? words : words + "; no newline at the end in " + unended;
 }
 
-const char *conflict_words(conflict_reason reason) {
-    switch (reason) {
+const char *conflict_words(const merge_run &run, const merge_region &region) {
+    const bool insertions = std::all_of(region.places.begin(), region.places.end(), [&](int32_t i) {
+        const merge_place &place = run.plan.places[static_cast<size_t>(i)];
+        return place.base_first == place.base_end;
+    });
+    switch (region.conflict) {
         case conflict_reason::repeated:
             return " inserted the same lines in different places";
         case conflict_reason::unproved:
             return " change the same text, which would be lost or stand twice";
         default:
-            return " changed the same lines differently";
+            return insertions ? " inserted different lines in the same place"
+                              : " changed the same lines differently";
     }
 }
 
@@ -215,8 +220,8 @@ std::string region_words(const merge_run &run, const merge_options &options,
                          const merge_region &region) {
     const std::string names = names_of(options, region.contributors);
     if (is_conflict(region)) {
-        std::string words = "conflict: " + names + conflict_words(region.conflict) +
-                            move_words(run, options, region);
+        std::string words =
+            "conflict: " + names + conflict_words(run, region) + move_words(run, options, region);
         for (const int32_t place : region.places) {
             words +=
                 hidden_words(run, options, region, run.plan.places[static_cast<size_t>(place)]);
