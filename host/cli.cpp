@@ -13,7 +13,7 @@ namespace host {
 
 namespace {
 
-constexpr const char *version_line = "tdm 1.0.0\n";
+constexpr const char *version_line = "tdm " TDM_VERSION "\n";
 
 size_t edit_distance(std::string_view a, std::string_view b) {
     std::vector<size_t> row(b.size() + 1);
@@ -195,6 +195,10 @@ void add_replace_options(CLI::App &app, command_context &context, const char *fo
                  "Replace a file that has several hard links; the others keep the old text")
         ->group(more_options);
     app.add_flag("-f,--force", context.force, force_help)->group(more_options);
+}
+
+void add_dry_run_option(CLI::App &app, command_context &context) {
+    app.add_flag("--dry-run", context.dry_run, "Say what would be done and change nothing");
 }
 
 int usage_error(std::string_view command, const std::string &message) {

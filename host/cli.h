@@ -37,6 +37,10 @@ void add_json_option(CLI::App &app, command_context &context);
 // --force does beyond keeping going when the owner cannot be kept is said in `force_help`.
 void add_replace_options(CLI::App &app, command_context &context, const char *force_help);
 
+// Declares --dry-run, for commands that change files only through file_replacement, whose commit
+// obeys it.
+void add_dry_run_option(CLI::App &app, command_context &context);
+
 // Prints "tdm: MESSAGE" with a pointer to the help of `command` (or of tdm itself when empty) and
 // returns status_trouble.
 int usage_error(std::string_view command, const std::string &message);

@@ -77,6 +77,7 @@ void register_branch(CLI::App &app, command_context &context) {
     context.take("NAME", options->name, "The new branch: 1 to 99 bytes, no blanks, no '@'");
     context.take("VERSION", options->version, "The version that the branch is made off");
     options->time.declare(app);
+    add_dry_run_option(app, context);
     add_replace_options(app, context, "Go on when the file's owner or group cannot be kept");
     context.details = "Version 0 of the new branch has the text of VERSION.";
     context.exit_codes = "0 made; 2 wrong usage or trouble, nothing is changed.";

@@ -111,6 +111,7 @@ void register_checkin(CLI::App &app, command_context &context) {
     options->time.declare(app);
     app.add_flag("--allow-same", options->allow_same,
                  "Store a version whose text is that of the one before");
+    add_dry_run_option(app, context);
     add_replace_options(app, context, "Go on when the file's owner or group cannot be kept");
     context.details =
         "Prints the name of the new version. The new container is compared with the old one\n"

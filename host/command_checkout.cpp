@@ -64,6 +64,7 @@ void register_checkout(CLI::App &app, command_context &context) {
                           "BRANCH@N, BRANCH or an identifier (default: the newest)");
     app.add_option("-o,--output", options->output, "Write FILE instead of standard output")
         ->option_text("FILE");
+    add_dry_run_option(app, context);
     add_replace_options(app, context, "Replace an existing FILE; read a damaged container");
     context.exit_codes = "0 written; 2 wrong usage or trouble.";
     context.examples = {"tdm checkout notes.tdm", "tdm checkout notes.tdm main@3 -o old.txt"};

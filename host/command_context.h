@@ -33,6 +33,7 @@ struct command_context {
     double lock_timeout = 10.0;  // seconds; the three here only after add_replace_options
     bool break_links = false;
     bool force = false;
+    bool dry_run = false;  // only after add_dry_run_option
 
     // Filled in by the command's registration function.
     std::string name;                    // set by the frame

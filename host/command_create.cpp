@@ -79,6 +79,7 @@ void register_create(CLI::App &app, command_context &context) {
     app.add_option("--branch", options->branch, "The name of the first branch (default main)")
         ->option_text("NAME");
     options->time.declare(app);
+    add_dry_run_option(app, context);
     context.details = "The new element has one version, number 0, which is empty.";
     context.exit_codes = "0 created; 2 wrong usage or trouble, nothing is left behind.";
     context.examples = {"tdm create notes.tdm", "tdm create notes.tdm --branch trunk"};

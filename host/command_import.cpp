@@ -99,7 +99,9 @@ int weave_all(import_run &run, import_weave &weave, progress &bar) {
         }
         const bool same = next->text() == before->text();
         if (same && !run.options.allow_same) {
-            say_of_file(item.path, "not stored: the text is that of the version before");
+            if (!run.context.quiet) {
+                say_of_file(item.path, "not stored: the text is that of the version before");
+            }
             continue;
         }
         std::string oid;
@@ -220,6 +222,7 @@ void register_import(CLI::App &app, command_context &context) {
     options->time.declare(app);
     app.add_flag("--allow-same", options->allow_same,
                  "Store a version whose text is that of the one before");
+    add_dry_run_option(app, context);
     add_replace_options(app, context, "Go on when the file's owner or group cannot be kept");
     context.details =
         "Each FILE becomes the next version; the container is the same as after checking them in\n"

@@ -63,6 +63,10 @@ int file_replacement::refuse_same(const std::string &input) const {
 
 int file_replacement::commit(const std::function<int(int descriptor)> &prove) {
     int status = prove ? prove(temporary_.descriptor()) : int{status_done};
+    if (status == status_done && context_.dry_run) {
+        say_of_file(file_.name, file_.exists ? "would be replaced" : "would be created");
+        return status_done;
+    }
     if (status == status_done) {
         status = file_.exists ? copy_attributes(file_.descriptor.get(), file_.status,
                                                 temporary_.descriptor(), file_.name, context_.force)

@@ -44,7 +44,8 @@ public:
     int temporary_descriptor() const { return temporary_.descriptor(); }
 
     // Finishes the replacement. `prove` looks at the temporary file and returns 0, or
-    // status_trouble after a message; it may be empty for an output that needs no proof.
+    // status_trouble after a message; it may be empty for an output that needs no
+    // proof. With --dry-run it ends after the proof and says what it would do.
     [[nodiscard]] int commit(const std::function<int(int descriptor)> &prove);
 
 private:

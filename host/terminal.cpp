@@ -1,6 +1,7 @@
 #include "terminal.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -193,6 +194,9 @@ pager::pager(bool no_pager) : terminal_(is_terminal(STDOUT_FILENO)) {
     }
     if (child_ > 0) {
         dup2(ends[1], STDOUT_FILENO);
+        // What the user types to interrupt is for the pager, which goes on showing.
+        signal(SIGINT, SIG_IGN);
+        signal(SIGQUIT, SIG_IGN);
     }
     close(ends[0]);
     close(ends[1]);

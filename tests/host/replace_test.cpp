@@ -146,6 +146,22 @@ TEST_F(replacement, full_disk_changes_nothing) {
     EXPECT_EQ(leftovers(), 0u);
 }
 
+TEST_F(replacement, closed_standard_output_does_not_let_data_into_the_container) {
+    const std::string script = std::string("'") + TDM_COMMAND + "' checkin c second >&- 2>err <&-";
+    EXPECT_EQ(run({"bash", "-c", script}).status, 2);
+    EXPECT_EQ(read_file("err"), "tdm: <stdout>: cannot write: Bad file descriptor\n");
+    EXPECT_TRUE(is_new());
+}
+
+TEST_F(replacement, dry_run_changes_nothing) {
+    const command_result result = tdm({"checkin", "c", "second", "--dry-run"});
+    EXPECT_EQ(result.out, "main@2\n");
+    EXPECT_EQ(result.err, "tdm: c: would be replaced\n");
+    EXPECT_EQ(tdm({"create", "new", "--dry-run"}).err, "tdm: new: would be created\n");
+    EXPECT_TRUE(is_old());
+    EXPECT_EQ(files_in("."), (std::vector<std::string>{"c", "first", "second"}));
+}
+
 TEST_F(replacement, no_check_in_of_many_at_once_is_lost) {
     const std::string script = std::string("for i in $(seq 32); do echo $i > t$i; '") +
                                TDM_COMMAND + "' checkin -q c t$i || echo failed & done; wait";

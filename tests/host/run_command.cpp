@@ -27,7 +27,6 @@ namespace {
         const auto bytes = static_cast<rlim_t>(options.file_size_limit);
         const rlimit limit{bytes, bytes};
         setrlimit(RLIMIT_FSIZE, &limit);
-        signal(SIGXFSZ, SIG_IGN);
     }
     std::vector<char *> arguments;
     for (const std::string &word : words) {

@@ -23,7 +23,7 @@ struct command_options {
     std::vector<std::string> environment = {};  // NAME=VALUE, on top of a small fixed environment
     std::string output_path = {};               // standard output goes there instead of into `out`
     bool unprivileged = false;                  // as the user nobody when the tests run as root
-    long file_size_limit = -1;                  // RLIMIT_FSIZE in bytes; SIGXFSZ is ignored
+    long file_size_limit = -1;                  // RLIMIT_FSIZE in bytes
 };
 
 // A new empty folder that is the working directory until the object goes, with all that is in it.
