@@ -66,7 +66,7 @@ NORVIK_API int tdm_read_long_line(line_stream *in, int *at_eof);
 /* ---- Record codec ----
  *
  * Encoders write one record to `out->stream` and return 0, or 1 after reporting a failed write in
- * the name of `out->file_name`. Strings are written as given.
+ * the name of `out->file_name`. Strings are written as given; a null oid is refused with a report.
  *
  * Decoders take a record line (or one from its third byte when it is commented out),
  * NUL-terminated, and store its fields. They return 0, or 1 when a field is missing or malformed,

@@ -149,6 +149,14 @@ TEST_F(codec, bounds_oids) {
     const std::string longest(99, 'o');
     EXPECT_EQ(tdm::check_oid(longest.c_str()), 0);
     const std::string too_long = longest + "o";
+    EXPECT_EQ(encoded([](line_stream *out) {
+                  test::messages_of([&] {
+                      EXPECT_EQ(tdm_cntutl_encode_cre_ele(out, nullptr), 1);
+                      EXPECT_EQ(tdm_cntutl_encode_cre_ver(out, nullptr, 0, 0, 0), 1);
+                  });
+                  return 0;
+              }),
+              "");
     for (const char *bad : {"", "a b", "a\tb", "a\x7f", "\x01", too_long.c_str()}) {
         EXPECT_EQ(test::messages_of([&] { EXPECT_EQ(tdm::check_oid(bad), 1); }),
                   "Can't parse malformed object-id " + std::string(bad) + "\n");

@@ -1,4 +1,6 @@
 // Containers made by hand and by the library: creation, branches, the weave walk, annotation.
+#include <functional>
+
 #include "support.h"
 
 namespace {
@@ -117,8 +119,11 @@ TEST_F(container, damage_gives_a_status_and_a_message) {
         {"line outside every run", header + "A\n", 1, corrupted},
         {"deletion without lines to count", header + "^I 0 1 2\nA\n^D 0 1 1\nB\nC\n", 1, corrupted},
         {"insert run of more lines than there can be",
-         header + "^I 0 2 ffffffffffffffff\n^D 0 1 1\n^I 0 1 1\nA\nB\n", 4, ""},
+         header + "^I 0 2 7fffffffffffffff\n^D 0 1 1\n^I 0 1 1\nA\nB\n", 4, ""},
         {"no element record", "^S db1 0\n^V v1 0 1 1\n", 1, "Unexpected end-of-file reading \""},
+        {"deletions of more lines than can be counted",
+         header + "^I 0 1 1\n^D 0 1 ffffffffffffffff\n^D 0 1 1\nA\n", 0,
+         "Bad delta control record in '"},
     };
     for (const auto &row : rows) {
         const std::string file = write("c", row.bytes);
@@ -176,6 +181,44 @@ TEST_F(container, is_never_overwritten_by_what_reads_it) {
     EXPECT_EQ(said, "\"" + text + "\" is the same file as \"" + text +
                         "\", which is being read: nothing was written.\n");
     EXPECT_EQ(read(text), "A\n");
+}
+
+TEST_F(container, what_would_damage_a_history_is_refused) {
+    const std::string header = "^V v1 0 1 1\n^V v0 0 0 1\n^B b 0 0 0\n^E e\n";
+    const std::string status = "^S db1 0\n";
+    const std::string text = write("text", "A\nB\nC\n");
+    const auto check_in = [&](const char *branch) {
+        uint32_t identical = 0;
+        return tdm_store_ver(1, "v2", branch, 2, path("new").c_str(), nullptr, "b", 1,
+                             path("c").c_str(), text.c_str(), 0, &identical);
+    };
+    const auto add_branch = [&] {
+        return tdm_create_branch(1, "n", "n0", path("new").c_str(), "b", nullptr, 1,
+                                 path("c").c_str());
+    };
+    const struct {
+        const char *name;
+        std::string bytes, record;
+    } rows[] = {
+        {"last line without newline", status + header + "^I 0 1 2\nA\nB", "B"},
+        {"element record without newline", status + header.substr(0, header.size() - 1), "^E e"},
+        {"no branch number left", "^S db1 ffffffffffffffff\n" + header, "^S db1 ffffffffffffffff"},
+        {"branch above the highest", status + "^B x 1 0 1\n" + header, "^S db1 0"},
+    };
+    for (const auto &row : rows) {
+        const std::string expected =
+            "Bad delta control record in '" + write("c", row.bytes) + "' :'" + row.record + "'\n";
+        for (const auto &run : std::initializer_list<std::function<int()>>{
+                 add_branch, [&] { return check_in("other"); }}) {
+            EXPECT_EQ(test::messages_of([&] { EXPECT_EQ(run(), -1) << row.name; }), expected)
+                << row.name;
+        }
+    }
+    const std::string big =
+        write("c", status + header + "^I 0 1 10000\n" + std::string(65536, '\n'));
+    const std::string command = "exec " TDM_COMMAND " dump '" + big + "' >> '" + big + "' 2>&1";
+    EXPECT_NE(system(("ulimit -f 4096; " + command).c_str()), 0);
+    EXPECT_LT(std::filesystem::file_size(big), 70000U);
 }
 
 TEST_F(container, listing_and_dump_are_as_written_down) {

@@ -1,5 +1,9 @@
 #include "tdm_session/line_reader.h"
+
+#include <random>
+
 #include "support.h"
+#include "tdm_container/container_file.h"
 
 namespace {
 
@@ -24,10 +28,11 @@ struct open_file {
 class line_reader : public test::scratch {
 protected:
     /// The lines of a file as the reader gives them, "!" where it refuses.
-    std::vector<std::string> lines(const std::string &bytes) {
+    std::vector<std::string> lines(const std::string &bytes, const line_stream &buffer = {}) {
         const open_file file(write("f", bytes));
         line_stream in = file.in;
-        in.line = nullptr;
+        in.line = buffer.line;
+        in.capacity = buffer.capacity;
         std::vector<std::string> all;
         for (;;) {
             int at_eof = -1;
@@ -126,6 +131,44 @@ TEST_F(line_reader, reads_on_from_where_the_stream_stands) {
     int at_eof = 0;
     ASSERT_EQ(tdm_read_long_line(&file.in, &at_eof), 0);
     EXPECT_STREQ(file.in.line, "ef");
+}
+
+// Containers are read in blocks; what is a line, and what is refused, must be the same.
+TEST_F(line_reader, blocks_give_the_lines_of_the_line_reader) {
+    std::mt19937 random(20261122);
+    const std::string_view starts[] = {"", "^N ", "^Q "};
+    for (int round = 0; round < 40; ++round) {
+        std::string bytes;
+        while (bytes.size() < 140000) {
+            const bool at_limit = random() % 4 == 0;
+            bytes += starts[random() % 3];
+            bytes += repeat(at_limit ? 7990 + random() % 14 : random() % 3000);
+            bytes += random() % 200 == 0 ? std::string(1, '\0') : "";
+            bytes += '\n';
+        }
+        // Lines of the limit's length that end where a block does, and at the end of the file.
+        bytes.resize(random() % 2 == 0 ? bytes.size() : 131072 + random() % 10);
+        std::vector<std::string> expected;
+        std::vector<std::string> found;
+        test::messages_of([&] {
+            line_stream first{};
+            first.capacity = 256;
+            first.line = static_cast<char *>(mem_malloc(256));
+            expected = lines(bytes, first);
+            tdm::container_input c;
+            ASSERT_EQ(tdm::open_container(&c, path("f").c_str(), "test"), 0);
+            for (bool at_eof = false; !at_eof;) {
+                if (tdm::next_line(&c, &at_eof) != 0) {
+                    found.emplace_back("!");
+                    break;
+                }
+                if (!at_eof) {
+                    found.emplace_back(c.line);
+                }
+            }
+        });
+        ASSERT_EQ(found, expected) << "round " << round;
+    }
 }
 
 }  // namespace

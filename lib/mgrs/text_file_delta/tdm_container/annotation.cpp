@@ -74,7 +74,8 @@ int ann_push_event(annotation_state *a, const run_record &run, bool is_insert, b
     if (run.line_count == 0) {
         return 0;
     }
-    // An entry without oid that is not deleted was only named as a branch point: it is not listed.
+    // An entry without oid that is not deleted was only named as a branch point: its version is not
+    // listed, and its lines are shown like those of any such version rather than left out.
     const version_entry *entry = find_version(a->versions, run.version);
     const bool listed = entry != nullptr && (entry->deleted != 0 || entry->oid != nullptr);
     const char *oid = listed ? entry->oid : unlisted_oid;
@@ -98,8 +99,9 @@ int write_annotated(text_output *o, char tag, const char *oid, const char *delet
     return write_text(o, head) != 0 || write_text(o, text) != 0 ? 1 : 0;
 }
 
-/// A line that is deleted within the lineage uses up one line of the innermost delete run, shown or
-/// not, so that the runs around it are named right.
+/// A line that is deleted within the lineage uses up one line of the innermost delete run whether
+/// it is shown, not asked for, or of a version that nothing stands for: else the next deleted lines
+/// would be put down to the wrong run.
 int annotate_deleted_line(annotation_state *a, const insert_event &top, std::string_view text,
                           text_output *o) {
     if (a->deletes_open == 0) {
@@ -148,8 +150,8 @@ int annotate_run(annotation_state *a, bool is_insert, const lineage *l, const co
         return 1;
     }
     const bool member = in_lineage(l, run.version.branch, run.version.version);
-    if (member != is_insert) {
-        a->skip += run.line_count;
+    if (member != is_insert && add_to_skip(c, run, &a->skip) != 0) {
+        return 1;
     }
     return is_insert || member ? ann_push_event(a, run, is_insert, member) : 0;
 }

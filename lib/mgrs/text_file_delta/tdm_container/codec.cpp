@@ -149,6 +149,13 @@ private:
     bool failed_ = false;
 };
 
+bool is_given(const char *oid) {
+    if (oid == nullptr) {
+        report_failure(message::malformed_oid, "(null)");
+    }
+    return oid != nullptr;
+}
+
 }  // namespace
 
 bool prefixed_text(std::string_view line, bool keep_newline, std::string_view *text) {
@@ -220,6 +227,7 @@ void report_bad_record(const char *file_name, const char *line) {
 }  // namespace tdm
 
 using tdm::field_reader;
+using tdm::is_given;
 using tdm::record_writer;
 
 int tdm_cntutl_encode_text(line_stream *out, const char *text) {
@@ -231,11 +239,14 @@ int tdm_cntutl_encode_status(line_stream *out, uint64_t format, uint64_t highest
 }
 
 int tdm_cntutl_encode_cre_ele(line_stream *out, const char *element_oid) {
-    return record_writer(out, 'E').oid(element_oid).finish();
+    return is_given(element_oid) ? record_writer(out, 'E').oid(element_oid).finish() : 1;
 }
 
 int tdm_cntutl_encode_cre_bra(line_stream *out, const char *branch_oid, uint64_t branch,
                               uint64_t parent_branch, uint64_t parent_version) {
+    if (!is_given(branch_oid)) {
+        return 1;
+    }
     return record_writer(out, 'B')
         .oid(branch_oid)
         .number(branch)
@@ -246,6 +257,9 @@ int tdm_cntutl_encode_cre_bra(line_stream *out, const char *branch_oid, uint64_t
 
 int tdm_cntutl_encode_cre_ver(line_stream *out, const char *version_oid, uint64_t branch,
                               uint64_t version, uint64_t create_time) {
+    if (!is_given(version_oid)) {
+        return 1;
+    }
     return record_writer(out, 'V')
         .oid(version_oid)
         .number(branch)

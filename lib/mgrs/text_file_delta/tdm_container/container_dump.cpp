@@ -93,6 +93,11 @@ int tdm_dump_container(const char *container_path, int32_t check_printable) {
     if (const int opened = tdm::open_container(&container, container_path, tdm::operation)) {
         return opened == tdm::status_missing ? opened : tdm::dump_failed;
     }
+    // Also refuses to dump a container onto its own end, which would never be reached.
+    tdm::text_output output;
+    if (tdm::open_output(&output, nullptr, nullptr, &container, nullptr) != 0) {
+        return tdm::dump_failed;
+    }
     uint64_t format = 0;
     uint64_t highest_branch = 0;
     if (tdm::find_status_control_record(&container, &format, &highest_branch) != 0) {

@@ -75,6 +75,23 @@ void release_line(container_input *c) {
     }
 }
 
+int close_stream(text_output *o) {
+    FILE *const stream = o->out.stream;
+    if (stream == stdout) {
+        return 0;
+    }
+    o->out.stream = nullptr;
+    return std::fclose(stream);
+}
+
+int sync_output(text_output *o) {
+    const int status = sys_fsync_stream(o->out.stream);
+    if (status != 0) {
+        report_file_trouble(message::trouble_accessing, o->out.file_name);
+    }
+    return status;
+}
+
 /// NUL-terminates the current line. Left out for text: reading on over a byte just written is slow.
 void terminate_line(container_input *c) {
     c->terminator = c->block + c->next;
@@ -125,7 +142,8 @@ int take_line(container_input *c, size_t length, bool at_eof) {
     const bool has_nul = c->nul < c->next + length;
     const size_t text_length = has_nul ? c->nul - c->next : length;
     // Without a newline only the byte behind the text tells that it ends there.
-    const size_t looked_at = text_length + (has_nul || at_eof ? 1 : 0);
+    const bool ended = !has_nul && start[length - 1] == '\n';
+    const size_t looked_at = text_length + (ended ? 0 : 1);
     const bool no_newline_line = length >= 3 && std::memcmp(start, "^N ", 3) == 0;
     while (looked_at > static_cast<size_t>(c->in.capacity - 2)) {
         const int capacity = next_line_capacity(c->in.capacity, no_newline_line);
@@ -141,7 +159,7 @@ int take_line(container_input *c, size_t length, bool at_eof) {
     }
     c->line = {start, text_length};
     c->next += length;
-    if (*start == '^') {
+    if (*start == '^' || !ended) {
         terminate_line(c);
     }
     return 0;
@@ -270,7 +288,13 @@ void adopt_stream(text_output *o, FILE *stream, const char *file_name, const cha
     o->out.file_name = file_name;
     o->out.op_is_operation = operation == nullptr ? 0 : 1;
     o->out.op_name = operation;
-    o->stdio_buffer = stream == stdout ? nullptr : enlarge_buffer(stream);
+    if (stream == stdout) {
+        // What the host failed to write before is not this operation's failure.
+        std::fflush(stream);
+        clearerr(stream);
+    } else {
+        o->stdio_buffer = enlarge_buffer(stream);
+    }
 }
 
 int open_output(text_output *o, const char *path, const char *operation, const container_input *c,
@@ -303,12 +327,7 @@ int open_new_container(text_output *o, const char *path, const char *operation,
 }
 
 int close_output(text_output *o) {
-    FILE *const stream = o->out.stream;
-    if (stream == stdout) {
-        return status_done;
-    }
-    o->out.stream = nullptr;
-    if (std::fclose(stream) != 0) {
+    if (close_stream(o) != 0) {
         report_file_trouble(message::trouble_accessing, o->out.file_name);
         return status_failed;
     }
@@ -316,18 +335,34 @@ int close_output(text_output *o) {
 }
 
 int finish_output(text_output *o) {
-    const int status = sys_fsync_stream(o->out.stream);
-    if (status != 0) {
-        report_file_trouble(message::trouble_accessing, o->out.file_name);
-        return status;
+    const int status = sync_output(o);
+    if (status == 0) {
+        return close_output(o);
     }
-    return close_output(o);
+    return close_stream(o) == 0 ? status : status_failed;
+}
+
+int finish_listing(text_output *o) {
+    const int status = sync_output(o);
+    return close_stream(o) == 0 ? status : status_failed;
 }
 
 int flush_copy(line_copy *copy) {
     const std::string_view pending = copy->pending;
     copy->pending = {};
     return pending.empty() ? 0 : write_text(copy->o, pending);
+}
+
+int copy_line(line_copy *copy) {
+    return check_line_end(copy->c) != 0 ? 1 : copy_text(copy, copy->c->line);
+}
+
+int check_line_end(const container_input *c) {
+    if (c->line.back() != '\n') {
+        report_bad_record(c->in.file_name, c->line.data());
+        return 1;
+    }
+    return 0;
 }
 
 int copy_text(line_copy *copy, std::string_view text) {

@@ -17,9 +17,9 @@ inline constexpr int status_failed = -1;
 struct line_copy;
 
 /// An open container, read in blocks. `line` is the line read last, its newline included; it lies
-/// in the block, is valid until the next read, and is NUL-terminated when it begins with `^`. Lines
-/// are accepted and refused as tdm_read_long_line does: `in.capacity` follows the size that its
-/// buffer would have.
+/// in the block, is valid until the next read, and is NUL-terminated when it begins with `^` or
+/// has no newline. Lines are accepted and refused as tdm_read_long_line does: `in.capacity` follows
+/// the size that its buffer would have.
 struct container_input {
     container_input() = default;
     container_input(const container_input &) = delete;
@@ -87,6 +87,9 @@ void adopt_stream(text_output *o, FILE *stream, const char *file_name, const cha
 /// @returns the status of the sync, or -1 when the close failed; a failure is reported once.
 [[nodiscard]] int finish_output(text_output *o);
 
+/// As finish_output, but a failed close alone is silent.
+[[nodiscard]] int finish_listing(text_output *o);
+
 /// Closes the output without forcing it to disk. @returns 0, or -1 (reported).
 [[nodiscard]] int close_output(text_output *o);
 
@@ -102,6 +105,13 @@ struct line_copy {
     text_output *o;
     std::string_view pending;  // in the container's block
 };
+
+/// Copies the whole current line. A line without its newline is refused (reported): whatever was
+/// written behind it would become part of it. @returns 0, or 1 after the failure was reported.
+[[nodiscard]] int copy_line(line_copy *copy);
+
+/// Refuses a current line without its newline, as copy_line does. @returns 0, or 1 (reported).
+[[nodiscard]] int check_line_end(const container_input *c);
 
 /// Copies a part of the current line. @returns 0, or 1 after the failure was reported.
 [[nodiscard]] int copy_text(line_copy *copy, std::string_view text);

@@ -156,5 +156,5 @@ int tdm_get_cont_info(const char *container_path, const char *output_path) {
         tdm::pass(&container, tables, output.out.stream) != 0) {
         return tdm::status_failed;
     }
-    return tdm::finish_output(&output);
+    return tdm::finish_listing(&output);
 }

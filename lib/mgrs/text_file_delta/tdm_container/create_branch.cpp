@@ -11,15 +11,16 @@ namespace {
 
 constexpr char operation[] = "create_branch";
 
-/// A header record that cannot be decoded ends the check, and with it the operation: nothing is
-/// built on a damaged header.
-int check_branch_is_new(container_input *c, const char *branch_oid) {
+/// Checks that the branch is new and gives it its number. A header record that cannot be decoded
+/// ends the check, and with it the operation: nothing is built on a damaged header.
+int number_new_branch(container_input *c, const char *branch_oid, uint64_t highest_branch,
+                      uint64_t *branch) {
     branch_place place;
     const int found = find_branch_by_oid(c, branch_oid, true, &place);
     if (found == 0) {
         report_failure(message::branch_already_present, branch_oid, c->in.file_name);
     }
-    return found == 2 ? 0 : 1;
+    return found != 2 ? 1 : next_branch_number(c, highest_branch, place.branch, branch);
 }
 
 }  // namespace
@@ -35,10 +36,11 @@ int tdm_create_branch(uint64_t create_time, const char *branch_oid, const char *
     }
     uint64_t format = 0;
     uint64_t highest_branch = 0;
+    uint64_t branch = 0;
     tdm::branch_place parent{};
     if (tdm::check_oid(branch_oid) != 0 || tdm::check_oid(version_oid) != 0 ||
         tdm::find_status_control_record(&old_container, &format, &highest_branch) != 0 ||
-        tdm::check_branch_is_new(&old_container, branch_oid) != 0 ||
+        tdm::number_new_branch(&old_container, branch_oid, highest_branch, &branch) != 0 ||
         tdm::rewind_container(&old_container) != 0 ||
         tdm::find_branch_by_oid(&old_container, parent_branch_oid, false, &parent) != 0) {
         return tdm::status_failed;
@@ -48,7 +50,6 @@ int tdm_create_branch(uint64_t create_time, const char *branch_oid, const char *
                                                    tdm::operation, &old_container, nullptr)) {
         return opened;
     }
-    const uint64_t branch = highest_branch + 1;
     line_stream *const out = &new_container.out;
     if (tdm_cntutl_encode_status(out, tdm::container_format, branch) != 0 ||
         tdm_cntutl_encode_cre_ver(out, version_oid, branch, 0, create_time) != 0 ||

@@ -134,7 +134,7 @@ int pass_deletion(const container_input *c, const version_table *versions, line_
     if (judge_run(c, versions, reported_line, &run, &state) != 0) {
         return 1;
     }
-    return state == run_state::dropped ? 0 : copy_text(out, c->line);
+    return state == run_state::dropped ? 0 : copy_line(out);
 }
 
 /// A run that counts no lines opens nothing: its counter would wrap and swallow what follows.
@@ -153,15 +153,15 @@ int pass_insertion(const container_input *c, const version_table *versions, run_
         }
         stack->runs[stack->open++] = {state, run.line_count};
     }
-    return state == run_state::dropped ? 0 : copy_text(out, c->line);
+    return state == run_state::dropped ? 0 : copy_line(out);
 }
 
-int pass_text(const container_input *c, run_stack *stack, line_copy *out) {
+int pass_text(run_stack *stack, line_copy *out) {
     if (stack->open == 0) {
         return report_excess_lines();
     }
     open_run &top = stack->runs[stack->open - 1];
-    if (top.state != run_state::dropped && copy_text(out, c->line) != 0) {
+    if (top.state != run_state::dropped && copy_line(out) != 0) {
         return 1;
     }
     if (--top.remaining == 0) {
@@ -189,7 +189,7 @@ int pass_weave(container_input *c, const version_table *versions, text_output *o
         std::string_view text;
         int status = 0;
         if (stored_text(c->line, true, &text)) {
-            status = pass_text(c, &stack, &out);
+            status = pass_text(&stack, &out);
         } else if (is_record(c->line, 'D')) {
             status = pass_deletion(c, versions, &out);
         } else if (is_record(c->line, 'I')) {

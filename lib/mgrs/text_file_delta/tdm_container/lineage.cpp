@@ -3,6 +3,8 @@
 #include "tdm_container/lineage.h"
 
 #include <algorithm>
+#include <cinttypes>
+#include <cstdio>
 #include <cstring>
 #include <span>
 
@@ -87,7 +89,19 @@ bool in_lineage(const lineage *l, uint64_t branch, uint64_t version) {
     return found != pairs.end() && found->branch == branch && found->bound >= version;
 }
 
+int next_branch_number(const container_input *c, uint64_t highest, uint64_t met, uint64_t *branch) {
+    if (met > highest || highest == UINT64_MAX) {
+        char record[64];
+        std::snprintf(record, sizeof record, "^S %" PRIx64 " %" PRIx64, known_formats, highest);
+        report_bad_record(c->in.file_name, record);
+        return 1;
+    }
+    *branch = highest + 1;
+    return 0;
+}
+
 int find_branch_by_oid(container_input *c, const char *oid, bool missing_ok, branch_place *place) {
+    uint64_t highest = 0;
     for (;;) {
         bool at_eof = false;
         if (next_line(c, &at_eof) != 0) {
@@ -95,6 +109,7 @@ int find_branch_by_oid(container_input *c, const char *oid, bool missing_ok, bra
         }
         if (at_eof || is_record(c->line, 'E')) {
             if (missing_ok) {
+                place->branch = highest;
                 return 2;
             }
             report_failure(message::no_such_branch);
@@ -111,6 +126,7 @@ int find_branch_by_oid(container_input *c, const char *oid, bool missing_ok, bra
         if (oid != nullptr && std::strcmp(found, oid) == 0) {
             return 0;
         }
+        highest = std::max(highest, place->branch);
     }
 }
 

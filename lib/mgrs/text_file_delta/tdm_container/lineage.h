@@ -37,9 +37,18 @@ struct branch_place {
 };
 
 /// Reads on from where the container stands, up to the element record, for the living branch with
-/// this oid. @returns 0 found; 2 not found and `missing_ok`; 1 after a reported failure.
+/// this oid. @returns 0 found; 2 not found and `missing_ok`, `place->branch` then being the highest
+/// branch number met (0 without any); 1 after a reported failure.
 [[nodiscard]] int find_branch_by_oid(container_input *c, const char *oid, bool missing_ok,
                                      branch_place *place);
+
+/// The number of a new branch, one above the highest in use.
+/// @param highest  what the status record says.
+/// @param met      the highest number of the branch records; above `highest` the container is
+///                 damaged, and a number taken twice would mix two branches up.
+/// @returns 0, or 1 after reporting the status record.
+[[nodiscard]] int next_branch_number(const container_input *c, uint64_t highest, uint64_t met,
+                                     uint64_t *branch);
 
 struct version_number {
     uint64_t branch;

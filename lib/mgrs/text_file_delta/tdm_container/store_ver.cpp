@@ -80,11 +80,12 @@ int place_version(container_input *c, const new_version &v, placement *place) {
         default:
             return 1;
     }
-    if (check_oid(v.branch_oid) != 0 || rewind_container(c) != 0 ||
-        find_branch_by_oid(c, v.base_branch_oid, false, &found) != 0) {
+    uint64_t branch = 0;
+    if (check_oid(v.branch_oid) != 0 ||
+        next_branch_number(c, place->highest_branch, found.branch, &branch) != 0 ||
+        rewind_container(c) != 0 || find_branch_by_oid(c, v.base_branch_oid, false, &found) != 0) {
         return 1;
     }
-    const uint64_t branch = place->highest_branch + 1;
     *place = {branch, branch, found.branch, true};
     return 0;
 }

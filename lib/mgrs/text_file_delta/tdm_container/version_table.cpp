@@ -233,7 +233,8 @@ int read_header(const header_pass &pass, text_output *rewritten) {
                 return 1;
             }
         }
-        if (rewritten != nullptr && rewrite(rewritten, record, verdict) != 0) {
+        if (rewritten != nullptr &&
+            (check_line_end(pass.c) != 0 || rewrite(rewritten, record, verdict) != 0)) {
             return 1;
         }
         if (is_record(record, 'E')) {

@@ -18,10 +18,7 @@ int count_run(const container_input *c, const lineage *l, bool is_insert, uint64
         return 1;
     }
     const bool member = in_lineage(l, run.version.branch, run.version.version);
-    if (member != is_insert) {
-        *skip += run.line_count;
-    }
-    return 0;
+    return member == is_insert ? 0 : add_to_skip(c, run, skip);
 }
 
 }  // namespace
@@ -29,6 +26,14 @@ int count_run(const container_input *c, const lineage *l, bool is_insert, uint64
 int decode_run(const container_input *c, run_record *run) {
     if (tdm_cntutl_decode_insert(c->line.data(), &run->version.branch, &run->version.version,
                                  &run->line_count) != 0) {
+        report_bad_record(c->in.file_name, c->line.data());
+        return 1;
+    }
+    return 0;
+}
+
+int add_to_skip(const container_input *c, const run_record &run, uint64_t *skip) {
+    if (__builtin_add_overflow(*skip, run.line_count, skip)) {
         report_bad_record(c->in.file_name, c->line.data());
         return 1;
     }
@@ -50,7 +55,7 @@ int copy_until_n_lines(bool copy, uint32_t annotation_flags, uint64_t n, const l
         if (at_eof) {
             break;
         }
-        if (copy && copy_text(&out, c->line) != 0) {
+        if (copy && copy_line(&out) != 0) {
             return 1;
         }
         std::string_view text;
@@ -81,7 +86,7 @@ int copy_structure_until_ctrl_kind(char kind, container_input *c, text_output *o
         if (at_eof) {
             break;
         }
-        if (copy_text(&out, c->line) != 0) {
+        if (copy_line(&out) != 0) {
             return 1;
         }
         const bool ordinary_text = c->line[0] != '^' || is_record(c->line, 'T');

@@ -39,6 +39,10 @@ struct run_record {
 /// Decodes the container's current line, an `I` or a `D` record. @returns 0, or 1 (reported).
 [[nodiscard]] int decode_run(const container_input *c, run_record *run);
 
+/// Adds a run's lines to those still to be passed over. No file has as many lines as would make the
+/// count wrap. @returns 0, or 1 (reported).
+[[nodiscard]] int add_to_skip(const container_input *c, const run_record &run, uint64_t *skip);
+
 /// Copies lines unchanged: with kind 0 to the end of the file, with 'T' up to and including the
 /// first ordinary text line, else up to and including the first record of the kind. The end of the
 /// file is no failure. @returns 0, or 1 after the failure was reported.

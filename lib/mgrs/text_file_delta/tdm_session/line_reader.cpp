@@ -10,6 +10,14 @@
 
 #include "messages/messages.h"
 
+static_assert(sizeof(line_stream) == 56 && offsetof(line_stream, op_is_operation) == 8 &&
+              offsetof(line_stream, op_name) == 16 && offsetof(line_stream, line) == 24 &&
+              offsetof(line_stream, capacity) == 32 && offsetof(line_stream, file_size) == 40 &&
+              offsetof(line_stream, file_name) == 48);
+static_assert(sizeof(diff_block) == 32 && offsetof(diff_block, base_first) == 4 &&
+              offsetof(diff_block, other_first) == 12 && offsetof(diff_block, moved_first) == 20 &&
+              offsetof(diff_block, file_index) == 28);
+
 namespace tdm {
 namespace {
 
