@@ -1,0 +1,415 @@
+// Merges of small texts, every one with the contributors in every order; and random ones.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <numeric>
+#include <set>
+
+#include "merge_run.h"
+#include "merge_words.h"
+#include "run_command.h"
+#include "small_texts.h"
+
+namespace {
+
+using texts = std::vector<std::string>;
+
+// Merges texts[0] with the others through files in memory.
+struct merge_of {
+    host::merge_run run;
+    bool clean = false;
+    std::string text;
+
+    explicit merge_of(const texts &all, host::merge_options options = {}) {
+        std::vector<host::text_file> held(all.size());
+        std::vector<std::string> names;
+        for (size_t i = 0; i < all.size(); i++) {
+            EXPECT_EQ(host::hold_text("text", all[i], &held[i]), 0);
+            names.push_back(held[i].path);
+            options.markers.labels.push_back(std::to_string(i + 1));
+        }
+        EXPECT_EQ(host::begin_merge(names, options, true, &run), 0);
+        run.plan = host::plan_merge(run.in, options.apply_adjacent);
+        EXPECT_EQ(host::finish_merge(options, &run), 0);
+        clean = host::is_clean(run.plan);
+        text = run.merged.text;
+    }
+};
+
+class merging : public testing::Test {
+protected:
+    const scratch_folder folder_;
+};
+
+// A text with "{x|base|y}" for a conflict, as the markers show it when x's file is number `x`.
+std::string with_markers(const std::string &pattern, int x) {
+    std::string out;
+    std::string words;
+    std::array<std::string, 3> parts;
+    const auto flush = [&words] { return lines_of(std::exchange(words, "")); };
+    size_t part = 0;
+    for (const char c : pattern) {
+        if (c == '{') {
+            out += flush();
+            part = 0;
+        } else if (c == '|') {
+            parts[part++] = flush();
+        } else if (c == '}') {
+            parts[part] = flush();
+            if (x == 2) {
+                std::swap(parts[0], parts[2]);
+            }
+            out += "<<<<<<< 1\n" + parts[0] + "|||||||\n" + parts[1] + "=======\n" + parts[2] +
+                   ">>>>>>> 2\n";
+        } else {
+            words += c;
+        }
+    }
+    return out + flush();
+}
+
+TEST_F(merging, small_texts_merge_as_written_here) {
+    const struct {
+        const char *name, *base, *x, *y, *merged;
+    } rows[] = {
+        {"nothing changed", "a b c", "a b c", "a b c", "a b c"},
+        {"one changed", "a b c", "a B c", "a b c", "a B c"},
+        {"apart", "a b c d e", "A b c d e", "a b c d E", "A b c d E"},
+        {"the same change", "a b c", "a X Y c", "a X Y c", "a X Y c"},
+        {"the same deletion", "a b c", "a c", "a c", "a c"},
+        {"the same insertion", "a c", "a b c", "a b c", "a b c"},
+        {"other changes", "a b c", "a X c", "a Y c", "a {X|b|Y} c"},
+        {"other insertions", "a c", "a X c", "a Y c", "a {X||Y} c"},
+        {"change and deletion", "a b c", "a X c", "a c", "a {X|b|} c"},
+        {"touching", "a b c d", "a X c d", "a b Y d", "a {X c|b c|b Y} d"},
+        {"an insertion before a change", "a b c", "a X b c", "a Y c", "a {X b|b|Y} c"},
+        {"one line between", "a b c d e", "a X c d e", "a b c Y e", "a X c Y e"},
+        // Block by block these two would lose lines unasked.
+        {"overlapping changes", "a b c d e f g h i j", "a b C D E F g h i j",
+         "a b c d E2 F2 G2 H2 i j", "a b {C D E F g h|c d e f g h|c d E2 F2 G2 H2} i j"},
+        {"a change over a deletion", "a b c d e f g", "a B C D E f g", "a b c g",
+         "a {B C D E f|b c d e f|b c} g"},
+        {"no newline at the end, one side", "a b c", "a b c$", "A b c", "A b c$"},
+        {"no newline, and a line behind", "a b", "a b$", "a b c", "a {b|b|b c}"},
+        {"a line behind a last line without newline", "a q b$", "a q b c", "A q b$", "A q b c"},
+        {"empty base, the same", "", "a b", "a b", "a b"},
+        {"empty base", "", "a b", "c", "{a b||c}"},
+        {"all deleted and changed", "a b", "", "a B", "{|a b|a B}"},
+        {"blanks only", "a b c", "a b\t c", "a b\x0b c", "a b c"},
+    };
+    for (const auto &row : rows) {
+        const std::string base = lines_of(row.base);
+        for (const int x : {1, 2}) {
+            const std::string first = lines_of(x == 1 ? row.x : row.y);
+            const std::string second = lines_of(x == 1 ? row.y : row.x);
+            const merge_of merge({base, first, second});
+            EXPECT_EQ(merge.text, with_markers(row.merged, x)) << row.name << ", file " << x;
+            EXPECT_EQ(merge.clean, std::string(row.merged).find('{') == std::string::npos)
+                << row.name;
+        }
+    }
+}
+
+std::string block(char letter) {
+    std::string text;
+    for (int i = 1; i <= 8; i++) {
+        text += std::string(1, letter) + " line " + std::to_string(i) + "\n";
+    }
+    return text;
+}
+
+const std::string A = block('A'), B = block('B'), C = block('C'), D = block('D');
+const texts moved_A = {B + A + C + D, B + C + A + D, B + C + D + A};
+
+TEST_F(merging, block_moved_to_two_places_is_a_conflict) {
+    for (const std::string &x : moved_A) {
+        for (const std::string &y : moved_A) {
+            EXPECT_EQ(merge_of({A + B + C + D, x, y}).clean, x == y);
+            EXPECT_EQ(merge_of({A + B + C + D, x, y, x}).clean, x == y);
+        }
+    }
+}
+
+TEST_F(merging, edit_within_a_moved_block_goes_along) {
+    for (const std::string &moved : moved_A) {
+        for (int line = 1; line <= 8; line++) {
+            const std::string old_line = "A line " + std::to_string(line) + "\n";
+            const auto edited = [&](std::string text) {
+                return text.replace(text.find(old_line), old_line.size(), "edited\n");
+            };
+            for (const texts &all :
+                 {texts{A + B + C + D, moved, edited(A) + B + C + D},
+                  texts{A + B + C + D, edited(A) + B + C + D, moved},
+                  texts{A + B + C + D, edited(A) + B + C + D, moved, edited(A) + B + C + D}}) {
+                const merge_of merge(all);
+                EXPECT_TRUE(merge.clean) << line;
+                EXPECT_EQ(merge.text, edited(moved)) << line;
+            }
+        }
+    }
+}
+
+TEST_F(merging, edits_of_a_moved_block_that_differ_are_a_conflict) {
+    const auto edited = [](const char *line, const char *to) {
+        std::string text = A;
+        return text.replace(text.find(line), 9, to) + B + C + D;
+    };
+    EXPECT_TRUE(merge_of({A + B + C + D, moved_A[1], edited("A line 2\n", "X\n"),
+                          edited("A line 5\n", "Y\n")})
+                    .clean);
+    EXPECT_FALSE(merge_of({A + B + C + D, moved_A[1], edited("A line 2\n", "X\n"),
+                           edited("A line 2\n", "Y\n")})
+                     .clean);
+    EXPECT_FALSE(merge_of({A + B + C + D, edited("A line 3\n", "Y\n"), moved_A[1],
+                           edited("A line 2\n", "X\n")})
+                     .clean);
+}
+
+TEST_F(merging, moving_and_deleting_a_block_is_a_conflict) {
+    for (const std::string &moved : moved_A) {
+        for (const texts &all :
+             {texts{A + B + C + D, moved, B + C + D}, texts{A + B + C + D, B + C + D, moved},
+              texts{A + B + C + D, B + C + D, moved, B + C + D}}) {
+            const merge_of merge(all);
+            EXPECT_FALSE(merge.clean);
+            EXPECT_NE(merge.text.find(A), std::string::npos);
+        }
+    }
+}
+
+TEST_F(merging, same_lines_in_two_places_are_reported_and_strictly_a_conflict) {
+    const std::string N = "new 1\nnew 2\nnew 3\n";
+    host::merge_options strict;
+    strict.strict = true;
+    for (const texts &all : {texts{A + B + C + D, A + N + B + C + D, A + B + C + N + D},
+                             texts{A + B + C + D, A + B + C + N + D, A + N + B + C + D}}) {
+        const merge_of merge(all);
+        EXPECT_EQ(merge.text, A + N + B + C + N + D);
+        ASSERT_EQ(merge.run.verdict.repeated.size(), 1U);
+        EXPECT_EQ(merge.run.verdict.repeated[0].first, 8);
+        EXPECT_EQ(merge.run.verdict.repeated[0].second, 27);
+        EXPECT_EQ(merge.run.verdict.repeated[0].count, 3);
+        EXPECT_FALSE(merge_of(all, strict).clean);
+    }
+}
+
+TEST_F(merging, line_moved_by_one_and_deleted_by_another_is_seen_by_the_check) {
+    const texts all = {lines_of("a b c d e f"), lines_of("a c d b2 e b f"), lines_of("a c d e f")};
+    EXPECT_FALSE(merge_of(all).clean);
+    EXPECT_FALSE(merge_of({all[0], all[2], all[1]}).clean);
+}
+
+TEST_F(merging, adjacent_changes_apply_where_asked) {
+    host::merge_options adjacent;
+    adjacent.apply_adjacent = true;
+    const texts rows[] = {
+        {lines_of("a b c d"), lines_of("a X c d"), lines_of("a b Y d"), lines_of("a X Y d")},
+        {lines_of("a b c"), lines_of("a N b c"), lines_of("a B c"), lines_of("a N B c")}};
+    for (const texts &row : rows) {
+        for (const texts &all : {texts{row[0], row[1], row[2]}, texts{row[0], row[2], row[1]}}) {
+            EXPECT_FALSE(merge_of(all).clean);
+            EXPECT_EQ(merge_of(all, adjacent).text, row[3]);
+        }
+    }
+    // The changed last line has no newline: what is inserted behind it must not be joined to it.
+    EXPECT_FALSE(merge_of({lines_of("a b"), lines_of("a B$"), lines_of("a b c")}, adjacent).clean);
+}
+
+TEST_F(merging, ignored_blanks_keep_the_base) {
+    host::merge_options blanks;
+    blanks.ignore_blanks = true;
+    EXPECT_EQ(merge_of({"a  b\nc\n", "a b\nc\n", "a  b\nC\n"}, blanks).text, "a  b\nC\n");
+    EXPECT_EQ(merge_of({"a\nb", "a\nb\nc\n", "a \nb"}, blanks).text, "a\nb\nc\n");
+}
+
+TEST_F(merging, what_cannot_be_seen_is_told) {
+    const std::pair<texts, const char *> rows[] = {
+        {{"a\r\n", "a\n"}, "line endings"},
+        {{"a", "a\n"}, "the newline at the end"},
+        {{"a \nb\n", "a\t\nb\n"}, "blanks at line ends"},
+        {{"a b\n", "a  b\n"}, "blanks"},
+        {{"a\n", "b\n"}, ""},
+    };
+    for (const auto &[sides, words] : rows) {
+        EXPECT_EQ(host::invisible_difference({sides[0], sides[1]}), words);
+    }
+    write_file("b", "a\nb\nc\n");
+    write_file("x", "a\nb\r\nc\n");
+    write_file("y", "a\nb \nc\n");
+    const command_result result = tdm({"merge", "b", "x", "y"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.err.find("blanks at line ends only"), std::string::npos) << result.err;
+}
+
+// The contributors in some order; the merged text where it is clean, else nothing.
+std::string clean_text_of(const texts &all, const std::vector<size_t> &order) {
+    texts ordered = {all[0]};
+    for (const size_t i : order) {
+        ordered.push_back(all[i]);
+    }
+    const merge_of merge(ordered);
+    return merge.clean ? merge.text : "(conflict)";
+}
+
+// Every line that says something and that a contributor inserted is in the text, and so is every
+// line that nobody deleted: in conflicts too.
+void expect_nothing_lost(const texts &all, const std::string &merged, const std::string &about) {
+    const auto set_of = [](const std::string &text) {
+        std::multiset<std::string> lines;
+        std::istringstream in(text);
+        for (std::string line; std::getline(in, line);) {
+            if (line.starts_with("line ")) {
+                lines.insert(line);
+            }
+        }
+        return lines;
+    };
+    const auto base = set_of(all[0]);
+    const auto out = set_of(merged);
+    std::multiset<std::string> kept = base;
+    for (size_t k = 1; k < all.size(); k++) {
+        const auto file = set_of(all[k]);
+        for (const std::string &line : file) {
+            EXPECT_TRUE(base.count(line) > 0 || out.count(line) > 0) << about << ": " << line;
+        }
+        for (const std::string &line : base) {
+            if (file.count(line) == 0) {
+                kept.erase(line);
+            }
+        }
+    }
+    for (const std::string &line : kept) {
+        EXPECT_GT(out.count(line), 0U) << about << ": " << line;
+    }
+}
+
+TEST_F(merging, random_texts_lose_nothing_and_depend_on_no_order) {
+    int clean = 0;
+    for (unsigned seed = 1; seed <= (sanitized ? 60U : 600U); seed++) {
+        text_maker make{std::mt19937(seed), seed % 3 * 0.3};
+        const auto base = make.text(make.below(40));
+        texts all = {joined(base, make.chance(0.2))};
+        const size_t contributors = 2 + make.below(4);
+        for (size_t k = 0; k < contributors; k++) {
+            all.push_back(joined(make.changed(base), make.chance(0.2)));
+        }
+        const std::string about = "seed " + std::to_string(seed);
+        std::vector<size_t> order(contributors);
+        std::iota(order.begin(), order.end(), size_t{1});
+        const std::string text = clean_text_of(all, order);
+        std::shuffle(order.begin(), order.end(), make.random);
+        EXPECT_EQ(clean_text_of(all, order), text) << about;
+        expect_nothing_lost(all, merge_of(all).text, about);
+        clean += text != "(conflict)" ? 1 : 0;
+
+        texts one_changed(all.size(), all[0]);
+        one_changed[1 + make.below(contributors)] = all[1];
+        EXPECT_EQ(merge_of(one_changed).text, all[1]) << about;
+        texts all_equal(all.size(), all[1]);
+        all_equal[0] = all[0];
+        EXPECT_EQ(merge_of(all_equal).text, all[1]) << about;
+    }
+    EXPECT_GT(clean, 5);
+}
+
+TEST_F(merging, disjoint_changes_of_many_merge_in_any_order) {
+    for (unsigned seed = 1; seed <= 20; seed++) {
+        text_maker make{std::mt19937(seed)};
+        const auto base = make.text(124);
+        texts all = {joined(base)};
+        auto wanted = base;
+        std::vector<size_t> order;
+        for (size_t k = 0; k < 31; k++) {
+            auto changed = base;
+            changed[k * 4 + 1] = wanted[k * 4 + 1] = make.line() + make.line();
+            all.push_back(joined(changed));
+            order.push_back(k + 1);
+        }
+        std::shuffle(order.begin(), order.end(), make.random);
+        EXPECT_EQ(clean_text_of(all, order), joined(wanted)) << "seed " << seed;
+    }
+}
+
+TEST_F(merging, check_finds_what_is_lost_doubled_and_foreign) {
+    merge_of merge({lines_of("a b c d e"), lines_of("a b c X d e"), lines_of("a c d e")});
+    ASSERT_EQ(merge.text, lines_of("a c X d e"));
+    const std::pair<const char *, host::line_fault_kind> rows[] = {
+        {"a b c X d e", host::line_fault_kind::doubled},
+        {"a c X X d e", host::line_fault_kind::doubled},
+        {"a c d e", host::line_fault_kind::lost},
+        {"a c Q d e", host::line_fault_kind::foreign},
+        {"A c X d e", host::line_fault_kind::foreign},
+        {"a c X d", host::line_fault_kind::foreign},
+    };
+    for (const auto &[words, kind] : rows) {
+        host::merged_text bad = merge.run.merged;
+        bad.text = lines_of(words);
+        // The places follow the text: one line at b, then the lines between c and d.
+        const bool keeps_b = bad.text.starts_with("a\nb\n");
+        bad.places[0].end = bad.places[0].from + (keeps_b ? 2 : 0);
+        bad.places[1].from = bad.places[0].end + 2;
+        bad.places[1].end = std::max(bad.places[1].from, bad.text.find("d\n"));
+        const auto verdict = host::check_merged(merge.run.in, merge.run.plan, bad);
+        EXPECT_TRUE(std::any_of(verdict.faults.begin(), verdict.faults.end(),
+                                [&](const host::line_fault &f) { return f.kind == kind; }))
+            << words;
+    }
+    EXPECT_TRUE(host::check_merged(merge.run.in, merge.run.plan, merge.run.merged).faults.empty());
+}
+
+TEST_F(merging, command_writes_reports_and_refuses) {
+    write_file("base", lines_of("a b c d e f"));
+    write_file("x", lines_of("a X c d e1 f"));
+    write_file("y", lines_of("a b c d e2 f"));
+    const command_result json =
+        tdm({"merge", "base", "x", "y", "-o", "out", "--json", "--report", "report"});
+    EXPECT_EQ(json.status, 1);
+    expect_golden("merge.json", json.out);
+    expect_golden("merge-report.txt", read_file("report"));
+    expect_golden("merge-conflict.txt", read_file("out"));
+    EXPECT_EQ(json.err, "tdm: out:5: conflict: x and y changed the same lines differently\n");
+
+    EXPECT_EQ(tdm({"merge", "base", "x", "y", "-o", "out"}).status, 2);
+    EXPECT_EQ(tdm({"merge", "base", "x", "base", "-o", "x", "-f"}).status, 0);
+    EXPECT_EQ(read_file("x"), lines_of("a X c d e1 f"));
+    EXPECT_EQ(tdm({"merge", "base", "x", "y", "-o", "none", "--abort-on-conflict"}).status, 1);
+    EXPECT_EQ(tdm({"merge", "base", "x", "y", "-o", "none", "--ask"}).status, 2);
+    EXPECT_EQ(tdm({"merge", "base", "x", "y", "-o", "none", "--mq", "2"}).status, 1);
+    EXPECT_EQ(tdm({"merge", "base", "x", "y", "-o", "none", "--mq", "0"}).status, 2);
+    EXPECT_EQ(tdm({"merge", "base", "x", "missing", "-o", "none"}).status, 2);
+    EXPECT_EQ(tdm({"merge", "base", "x", "/dev/null", "-o", "none", "--strict"}).status, 1);
+    EXPECT_EQ(tdm({"merge", "base", "x", "y", "-o", "full"}, {.file_size_limit = 3}).status, 2);
+    EXPECT_EQ(tdm({"merge", "base", "x", "y"}, {.output_path = "/dev/full"}).status, 2);
+    const auto files = files_in(".");
+    EXPECT_EQ(std::count(files.begin(), files.end(), "full"), 0);
+
+    const command_result style = tdm({"merge", "base", "x", "y", "--style", "zdiff3",
+                                      "--marker-size", "9", "--label", "B", "--label", "X"});
+    EXPECT_NE(style.out.find("<<<<<<<<< X\ne1\n||||||||| B\ne\n=========\ne2\n>>>>>>>>> y\n"),
+              std::string::npos)
+        << style.out;
+}
+
+TEST_F(merging, decisions_of_the_library_that_lose_lines_become_a_conflict) {
+    const std::array<const char *, 4> rows[] = {
+        // base, x, y, the text after automatic decisions or nothing for a conflict
+        {"a b c d e f g", "a B C D E f g", "a b c g", ""},
+        {"a b c d e", "A b c d e", "a b c d E", "A b c d E"},
+        {"a b c", "a X c", "a X c", "a X c"},
+    };
+    for (const auto &row : rows) {
+        write_file("base", lines_of(row[0]));
+        for (const int x : {1, 2}) {
+            write_file("x", lines_of(row[static_cast<size_t>(x)]));
+            write_file("y", lines_of(row[static_cast<size_t>(3 - x)]));
+            const command_result result =
+                tdm({"merge", "--mq", "0", "-fo", "out", "base", "x", "y"});
+            EXPECT_EQ(result.status, *row[3] == '\0' ? 1 : 0) << row[0] << result.err;
+            if (*row[3] != '\0') {
+                EXPECT_EQ(read_file("out"), lines_of(row[3]));
+            }
+        }
+    }
+}
+
+}  // namespace

@@ -1,0 +1,34 @@
+// Small texts written as words, and random ones.
+#ifndef TDM_TESTS_SMALL_TEXTS_H
+#define TDM_TESTS_SMALL_TEXTS_H
+
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// "a b c" as a text of three lines; "_" is a blank line, and a "$" behind the last word leaves its
+// line without a newline.
+std::string lines_of(std::string_view words);
+
+// Random lines: `repeated` of 1 (from 0 to 1) are blank lines, braces and such, which stand in many
+// places; the others are new.
+struct text_maker {
+    std::mt19937 random;
+    double repeated = 0;
+
+    std::vector<std::string> text(size_t lines);
+    std::string line();
+    size_t below(size_t end) { return std::uniform_int_distribution<size_t>(0, end - 1)(random); }
+    bool chance(double share) {
+        return std::uniform_real_distribution<double>(0, 1)(random) < share;
+    }
+
+    // A copy with a few insertions, deletions, changes and moved lines.
+    std::vector<std::string> changed(const std::vector<std::string> &lines);
+};
+
+// The lines joined; `open_end` takes the last newline off.
+std::string joined(const std::vector<std::string> &lines, bool open_end = false);
+
+#endif
