@@ -45,9 +45,15 @@ int lost(const std::string &name, const std::string &what, bool force) {
     return force ? status_done : status_trouble;
 }
 
+// What could not be given to the new file.
+struct losses {
+    bool owner = false;
+    bool group = false;
+};
+
 // Owner and group first: a change of owner clears the set-id bits.
 int copy_owner(const struct stat &status, int target, const std::string &name, bool force,
-               bool &group_lost) {
+               losses &lacking) {
     struct stat now {};
     if (fstat(target, &now) != 0) {
         return say_errno(name, "cannot read the new file's owner", errno);
@@ -59,16 +65,22 @@ int copy_owner(const struct stat &status, int target, const std::string &name, b
         return status_done;
     }
     const auto no_owner = static_cast<uid_t>(-1);
-    group_lost = now.st_gid != status.st_gid && fchown(target, no_owner, status.st_gid) != 0;
-    if (now.st_uid != status.st_uid && lost(name, "its owner", force) != status_done) {
+    lacking.owner = now.st_uid != status.st_uid;
+    lacking.group = now.st_gid != status.st_gid && fchown(target, no_owner, status.st_gid) != 0;
+    if (lacking.owner && lost(name, "its owner", force) != status_done) {
         return status_trouble;
     }
-    return group_lost ? lost(name, "its group", force) : int{status_done};
+    return lacking.group ? lost(name, "its group", force) : int{status_done};
 }
 
-int copy_mode(const struct stat &status, int target, const std::string &name, bool group_lost) {
+int copy_mode(const struct stat &status, int target, const std::string &name,
+              const losses &lacking) {
     mode_t mode = status.st_mode & 07777;
-    if (group_lost) {
+    // The set-id bits must not pass to another owner or group.
+    if (lacking.owner) {
+        mode &= ~mode_t{S_ISUID};
+    }
+    if (lacking.group) {
         mode = (mode & ~mode_t{S_ISGID | S_IRWXG}) | (mode & S_IRWXG & (mode << 3));
     }
     return fchmod(target, mode) == 0 ? int{status_done}
@@ -108,8 +120,8 @@ int copy_extended(int source, int target, const std::string &name, bool force) {
 
 int copy_attributes(int source, const struct stat &status, int target, const std::string &name,
                     bool force) {
-    bool group_lost = false;
-    const int owner = copy_owner(status, target, name, force, group_lost);
+    losses lacking;
+    const int owner = copy_owner(status, target, name, force, lacking);
     if (owner != status_done) {
         return owner;
     }
@@ -117,7 +129,7 @@ int copy_attributes(int source, const struct stat &status, int target, const std
     if (fgetxattr(source, access_list, nullptr, 0) < 0) {
         fremovexattr(target, access_list);
     }
-    const int mode = copy_mode(status, target, name, group_lost);
+    const int mode = copy_mode(status, target, name, lacking);
     return mode != status_done ? mode : copy_extended(source, target, name, force);
 }
 

@@ -214,7 +214,7 @@ TEST_F(replacement, stops_when_the_owner_cannot_be_kept) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "needs root, to make a file that belongs to somebody else";
     }
-    ASSERT_EQ(chmod(".", 0777) + chmod("c", 0666) + chmod("second", 0644), 0);
+    ASSERT_EQ(chmod(".", 0777) + chmod("c", 04676) + chmod("second", 0644), 0);
     command_options nobody;
     nobody.unprivileged = true;
     const command_result refused = tdm({"checkin", "c", "second"}, nobody);
@@ -225,6 +225,10 @@ TEST_F(replacement, stops_when_the_owner_cannot_be_kept) {
     const command_result forced = tdm({"checkin", "c", "second", "--force"}, nobody);
     EXPECT_EQ(forced.status, 0) << forced.err;
     EXPECT_TRUE(is_new());
+    // Neither the set-id bit nor the group's rights pass to somebody else.
+    struct stat now {};
+    ASSERT_EQ(stat("c", &now), 0);
+    EXPECT_EQ(now.st_mode & 07777, 0666u);
 }
 
 TEST_F(replacement, folder_without_write_permission_is_told) {
