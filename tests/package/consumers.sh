@@ -36,10 +36,11 @@ program interface "$source/tests/package/interface.c"
 
 # shellcheck disable=SC2046,SC2086
 cc $flags $(pkg-config --cflags norviktdm) -o "$work/static" \
-    "$source/tests/package/interface.c" "$prefix/lib/libnorviktdm.a" "$prefix/lib/libnorvikruntime.a"
+    "$source/tests/package/interface.c" \
+    "$prefix/lib/libnorviktdm.a" "$prefix/lib/libnorvikruntime.a"
 (cd "$work" && ./static)
 
-cmake -S "$source/tests/package" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/log" &&
+cmake -G Ninja -S "$source/tests/package" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/log" &&
     cmake --build "$work/cmake" >>"$work/log" || {
     cat "$work/log"
     exit 1
