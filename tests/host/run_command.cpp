@@ -76,6 +76,28 @@ int input_descriptor(const std::string &input) {
     return descriptor;
 }
 
+// A copy of the command and its libraries that every user can reach: the build tree may lie in a
+// folder that is closed to others, such as root's home.
+std::string command_for_all() {
+    static const struct shared_copy {
+        shared_copy() {
+            char path[] = "/tmp/tdm-test-command-XXXXXX";
+            folder = mkdtemp(path);
+            const std::filesystem::path bin = std::filesystem::path(TDM_COMMAND).parent_path();
+            create_directories(folder / "bin");
+            copy_file(TDM_COMMAND, folder / "bin/tdm");
+            create_directories(folder / "lib");
+            for (const char *name : {"libnorviktdm.so.1", "libnorvikruntime.so.1"}) {
+                copy_file(bin.parent_path() / "lib" / name, folder / "lib" / name);
+            }
+            permissions(folder, std::filesystem::perms(0755));
+        }
+        ~shared_copy() { std::filesystem::remove_all(folder); }
+        std::filesystem::path folder;
+    } copy;
+    return copy.folder / "bin/tdm";
+}
+
 }  // namespace
 
 scratch_folder::scratch_folder() : before_(std::filesystem::current_path()) {
@@ -115,7 +137,7 @@ command_result run(const std::vector<std::string> &words, const command_options 
 }
 
 command_result tdm(const std::vector<std::string> &arguments, const command_options &options) {
-    std::vector<std::string> words = {TDM_COMMAND};
+    std::vector<std::string> words = {options.unprivileged ? command_for_all() : TDM_COMMAND};
     words.insert(words.end(), arguments.begin(), arguments.end());
     return run(words, options);
 }
