@@ -49,9 +49,9 @@ void write_row(const side_writer &w, int32_t base_line, int32_t file_line) {
     w.out.put(' ');
     write_cell(w, moved ? "\x1b[36m" : "\x1b[32m", new_text);
     w.out.put('\n');
-    if (lacks_last_newline(old_text) != lacks_last_newline(new_text) && left && right) {
-        w.out.printf("\\ No newline at end of %s\n",
-                     lacks_last_newline(old_text) ? "the left file" : "the right file");
+    if (lacks_last_newline(old_text) != lacks_last_newline(new_text)) {
+        w.out.printf("\\ No newline at end of the %s file\n",
+                     lacks_last_newline(old_text) ? "left" : "right");
     }
 }
 

@@ -126,8 +126,8 @@ void write_word_diff(output_writer &out, const diff_view &view, const file_diffe
         const edit &e = edits[i];
         if (i == 0 || e.base_first - shown > view.context) {
             const int32_t before = std::min(view.context, e.base_first - shown);
-            out.printf("%s@@ line %d @@%s\n", view.color ? "\x1b[36m" : "", e.file_first + 1,
-                       view.color ? plain : "");
+            out.printf("%s@@ line %d @@%s\n", view.color ? "\x1b[36m" : "",
+                       e.file_first - before + 1, view.color ? plain : "");
             shown = e.base_first - before;
         }
         write_lines(w, base, shown, e.base_first);
