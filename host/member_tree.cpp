@@ -41,8 +41,10 @@ void member_tree::take(std::size_t at, const text_step &step) {
     text_step &sum = to.waiting;
     sum.lines += step.lines;
     sum.bytes += step.bytes;
-    sum.factor = multiply_add(sum.factor, step.factor, 0);
-    sum.offset = multiply_add(sum.offset, step.factor, step.offset);
+    if (step.factor != 1) {
+        sum.factor = multiply_add(sum.factor, step.factor, 0);
+        sum.offset = multiply_add(sum.offset, step.factor, step.offset);
+    }
     sum.first_unended = sum.first_unended != 0 ? sum.first_unended : step.first_unended;
     sum.last_line = step.last_line;
     if (to.due != nothing_due) {

@@ -260,7 +260,7 @@ void weave_cursor::take_marked(char kind, weave_stretch *out, text_step *step) {
     out->lines = 1;
     *step = {1,
              text.size(),
-             fingerprint_base,
+             fingerprints_ ? fingerprint_base : 1,
              fingerprints_ ? hash_line(text) : 0,
              kind == 'N' ? line_ : 0,
              line_};
