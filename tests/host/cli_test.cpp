@@ -13,6 +13,10 @@ struct usage_row {
     const char *said;  // on standard error
 };
 
+void PrintTo(const usage_row &row, std::ostream *out) {
+    *out << row.name;
+}
+
 const usage_row wrong_usage[] = {
     {"nothing", {}, "tdm: no command given (see 'tdm -h')\n"},
     {"unknown_command",
