@@ -73,21 +73,11 @@ int load_files(const diff_options &options, diff_run *run) {
     }
     run->files.resize(options.operands.size());
     for (size_t i = 0; i < run->files.size(); i++) {
-        if (load_text_file(options.operands[i], &run->files[i]) != status_done) {
+        if (open_text_file(options.operands[i], &run->files[i]) != status_done) {
             return status_trouble;
         }
     }
     return status_done;
-}
-
-// Two regular files of the same bytes need no comparison.
-bool all_same_bytes(const diff_run &run) {
-    for (const text_file &file : run.files) {
-        if (file.bytes.view() != run.files[0].bytes.view()) {
-            return false;
-        }
-    }
-    return true;
 }
 
 int compare(const diff_options &options, diff_run *run) {
@@ -98,11 +88,8 @@ int compare(const diff_options &options, diff_run *run) {
     for (size_t i = 0; i < std::min(options.labels.size(), run->labels.size()); i++) {
         run->labels[i] = options.labels[i];
     }
-    if (all_same_bytes(*run) && options.form != diff_form::blocks) {
-        return status_done;
-    }
-    if (compare_files(run->files, "compare", options.view.ignore_blanks, &run->compared) !=
-        status_done) {
+    if (compare_files(&run->files, "compare", options.view.ignore_blanks,
+                      after_compare::close_session, &run->compared) != status_done) {
         return status_trouble;
     }
     for (size_t k = 1; k < run->files.size(); k++) {
@@ -201,7 +188,8 @@ int run_git_diff(const command_context &context, diff_options *options) {
     }
     options->operands = {change.old_file, change.new_file};
     diff_run run;
-    if (load_files(*options, &run) != status_done) {
+    if (load_files(*options, &run) != status_done || read_lines(&run.files[0]) != status_done ||
+        read_lines(&run.files[1]) != status_done) {
         return status_trouble;
     }
     if (!is_text(run.files[0]) || !is_text(run.files[1])) {

@@ -105,7 +105,7 @@ int write_both_sides(const driver_options &options) {
 int merge_into_ours(const command_context &context, const driver_options &options) {
     merge_run run;
     const std::vector<std::string> names{options.base, options.ours, options.theirs};
-    if (begin_merge(names, options.merge, true, &run) != status_done) {
+    if (begin_merge(names, options.merge, false, &run) != status_done) {
         return status_trouble;
     }
     run.plan = plan_merge(run.in, options.merge.apply_adjacent);

@@ -123,7 +123,7 @@ int run_merge(const command_context &context, command_options *options) {
         return status;
     }
     take_labels(options);
-    status = begin_merge(options->names, options->merge, options->mq < 0, &run);
+    status = begin_merge(options->names, options->merge, options->mq >= 0, &run);
     if (status == status_done) {
         status = decide(context, *options, &run);
     }

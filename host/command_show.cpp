@@ -52,7 +52,8 @@ int read_change(const container_view &view, version_change *change) {
         return status_trouble;
     }
     comparison compared;
-    if (compare_files(change->texts, "compare", false, &compared) != status_done) {
+    if (compare_files(&change->texts, "compare", false, after_compare::close_session, &compared) !=
+        status_done) {
         return status_trouble;
     }
     change->edits = edits_of(compared, change->texts, 1, {});

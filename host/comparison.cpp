@@ -6,10 +6,15 @@ namespace host {
 
 namespace {
 
-int read_stream(comparison *out) {
+int read_stream(size_t files, comparison *out) {
     uint64_t tail_lines = 0;
     if (tdm_init_diff_stream(out->session.get(), &out->head_lines, &tail_lines) != 0) {
         return status_trouble;
+    }
+    for (size_t i = 0; i < files; i++) {
+        uint64_t head_bytes = 0;
+        (void)tdm_get_unchanged_bytes(out->session.get(), static_cast<uint32_t>(i), &head_bytes,
+                                      &out->tail_bytes.emplace_back());
     }
     while (true) {
         uint32_t end = 0;
@@ -26,10 +31,10 @@ int read_stream(comparison *out) {
 
 }  // namespace
 
-int compare_files(const std::vector<text_file> &files, const char *operation, bool ignore_blanks,
-                  comparison *out) {
+int compare_files(std::vector<text_file> *files, const char *operation, bool ignore_blanks,
+                  after_compare after, comparison *out) {
     std::vector<const char *> paths;
-    for (const text_file &file : files) {
+    for (const text_file &file : *files) {
         paths.push_back(file.path.c_str());
     }
     tdm_session *session = nullptr;
@@ -46,7 +51,18 @@ int compare_files(const std::vector<text_file> &files, const char *operation, bo
         return status_trouble;
     }
     out->identical = identical != 0;
-    return out->identical ? status_done : read_stream(out);
+    if (!out->identical && read_stream(paths.size(), out) != status_done) {
+        return status_trouble;
+    }
+    if (after == after_compare::close_session) {
+        out->session.reset();
+    }
+    for (text_file &file : *files) {
+        if (read_lines(&file) != status_done) {
+            return status_trouble;
+        }
+    }
+    return status_done;
 }
 
 file_edits edits_of(const comparison &c, const std::vector<text_file> &files, size_t index,
@@ -54,12 +70,7 @@ file_edits edits_of(const comparison &c, const std::vector<text_file> &files, si
     if (c.identical) {
         return {};
     }
-    common_ends ends;
-    ends.head_lines = c.head_lines;
-    uint64_t head_bytes = 0;
-    (void)tdm_get_unchanged_bytes(c.session.get(), 0, &head_bytes, &ends.base_tail_bytes);
-    (void)tdm_get_unchanged_bytes(c.session.get(), static_cast<uint32_t>(index), &head_bytes,
-                                  &ends.file_tail_bytes);
+    const common_ends ends{c.head_lines, c.tail_bytes[0], c.tail_bytes[index]};
     return edits_from_blocks(files[0].lines, files[index].lines, static_cast<uint32_t>(index),
                              c.blocks, ends, options);
 }

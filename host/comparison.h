@@ -19,17 +19,20 @@ struct session_closer {
 };
 
 struct comparison {
-    std::unique_ptr<tdm_session, session_closer> session;
+    std::unique_ptr<tdm_session, session_closer> session;  // closed unless it was to be kept
     bool identical = false;  // all texts are the same; then there is no stream
     uint64_t head_lines = 0;
-    std::vector<diff_block> blocks;  // the whole stream, in its order
+    std::vector<uint64_t> tail_bytes;  // of each file, in the tail that all have
+    std::vector<diff_block> blocks;    // the whole stream, in its order
 };
 
-// Compares files[0], the base, with every other. `operation` ("compare", "merge") is what the
-// library's messages name. Returns 0, or status_trouble after a message (the library's own for a
-// file that is no text).
-[[nodiscard]] int compare_files(const std::vector<text_file> &files, const char *operation,
-                                bool ignore_blanks, comparison *out);
+enum class after_compare { close_session, keep_session };
+
+// Compares files[0], the base, with every other, and reads the lines of all. `operation`
+// ("compare", "merge") is what the library's messages name. Returns 0, or status_trouble after a
+// message (the library's own for a file that is no text).
+[[nodiscard]] int compare_files(std::vector<text_file> *files, const char *operation,
+                                bool ignore_blanks, after_compare after, comparison *out);
 
 // The edits of file `index` (from 1); none when it is the same as the base.
 [[nodiscard]] file_edits edits_of(const comparison &c, const std::vector<text_file> &files,

@@ -71,7 +71,7 @@ int edit_text(std::string *text) {
     scratch_file file;
     text_file edited;
     if (make_scratch(*text, &file) != status_done || run_editor(file.path) != status_done ||
-        load_text_file(file.path, &edited) != status_done) {
+        open_text_file(file.path, &edited) != status_done || read_lines(&edited) != status_done) {
         return status_trouble;
     }
     *text = edited.bytes.view();

@@ -40,15 +40,17 @@ std::vector<int32_t> around_unended(const merge_run &run) {
 
 }  // namespace
 
-int begin_merge(const std::vector<std::string> &names, const merge_options &options, bool refine,
-                merge_run *run) {
+int begin_merge(const std::vector<std::string> &names, const merge_options &options,
+                bool by_library, merge_run *run) {
     run->files.resize(names.size());
     for (size_t i = 0; i < names.size(); i++) {
-        if (load_text_file(names[i], &run->files[i]) != status_done) {
+        if (open_text_file(names[i], &run->files[i]) != status_done) {
             return status_trouble;
         }
     }
-    if (compare_files(run->files, "merge", options.ignore_blanks, &run->compared) != status_done) {
+    const auto after = by_library ? after_compare::keep_session : after_compare::close_session;
+    if (compare_files(&run->files, "merge", options.ignore_blanks, after, &run->compared) !=
+        status_done) {
         return status_trouble;
     }
     run->in.base = &run->files[0].lines;
@@ -56,7 +58,7 @@ int begin_merge(const std::vector<std::string> &names, const merge_options &opti
     for (size_t k = 1; k < run->files.size(); k++) {
         run->in.files.push_back(&run->files[k].lines);
         run->in.changes.push_back(
-            edits_of(run->compared, run->files, k, {options.ignore_blanks, refine}));
+            edits_of(run->compared, run->files, k, {options.ignore_blanks, !by_library}));
     }
     return status_done;
 }

@@ -31,9 +31,10 @@ struct merge_run {
 };
 
 // Reads and compares the files (the base's name first) and finds what each contributor changed.
-// With `refine` false the edits are the stream's own blocks. 0, or status_trouble after a message.
+// For the library's own merge the edits are the stream's own blocks, and the session stays. 0, or
+// status_trouble after a message.
 [[nodiscard]] int begin_merge(const std::vector<std::string> &names, const merge_options &options,
-                              bool refine, merge_run *run);
+                              bool by_library, merge_run *run);
 
 // Writes the merged text of run->plan and checks it; whatever does not pass is made a conflict and
 // written again. 0, or status_trouble after a message for a text that no conflict mends.

@@ -43,54 +43,62 @@ int copy_all(int from, int to) {
     }
 }
 
+// The file whose descriptor `input` becomes is empty and in memory.
 int make_copy(text_file *file) {
-    file->copy = owned_descriptor(memfd_create("tdm", MFD_CLOEXEC));
-    file->path = "/proc/self/fd/" + std::to_string(file->copy.get());
-    return file->copy.is_open() ? 0 : errno;
+    file->input = owned_descriptor(memfd_create("tdm", MFD_CLOEXEC));
+    file->path = "/proc/self/fd/" + std::to_string(file->input.get());
+    file->is_copy = true;
+    return file->input.is_open() ? 0 : errno;
 }
 
-int take_bytes(int descriptor, text_file *file) {
-    const int error = file->bytes.load(descriptor);
-    if (error == 0) {
-        file->lines = split_lines(file->bytes.view());
-    }
-    return error;
+int copy_into_memory(int from, text_file *file) {
+    const int error = make_copy(file);
+    return error != 0 ? error : copy_all(from, file->input.get());
 }
 
 }  // namespace
 
-int load_text_file(const std::string &name, text_file *out) {
+int open_text_file(const std::string &name, text_file *out) {
     out->name = name;
     out->path = name;
+    const bool is_standard_input = name == "-";
     owned_descriptor opened;
-    int input = STDIN_FILENO;
-    if (name != "-") {
+    if (!is_standard_input) {
         opened = owned_descriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC));
-        input = opened.get();
     }
+    const int from = is_standard_input ? STDIN_FILENO : opened.get();
     struct stat status;
-    if (input < 0 || fstat(input, &status) != 0) {
+    if (from < 0 || fstat(from, &status) != 0) {
         return say_errno(name, "cannot open", errno);
     }
     if (S_ISDIR(status.st_mode)) {
         return say_errno(name, "cannot read", EISDIR);
     }
-    int error = 0;
-    if (name == "-" || !S_ISREG(status.st_mode)) {
-        error = make_copy(out);
-        error = error != 0 ? error : copy_all(input, out->copy.get());
-        input = out->copy.get();
+    if (!is_standard_input && S_ISREG(status.st_mode)) {
+        out->input = std::move(opened);
+        return status_done;
     }
-    error = error != 0 ? error : take_bytes(input, out);
+    const int error = copy_into_memory(from, out);
     return error == 0 ? status_done : say_errno(name, "cannot read", error);
 }
 
 int hold_text(const std::string &name, std::string_view text, text_file *out) {
     out->name = name;
     int error = make_copy(out);
-    error = error != 0 ? error : write_all(out->copy.get(), text);
-    error = error != 0 ? error : take_bytes(out->copy.get(), out);
+    error = error != 0 ? error : write_all(out->input.get(), text);
     return error == 0 ? status_done : say_errno(name, "cannot hold", error);
+}
+
+int read_lines(text_file *file) {
+    if (!file->lines.bytes.empty()) {
+        return status_done;
+    }
+    const int error = file->bytes.load(file->input.get());
+    if (error != 0) {
+        return say_errno(file->name, "cannot read", error);
+    }
+    file->lines = split_lines(file->bytes.view());
+    return status_done;
 }
 
 }  // namespace host

@@ -14,17 +14,22 @@ namespace host {
 struct text_file {
     std::string name;  // as the user gave it
     std::string path;  // what the library opens; differs from the name for what is no regular file
-    file_bytes bytes;
+    file_bytes bytes;  // these two after read_lines
     text_lines lines;
-    owned_descriptor copy;  // holds the text of a pipe or a device in memory; else closed
+    owned_descriptor input;
+    bool is_copy = false;  // `input` holds the text in memory, and `path` names it by its number
 };
 
-// Reads `name`: a regular file is mapped; "-" (standard input), a pipe or a device is copied, which
-// makes /dev/null an empty text. Returns 0, or status_trouble after a message.
-[[nodiscard]] int load_text_file(const std::string &name, text_file *out);
+// Opens `name`. A regular file is left where it is; "-" (standard input), a pipe or a device is
+// copied into memory, which makes /dev/null an empty text. 0, or status_trouble after a message.
+[[nodiscard]] int open_text_file(const std::string &name, text_file *out);
 
 // Makes a text_file of a text that has no file of its own.
 [[nodiscard]] int hold_text(const std::string &name, std::string_view text, text_file *out);
+
+// Maps the text and finds its lines; a second call does nothing. Apart from opening, so that a
+// comparison of large texts need not have them in memory while the library reads them.
+[[nodiscard]] int read_lines(text_file *file);
 
 }  // namespace host
 

@@ -68,7 +68,7 @@ TEST_F(git, driver_leaves_a_conflict_in_the_work_file) {
     const command_result result = merge("-dash", lines_of("X a2"), lines_of("Y a2"));
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(read_file("-dash"),
-              "<<<<<<< ours\nX\na2\n||||||| base\n" + base_ + "=======\nY\na2\n>>>>>>> theirs\n");
+              "<<<<<<< ours\nX\n||||||| base\na1\n=======\nY\n>>>>>>> theirs\na2\n");
     EXPECT_NE(result.err.find("tdm: -dash:1: conflict: ours and theirs"), std::string::npos)
         << result.err;
     EXPECT_EQ(call({"status", "--short"}).out, "UU -dash\n");

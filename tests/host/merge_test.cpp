@@ -28,7 +28,7 @@ struct merge_of {
             names.push_back(held[i].path);
             options.markers.labels.push_back(std::to_string(i + 1));
         }
-        EXPECT_EQ(host::begin_merge(names, options, true, &run), 0);
+        EXPECT_EQ(host::begin_merge(names, options, false, &run), 0);
         run.plan = host::plan_merge(run.in, options.apply_adjacent);
         EXPECT_EQ(host::finish_merge(options, &run), 0);
         clean = host::is_clean(run.plan);
