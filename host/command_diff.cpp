@@ -92,9 +92,11 @@ int compare(const diff_options &options, diff_run *run) {
                       after_compare::close_session, &run->compared) != status_done) {
         return status_trouble;
     }
+    const auto equality =
+        options.view.ignore_blanks ? line_equality::without_blanks : line_equality::exact;
     for (size_t k = 1; k < run->files.size(); k++) {
         file_edits &edits = run->edits[k - 1];
-        edits = edits_of(run->compared, run->files, k, {options.view.ignore_blanks, true});
+        edits = edits_of(run->compared, run->files, k, {equality, true});
         if (options.no_moves) {
             edits.moves.clear();
         }

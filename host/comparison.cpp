@@ -67,10 +67,13 @@ int compare_files(std::vector<text_file> *files, const char *operation, bool ign
 
 file_edits edits_of(const comparison &c, const std::vector<text_file> &files, size_t index,
                     const edit_list_options &options) {
+    common_ends ends;
     if (c.identical) {
-        return {};
+        // The library may have left blanks out of account, so the texts are looked at all the same.
+        ends.head_lines = static_cast<uint64_t>(files[0].lines.count());
+    } else {
+        ends = {c.head_lines, c.tail_bytes[0], c.tail_bytes[index]};
     }
-    const common_ends ends{c.head_lines, c.tail_bytes[0], c.tail_bytes[index]};
     return edits_from_blocks(files[0].lines, files[index].lines, static_cast<uint32_t>(index),
                              c.blocks, ends, options);
 }

@@ -32,7 +32,7 @@ void add_checked(const pair_texts &texts, line_run run, std::vector<line_run> *r
     line_run piece{run.base_first, run.file_first, 0};
     for (int32_t i = 0; i < run.count; i++) {
         if (same_line(texts.base.line(run.base_first + i), texts.file.line(run.file_first + i),
-                      texts.options.ignore_blanks)) {
+                      texts.options.equality)) {
             piece.count++;
             continue;
         }
@@ -184,7 +184,7 @@ bool says_something(const text_lines &base, const line_run &run) {
 // Matches what lies between the runs. Runs of blank lines and braces alone are no anchors: they
 // are dropped first and found again where they belong.
 void match_gaps(const pair_texts &texts, std::vector<line_run> *runs) {
-    gap_matcher matcher(texts.base, texts.file, texts.options.ignore_blanks);
+    gap_matcher matcher(texts.base, texts.file, texts.options.equality);
     std::vector<line_run> all;
     all.reserve(runs->size() + 1);
     edit gap;
@@ -280,7 +280,7 @@ file_edits edits_from_blocks(const text_lines &base, const text_lines &file, uin
     if (options.refine) {
         slide_down(texts, &result.edits);
     }
-    result.moves = moved_runs(base, file, result.edits, pairs.crossing, options.ignore_blanks);
+    result.moves = moved_runs(base, file, result.edits, pairs.crossing, options.equality);
     return result;
 }
 

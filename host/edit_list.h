@@ -32,7 +32,7 @@ struct common_ends {
 };
 
 struct edit_list_options {
-    bool ignore_blanks = false;
+    line_equality equality = line_equality::exact;
     bool refine = true;  // false: steps 2 to 4 follow the stream's own choice
 };
 

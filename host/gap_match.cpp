@@ -15,7 +15,7 @@ constexpr int32_t most_steps = 700;
 }  // namespace
 
 bool gap_matcher::same(int32_t base_line, int32_t file_line) const {
-    return same_line(base_.line(base_line), file_.line(file_line), ignore_blanks_);
+    return same_line(base_.line(base_line), file_.line(file_line), equality_);
 }
 
 void gap_matcher::match(const edit &gap, std::vector<line_run> *runs) {

@@ -19,9 +19,9 @@ namespace host {
 // Keeps its tables from one gap to the next, so that many small gaps cost no allocation each.
 class gap_matcher {
 public:
-    // Lines are compared with same_line(ignore_blanks). Both texts must outlive the matcher.
-    gap_matcher(const text_lines &base, const text_lines &file, bool ignore_blanks)
-        : base_(base), file_(file), ignore_blanks_(ignore_blanks), table_(ignore_blanks) {}
+    // Both texts must outlive the matcher.
+    gap_matcher(const text_lines &base, const text_lines &file, line_equality equality)
+        : base_(base), file_(file), equality_(equality), table_(equality) {}
 
     // Appends to `runs` pairs of equal lines of the gap, in increasing order in both texts.
     void match(const edit &gap, std::vector<line_run> *runs);
@@ -42,7 +42,7 @@ private:
 
     const text_lines &base_;
     const text_lines &file_;
-    bool ignore_blanks_;
+    line_equality equality_;
 
     // Every distinct line of the gap has a number; numbers_ holds the base's lines first. The
     // lines that occur on both sides are x and y, with the lines of the texts that they stand for.

@@ -16,7 +16,7 @@ void line_numbers::reset(size_t expected) {
 }
 
 size_t line_numbers::hash_of(std::string_view line) const {
-    if (!ignore_blanks_) {
+    if (equality_ == line_equality::exact) {
         return std::hash<std::string_view>{}(line);
     }
     std::string text;
@@ -31,7 +31,7 @@ size_t line_numbers::slot_of(std::string_view line, size_t hash) const {
     size_t at = hash & mask;
     while (slots_[at] >= 0) {
         const auto number = static_cast<size_t>(slots_[at]);
-        if (hashes_[number] == hash && same_line(lines_[number], line, ignore_blanks_)) {
+        if (hashes_[number] == hash && same_line(lines_[number], line, equality_)) {
             return at;
         }
         at = (at + 1) & mask;

@@ -7,14 +7,15 @@
 #include <string_view>
 #include <vector>
 
+#include "text_lines.h"
+
 namespace host {
 
 // Keeps views of the lines: their texts must outlive the table. Cost of a look-up: one pass over
 // the line and, nearly always, one comparison.
 class line_numbers {
 public:
-    // Lines are equal as same_line(ignore_blanks) has it.
-    explicit line_numbers(bool ignore_blanks) : ignore_blanks_(ignore_blanks) {}
+    explicit line_numbers(line_equality equality) : equality_(equality) {}
 
     // Forgets all lines and makes room for `expected` distinct ones; more are welcome.
     void reset(size_t expected);
@@ -32,7 +33,7 @@ private:
     size_t slot_of(std::string_view line, size_t hash) const;
     void grow();
 
-    bool ignore_blanks_;
+    line_equality equality_;
     std::vector<std::string_view> lines_;
     std::vector<size_t> hashes_;  // of the lines, so that growing looks at no text
     std::vector<int32_t> slots_;  // a power of two of them, at most half of them taken; -1 free

@@ -177,7 +177,8 @@ bool same_between(const census &c, const merged_text &merged) {
         for (size_t k = 0; k < at.size(); k++) {
             const int32_t file_end = at[k] + end - base_at;
             if (file_end > c.in.files[k]->count() ||
-                (!c.in.ignore_blanks && c.in.files[k]->range(at[k], file_end) != bytes)) {
+                (c.in.equality == line_equality::exact &&
+                 c.in.files[k]->range(at[k], file_end) != bytes)) {
                 return false;
             }
             if (place != nullptr) {
@@ -260,7 +261,7 @@ void find_repeated(census &c, const std::vector<merged_line> &lines, merge_verdi
 merge_verdict check_merged(const merge_input &in, const merge_plan &plan,
                            const merged_text &merged) {
     merge_verdict verdict;
-    census c{in, plan, line_numbers(in.ignore_blanks), {}};
+    census c{in, plan, line_numbers(in.equality), {}};
     count_base(c);
     for (size_t k = 0; k < in.files.size(); k++) {
         count_contributor(c, static_cast<int32_t>(k));

@@ -27,7 +27,7 @@ struct merge_input {
     const text_lines *base = nullptr;
     std::vector<const text_lines *> files;
     std::vector<file_edits> changes;
-    bool ignore_blanks = false;  // lines that differ in blanks alone count as the same
+    line_equality equality = line_equality::exact;
 };
 
 struct place_edit {

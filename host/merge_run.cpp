@@ -54,11 +54,12 @@ int begin_merge(const std::vector<std::string> &names, const merge_options &opti
         return status_trouble;
     }
     run->in.base = &run->files[0].lines;
-    run->in.ignore_blanks = options.ignore_blanks;
+    run->in.equality =
+        options.ignore_blanks ? line_equality::without_inner_blanks : line_equality::exact;
     for (size_t k = 1; k < run->files.size(); k++) {
         run->in.files.push_back(&run->files[k].lines);
         run->in.changes.push_back(
-            edits_of(run->compared, run->files, k, {options.ignore_blanks, !by_library}));
+            edits_of(run->compared, run->files, k, {run->in.equality, !by_library}));
     }
     return status_done;
 }

@@ -12,12 +12,12 @@ struct move_finder {
     const text_lines &base;
     const text_lines &file;
     const std::vector<edit> &edits;
-    bool ignore_blanks;
+    line_equality equality;
     std::vector<bool> base_taken, file_taken;
 
     bool free_pair(int32_t b, int32_t f) const {
         return !base_taken[static_cast<size_t>(b)] && !file_taken[static_cast<size_t>(f)] &&
-               same_line(base.line(b), file.line(f), ignore_blanks);
+               same_line(base.line(b), file.line(f), equality);
     }
 };
 
@@ -74,7 +74,7 @@ int32_t edit_inserting(const std::vector<edit> &edits, int32_t line) {
 
 std::vector<line_run> moved_runs(const text_lines &base, const text_lines &file,
                                  const std::vector<edit> &edits,
-                                 std::span<const line_run> candidates, bool ignore_blanks) {
+                                 std::span<const line_run> candidates, line_equality equality) {
     std::vector<line_run> moves;
     if (candidates.empty()) {
         return moves;
@@ -82,7 +82,7 @@ std::vector<line_run> moved_runs(const text_lines &base, const text_lines &file,
     move_finder m{base,
                   file,
                   edits,
-                  ignore_blanks,
+                  equality,
                   std::vector<bool>(static_cast<size_t>(base.count())),
                   std::vector<bool>(static_cast<size_t>(file.count()))};
     for (const line_run &run : candidates) {

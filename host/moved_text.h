@@ -16,7 +16,7 @@ namespace host {
 // that turns up elsewhere is a deletion and an insertion. In order of base_first.
 std::vector<line_run> moved_runs(const text_lines &base, const text_lines &file,
                                  const std::vector<edit> &edits,
-                                 std::span<const line_run> candidates, bool ignore_blanks);
+                                 std::span<const line_run> candidates, line_equality equality);
 
 // The index of the edit that removes base line `line`, or inserts file line `line`; -1 for none.
 int32_t edit_removing(const std::vector<edit> &edits, int32_t line);

@@ -30,11 +30,12 @@ text_lines split_lines(std::string_view bytes) {
     return lines;
 }
 
-bool same_line(std::string_view a, std::string_view b, bool ignore_blanks) {
-    if (!ignore_blanks) {
+bool same_line(std::string_view a, std::string_view b, line_equality equality) {
+    if (equality == line_equality::exact) {
         return a == b;
     }
-    if (lacks_last_newline(a) != lacks_last_newline(b)) {
+    if (equality == line_equality::without_inner_blanks &&
+        lacks_last_newline(a) != lacks_last_newline(b)) {
         return false;
     }
     size_t i = 0;

@@ -35,9 +35,16 @@ inline bool lacks_last_newline(std::string_view bytes) {
     return !bytes.empty() && bytes.back() != '\n';
 }
 
-// Whether two lines are equal, byte for byte or with all white space left out. A newline counts all
-// the same: a line that has none is no equal of one that ends with it, or merging could join lines.
-bool same_line(std::string_view a, std::string_view b, bool ignore_blanks);
+// When two lines are equal.
+enum class line_equality {
+    exact,
+    without_blanks,  // all white space left out of account
+    // The same, but a line without newline is no equal of one that ends with it: a merge that took
+    // them for the same could join two lines.
+    without_inner_blanks,
+};
+
+bool same_line(std::string_view a, std::string_view b, line_equality equality);
 
 // Whether a line says something of its own: it holds a letter, a digit or a byte of a longer
 // character. Blank lines and lone braces do not.

@@ -87,7 +87,7 @@ void write_edit(word_writer &w, const file_difference &d, const edit &e) {
     const text_lines old_words = split_words(d.base.lines.range(e.base_first, e.base_end));
     const text_lines new_words = split_words(d.file.lines.range(e.file_first, e.file_end));
     std::vector<line_run> runs;
-    gap_matcher matcher(old_words, new_words, false);
+    gap_matcher matcher(old_words, new_words, line_equality::exact);
     matcher.match({0, old_words.count(), 0, new_words.count()}, &runs);
     runs.push_back({old_words.count(), new_words.count(), 0});
     int32_t old_at = 0;

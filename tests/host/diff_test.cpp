@@ -48,6 +48,9 @@ TEST_F(differences, unified_output_is_as_written_here) {
         EXPECT_EQ(diff(row.base, row.file), header + row.hunks);
     }
     EXPECT_EQ(diff("a\n", "a\n"), "");
+    EXPECT_EQ(tdm({"diff", "-w", "old", "new"}).status, 0);
+    write_file("new", "a");
+    EXPECT_EQ(tdm({"diff", "-w", "old", "new"}).status, 0);
     EXPECT_EQ(diff("a b\nc\n", "a  b\nC\n", {"-w", "-U0"}),
               header + std::string("@@ -2 +2 @@\n-c\n+C\n"));
     EXPECT_EQ(diff(rows[8].base, rows[8].file, {"--no-moves", "-U0"}),

@@ -220,6 +220,7 @@ TEST_F(merging, ignored_blanks_keep_the_base) {
     blanks.ignore_blanks = true;
     EXPECT_EQ(merge_of({"a  b\nc\n", "a b\nc\n", "a  b\nC\n"}, blanks).text, "a  b\nC\n");
     EXPECT_EQ(merge_of({"a\nb", "a\nb\nc\n", "a \nb"}, blanks).text, "a\nb\nc\n");
+    EXPECT_EQ(merge_of({"a\nb", "a\nb\n", "a \nb"}, blanks).text, "a\nb\n");
 }
 
 TEST_F(merging, what_cannot_be_seen_is_told) {
