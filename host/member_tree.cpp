@@ -31,8 +31,9 @@ uint64_t multiply_add(uint64_t a, uint64_t b, uint64_t c) {
     return folded >= prime ? folded - prime : folded;
 }
 
-member_tree::member_tree(uint32_t positions)
-    : positions_(positions),
+member_tree::member_tree(uint32_t positions, bool fingerprints)
+    : ordered_(fingerprints),
+      positions_(positions),
       size_(std::bit_ceil(std::max(positions, uint32_t{1}))),
       nodes_(std::size_t{2} * size_) {}
 
@@ -41,12 +42,15 @@ void member_tree::take(std::size_t at, const text_step &step) {
     text_step &sum = to.waiting;
     sum.lines += step.lines;
     sum.bytes += step.bytes;
-    if (step.factor != 1) {
+    if (ordered_) {
         sum.factor = multiply_add(sum.factor, step.factor, 0);
         sum.offset = multiply_add(sum.offset, step.factor, step.offset);
     }
-    sum.first_unended = sum.first_unended != 0 ? sum.first_unended : step.first_unended;
-    sum.last_line = step.last_line;
+    if (step.first_unended != 0 &&
+        (sum.first_unended == 0 || step.first_unended < sum.first_unended)) {
+        sum.first_unended = step.first_unended;
+    }
+    sum.last_line = std::max(sum.last_line, step.last_line);
     if (to.due != nothing_due) {
         to.due -= step.lines;
     }
@@ -64,37 +68,71 @@ void member_tree::push(std::size_t at) {
     nodes_[at].waiting = {};
 }
 
+// What the node's due and cover count are by its children's.
 void member_tree::pull(std::size_t at) {
     const node &left = nodes_[2 * at];
     const node &right = nodes_[2 * at + 1];
-    nodes_[at].due = std::min(left.covers == 0 ? left.due : nothing_due,
-                              right.covers == 0 ? right.due : nothing_due);
-    nodes_[at].covered_below = left.covered_below + right.covered_below +
-                               (left.covers != 0 ? 1 : 0) + (right.covers != 0 ? 1 : 0);
+    node &self = nodes_[at];
+    const uint64_t due = std::min(left.covers == 0 ? left.due : nothing_due,
+                                  right.covers == 0 ? right.due : nothing_due);
+    self.due = due == nothing_due ? due : due - self.waiting.lines;
+    self.covered_below = left.covered_below + right.covered_below + (left.covers != 0 ? 1 : 0) +
+                         (right.covers != 0 ? 1 : 0);
 }
 
 template <typename Visit>
-void member_tree::descend(std::size_t at, position_range span, position_range range,
-                          bool covered_too, const Visit &visit) {
-    if (apart(span, range) || (!covered_too && nodes_[at].covers != 0)) {
+void member_tree::descend(std::size_t at, position_range span, position_range range, passage way,
+                          const Visit &visit) {
+    if (apart(span, range) || (!way.below_covers && nodes_[at].covers != 0)) {
         return;
     }
     if (range.holds(span)) {
         visit(at);
         return;
     }
-    push(at);
-    descend(2 * at, left_half(span), range, covered_too, visit);
-    descend(2 * at + 1, right_half(span), range, covered_too, visit);
-    pull(at);
+    if (way.push) {
+        push(at);
+    }
+    descend(2 * at, left_half(span), range, way, visit);
+    descend(2 * at + 1, right_half(span), range, way, visit);
+    if (way.pull) {
+        pull(at);
+    }
 }
 
 void member_tree::apply(position_range range, const text_step &step) {
-    descend(root, {0, size_}, range, false, [&](std::size_t at) { take(at, step); });
+    range = widened(range);
+    if (!ordered_ && cover_count_ == 0) {
+        apply_uncovered(range, step);
+        return;
+    }
+    descend(root, {0, size_}, range, {.push = ordered_, .pull = due_versions_ != 0},
+            [&](std::size_t at) { take(at, step); });
+}
+
+// The positions behind the last version belong to nobody: a range that ends there may as well end
+// with the tree, and is made up of fewer nodes then.
+position_range member_tree::widened(position_range range) const {
+    return {range.first, range.end == positions_ ? size_ : range.end};
+}
+
+// While nothing is covered, nothing is due either, and the nodes of a range need no descent.
+void member_tree::apply_uncovered(position_range range, const text_step &step) {
+    std::size_t first = std::size_t{size_} + range.first;
+    std::size_t end = std::size_t{size_} + range.end;
+    for (; first < end; first /= 2, end /= 2) {
+        if (first % 2 == 1) {
+            take(first++, step);
+        }
+        if (end % 2 == 1) {
+            take(--end, step);
+        }
+    }
 }
 
 void member_tree::cover(position_range range, int change) {
-    descend(root, {0, size_}, range, true, [&](std::size_t at) {
+    cover_count_ = static_cast<uint64_t>(static_cast<int64_t>(cover_count_) + change);
+    descend(root, {0, size_}, widened(range), {.below_covers = true}, [&](std::size_t at) {
         nodes_[at].covers = static_cast<uint32_t>(static_cast<int>(nodes_[at].covers) + change);
     });
 }
@@ -108,15 +146,42 @@ bool member_tree::is_covered(uint32_t position) const {
     return false;
 }
 
-void member_tree::set_due(uint32_t position, uint64_t lines) {
-    descend(root, {0, size_}, {position, position + 1}, true,
-            [&](std::size_t at) { nodes_[at].due = lines; });
+// The lines of the steps that wait above a node and will reach it.
+uint64_t member_tree::lines_waiting_above(std::size_t at) const {
+    uint64_t lines = 0;
+    for (; at > root && nodes_[at].covers == 0; at /= 2) {
+        lines += nodes_[at / 2].waiting.lines;
+    }
+    return lines;
 }
 
-uint64_t member_tree::nearest_due(position_range range) {
+void member_tree::set_due(uint32_t position, uint64_t lines) {
+    std::size_t at = std::size_t{size_} + position;
+    due_versions_ += (lines != nothing_due ? 1 : 0) - (nodes_[at].due != nothing_due ? 1 : 0);
+    nodes_[at].due = lines == nothing_due ? lines : lines + lines_waiting_above(at);
+    while ((at /= 2) >= root) {
+        pull(at);
+    }
+}
+
+void member_tree::find_nearest(std::size_t at, position_range span, position_range range,
+                               uint64_t passed, uint64_t *nearest) const {
+    const node &self = nodes_[at];
+    if (apart(span, range) || self.covers != 0 || self.due == nothing_due) {
+        return;
+    }
+    if (range.holds(span)) {
+        *nearest = std::min(*nearest, self.due - passed);
+        return;
+    }
+    passed += self.waiting.lines;
+    find_nearest(2 * at, left_half(span), range, passed, nearest);
+    find_nearest(2 * at + 1, right_half(span), range, passed, nearest);
+}
+
+uint64_t member_tree::nearest_due(position_range range) const {
     uint64_t nearest = nothing_due;
-    descend(root, {0, size_}, range, false,
-            [&](std::size_t at) { nearest = std::min(nearest, nodes_[at].due); });
+    find_nearest(root, {0, size_}, widened(range), 0, &nearest);
     return nearest;
 }
 
@@ -135,11 +200,9 @@ uint32_t member_tree::next_due() const {
     return static_cast<uint32_t>(at - size_);
 }
 
-uint64_t member_tree::lines_of(uint32_t position) {
-    uint64_t lines = 0;
-    descend(root, {0, size_}, {position, position + 1}, true,
-            [&](std::size_t at) { lines = nodes_[at].waiting.lines; });
-    return lines;
+uint64_t member_tree::lines_of(uint32_t position) const {
+    const std::size_t at = std::size_t{size_} + position;
+    return nodes_[at].waiting.lines + lines_waiting_above(at);
 }
 
 void member_tree::uncovered_below(std::size_t at, position_range span, position_range range,

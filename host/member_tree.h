@@ -8,7 +8,8 @@
 //
 // Invariants: a node's `waiting` step has reached the node but not its children; a child that is
 // covered when its parent is pushed down misses the step, and since a cover changes only after the
-// nodes above it have been pushed, that is exactly what was covered when the step came.
+// nodes above it have been pushed, that is exactly what was covered when the step came. A node's
+// `due` is that of its nearest uncovered version, less what waits in the node and those below it.
 #ifndef TDM_HOST_MEMBER_TREE_H
 #define TDM_HOST_MEMBER_TREE_H
 
@@ -38,7 +39,9 @@ inline constexpr uint64_t nothing_due = UINT64_MAX;
 
 class member_tree {
 public:
-    explicit member_tree(uint32_t positions);
+    // With fingerprints steps are composed in their order; without, they are only summed up, which
+    // saves pushing them down when another one comes.
+    member_tree(uint32_t positions, bool fingerprints);
 
     // Adds `step` to every version of the range that is not covered.
     void apply(position_range range, const text_step &step);
@@ -50,11 +53,11 @@ public:
     // After how many more lines the version is due; nothing_due for never.
     void set_due(uint32_t position, uint64_t lines);
     // The smallest of these over the uncovered versions of the range.
-    [[nodiscard]] uint64_t nearest_due(position_range range);
+    [[nodiscard]] uint64_t nearest_due(position_range range) const;
     // A version that is due now, no_position when there is none. It stays due until set again.
     [[nodiscard]] uint32_t next_due() const;
 
-    [[nodiscard]] uint64_t lines_of(uint32_t position);
+    [[nodiscard]] uint64_t lines_of(uint32_t position) const;
 
     // Appends the uncovered parts of the range to `out`, in order, neighbours joined:
     // O(parts x log versions).
@@ -71,17 +74,31 @@ private:
         uint32_t covered_below = 0;  // nodes below with covers
     };
 
+    // What a descent does on its way.
+    struct passage {
+        bool push = true;           // before the nodes below are visited
+        bool pull = true;           // after that
+        bool below_covers = false;  // visits what is covered as well
+    };
+
+    position_range widened(position_range range) const;
+    void apply_uncovered(position_range range, const text_step &step);
     void take(std::size_t at, const text_step &step);
     void push(std::size_t at);
     void pull(std::size_t at);
-    // Visits the nodes that make up `range`, with the nodes above them pushed before and pulled
-    // after, and leaves out what is below a covered node unless `covered_too`.
+    uint64_t lines_waiting_above(std::size_t at) const;
+    void find_nearest(std::size_t at, position_range span, position_range range, uint64_t passed,
+                      uint64_t *nearest) const;
+    // Visits the nodes that make up `range`.
     template <typename Visit>
-    void descend(std::size_t at, position_range span, position_range range, bool covered_too,
+    void descend(std::size_t at, position_range span, position_range range, passage way,
                  const Visit &visit);
     void uncovered_below(std::size_t at, position_range span, position_range range,
                          std::vector<position_range> *out) const;
 
+    const bool ordered_;
+    uint64_t cover_count_ = 0;
+    uint32_t due_versions_ = 0;
     uint32_t positions_;
     uint32_t size_;  // of the span of the root: a power of two
     std::vector<node> nodes_;

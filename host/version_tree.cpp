@@ -55,7 +55,7 @@ void collect_versions(const container_view &view, const std::vector<const branch
         if (branch.first == branch.end) {
             branch.first = static_cast<uint32_t>(tree->by_id.size());
         }
-        tree->by_id.push_back({id, no_position});
+        tree->by_id.push_back({id, no_position, false});
         branch.end = static_cast<uint32_t>(tree->by_id.size());
     }
 }
@@ -151,19 +151,45 @@ std::vector<uint64_t> root_branches(const version_tree &tree,
     return roots;
 }
 
-// The branch of `id` and the first of its versions that is not below `id`, in by_id.
-std::pair<const tree_branch *, uint32_t> locate(const version_tree &tree, version_id id) {
-    const auto found = tree.branches.find(id.branch);
-    if (found == tree.branches.end()) {
-        return {nullptr, 0};
+const tree_branch *find_tree_branch(const version_tree &tree, uint64_t number) {
+    if (number < tree.low_branches.size()) {
+        return tree.low_branches[number];
     }
-    const tree_branch &branch = found->second;
-    const auto first = tree.by_id.begin() + branch.first;
-    const auto end = tree.by_id.begin() + branch.end;
+    const auto found = tree.branches.find(number);
+    return found == tree.branches.end() ? nullptr : &found->second;
+}
+
+// The first version of the branch that is not below `number`, or its end. Without gaps it stands
+// where counting from the first one leads.
+uint32_t find_entry(const version_tree &tree, const tree_branch &branch, uint64_t number) {
+    const uint64_t lowest = tree.by_id[branch.first].id.number;
+    const uint64_t count = branch.end - branch.first;
+    if (number >= lowest && number - lowest < count) {
+        const auto guess = branch.first + static_cast<uint32_t>(number - lowest);
+        if (tree.by_id[guess].id.number == number) {
+            return guess;
+        }
+    }
     const auto entry =
-        std::lower_bound(first, end, id.number,
-                         [](const tree_entry &a, uint64_t number) { return a.id.number < number; });
-    return {entry == end ? nullptr : &branch, static_cast<uint32_t>(entry - tree.by_id.begin())};
+        std::lower_bound(tree.by_id.begin() + branch.first, tree.by_id.begin() + branch.end, number,
+                         [](const tree_entry &a, uint64_t wanted) { return a.id.number < wanted; });
+    return static_cast<uint32_t>(entry - tree.by_id.begin());
+}
+
+void mark_listed(const container_view &view, version_tree *tree) {
+    for (const version_record &version : view.versions) {
+        const tree_branch &branch = *find_tree_branch(*tree, version.id.branch);
+        tree->by_id[find_entry(*tree, branch, version.id.number)].listed = true;
+    }
+}
+
+void index_low_branches(version_tree *tree) {
+    tree->low_branches.resize(2 * tree->branches.size());
+    for (const auto &[number, branch] : tree->branches) {
+        if (number < tree->low_branches.size()) {
+            tree->low_branches[number] = &branch;
+        }
+    }
 }
 
 }  // namespace
@@ -177,29 +203,41 @@ version_tree build_version_tree(const container_view &view) {
     for (const uint64_t root : root_branches(tree, hanging)) {
         order.number_from(root);
     }
+    index_low_branches(&tree);
+    mark_listed(view, &tree);
     return tree;
 }
 
-position_range members_of(const version_tree &tree, version_id id) {
-    const auto [branch, entry] = locate(tree, id);
-    if (branch == nullptr) {
+tree_place place_of(const version_tree &tree, version_id id) {
+    const tree_branch *branch = find_tree_branch(tree, id.branch);
+    if (branch == nullptr || branch->first == branch->end) {
         return {};
     }
-    return {tree.by_id[entry].position, branch->subtree_end};
+    const uint32_t found = find_entry(tree, *branch, id.number);
+    if (found == branch->end) {
+        return {};
+    }
+    const tree_entry &entry = tree.by_id[found];
+    const bool exact = entry.id == id;
+    return {{entry.position, branch->subtree_end},
+            exact ? entry.position : no_position,
+            exact && entry.listed};
 }
 
-bool is_ancestor(const version_tree &tree, version_id older, version_id newer) {
+position_range members_of(const version_tree &tree, version_id id) {
+    return place_of(tree, id).members;
+}
+
+bool is_ancestor(version_id older, position_range older_members, version_id newer,
+                 position_range newer_members) {
     if (older.branch == newer.branch) {
         return older.number < newer.number;
     }
-    const position_range below = members_of(tree, newer);
-    return below.empty() || members_of(tree, older).holds(below);
+    return newer_members.empty() || older_members.holds(newer_members);
 }
 
 uint32_t position_of(const version_tree &tree, version_id id) {
-    const auto [branch, entry] = locate(tree, id);
-    return branch != nullptr && tree.by_id[entry].id == id ? tree.by_id[entry].position
-                                                           : no_position;
+    return place_of(tree, id).position;
 }
 
 }  // namespace host

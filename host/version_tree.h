@@ -41,26 +41,45 @@ struct tree_branch {
 struct tree_entry {
     version_id id;
     uint32_t position = no_position;
+    bool listed = false;  // has a version record, commented out or not
+};
+
+// Where the records of a version belong.
+struct tree_place {
+    position_range members;           // the versions that have them in their lineage
+    uint32_t position = no_position;  // the version's own, when it is in the tree
+    bool listed = false;
 };
 
 struct version_tree {
+    version_tree() = default;
+    version_tree(version_tree &&) = default;
+    version_tree &operator=(version_tree &&) = default;
+    version_tree(const version_tree &) = delete;  // low_branches points into branches
+    version_tree &operator=(const version_tree &) = delete;
+
     std::vector<version_id> versions;  // by position
     std::vector<uint32_t> parent;      // by position; no_position for a root
     std::vector<tree_entry> by_id;     // in order of branch and number
     std::unordered_map<uint64_t, tree_branch> branches;
+    std::vector<const tree_branch *> low_branches;  // by number; null for one that is not there
 };
 
 // O(records x log records). Works on damaged headers too: a branch whose line of branch points does
 // not lead to branch 0 becomes a root of its own.
 [[nodiscard]] version_tree build_version_tree(const container_view &view);
 
+// O(1) where the versions of the branch are numbered without gaps, else O(log versions). `id`
+// itself need not be in the tree.
+[[nodiscard]] tree_place place_of(const version_tree &tree, version_id id);
+
 // The versions that have the records of version `id` in their lineage; empty when there is none.
-// `id` itself need not be in the tree.
 [[nodiscard]] position_range members_of(const version_tree &tree, version_id id);
 
 // Whether the records of `older` belong to what `newer` was made from: it is another version and
 // stands above `newer` in the tree. True as well when no version has `newer` in its lineage.
-[[nodiscard]] bool is_ancestor(const version_tree &tree, version_id older, version_id newer);
+[[nodiscard]] bool is_ancestor(version_id older, position_range older_members, version_id newer,
+                               position_range newer_members);
 
 // The position of a version that is in the tree, else no_position.
 [[nodiscard]] uint32_t position_of(const version_tree &tree, version_id id);

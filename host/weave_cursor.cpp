@@ -45,7 +45,7 @@ weave_cursor::weave_cursor(const container_view &view, const version_tree &tree,
       tree_(tree),
       fingerprints_(fingerprints),
       line_(view.weave_line),
-      members_(static_cast<uint32_t>(tree.versions.size())),
+      members_(static_cast<uint32_t>(tree.versions.size()), fingerprints),
       changes_(tree.versions.size()) {
     const std::string_view data = view.bytes.view();
     first_ = at_ = data.data() + view.weave_offset;
@@ -124,8 +124,8 @@ bool weave_cursor::take_run_fields(std::string_view line, char kind, run_fields 
     return true;
 }
 
-void weave_cursor::check_owner(char kind, version_id id, position_range members) {
-    if (find_version(view_, id) == nullptr) {
+void weave_cursor::check_owner(char kind, version_id id, const tree_place &place) {
+    if (!place.listed) {
         // The version is lost, but the others can be read as ever.
         unlisted_.insert(id);
         fault(line_,
@@ -135,19 +135,18 @@ void weave_cursor::check_owner(char kind, version_id id, position_range members)
     } else if (id == version_id{0, 0}) {
         fault(line_, "the first version of all has no lines to insert or delete", all());
     }
-    if (!runs_.empty() && !is_ancestor(tree_, runs_.back().id, id)) {
+    if (!runs_.empty() && !is_ancestor(runs_.back().id, runs_.back().members, id, place.members)) {
         fault(line_,
               std::string(record_word(kind)) + " of " + version_name(view_, id) +
                   " inside a run of " + version_name(view_, runs_.back().id) +
                   ", which it does not descend from",
-              surrounding(members));
+              surrounding(place.members));
     }
 }
 
-void weave_cursor::open_insert(const run_fields &fields, std::size_t ordinal) {
+void weave_cursor::open_insert(const run_fields &fields, position_range members,
+                               std::size_t ordinal) {
     const version_id id{fields.branch, fields.version};
-    const position_range members = members_of(tree_, id);
-    check_owner('I', id, members);
     if (fields.count == 0) {
         fault(line_, "an insert record of 0 lines", members);
         return;
@@ -155,10 +154,9 @@ void weave_cursor::open_insert(const run_fields &fields, std::size_t ordinal) {
     runs_.push_back({id, members, fields.count, ordinal, line_});
 }
 
-void weave_cursor::begin_delete(const run_fields &fields, std::size_t ordinal) {
+void weave_cursor::begin_delete(const run_fields &fields, position_range members,
+                                std::size_t ordinal) {
     const version_id id{fields.branch, fields.version};
-    const position_range members = members_of(tree_, id);
-    check_owner('D', id, members);
     if (fields.count == 0) {
         fault(line_, "a delete record of 0 lines", members);
         return;
@@ -199,14 +197,16 @@ void weave_cursor::take_record(std::string_view line, char kind) {
     }
     records_.push_back(record);
     const version_id id{record.fields.branch, record.fields.version};
-    if (const uint32_t position = position_of(tree_, id); position != no_position) {
-        uint64_t &sum = kind == 'I' ? changes_[position].added : changes_[position].deleted;
-        sum += record.fields.count;
+    const tree_place place = place_of(tree_, id);
+    if (place.position != no_position) {
+        change_counts &changes = changes_[place.position];
+        (kind == 'I' ? changes.added : changes.deleted) += record.fields.count;
     }
+    check_owner(kind, id, place);
     if (kind == 'I') {
-        open_insert(record.fields, record.ordinal);
+        open_insert(record.fields, place.members, record.ordinal);
     } else {
-        begin_delete(record.fields, record.ordinal);
+        begin_delete(record.fields, place.members, record.ordinal);
     }
 }
 

@@ -131,9 +131,9 @@ private:
     void end_deletions();
     void take_record(std::string_view line, char kind);
     bool take_run_fields(std::string_view line, char kind, run_fields *fields);
-    void check_owner(char kind, version_id id, position_range members);
-    void open_insert(const run_fields &fields, std::size_t ordinal);
-    void begin_delete(const run_fields &fields, std::size_t ordinal);
+    void check_owner(char kind, version_id id, const tree_place &place);
+    void open_insert(const run_fields &fields, position_range members, std::size_t ordinal);
+    void begin_delete(const run_fields &fields, position_range members, std::size_t ordinal);
     void pass_stray_lines();
     void check_under_deletion(open_run *run);
     void take_stretch(weave_stretch *out);
