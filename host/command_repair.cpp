@@ -41,7 +41,7 @@ int prove_repaired(const container_view &view, const repair_verdict &verdict, in
         return say_errno(view.name, "the new container cannot be read", error);
     }
     if (const auto faults = check_container(repaired, false, {}).faults; !faults.empty()) {
-        say_of_line(repaired.name, faults.front().what.line, faults.front().what.reason);
+        say_fault(repaired, faults.front());
         say_of_file(view.name, "what could be saved does not make a sound container");
         return status_trouble;
     }
@@ -98,7 +98,7 @@ int run_repair(const command_context &context, const repair_options &options) {
     }
     const container_check check = check_container(view, false, {});
     for (const weave_fault &fault : check.faults) {
-        say_of_line(view.name, fault.what.line, fault.what.reason);
+        say_fault(view, fault);
     }
     const repair_verdict verdict = judge_versions(view, check, options.drop_stray);
     tell_lost(view, verdict);

@@ -65,12 +65,7 @@ json_object describe(const container_view &view, const container_check &check) {
 void tell_complaints(const container_view &view, const container_check &check) {
     const std::size_t told = std::min(check.faults.size(), most_complaints);
     for (std::size_t i = 0; i < told; i++) {
-        const damage &found = check.faults[i].what;
-        if (found.line == 0) {
-            say_of_file(view.name, found.reason);
-        } else {
-            say_of_line(view.name, found.line, found.reason);
-        }
+        say_fault(view, check.faults[i]);
     }
     if (told < check.faults.size()) {
         say_of_file(view.name, std::to_string(check.faults.size() - told) +

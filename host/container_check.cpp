@@ -5,6 +5,7 @@
 #include <string>
 
 #include "header_check.h"
+#include "output.h"
 #include "terminal.h"
 
 namespace host {
@@ -81,6 +82,14 @@ bool is_trusted(const container_check &check, const version_record &version, boo
     return !version.deleted && position != no_position && !in_doubt[position] &&
            branch != tree.branches.end() && branch->second.rooted &&
            (version.id.branch == 0 || branch->second.record != nullptr);
+}
+
+void say_fault(const container_view &view, const weave_fault &fault) {
+    if (fault.what.line == 0) {
+        say_of_file(view.name, fault.what.reason);
+    } else {
+        say_of_line(view.name, fault.what.line, fault.what.reason);
+    }
 }
 
 }  // namespace host

@@ -166,16 +166,15 @@ int require_soundness(const container_view &view) {
     if (check.faults.empty()) {
         return status_done;
     }
-    const damage &first = check.faults.front().what;
-    say_of_line(view.name, first.line, first.reason);
+    say_fault(view, check.faults.front());
     say_of_file(view.name, "is unsound ('tdm verify' tells more); nothing is built on it");
     return status_trouble;
 }
 
 int prove_survivors(const container_view &before, const container_view &after,
                     const deletion_request &request) {
-    if (const auto fault = check_container(after, false, {}).faults; !fault.empty()) {
-        say_of_line("the new container", fault.front().what.line, fault.front().what.reason);
+    if (const auto faults = check_container(after, false, {}).faults; !faults.empty()) {
+        say_fault(after, faults.front());
         say_of_file(before.name, "the new container is not sound; nothing is changed");
         return status_trouble;
     }

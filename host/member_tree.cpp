@@ -101,6 +101,9 @@ void member_tree::descend(std::size_t at, position_range span, position_range ra
 }
 
 void member_tree::apply(position_range range, const text_step &step) {
+    if (range.empty()) {
+        return;
+    }
     range = widened(range);
     if (!ordered_ && cover_count_ == 0) {
         apply_uncovered(range, step);

@@ -172,18 +172,30 @@ void weave_cursor::begin_delete(const run_fields &fields, position_range members
               "a deletion by " + version_name(view_, id) + " inside a deletion that it inherits",
               surrounding());
     }
+    announced_ = active_deletion{ordinal, id, members, before, fields.count, line_, surrounding()};
+    if (!deletions_.empty()) {
+        activate_announced();
+    }
+}
+
+void weave_cursor::activate_announced() {
+    if (!announced_) {
+        return;
+    }
+    const active_deletion &deletion = *announced_;
+    const uint32_t before = deletion.before;
     const uint64_t passed = members_.lines_of(before);
     const uint64_t due =
-        fields.count > nothing_due - 1 - passed ? nothing_due - 1 : passed + fields.count;
-    deletions_.emplace(
-        deletion_key{before, due, ordinal},
-        active_deletion{ordinal, id, members, before, fields.count, line_, surrounding()});
-    members_.cover(members, +1);
+        deletion.lines > nothing_due - 1 - passed ? nothing_due - 1 : passed + deletion.lines;
+    deletions_.emplace(deletion_key{before, due, deletion.record}, deletion);
+    members_.cover(deletion.members, +1);
     const auto first = deletions_.lower_bound({before, 0, 0});
     members_.set_due(before, std::get<1>(first->first) - passed);
+    announced_.reset();
 }
 
 void weave_cursor::take_record(std::string_view line, char kind) {
+    activate_announced();
     if (const char *reason = line_fault(line)) {
         fault(line_, reason, surrounding());
     }
@@ -211,6 +223,7 @@ void weave_cursor::take_record(std::string_view line, char kind) {
 }
 
 void weave_cursor::pass_stray_lines() {
+    activate_announced();
     const uint64_t first = line_;
     uint64_t count = 0;
     while (at_ != end_ && holds_text(record_kind(line_here()))) {
@@ -297,24 +310,42 @@ void weave_cursor::take_plain(uint64_t most, weave_stretch *out, text_step *step
 
 void weave_cursor::take_stretch(weave_stretch *out) {
     open_run &run = runs_.back();
-    check_under_deletion(&run);
     const char kind = *at_ == '^' ? at_[1] : '\0';
+    if (announced_ &&
+        (kind != 0 || !is_ancestor(run.id, run.members, announced_->by, announced_->members))) {
+        activate_announced();
+    }
+    check_under_deletion(&run);
     *out = {run.id, run.members, run.record, {}, 0, line_, kind};
     text_step step;
     if (kind != 0) {
         take_marked(kind, out, &step);
     } else {
-        const uint64_t due = deletions_.empty() ? nothing_due : members_.nearest_due(run.members);
-        take_plain(std::min(run.remaining, due), out, &step);
+        uint64_t most = announced_ ? announced_->lines : nothing_due;
+        most = deletions_.empty() ? most : members_.nearest_due(run.members);
+        take_plain(std::min(run.remaining, most), out, &step);
     }
-    members_.apply(run.members, step);
+    add_to_holders(*out, step);
     if ((run.remaining -= out->lines) == 0) {
         runs_.pop_back();
     }
 }
 
+void weave_cursor::add_to_holders(const weave_stretch &stretch, const text_step &step) {
+    if (!announced_ || stretch.lines < announced_->lines) {
+        activate_announced();
+        members_.apply(stretch.members, step);
+        return;
+    }
+    passed_ = std::move(announced_);
+    announced_.reset();
+    members_.apply({stretch.members.first, passed_->members.first}, step);
+    members_.apply({passed_->members.end, stretch.members.end}, step);
+}
+
 void weave_cursor::finish() {
     finished_ = true;
+    activate_announced();
     for (const open_run &run : runs_) {
         fault(run.line,
               "the file ends " + lines_text(run.remaining) +
@@ -333,6 +364,7 @@ void weave_cursor::finish() {
 
 bool weave_cursor::next(weave_stretch *out) {
     records_.clear();
+    passed_.reset();
     while (!finished_) {
         end_deletions();
         if (at_ == end_) {
@@ -354,8 +386,24 @@ bool weave_cursor::next(weave_stretch *out) {
     return false;
 }
 
+void weave_cursor::holders(const weave_stretch &stretch, std::vector<position_range> *out) const {
+    if (!passed_) {
+        members_.uncovered(stretch.members, out);
+        return;
+    }
+    for (const position_range part : {position_range{stretch.members.first, passed_->members.first},
+                                      position_range{passed_->members.end, stretch.members.end}}) {
+        if (!part.empty()) {
+            out->push_back(part);
+        }
+    }
+}
+
 void weave_cursor::counting_deletions(const weave_stretch &stretch,
                                       std::vector<std::size_t> *records) const {
+    if (passed_) {
+        records->push_back(passed_->record);
+    }
     for (const auto &[key, deletion] : deletions_) {
         const position_range before{deletion.before, deletion.before + 1};
         if (stretch.members.holds(before) && !members_.is_covered(deletion.before)) {

@@ -28,6 +28,7 @@
 #define TDM_HOST_WEAVE_CURSOR_H
 
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -92,9 +93,7 @@ public:
     bool next(weave_stretch *out);
 
     // The parts of the last stretch's members that hold its lines.
-    void holders(const weave_stretch &stretch, std::vector<position_range> *out) const {
-        members_.uncovered(stretch.members, out);
-    }
+    void holders(const weave_stretch &stretch, std::vector<position_range> *out) const;
     // The deletions that count the lines of the last stretch: O(active x log versions).
     void counting_deletions(const weave_stretch &stretch, std::vector<std::size_t> *records) const;
 
@@ -134,9 +133,11 @@ private:
     void check_owner(char kind, version_id id, const tree_place &place);
     void open_insert(const run_fields &fields, position_range members, std::size_t ordinal);
     void begin_delete(const run_fields &fields, position_range members, std::size_t ordinal);
+    void activate_announced();
     void pass_stray_lines();
     void check_under_deletion(open_run *run);
     void take_stretch(weave_stretch *out);
+    void add_to_holders(const weave_stretch &stretch, const text_step &step);
     void take_plain(uint64_t most, weave_stretch *out, text_step *step);
     void take_marked(char kind, weave_stretch *out, text_step *step);
     const char *spelling_fault(std::string_view line, char kind) const;
@@ -156,6 +157,10 @@ private:
     member_tree members_;
     std::vector<open_run> runs_;
     std::map<deletion_key, active_deletion> deletions_;
+    // Most deletions cover the lines that follow at once and nothing else is active then. Such a
+    // one is only announced, and its lines are added around its versions, past the member tree.
+    std::optional<active_deletion> announced_;  // while deletions_ is empty
+    std::optional<active_deletion> passed_;     // whose lines are the last stretch
     std::vector<weave_record> records_;
     std::vector<weave_fault> faults_;
     std::vector<change_counts> changes_;
