@@ -155,8 +155,9 @@ TEST_F(line_reader, blocks_give_the_lines_of_the_line_reader) {
             first.capacity = 256;
             first.line = static_cast<char *>(mem_malloc(256));
             expected = lines(bytes, first);
+            const std::string file = path("f");
             tdm::container_input c;
-            ASSERT_EQ(tdm::open_container(&c, path("f").c_str(), "test"), 0);
+            ASSERT_EQ(tdm::open_container(&c, file.c_str(), "test"), 0);
             for (bool at_eof = false; !at_eof;) {
                 if (tdm::next_line(&c, &at_eof) != 0) {
                     found.emplace_back("!");
