@@ -162,14 +162,18 @@ std::string clean_text(const merge_input &in, const merge_region &region,
     const place_version version = version_at(in, place, region.taken);
     std::string out;
     int32_t next = version.first;
-    for (const carried_edit &c : region.carried) {
-        const edit &e = edit_at(in, c.source);
-        const int32_t at = carried_to(in, c);
-        if (version.of_base || at < version.first || at >= version.end) {
-            continue;
+    auto c = std::lower_bound(
+        region.carried.begin(), region.carried.end(), version.first,
+        [&](const carried_edit &carried, int32_t line) { return carried_to(in, carried) < line; });
+    for (; !version.of_base && c != region.carried.end(); ++c) {
+        const edit &e = edit_at(in, c->source);
+        const int32_t at = carried_to(in, *c);
+        if (at >= version.end) {
+            break;
         }
         out += version.text->range(next, at);
-        out += in.files[static_cast<size_t>(c.source.contributor)]->range(e.file_first, e.file_end);
+        out +=
+            in.files[static_cast<size_t>(c->source.contributor)]->range(e.file_first, e.file_end);
         next = at + (e.base_end - e.base_first);
     }
     out += version.text->range(next, version.end);

@@ -10,6 +10,8 @@ namespace host {
 
 namespace {
 
+constexpr size_t most_moves_told = 8;  // of one region
+
 bool is_blank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r' && c != '\n');
 }
@@ -76,6 +78,7 @@ std::string names_of(const merge_options &options, const std::vector<int32_t> &c
 std::string move_words(const merge_run &run, const merge_options &options,
                        const merge_region &region) {
     std::string words;
+    size_t told = 0;
     for (const int32_t i : region.places) {
         const merge_place &place = run.plan.places[static_cast<size_t>(i)];
         for (const int32_t k : region.contributors) {
@@ -84,6 +87,9 @@ std::string move_words(const merge_run &run, const merge_options &options,
                 moves.begin(), moves.end(), place.base_first,
                 [](const line_run &m, int32_t line) { return m.base_first < line; });
             for (; move != moves.end() && move->base_first < place.base_end; ++move) {
+                if (++told > most_moves_told) {
+                    return words + "; and so on";
+                }
                 words += "; " + label_of(options, k) + " moved " +
                          range_words(move->base_first, move->base_first + move->count) + " to " +
                          range_words(move->file_first, move->file_first + move->count);

@@ -46,11 +46,12 @@ int32_t take_run(move_finder &m, line_run run, const edit &removing, const edit 
         run.file_first--;
     }
     run.count = after - run.base_first;
+    // Also what does not count is not looked at again.
+    for (int32_t i = 0; i < run.count; i++) {
+        m.base_taken[static_cast<size_t>(run.base_first + i)] = true;
+        m.file_taken[static_cast<size_t>(run.file_first + i)] = true;
+    }
     if (is_moved(m, run)) {
-        for (int32_t i = 0; i < run.count; i++) {
-            m.base_taken[static_cast<size_t>(run.base_first + i)] = true;
-            m.file_taken[static_cast<size_t>(run.file_first + i)] = true;
-        }
         moves->push_back(run);
     }
     return after;
