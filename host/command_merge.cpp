@@ -145,9 +145,9 @@ void declare_decisions(CLI::App &app, command_options *options) {
                  "Changes of blanks alone are no changes: the base's line stays");
     app.add_flag("--abort-on-conflict", options->abort_on_conflict,
                  "Write nothing where there is a conflict");
-    app.add_option("--mq", options->mq,
-                   "Let the library decide block by block: 0 ask where it must, 1 always ask,\n"
-                   "2 never ask but stop, 3 ask unless the last file alone decides, 4 as 1")
+    app.add_option(
+           "--mq", options->mq,
+           "The library's own merge: 0 asks in need, 1 always, 2 never, 3 but for the last file")
         ->check(CLI::Range(0, 4))
         ->option_text("N")
         ->group(more_options);
@@ -181,8 +181,7 @@ void register_merge(CLI::App &app, command_context &context) {
         ->group(more_options);
     add_json_option(app, context);
     add_replace_options(app, context,
-                        "Replace an existing output, an input among them; go on when its owner or\n"
-                        "group cannot be kept");
+                        "Replace an existing output; go on when its owner or group cannot be kept");
     context.details =
         "Changes that overlap or touch form a region, moved text ties its two places. A region\n"
         "is clean when one file changed it or all changes of it are equal, else a conflict; a\n"
