@@ -1,6 +1,7 @@
 #include "moved_text.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 namespace host {
 
@@ -57,6 +58,32 @@ int32_t take_run(move_finder &m, line_run run, const edit &removing, const edit 
     return after;
 }
 
+bool none_taken(const std::vector<bool> &taken, int32_t first, int32_t end) {
+    return std::find(taken.begin() + first, taken.begin() + end, true) == taken.begin() + end;
+}
+
+void take_whole_edits(move_finder &m, std::vector<line_run> *moves) {
+    std::unordered_map<std::string_view, int32_t> removed;  // text and first line
+    for (const edit &e : m.edits) {
+        if (e.base_end - e.base_first >= fewest_significant &&
+            none_taken(m.base_taken, e.base_first, e.base_end)) {
+            removed.emplace(m.base.range(e.base_first, e.base_end), e.base_first);
+        }
+    }
+    for (const edit &e : m.edits) {
+        const int32_t count = e.file_end - e.file_first;
+        if (count < fewest_significant || removed.empty() ||
+            !none_taken(m.file_taken, e.file_first, e.file_end)) {
+            continue;
+        }
+        const auto found = removed.find(m.file.range(e.file_first, e.file_end));
+        if (found != removed.end() && is_moved(m, {found->second, e.file_first, count})) {
+            moves->push_back({found->second, e.file_first, count});
+            removed.erase(found);
+        }
+    }
+}
+
 }  // namespace
 
 int32_t edit_removing(const std::vector<edit> &edits, int32_t line) {
@@ -77,7 +104,7 @@ std::vector<line_run> moved_runs(const text_lines &base, const text_lines &file,
                                  const std::vector<edit> &edits,
                                  std::span<const line_run> candidates, line_equality equality) {
     std::vector<line_run> moves;
-    if (candidates.empty()) {
+    if (candidates.empty() && edits.size() < 2) {
         return moves;
     }
     move_finder m{base,
@@ -102,6 +129,7 @@ std::vector<line_run> moved_runs(const text_lines &base, const text_lines &file,
                 run.base_first;
         }
     }
+    take_whole_edits(m, &moves);
     std::sort(moves.begin(), moves.end(),
               [](const line_run &a, const line_run &b) { return a.base_first < b.base_first; });
     return moves;

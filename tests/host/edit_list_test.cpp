@@ -155,6 +155,11 @@ TEST(edit_list, chosen_places_are_as_written_here) {
          "a b c x",
          {{0, 1, 0, 0}, {4, 4, 3, 4}},
          {}},
+        {"repeated lines move as a whole",
+         "A A A b c d",
+         "b c d A A A",
+         {{0, 3, 0, 0}, {6, 6, 3, 6}},
+         {{0, 3, 3}}},
         {"nor do braces", "{ } a b c", "a b c { }", {{0, 2, 0, 0}, {5, 5, 3, 5}}, {}},
         {"braces between", "a { b } c", "a { x } c", {{2, 3, 2, 3}}, {}},
     };
