@@ -34,6 +34,14 @@ void tell_lost(const container_view &view, const repair_verdict &verdict) {
     }
 }
 
+void tell_renamed(const container_view &view, const repair_verdict &verdict) {
+    for (const version_id id : verdict.renamed) {
+        standard_output().write("renamed: " + escape_name(version_name(view, id)) +
+                                " (its identifier is damaged, it is " + lost_identifier(id) +
+                                " now)\n");
+    }
+}
+
 // The new container is sound, and every saved version is in it with its text.
 int prove_repaired(const container_view &view, const repair_verdict &verdict, int descriptor) {
     container_view repaired;
@@ -51,8 +59,9 @@ int prove_repaired(const container_view &view, const repair_verdict &verdict, in
     };
     const auto is_alive = [](const version_record &version) { return !version.deleted; };
     for (const version_record *version : verdict.saved) {
-        const version_record *found = find_version_by_oid(repaired, version->oid);
-        if (found == nullptr || found->id != version->id || found->time != version->time) {
+        const version_record *found = find_version(repaired, version->id);
+        if (found == nullptr || found->deleted || found->time != version->time ||
+            (found->oid != version->oid && found->oid != lost_identifier(version->id))) {
             say_of_file(view.name, "a version that could be saved is missing");
             return status_trouble;
         }
@@ -110,6 +119,7 @@ int run_repair(const command_context &context, const repair_options &options) {
     if (status != status_done) {
         return status;
     }
+    tell_renamed(view, verdict);
     standard_output().write("saved: " + std::to_string(verdict.saved.size()) + " of " +
                             std::to_string(verdict.saved.size() + verdict.lost.size()) +
                             " versions\n");

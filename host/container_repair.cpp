@@ -98,6 +98,14 @@ bool stands_before(const header_line &a, const header_line &b) {
     return a.branch != b.branch ? b.branch : a.id.number > b.id.number;
 }
 
+// Whether an encoder takes the identifier.
+bool is_writable(std::string_view oid) {
+    return !oid.empty() && oid.size() <= longest_written_oid &&
+           std::all_of(oid.begin(), oid.end(), [](char byte) {
+               return static_cast<unsigned char>(byte) > ' ' && byte != 0x7f;
+           });
+}
+
 class header_writer {
 public:
     header_writer(const container_view &view, const container_check &check,
@@ -131,7 +139,8 @@ public:
         for (const header_line &line : lines_) {
             out->write(line.text);
         }
-        const std::string element(view_.element_oid.empty() ? "lost-element" : view_.element_oid);
+        const std::string element(is_writable(view_.element_oid) ? view_.element_oid
+                                                                 : "lost-element");
         out->write("^E " + element + "\n");
     }
 
@@ -158,14 +167,15 @@ private:
         const bool alive = verdict_.alive[position_of(tree_, id)];
         const bool kept = alive || owners_.contains(id) || points_.contains(id);
         if (kept && seen_.insert(id).second) {
-            const bool unique = alive || oids_[version.oid] == 1;
-            lines_.push_back(
-                {id,
-                 false,
-                 {},
-                 version.line,
-                 (alive ? "^V " : "^#^V ") + (unique ? std::string(version.oid) : lost_oid(id)) +
-                     " " + hex(id.branch) + " " + hex(id.number) + " " + hex(version.time) + "\n"});
+            const bool good = is_writable(version.oid) && (alive || oids_[version.oid] == 1);
+            lines_.push_back({id,
+                              false,
+                              {},
+                              version.line,
+                              (alive ? "^V " : "^#^V ") +
+                                  (good ? std::string(version.oid) : lost_identifier(id)) + " " +
+                                  hex(id.branch) + " " + hex(id.number) + " " + hex(version.time) +
+                                  "\n"});
         }
     }
 
@@ -176,23 +186,21 @@ private:
              false,
              {},
              0,
-             "^#^V " + lost_oid(id) + " " + hex(id.branch) + " " + hex(id.number) + " 0\n"});
+             "^#^V " + lost_identifier(id) + " " + hex(id.branch) + " " + hex(id.number) + " 0\n"});
     }
 
     void add_branch(uint64_t number) {
         const branch_record *record = tree_.branches.at(number).record;
-        const version_id parent = record == nullptr ? version_id{} : record->parent;
-        const std::string name = record == nullptr ? "lost-branch" : std::string(record->oid);
+        const version_id parent = record == nullptr || number == 0 ? version_id{} : record->parent;
+        const std::string name = record != nullptr && is_writable(record->oid)
+                                     ? std::string(record->oid)
+                                     : "lost-branch-" + hex(number);
         lines_.push_back({{number, 0},
                           true,
                           parent,
                           record == nullptr ? 0 : record->line,
                           "^B " + name + " " + hex(number) + " " + hex(parent.branch) + " " +
                               hex(parent.number) + "\n"});
-    }
-
-    static std::string lost_oid(version_id id) {
-        return "lost-" + hex(id.branch) + "-" + hex(id.number);
     }
 
     uint64_t highest_branch() const {
@@ -222,6 +230,10 @@ bool repair_verdict::worth_writing() const {
     });
 }
 
+std::string lost_identifier(version_id id) {
+    return "lost-" + hex(id.branch) + "-" + hex(id.number);
+}
+
 repair_verdict judge_versions(const container_view &view, const container_check &check,
                               bool drop_stray) {
     repair_verdict verdict;
@@ -232,6 +244,9 @@ repair_verdict judge_versions(const container_view &view, const container_check 
         if (is_trusted(check, version, drop_stray) && !verdict.alive[position]) {
             verdict.alive[position] = true;
             verdict.saved.push_back(&version);
+            if (!is_writable(version.oid)) {
+                verdict.renamed.push_back(version.id);
+            }
         } else if (!version.deleted) {
             verdict.lost.push_back({version.id, reasons[position]});
         }

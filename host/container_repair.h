@@ -23,7 +23,8 @@ struct lost_version {
 struct repair_verdict {
     std::vector<const version_record *> saved;
     std::vector<lost_version> lost;
-    std::vector<bool> alive;  // by position: the saved ones
+    std::vector<version_id> renamed;  // saved ones whose identifiers are damaged
+    std::vector<bool> alive;          // by position: the saved ones
 
     // Whether anything but empty first versions is saved.
     [[nodiscard]] bool worth_writing() const;
@@ -32,6 +33,9 @@ struct repair_verdict {
 // With `drop_stray`, lines that belong to no run are nobody's and no reason for doubt.
 [[nodiscard]] repair_verdict judge_versions(const container_view &view,
                                             const container_check &check, bool drop_stray);
+
+// The identifier that a version gets whose own is lost.
+[[nodiscard]] std::string lost_identifier(version_id id);
 
 // Writes a container with the saved versions, and no more of the others than these need.
 void write_repaired(const container_view &view, const container_check &check,

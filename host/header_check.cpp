@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "terminal.h"
@@ -25,6 +26,7 @@ struct header_check {
     std::vector<weave_fault> faults;
     std::unordered_map<uint64_t, branch_state> branches;
     std::unordered_map<std::string_view, uint64_t> oids;  // to the line that has it
+    std::unordered_set<version_id, version_id_hash> versions;
 
     void fault(uint64_t line, std::string reason, position_range doubt) {
         faults.push_back({{line, std::move(reason)}, doubt, false});
@@ -55,7 +57,7 @@ void check_version(header_check *check, const version_record &version) {
     const position_range self = check->of_version(version.id);
     branch_state &branch = check->branches[version.id.branch];
     check_oid(check, version.oid, version.line, self);
-    if (version.id.number == branch.lowest) {
+    if (!check->versions.insert(version.id).second) {
         check->fault(version.line, "a second record of version " + check->name(version.id), self);
     } else if (version.id.number > branch.lowest) {
         check->fault(
@@ -159,7 +161,7 @@ void check_records(header_check *check) {
 }  // namespace
 
 std::vector<weave_fault> check_header(const container_view &view, const version_tree &tree) {
-    header_check check{view, tree, {}, {}, {}};
+    header_check check{view, tree, {}, {}, {}, {}};
     // Where reading has not come as far as the weave, no text is known.
     const bool cut = view.weave_offset == view.bytes.view().size();
     const position_range all{0, static_cast<uint32_t>(tree.versions.size())};

@@ -12,9 +12,6 @@ namespace {
 // A file with more damages than this is taken for something else.
 constexpr std::size_t most_damages = 100;
 
-// Identifiers that are written have this many bytes at most; longer ones can be read.
-constexpr std::size_t longest_written_oid = 99;
-
 struct header_reader {
     std::string_view data;
     container_view *out;

@@ -13,6 +13,8 @@ namespace host {
 
 // The longest object identifier that the library's decoders store.
 constexpr std::size_t longest_decoded_oid = 111;
+// The longest one that the encoders write.
+constexpr std::size_t longest_written_oid = 99;
 // The prefix of a quoted or unterminated text line and of every record: `^`, the kind, a blank.
 constexpr std::size_t record_prefix = 3;
 // The longest line that the reader accepts, newline not counted; `^N ` lines may have 3 more.
