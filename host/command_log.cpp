@@ -239,7 +239,7 @@ void register_log(CLI::App &app, command_context &context) {
     app.add_option("--branch", options->branch, "This branch only")->option_text("NAME");
     app.add_flag("--reverse", options->reverse, "Oldest version first");
     app.add_option("-n,--max-count", options->most, "At most N versions, the newest")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::Range(0, INT32_MAX))
         ->option_text("N");
     app.add_flag("--oneline", options->oneline, "Shorter lines: no dates, nothing aligned");
     add_json_option(app, context);

@@ -121,7 +121,7 @@ void register_show(CLI::App &app, command_context &context) {
     context.take_optional("VERSION", options->version,
                           "BRANCH@N, BRANCH or an identifier (default: the newest)");
     app.add_option("-U,--unified", options->context, "Lines of context (default 3)")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::Range(0, INT32_MAX))
         ->option_text("N");
     app.add_flag("-f,--force", context.force, "Read a damaged container")->group(more_options);
     context.details =
