@@ -1,4 +1,4 @@
-// The reader and the container operations of the library, on 1, 10 and 100 MB with 100 versions.
+// The reader and the container operations of the library, on 1 to 100 MB with 100 versions.
 #include <benchmark/benchmark.h>
 #include <norviktdm/tdm.h>
 #include <unistd.h>
@@ -75,13 +75,19 @@ void check_in(benchmark::State &state) {
     count_bytes(state, path);
 }
 
-BENCHMARK(read_lines)->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(construct, plain, 0)->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
+BENCHMARK(read_lines)->Arg(1)->Arg(10)->Arg(50)->Arg(100)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(construct, plain, 0)
+    ->Arg(1)
+    ->Arg(10)
+    ->Arg(50)
+    ->Arg(100)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(construct, annotated, 1)
     ->Arg(1)
     ->Arg(10)
+    ->Arg(50)
     ->Arg(100)
     ->Unit(benchmark::kMillisecond);
-BENCHMARK(check_in)->Arg(1)->Arg(10)->Arg(100)->Unit(benchmark::kMillisecond);
+BENCHMARK(check_in)->Arg(1)->Arg(10)->Arg(50)->Arg(100)->Unit(benchmark::kMillisecond);
 
 }  // namespace
