@@ -30,18 +30,19 @@ int plan_new_branch(const container_view &view, const std::string &branch, const
         return status_trouble;
     }
     const version_record *point = require_version(view, from);
-    if (point == nullptr || check_new_branch_name(&view, branch) != status_done) {
+    uint64_t number = 0;
+    if (point == nullptr || check_new_branch_name(&view, branch) != status_done ||
+        new_branch_number(view, &number) != status_done) {
         return status_trouble;
     }
-    *plan = {
-        branch, true, {view.highest_branch + 1, 1}, point->id, branch_name(view, point->id.branch)};
+    *plan = {branch, true, {number, 1}, point->id, branch_name(view, point->id.branch)};
     return status_done;
 }
 
 }  // namespace
 
 int plan_checkin(const container_view &view, const std::string &branch, const std::string &from,
-                 checkin_plan *plan) {
+                 uint64_t count, checkin_plan *plan) {
     if (!from.empty()) {
         return plan_new_branch(view, branch, from, plan);
     }
@@ -54,7 +55,12 @@ int plan_checkin(const container_view &view, const std::string &branch, const st
         return status_trouble;
     }
     // Number 0 is that of the branch point, even where no record says so.
-    const uint64_t next = std::max<uint64_t>(1, next_version_number(view, found->number));
+    const std::optional<uint64_t> free = next_version_number(view, found->number);
+    if (!free || count > highest_number - *free + 1) {
+        say_of_file(view.name, "branch " + escape_name(found->oid) + " has no number left");
+        return status_trouble;
+    }
+    const uint64_t next = std::max<uint64_t>(1, *free);
     const std::string name(found->oid);
     *plan = {name, false, {found->number, next}, {found->number, next - 1}, name};
     return status_done;

@@ -18,9 +18,10 @@ struct checkin_plan {
 };
 
 // Plans a check-in to `branch` (empty: the default branch), new when `from` names the version that
-// it is made off. Returns 0, or status_trouble after a message.
+// it is made off. `count` versions are to be numbered from plan->id on. Returns 0, or
+// status_trouble after a message.
 [[nodiscard]] int plan_checkin(const container_view &view, const std::string &branch,
-                               const std::string &from, checkin_plan *plan);
+                               const std::string &from, uint64_t count, checkin_plan *plan);
 
 }  // namespace host
 

@@ -1,11 +1,8 @@
 // tdm annotate: each line of a version with the version that brought it.
 #include <norviktdm/tdm.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -13,6 +10,7 @@
 
 #include "cli.h"
 #include "container_change.h"
+#include "memory_file.h"
 #include "output.h"
 #include "time_text.h"
 
@@ -144,18 +142,18 @@ private:
 
 // Lets the library write its listing into memory.
 int read_listing(const annotate_options &options, const std::string &oid, file_bytes *listing) {
-    const owned_descriptor memory(memfd_create("annotation", MFD_CLOEXEC));
-    if (!memory.is_open()) {
-        return say_errno(options.container, "no memory for the annotation", errno);
+    memory_file memory;
+    if (const int error = memory.create(); error != 0) {
+        return say_errno(options.container, "no memory for the annotation", error);
     }
-    const std::string path = "/proc/self/fd/" + std::to_string(memory.get());
-    if (tdm_construct_ver(options.container.c_str(), path.c_str(), oid.c_str(), options.flags()) !=
-        0) {
+    if (tdm_construct_ver(options.container.c_str(), memory.path().c_str(), oid.c_str(),
+                          options.flags()) != 0) {
         say_of_file(options.container, "the version is not annotated");
         return status_trouble;
     }
-    const int error = listing->load(memory.get());
-    return error == 0 ? int{status_done} : say_errno(path, "cannot be read", error);
+    const int error = listing->load(memory.descriptor());
+    return error == 0 ? int{status_done}
+                      : say_errno(options.container, "the annotation cannot be read", error);
 }
 
 int run_annotate(const command_context &context, const annotate_options &options) {

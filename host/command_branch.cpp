@@ -46,10 +46,10 @@ int run_branch(const command_context &context, const branch_options &options) {
         return status_trouble;
     }
     const version_record *point = require_version(change.old, options.version);
-    if (point == nullptr) {
+    uint64_t number = 0;
+    if (point == nullptr || new_branch_number(change.old, &number) != status_done) {
         return status_trouble;
     }
-    const uint64_t number = change.old.highest_branch + 1;
     const version_record fresh{oid, {number, 0}, time};
     const branch_record branch{options.name, number, point->id};
     if (change.replacement.begin() != status_done ||

@@ -72,8 +72,8 @@ int run_checkin(const command_context &context, const checkin_options &options) 
     std::string oid;
     if (options.time.get(time) != status_done || input.read(options.file) != status_done ||
         random_oid(oid) != status_done || change.open(options.container) != status_done ||
-        change.replacement.refuse_same(options.file) != status_done ||
-        plan_checkin(change.old, options.branch, options.from, &plan) != status_done) {
+        (options.file != "-" && change.replacement.refuse_same(options.file) != status_done) ||
+        plan_checkin(change.old, options.branch, options.from, 1, &plan) != status_done) {
         return status_trouble;
     }
     const version_record fresh{oid, plan.id, time};

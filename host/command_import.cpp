@@ -2,11 +2,13 @@
 //
 // The versions are woven into one weave in memory (import_weave.h), which is written once, proven
 // version by version and put in the container's place: all or nothing.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -39,12 +41,14 @@ struct import_options {
     time_option time;
 };
 
-// A version as it is woven in; its file is read again for the proof.
+// A version as it is woven in. Its file is read again for the proof, or what was read from a pipe
+// is kept for it.
 struct imported_version {
     std::string oid;
     uint64_t time;
     uint64_t number;
     const std::string *path;
+    std::shared_ptr<const input_text> kept;
 };
 
 struct import_run {
@@ -60,6 +64,27 @@ struct import_run {
     std::vector<imported_version> versions;
 };
 
+// Standard input and pipes can be read once; a second reading would find an empty text.
+int refuse_spent_input(const import_run &run) {
+    std::set<std::pair<dev_t, ino_t>> streams;
+    std::vector<const std::string *> names{&run.options.list};
+    for (const import_item &item : run.items) {
+        names.push_back(&item.path);
+    }
+    for (const std::string *name : names) {
+        struct stat status {};
+        const bool standard = *name == "-";
+        const int result = standard ? fstat(STDIN_FILENO, &status) : stat(name->c_str(), &status);
+        const bool again = S_ISREG(status.st_mode) || S_ISCHR(status.st_mode);
+        if (result == 0 && (standard || !again) &&
+            !streams.emplace(status.st_dev, status.st_ino).second) {
+            say_of_file(*name, "is given twice, but can be read only once");
+            return status_trouble;
+        }
+    }
+    return status_done;
+}
+
 int collect_items(import_run &run) {
     uint64_t time = 0;
     if (run.options.time.get(time) != status_done) {
@@ -71,7 +96,7 @@ int collect_items(import_run &run) {
     if (!run.options.list.empty() && read_import_list(run.options.list, run.items) != status_done) {
         return status_trouble;
     }
-    return run.items.empty() ? usage_error("import", "no files given") : int{status_done};
+    return run.items.empty() ? usage_error("import", "no files given") : refuse_spent_input(run);
 }
 
 // The text that the first imported version is compared with.
@@ -86,15 +111,15 @@ int read_predecessor(import_run &run, input_text &text) {
 
 // Weaves all files in, one after the other.
 int weave_all(import_run &run, import_weave &weave, progress &bar) {
-    auto before = std::make_unique<input_text>();
+    auto before = std::make_shared<input_text>();
     if (read_predecessor(run, *before) != status_done) {
         return status_trouble;
     }
     version_id id = run.plan.id;
     for (size_t i = 0; i < run.items.size(); i++) {
         const import_item &item = run.items[i];
-        auto next = std::make_unique<input_text>();
-        if (next->read_regular(item.path) != status_done) {
+        auto next = std::make_shared<input_text>();
+        if (next->read(item.path) != status_done) {
             return status_trouble;
         }
         const bool same = next->text() == before->text();
@@ -110,7 +135,8 @@ int weave_all(import_run &run, import_weave &weave, progress &bar) {
                                     next->text()) != status_done)) {
             return status_trouble;
         }
-        run.versions.push_back({oid, item.time, id.number, &item.path});
+        run.versions.push_back(
+            {oid, item.time, id.number, &item.path, next->can_be_read_again() ? nullptr : next});
         id.number++;
         before = std::move(next);
         bar.at(i);
@@ -154,11 +180,12 @@ int prove_all(const import_run &run, const added_records &added, int descriptor,
     const history_proof proof(fresh, run.lineage, added.branch, added.first);
     for (size_t i = 0; i < run.versions.size(); i++) {
         const imported_version &version = run.versions[i];
-        input_text text;
-        if (text.read_regular(*version.path) != status_done) {
+        input_text again;
+        if (version.kept == nullptr && again.read(*version.path) != status_done) {
             return status_trouble;
         }
-        if (!proof.equals(version.number, text.text())) {
+        const input_text &given = version.kept == nullptr ? again : *version.kept;
+        if (!proof.equals(version.number, given.text())) {
             say_of_file(*version.path, "is not what the new container holds; nothing is imported");
             return status_trouble;
         }
@@ -193,7 +220,8 @@ int import_all(import_run &run) {
 int run_import(const command_context &context, const import_options &options) {
     import_run run(context, options);
     if (collect_items(run) != status_done || run.change.open(options.container) != status_done ||
-        plan_checkin(run.change.old, options.branch, options.from, &run.plan) != status_done) {
+        plan_checkin(run.change.old, options.branch, options.from, run.items.size(), &run.plan) !=
+            status_done) {
         return status_trouble;
     }
     const int status = import_all(run);
@@ -211,7 +239,8 @@ int run_import(const command_context &context, const import_options &options) {
 void register_import(CLI::App &app, command_context &context) {
     const auto options = std::make_shared<import_options>();
     context.take("CONTAINER", options->container, "The container to change");
-    context.take_list("FILE", options->files, false, "The texts, oldest first");
+    context.take_list("FILE", options->files, false,
+                      "The texts, oldest first; - is standard input");
     app.add_option("--from-list", options->list,
                    "Take the files from LIST: a name, a blank and a time a line")
         ->option_text("LIST");

@@ -70,6 +70,16 @@ int check_new_branch_name(const container_view *view, const std::string &name) {
     return status_done;
 }
 
+int new_branch_number(const container_view &view, uint64_t *number) {
+    const std::optional<uint64_t> next = next_branch_number(view);
+    if (!next) {
+        say_of_file(view.name, "no number is left for a new branch (see 'tdm verify')");
+        return status_trouble;
+    }
+    *number = *next;
+    return status_done;
+}
+
 int container_change::open(const std::string &name) {
     int status = replacement.lock(name);
     if (status != status_done) {

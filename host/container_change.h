@@ -31,6 +31,9 @@ namespace host {
 // message.
 [[nodiscard]] int check_new_branch_name(const container_view *view, const std::string &name);
 
+// The number of the next new branch; 0, or status_trouble after a message.
+[[nodiscard]] int new_branch_number(const container_view &view, uint64_t *number);
+
 // A container being changed: the old one, locked and open, and the replacement of it.
 struct container_change {
     explicit container_change(const command_context &context) : replacement(context) {}

@@ -227,19 +227,34 @@ const version_record *newest_version(const container_view &view, uint64_t branch
     return newest;
 }
 
-uint64_t next_version_number(const container_view &view, uint64_t branch) {
-    uint64_t next = 0;
-    for (const version_record &version : view.versions) {
-        if (version.id.branch == branch) {
-            next = std::max(next, version.id.number + 1);
+std::optional<uint64_t> next_version_number(const container_view &view, uint64_t branch) {
+    std::optional<uint64_t> used;
+    const auto use = [&](version_id id) {
+        if (id.branch == branch) {
+            used = std::max(used.value_or(0), id.number);
         }
+    };
+    for (const version_record &version : view.versions) {
+        use(version.id);
     }
     for (const branch_record &other : view.branches) {
-        if (other.number != 0 && other.parent.branch == branch) {
-            next = std::max(next, other.parent.number + 1);
+        if (other.number != 0) {
+            use(other.parent);
         }
     }
-    return next;
+    if (!used) {
+        return 0;
+    }
+    return *used < highest_number ? std::optional(*used + 1) : std::nullopt;
+}
+
+std::optional<uint64_t> next_branch_number(const container_view &view) {
+    const uint64_t used = view.highest_branch;
+    const bool named = std::all_of(view.branches.begin(), view.branches.end(),
+                                   [&](const branch_record &b) { return b.number <= used; }) &&
+                       std::all_of(view.versions.begin(), view.versions.end(),
+                                   [&](const version_record &v) { return v.id.branch <= used; });
+    return named && used < highest_number ? std::optional(used + 1) : std::nullopt;
 }
 
 bool lineage_of(const container_view &view, version_id id, std::vector<version_id> *lineage) {

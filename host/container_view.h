@@ -6,6 +6,7 @@
 #define TDM_HOST_CONTAINER_VIEW_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -122,8 +123,16 @@ struct container_view {
 
 // The number that the branch's next version must have: above every version recorded on it, deleted
 // ones included, and above every branch point on it (a version that takes the number of a branch
-// point that never was would change that branch's text). 0 for a branch without either.
-[[nodiscard]] uint64_t next_version_number(const container_view &view, uint64_t branch);
+// point that never was would change that branch's text). 0 for a branch without either, nothing
+// when that many numbers do not exist: `highest_number` is the last one that is given out.
+[[nodiscard]] std::optional<uint64_t> next_version_number(const container_view &view,
+                                                          uint64_t branch);
+
+// The number that the next new branch must have: above the highest in use; nothing when the numbers
+// are used up, or when a record has a higher one than the status record names.
+[[nodiscard]] std::optional<uint64_t> next_branch_number(const container_view &view);
+
+inline constexpr uint64_t highest_number = UINT64_MAX - 1;
 
 // Which (branch, highest number) bounds make up a version; false when its branch, or one above it,
 // has no live record.

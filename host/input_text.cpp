@@ -1,16 +1,12 @@
 #include "input_text.h"
 
-#include <fcntl.h>
-#include <norviktdm/runtime.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 
 #include "exit_status.h"
-#include "file_lock.h"
 #include "output.h"
 
 namespace host {
@@ -39,71 +35,38 @@ int read_to_end(int descriptor, size_t expected, std::string &text) {
 
 }  // namespace
 
-input_text::~input_text() {
-    if (temporary_) {
-        unlink(path_.c_str());
+int input_text::read(const std::string &name) {
+    const bool standard = name == "-";
+    const std::string shown = standard ? "<stdin>" : name;
+    owned_descriptor opened;
+    if (!standard && open_to_read(name, &opened) != status_done) {
+        return status_trouble;
     }
-}
-
-int input_text::read_descriptor(int descriptor, const std::string &name, bool &regular) {
+    const int descriptor = standard ? STDIN_FILENO : opened.get();
     struct stat status {};
     if (fstat(descriptor, &status) != 0) {
-        return say_errno(name, "cannot be read", errno);
+        return say_errno(shown, "cannot be read", errno);
     }
-    regular = S_ISREG(status.st_mode);
-    const size_t expected = regular ? static_cast<size_t>(status.st_size) : 0;
-    const int error = read_to_end(descriptor, expected, text_);
-    return error == 0 ? int{status_done} : say_errno(name, "cannot be read", error);
-}
-
-int input_text::read(const std::string &name) {
-    bool regular = false;
-    if (name == "-") {
-        const int status = read_descriptor(STDIN_FILENO, "<stdin>", regular);
-        return status == status_done ? put_into_temporary_file("<stdin>") : status;
-    }
-    owned_descriptor opened;
-    if (open_to_read(name, &opened) != status_done ||
-        read_descriptor(opened.get(), name, regular) != status_done) {
-        return status_trouble;
+    const bool regular = S_ISREG(status.st_mode);
+    const int error =
+        read_to_end(descriptor, regular ? static_cast<size_t>(status.st_size) : 0, text_);
+    if (error != 0) {
+        return say_errno(shown, "cannot be read", error);
     }
     path_ = name;
-    return regular ? int{status_done} : put_into_temporary_file(name);
-}
-
-int input_text::read_regular(const std::string &name) {
-    owned_descriptor opened;
-    bool regular = false;
-    if (open_to_read(name, &opened) != status_done ||
-        read_descriptor(opened.get(), name, regular) != status_done) {
-        return status_trouble;
-    }
-    path_ = name;
-    if (!regular) {
-        say_of_file(name, "is not a regular file");
-    }
-    return regular ? status_done : status_trouble;
+    return regular && !standard ? int{status_done} : put_into_memory_file(shown);
 }
 
 int input_text::take(std::string text) {
     text_ = std::move(text);
-    return put_into_temporary_file("<the version before>");
+    return put_into_memory_file("<the version before>");
 }
 
-int input_text::put_into_temporary_file(const std::string &name) {
-    char path[1024];
-    FILE *stream = futil_tmpfile_binary(nullptr, nullptr, nullptr, path, sizeof path);
-    if (stream == nullptr) {
-        return say_errno(name, "no temporary file for it", errno);
-    }
-    path_ = path;
-    temporary_ = true;
-    const bool written = std::fwrite(text_.data(), 1, text_.size(), stream) == text_.size();
-    const int error = errno;
-    if (std::fclose(stream) != 0 || !written) {
-        return say_errno(name, "its temporary file cannot be written", written ? errno : error);
-    }
-    return status_done;
+int input_text::put_into_memory_file(std::string_view name) {
+    int error = memory_.create();
+    error = error != 0 ? error : memory_.write(text_);
+    path_ = memory_.path();
+    return error == 0 ? int{status_done} : say_errno(name, "cannot be held in memory", error);
 }
 
 }  // namespace host

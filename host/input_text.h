@@ -4,38 +4,35 @@
 #define TDM_HOST_INPUT_TEXT_H
 
 #include <string>
+#include <string_view>
+
+#include "memory_file.h"
 
 namespace host {
 
 class input_text {
 public:
-    input_text() = default;
-    ~input_text();
-    input_text(const input_text &) = delete;
-    input_text &operator=(const input_text &) = delete;
-
-    // Reads the file `name`, "-" for standard input; 0, or status_trouble after a message. What is
-    // no regular file (a pipe) is put into a temporary file as well.
+    // Reads the file `name`, "-" for standard input; 0, or status_trouble after a message.
     [[nodiscard]] int read(const std::string &name);
 
-    // The same, for a regular file only.
-    [[nodiscard]] int read_regular(const std::string &name);
-
-    // Takes a text that comes from no file, and puts it into a temporary file.
+    // Takes a text that comes from no file.
     [[nodiscard]] int take(std::string text);
 
     const std::string &text() const { return text_; }
 
-    // The path of a file that holds the text.
+    // The path of a file that holds the text: the file read, or for standard input, a pipe and the
+    // like a file in memory that lives as long as this object.
     const std::string &path() const { return path_; }
 
+    // Whether the same text can be had again by reading the same name.
+    bool can_be_read_again() const { return memory_.path().empty(); }
+
 private:
-    [[nodiscard]] int read_descriptor(int descriptor, const std::string &name, bool &regular);
-    [[nodiscard]] int put_into_temporary_file(const std::string &name);
+    [[nodiscard]] int put_into_memory_file(std::string_view name);
 
     std::string text_;
     std::string path_;
-    bool temporary_ = false;
+    memory_file memory_;
 };
 
 }  // namespace host

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "cli.h"
+#include "end_signals.h"
 
 namespace {
 
@@ -28,5 +29,6 @@ int main(int argc, char **argv) {
     // the limit is an error to be told.
     signal(SIGPIPE, SIG_DFL);
     signal(SIGXFSZ, SIG_IGN);
+    host::watch_end_signals();
     return host::run_command_line(argc, argv);
 }

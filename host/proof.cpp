@@ -140,6 +140,12 @@ int prove_addition(const container_view &old, int descriptor, const added_record
     if (!fresh->header_damages.empty() || !bytes.starts_with(added.header)) {
         return refused(old, "its header is not as it should be");
     }
+    // What is taken for new below must be nothing that the old one has.
+    for (const version_record &version : old.versions) {
+        if (version.id.branch == added.branch && version.id.number >= added.first) {
+            return refused(old, "a version of it has a number that is not new");
+        }
+    }
     bytes.remove_prefix(added.header.size());
     std::string_view before = old.bytes.view();
     before.remove_prefix(line_length(before));

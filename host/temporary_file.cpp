@@ -8,7 +8,9 @@
 #include <cerrno>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 
+#include "end_signals.h"
 #include "output.h"
 #include "random_oid.h"
 
@@ -40,11 +42,18 @@ bool same_file(int descriptor, const std::string &path) {
            open_file.st_dev == named.st_dev && open_file.st_ino == named.st_ino;
 }
 
+// The file may have got its final mode already, that of a container which nobody may write to.
+owned_descriptor open_found(const std::string &path) {
+    const int flags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    owned_descriptor descriptor(open(path.c_str(), O_RDWR | flags));
+    return descriptor.is_open() ? std::move(descriptor)
+                                : owned_descriptor(open(path.c_str(), O_RDONLY | flags));
+}
+
 // Removes the file when no living command holds its lock. A living one that has not got so far as
 // to lock it finds it gone and takes another name.
 void remove_if_dead(const std::string &path) {
-    const owned_descriptor descriptor(
-        open(path.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const owned_descriptor descriptor = open_found(path);
     if (descriptor.is_open() && flock(descriptor.get(), LOCK_EX | LOCK_NB) == 0 &&
         same_file(descriptor.get(), path)) {
         unlink(path.c_str());
@@ -76,16 +85,18 @@ int temporary_file::create(const std::string &target) {
         if (random_oid(random) != status_done) {
             return status_trouble;
         }
-        const std::string path = parts.folder + parts.prefix + random;
+        path_ = parts.folder + parts.prefix + random;
+        remove_at_end_signal(path_.c_str());
         const int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-        descriptor_ = owned_descriptor(open(path.c_str(), flags, 0600));
-        if (!descriptor_.is_open() && errno == EEXIST) {
-            continue;
-        }
+        descriptor_ = owned_descriptor(open(path_.c_str(), flags, 0600));
         if (!descriptor_.is_open()) {
-            return say_errno(target, "cannot create a file beside it", errno);
+            const int error = errno;
+            forget_path();
+            if (error == EEXIST) {
+                continue;
+            }
+            return say_errno(target, "cannot create a file beside it", error);
         }
-        path_ = path;
         const bool locked = flock(descriptor_.get(), LOCK_EX | LOCK_NB) == 0;
         if (!locked && errno != EWOULDBLOCK) {
             return say_errno(target, "cannot lock the file beside it", errno);
@@ -100,10 +111,15 @@ int temporary_file::create(const std::string &target) {
     return status_trouble;
 }
 
+void temporary_file::forget_path() {
+    keep_at_end_signal(path_.c_str());
+    path_.clear();
+}
+
 void temporary_file::remove() {
     if (!path_.empty()) {
         unlink(path_.c_str());
-        path_.clear();
+        forget_path();
     }
     descriptor_ = owned_descriptor();
 }

@@ -27,11 +27,13 @@ public:
     int descriptor() const { return descriptor_.get(); }
 
     // Says that the path is no longer ours: the file has its final name.
-    void renamed() { path_.clear(); }
+    void renamed() { forget_path(); }
     void remove();
 
 private:
-    std::string path_;
+    void forget_path();
+
+    std::string path_;  // named to end_signals.h while it is not empty
     owned_descriptor descriptor_;
 };
 

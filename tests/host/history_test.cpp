@@ -141,6 +141,32 @@ TEST_F(history, numbers_stand_above_deleted_ones) {
     EXPECT_EQ(tdm({"checkout", "c"}).out, "a\nb\nc\n");
 }
 
+TEST_F(history, numbers_do_not_begin_again_when_they_are_used_up) {
+    const std::string head = "^S db1 fffffffffffffffe\n";
+    const std::string rest = "^V v1 0 fffffffffffffffc 0\n^V v0 0 0 0\n^B main 0 0 0\n^E e\n";
+    write_file("c", head + rest);
+    const struct {
+        std::vector<std::string> words;
+        const char *said;
+    } rows[] = {
+        {{"import", "c", "t1", "t2", "t3"}, "branch main has no number left"},
+        {{"branch", "c", "b", "main"}, "no number is left for a new branch"},
+        {{"checkin", "c", "t1", "--branch", "b", "--from", "main"}, "no number is left for a new"},
+    };
+    for (const auto &row : rows) {
+        const command_result result = tdm(row.words);
+        EXPECT_EQ(result.status, 2) << row.words[0];
+        EXPECT_NE(result.err.find(row.said), std::string::npos) << result.err;
+        EXPECT_EQ(read_file("c"), head + rest);
+    }
+    const std::string last = "main@18446744073709551614\n";
+    EXPECT_EQ(tdm({"import", "c", "t1", "t2"}).out, "main@18446744073709551613\n" + last);
+    EXPECT_EQ(tdm({"checkin", "c", "t3"}).status, 2);
+    EXPECT_EQ(tdm({"checkout", "c"}).out, "a\nB\nc\n^d");
+    write_file("c", "^S db1 0\n^V v 1 0 0\n^B b 1 0 0\n" + rest);  // 1 is not named as in use
+    EXPECT_EQ(tdm({"branch", "c", "b2", "main"}).status, 2);
+}
+
 TEST_F(history, default_branch_is_main_or_the_only_one) {
     ASSERT_EQ(tdm({"create", "d", "--branch", "trunk"}).status, 0);
     EXPECT_EQ(tdm({"checkin", "d", "t1"}).out, "trunk@1\n");
@@ -157,6 +183,15 @@ TEST_F(history, text_may_come_from_standard_input_or_a_pipe) {
     const std::string pipe = std::string("'") + TDM_COMMAND + "' checkin c <(echo from pipe)";
     EXPECT_EQ(run({"bash", "-c", pipe}).out, "main@5\n");
     EXPECT_EQ(tdm({"checkout", "c"}).out, "from pipe\n");
+    const std::string pipes = std::string("echo 1 | '") + TDM_COMMAND +
+                              "' import c - t1 <(echo 2) && '" + TDM_COMMAND +
+                              "' checkout c main@6";
+    EXPECT_EQ(run({"bash", "-c", pipes}).out, "main@6\nmain@7\nmain@8\n1\n");
+    EXPECT_EQ(tdm({"checkout", "c"}).out, "2\n");
+    for (const char *words : {"- -", "/dev/stdin - ", "--from-list - /dev/stdin"}) {
+        const std::string twice = std::string("echo 1 | '") + TDM_COMMAND + "' import c " + words;
+        EXPECT_EQ(run({"bash", "-c", twice}).status, 2) << words;
+    }
 }
 
 TEST_F(history, damaged_container_is_told_with_its_line_and_nothing_is_built_on_it) {

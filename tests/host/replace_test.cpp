@@ -46,7 +46,7 @@ protected:
     static size_t leftovers() {
         size_t count = 0;
         for (const std::string &name : files_in(".")) {
-            count += name.starts_with(".tdm-");
+            count += name.starts_with(".tdm-") || name.starts_with("norviktdm.");
         }
         return count;
     }
@@ -63,7 +63,7 @@ command_result traced(const std::vector<std::string> &strace_options) {
     }
     // The leak check of a sanitizer build cannot run in a traced process.
     command_options options;
-    options.environment = {"ASAN_OPTIONS=detect_leaks=0"};
+    options.environment = {"ASAN_OPTIONS=detect_leaks=0", "TMPDIR=."};
     return run(words, options);
 }
 
@@ -110,6 +110,42 @@ TEST_F(replacement, killed_at_any_system_call_it_leaves_the_old_or_the_new_conta
     // What the killed runs left behind goes with the next one.
     write_file("c", old_bytes_);
     EXPECT_EQ(tdm({"checkin", "c", "second"}).status, 0);
+    EXPECT_EQ(leftovers(), 0u);
+}
+
+TEST_F(replacement, signal_that_ends_it_removes_the_temporary_file) {
+    for (const auto &[name, number] : {std::pair("INT", 2), std::pair("TERM", 15), {"HUP", 1}}) {
+        const command_result result = traced(injection("fsync", std::string("signal=") + name, 1));
+        EXPECT_EQ(result.status, 128 + number) << result.err;
+        EXPECT_EQ(files_in("."), (std::vector<std::string>{"c", "first", "second"})) << name;
+        EXPECT_TRUE(is_old());
+    }
+}
+
+TEST_F(replacement, container_that_is_cut_while_it_is_read_is_told) {
+    write_file("long", std::string(20000, '\n'));
+    ASSERT_EQ(tdm({"checkin", "-q", "c", "long"}).status, 0);
+    const std::string script = std::string(
+                                   "strace -o /dev/null -P $PWD/c -e trace=mmap -e "
+                                   "inject=mmap:delay_exit=1000000 '") +
+                               TDM_COMMAND + "' list c & sleep 0.5; truncate -s 0 c; wait $!";
+    command_options options;
+    options.environment = {"ASAN_OPTIONS=detect_leaks=0"};
+    const command_result result = run({"bash", "-c", script}, options);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.err, "tdm: a file was cut short while it was being read; gave up\n");
+}
+
+TEST_F(replacement, temporary_file_of_a_dead_command_goes_though_it_may_only_be_read) {
+    ASSERT_EQ(traced(injection("rename", "signal=KILL", 1)).status, 128 + 9);
+    ASSERT_EQ(leftovers(), 1u);
+    for (const std::string &name : files_in(".")) {
+        chmod(name.c_str(), 0444);
+    }
+    chmod(".", 0777);
+    command_options nobody;
+    nobody.unprivileged = true;
+    tdm({"checkin", "c", "second", "--dry-run"}, nobody);
     EXPECT_EQ(leftovers(), 0u);
 }
 

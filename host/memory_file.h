@@ -1,0 +1,31 @@
+// A file in memory, for text that the library must find under a path: no disk holds it, and nothing
+// of it is left when the command is killed.
+#ifndef TDM_HOST_MEMORY_FILE_H
+#define TDM_HOST_MEMORY_FILE_H
+
+#include <string>
+#include <string_view>
+
+#include "file_lock.h"
+
+namespace host {
+
+class memory_file {
+public:
+    // An empty file; 0 or an errno value.
+    [[nodiscard]] int create();
+    // Appends to it; 0 or an errno value.
+    [[nodiscard]] int write(std::string_view bytes) const;
+
+    // By which this process, and no other, can open it as long as the object lives.
+    const std::string &path() const { return path_; }
+    int descriptor() const { return descriptor_.get(); }
+
+private:
+    owned_descriptor descriptor_;
+    std::string path_;
+};
+
+}  // namespace host
+
+#endif
