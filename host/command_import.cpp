@@ -177,7 +177,8 @@ int prove_all(const import_run &run, const added_records &added, int descriptor,
     if (status != status_done) {
         return status;
     }
-    const history_proof proof(fresh, run.lineage, added.branch, added.first);
+    history_proof proof(fresh, {added.branch, added.first},
+                        static_cast<uint32_t>(run.versions.size()));
     for (size_t i = 0; i < run.versions.size(); i++) {
         const imported_version &version = run.versions[i];
         input_text again;
@@ -185,7 +186,7 @@ int prove_all(const import_run &run, const added_records &added, int descriptor,
             return status_trouble;
         }
         const input_text &given = version.kept == nullptr ? again : *version.kept;
-        if (!proof.equals(version.number, given.text())) {
+        if (!proof.next_equals(given.text())) {
             say_of_file(*version.path, "is not what the new container holds; nothing is imported");
             return status_trouble;
         }

@@ -266,6 +266,9 @@ bool lineage_of(const container_view &view, version_id id, std::vector<version_i
             break;
         }
         if (!branch.deleted && branch.number == current) {
+            if (branch.parent.branch >= current) {
+                return false;
+            }
             lineage->push_back(branch.parent);
         }
     }

@@ -134,8 +134,8 @@ struct container_view {
 
 inline constexpr uint64_t highest_number = UINT64_MAX - 1;
 
-// Which (branch, highest number) bounds make up a version; false when its branch, or one above it,
-// has no live record.
+// Which (branch, highest number) bounds make up a version, from its own branch up to the first one;
+// false when its branch, or one above it, has no live record or is made off one that is not older.
 [[nodiscard]] bool lineage_of(const container_view &view, version_id id,
                               std::vector<version_id> *lineage);
 

@@ -1,80 +1,61 @@
 #include "history_proof.h"
 
-#include <cstring>
+#include <algorithm>
 
-#include "record_line.h"
-#include "structure.h"
+#include "proof.h"
+#include "weave_cursor.h"
 
 namespace host {
 
-namespace {
-
-std::string_view without_lines(std::string_view bytes, uint64_t lines) {
-    for (; lines > 0 && !bytes.empty(); lines--) {
-        const size_t newline = bytes.find('\n');
-        bytes.remove_prefix(newline == std::string_view::npos ? bytes.size() : newline + 1);
-    }
-    return bytes;
+history_proof::history_proof(const container_view &view, version_id first, uint32_t count)
+    : view_(view), next_(first) {
+    find_texts(count);
 }
 
-}  // namespace
-
-history_proof::history_proof(const container_view &view, const std::vector<version_id> &lineage,
-                             uint64_t branch, uint64_t first) {
-    std::string_view rest = view.bytes.view().substr(view.weave_offset);
-    while (!rest.empty()) {
-        const size_t newline = rest.find('\n');
-        const std::string_view line =
-            rest.substr(0, newline == std::string_view::npos ? newline : newline + 1);
-        rest.remove_prefix(line.size());
-        const char kind = record_kind(line);
-        if (holds_text(kind)) {
-            add_text(line);
-            continue;
-        }
-        run_fields run;
-        if (decode_run(line, &run) == spelling::malformed) {
-            continue;
-        }
-        const bool ours = run.branch == branch && run.version >= first;
-        const uint64_t since = ours                                             ? run.version
-                               : in_lineage(lineage, {run.branch, run.version}) ? 0
-                                                                                : never;
-        events_.push_back({kind == 'I' ? event::insertion : event::deletion, since, run.count, {}});
+void history_proof::find_texts(uint32_t count) {
+    const version_tree tree = build_version_tree(view_);
+    const uint32_t start = position_of(tree, next_);
+    if (start == no_position) {
+        faulty_ = true;
+        return;
     }
-}
-
-void history_proof::add_text(std::string_view stored_line) {
-    const std::string_view text = text_of(stored_line);
-    if (!events_.empty() && events_.back().kind == event::text) {
-        event &last = events_.back();
-        if (last.bytes.data() + last.bytes.size() == text.data()) {
-            last.bytes = std::string_view(last.bytes.data(), last.bytes.size() + text.size());
-            last.lines++;
-            return;
+    const position_range ours{start, start + count};
+    weave_cursor cursor(view_, tree, false);
+    weave_stretch stretch;
+    std::vector<position_range> holders;
+    for (std::size_t place = 0; cursor.next(&stretch); place++) {
+        holders.clear();
+        cursor.holders(stretch, ours, &holders);
+        for (const position_range &part : holders) {
+            texts_.push_back({part.first - start, part.end - start, place,
+                              stretch.kind == 0 ? stretch.bytes : text_of(stretch.bytes)});
         }
     }
-    events_.push_back({event::text, 0, 1, text});
+    faulty_ = !cursor.faults().empty();
+    std::stable_sort(texts_.begin(), texts_.end(),
+                     [](const held_text &a, const held_text &b) { return a.since < b.since; });
 }
 
-bool history_proof::equals(uint64_t number, std::string_view text) const {
-    uint64_t skip = 0;
-    for (const event &item : events_) {
-        if (item.kind != event::text) {
-            const bool acts = item.since <= number;
-            skip += acts == (item.kind == event::deletion) ? item.lines : 0;
-            continue;
-        }
-        if (skip >= item.lines) {
-            skip -= item.lines;
-            continue;
-        }
-        const std::string_view shown = skip == 0 ? item.bytes : without_lines(item.bytes, skip);
-        skip = 0;
-        if (!text.starts_with(shown)) {
+bool history_proof::next_equals(std::string_view text) {
+    const version_id id = next_;
+    next_.number++;
+    if (faulty_) {
+        return version_equals(view_, id, text);
+    }
+    const auto ends = [this](const held_text &held) { return held.until <= ordinal_; };
+    held_.erase(std::remove_if(held_.begin(), held_.end(), ends), held_.end());
+    const auto kept = static_cast<std::ptrdiff_t>(held_.size());
+    for (; taken_ < texts_.size() && texts_[taken_].since == ordinal_; taken_++) {
+        held_.push_back(texts_[taken_]);
+    }
+    std::inplace_merge(held_.begin(), held_.begin() + kept, held_.end(),
+                       [](const held_text &a, const held_text &b) { return a.place < b.place; });
+    ordinal_++;
+    for (const held_text &held : held_) {
+        if (!text.starts_with(held.text)) {
             return false;
         }
-        text.remove_prefix(shown.size());
+        text.remove_prefix(held.text.size());
     }
     return text.empty();
 }

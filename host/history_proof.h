@@ -1,5 +1,6 @@
 // Reads many consecutive versions of one branch back from a container and compares each with its
-// text. The weave is decoded once; each version then costs O(records + its text).
+// text. One pass over the weave finds which of them hold each stretch of lines; then every version
+// costs its own text: O(bytes + (records + stretches) x log versions) and the texts' lines.
 #ifndef TDM_HOST_HISTORY_PROOF_H
 #define TDM_HOST_HISTORY_PROOF_H
 
@@ -13,29 +14,31 @@ namespace host {
 
 class history_proof {
 public:
-    // The versions to be read back are those of the branch from number `first` on; `lineage` is
-    // that of the text before them. Keeps views into the container.
-    history_proof(const container_view &view, const std::vector<version_id> &lineage,
-                  uint64_t branch, uint64_t first);
+    // For the `count` newest versions of a branch, the first of which is `first`. None of them may
+    // be a branch point. Keeps views into the container.
+    history_proof(const container_view &view, version_id first, uint32_t count);
 
-    // Whether version `number` of the branch reads back as `text`.
-    [[nodiscard]] bool equals(uint64_t number, std::string_view text) const;
+    // Whether the next version, from `first` on, reads back as `text`.
+    [[nodiscard]] bool next_equals(std::string_view text);
 
 private:
-    // A decoded record, or text lines between two records. For an insertion `since` is the first
-    // version that has its lines, for a deletion the first that lacks them: 0 stands for the text
-    // before, `never` for no version of ours.
-    struct event {
-        enum { insertion, deletion, text } kind;
-        uint64_t since;
-        uint64_t lines;
-        std::string_view bytes;  // the lines' text as a version holds it
+    // A stretch of text, held by the versions from one number to another, counted from `first`.
+    struct held_text {
+        uint32_t since;
+        uint32_t until;
+        std::size_t place;  // among the stretches of the weave
+        std::string_view text;
     };
-    static constexpr uint64_t never = UINT64_MAX;
 
-    void add_text(std::string_view stored_line);
+    void find_texts(uint32_t count);
 
-    std::vector<event> events_;
+    const container_view &view_;
+    version_id next_;
+    uint32_t ordinal_ = 0;          // of the next version
+    std::vector<held_text> texts_;  // in order of `since` and place
+    std::size_t taken_ = 0;         // those that the versions before have begun to hold
+    std::vector<held_text> held_;   // by the version before, in order of place
+    bool faulty_ = false;           // the weave has faults, so that stretches say nothing certain
 };
 
 }  // namespace host

@@ -205,9 +205,11 @@ bool walk_record(version_walk *walk, std::string_view record, std::span<const ve
 }  // namespace
 
 bool in_lineage(std::span<const version_id> lineage, version_id id) {
-    return std::any_of(lineage.begin(), lineage.end(), [id](const version_id &bound) {
-        return bound.branch == id.branch && bound.number >= id.number;
-    });
+    const auto above = [](const version_id &bound, uint64_t branch) {
+        return bound.branch > branch;
+    };
+    const auto found = std::lower_bound(lineage.begin(), lineage.end(), id.branch, above);
+    return found != lineage.end() && found->branch == id.branch && found->number >= id.number;
 }
 
 std::optional<damage> scan_structure(const container_view &view) {

@@ -20,7 +20,8 @@ namespace host {
 // One pass, O(bytes).
 [[nodiscard]] std::optional<damage> scan_structure(const container_view &view);
 
-// Whether a record of that version belongs to the versions of that lineage.
+// Whether a record of that version belongs to the versions of that lineage, which is as lineage_of
+// gives it. O(log of the lineage's length).
 [[nodiscard]] bool in_lineage(std::span<const version_id> lineage, version_id id);
 
 // Receives the text of a version in order; returns false to end the walk.
@@ -29,7 +30,7 @@ using text_sink = std::function<bool(std::string_view piece)>;
 // The text of the version with that lineage, by one counter of lines to pass over, as the library
 // reconstructs it. Pieces are as long as the container allows (whole stretches of lines) and point
 // into it. Returns the damage at the first record that cannot be read; what has been handed over by
-// then stands. One pass, O(bytes + records x lineage length).
+// then stands. One pass, O(bytes + records x log of the lineage's length).
 [[nodiscard]] std::optional<damage> walk_version(const container_view &view,
                                                  std::span<const version_id> lineage,
                                                  const text_sink &sink);

@@ -25,6 +25,11 @@ position_range hull(position_range a, position_range b) {
     return {std::min(a.first, b.first), std::max(a.end, b.end)};
 }
 
+position_range common_part(position_range a, position_range b) {
+    const uint32_t first = std::max(a.first, b.first);
+    return {first, std::max(first, std::min(a.end, b.end))};
+}
+
 uint64_t power(uint64_t base, uint64_t exponent) {
     uint64_t result = 1;
     for (; exponent != 0; exponent >>= 1) {
@@ -386,13 +391,17 @@ bool weave_cursor::next(weave_stretch *out) {
     return false;
 }
 
-void weave_cursor::holders(const weave_stretch &stretch, std::vector<position_range> *out) const {
+void weave_cursor::holders(const weave_stretch &stretch, position_range within,
+                           std::vector<position_range> *out) const {
+    const position_range members = common_part(stretch.members, within);
     if (!passed_) {
-        members_.uncovered(stretch.members, out);
+        if (!members.empty()) {
+            members_.uncovered(members, out);
+        }
         return;
     }
-    for (const position_range part : {position_range{stretch.members.first, passed_->members.first},
-                                      position_range{passed_->members.end, stretch.members.end}}) {
+    for (const position_range part : {common_part(members, {0, passed_->members.first}),
+                                      common_part(members, {passed_->members.end, UINT32_MAX})}) {
         if (!part.empty()) {
             out->push_back(part);
         }

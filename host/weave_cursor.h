@@ -93,7 +93,12 @@ public:
     bool next(weave_stretch *out);
 
     // The parts of the last stretch's members that hold its lines.
-    void holders(const weave_stretch &stretch, std::vector<position_range> *out) const;
+    void holders(const weave_stretch &stretch, std::vector<position_range> *out) const {
+        holders(stretch, stretch.members, out);
+    }
+    // Those of them that lie within a range.
+    void holders(const weave_stretch &stretch, position_range within,
+                 std::vector<position_range> *out) const;
     // The deletions that count the lines of the last stretch: O(active x log versions).
     void counting_deletions(const weave_stretch &stretch, std::vector<std::size_t> *records) const;
 

@@ -4,6 +4,7 @@
 #include <random>
 #include <regex>
 
+#include "history_proof.h"
 #include "run_command.h"
 
 namespace {
@@ -287,6 +288,34 @@ TEST(import, stores_the_same_as_checking_in_one_by_one) {
             }
         }
         EXPECT_EQ(weave_of("all"), weave_of("one"));
+    }
+}
+
+TEST(import, sees_a_version_that_reads_otherwise) {
+    const scratch_folder folder;
+    std::mt19937 random(7);
+    ASSERT_EQ(tdm({"create", "c"}).status, 0);
+    std::vector<std::string> words = {"import", "-q", "c", "--allow-same"};
+    std::vector<std::string> texts = {""};
+    for (int i = 1; i <= 30; i++) {
+        texts.push_back(random_text(texts.back() + "more\n", random));
+        words.push_back("t" + std::to_string(i));
+        write_file(words.back(), texts.back());
+    }
+    ASSERT_EQ(tdm(words).status, 0);
+    // A run without lines changes no version, but is a fault.
+    const std::string bytes = read_file("c");
+    for (const std::string &tail : {std::string(), std::string("^I 0 1e 0\n")}) {
+        write_file("c", bytes + tail);
+        host::container_view view;
+        ASSERT_EQ(host::open_container("c", &view), 0);
+        for (size_t other = 5; other <= 30; other++) {
+            host::history_proof proof(view, {0, 5}, 26);
+            for (size_t i = 5; i <= other; i++) {
+                const std::string text = i == other ? texts[i] + "x\n" : texts[i];
+                EXPECT_EQ(proof.next_equals(text), i != other) << i << tail;
+            }
+        }
     }
 }
 
