@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <cstring>
 #include <numeric>
 
@@ -83,6 +84,13 @@ int take_operands(const CLI::App &app, command_context &context) {
             return usage_error(context.name, "one operand too many: '" + escape_name(word) + "'");
         }
         const operand &place = context.operands[next];
+        if (word.empty()) {
+            return usage_error(context.name, std::string("operand ") + place.name + " is empty");
+        }
+        if (word == "-" && std::strcmp(place.name, "CONTAINER") == 0) {
+            return usage_error(context.name,
+                               "a container is a file, never standard input (./- is one)");
+        }
         if (place.list != nullptr) {
             place.list->push_back(word);
         } else {
@@ -94,6 +102,17 @@ int take_operands(const CLI::App &app, command_context &context) {
         const operand &place = context.operands[next];
         if (place.required && (place.list == nullptr || place.list->empty())) {
             return usage_error(context.name, std::string("operand ") + place.name + " is missing");
+        }
+    }
+    return status_done;
+}
+
+int refuse_empty_values(const CLI::App &app, const command_context &context) {
+    for (const CLI::Option *option : app.get_options()) {
+        const std::vector<std::string> &values = option->results();
+        if (option->get_items_expected_max() > 0 &&
+            std::find(values.begin(), values.end(), "") != values.end()) {
+            return usage_error(context.name, option->get_name() + " needs a value");
         }
     }
     return status_done;
@@ -113,7 +132,10 @@ int parse_and_run(CLI::App &app, command_context &context, std::span<char *> wor
         print_help(app, context, full);
         return status_done;
     }
-    const int status = take_operands(app, context);
+    int status = refuse_empty_values(app, context);
+    if (status == status_done) {
+        status = take_operands(app, context);
+    }
     return status == status_done ? context.run() : status;
 }
 
@@ -165,6 +187,14 @@ int dispatch(std::span<char *> words) {
     return unknown_command(name);
 }
 
+// Negative, endless and what is no number at all, which compares as false with everything.
+std::string refuse_odd_timeout(const std::string &value) {
+    char *end = nullptr;
+    const double seconds = std::strtod(value.c_str(), &end);
+    const bool number = end != value.c_str() && *end == '\0';
+    return number && seconds >= 0 && seconds <= 1e9 ? "" : "not a number of seconds from 0 to 1e9";
+}
+
 }  // namespace
 
 void command_context::take(const char *operand_name, std::string &value, const char *description) {
@@ -188,7 +218,7 @@ void add_json_option(CLI::App &app, command_context &context) {
 void add_replace_options(CLI::App &app, command_context &context, const char *force_help) {
     app.add_option("--lock-timeout", context.lock_timeout,
                    "Wait at most SECONDS for another command (default 10)")
-        ->check(CLI::NonNegativeNumber)
+        ->check(refuse_odd_timeout)
         ->option_text("SECONDS")
         ->group(more_options);
     app.add_flag("--break-links", context.break_links,
@@ -209,7 +239,7 @@ int usage_error(std::string_view command, const std::string &message) {
 
 std::string_view nearest_name(std::string_view word, std::span<const std::string> candidates) {
     std::string_view nearest;
-    size_t best = std::max<size_t>(2, word.size() / 2);
+    size_t best = std::max<size_t>(1, word.size() / 3);
     for (const std::string &candidate : candidates) {
         const size_t distance = edit_distance(word, candidate);
         if (distance < best || (distance == best && nearest.empty())) {

@@ -197,7 +197,8 @@ void register_annotate(CLI::App &app, command_context &context) {
         "Each line: the version that brought it, its date, the line's number, the text. With\n"
         "--deleted or --all a mark comes first (- deleted, | not in VERSION's line) and the\n"
         "version that deleted the line stands before the text.";
-    context.exit_codes = "0 written; 2 wrong usage or trouble.";
+    context.exit_codes =
+        "0 written, with --force also from a damaged container; 2 wrong usage or trouble.";
     context.examples = {"tdm annotate notes.tdm", "tdm annotate notes.tdm main@3 --deleted"};
     context.run = [&context, options] { return run_annotate(context, *options); };
 }

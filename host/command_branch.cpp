@@ -63,8 +63,8 @@ int run_branch(const command_context &context, const branch_options &options) {
         container_view view;
         return prove_addition(change.old, descriptor, added, &view);
     });
-    if (status == status_done && !context.quiet) {
-        standard_output().write(options.name + "@0\n");
+    if (status == status_done) {
+        tell_version(context, options.name, 0);
     }
     return status;
 }

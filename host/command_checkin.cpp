@@ -45,7 +45,7 @@ int store(const container_change &change, const checkin_plan &plan, const versio
 
 int nothing_to_store(const container_change &change, const checkin_plan &plan) {
     say_of_file(change.old.name, "nothing to store: the text is that of " +
-                                     version_name(change.old, plan.predecessor) +
+                                     escape_name(version_name(change.old, plan.predecessor)) +
                                      " (--allow-same stores it all the same)");
     return status_negative;
 }
@@ -91,10 +91,7 @@ int run_checkin(const command_context &context, const checkin_options &options) 
     if (commit(change, plan, fresh, input.text()) != status_done) {
         return status_trouble;
     }
-    if (!context.quiet) {
-        standard_output().printf("%s@%llu\n", plan.branch.c_str(),
-                                 static_cast<unsigned long long>(plan.id.number));
-    }
+    tell_version(context, plan.branch, plan.id.number);
     return status_done;
 }
 

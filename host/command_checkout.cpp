@@ -9,6 +9,7 @@
 #include "container_change.h"
 #include "file_replace.h"
 #include "output.h"
+#include "proof.h"
 
 namespace host {
 
@@ -28,31 +29,46 @@ int construct(const checkout_options &options, const std::string &oid, const cha
     return result == 0 ? status_done : status_trouble;
 }
 
+int say_refused_text(const std::string &name) {
+    say_of_file(name, "is not written: the new file does not read back as the version's text");
+    return status_trouble;
+}
+
 int construct_into_file(const command_context &context, const checkout_options &options,
-                        const std::string &oid) {
+                        const container_view &view, const version_record &version, bool damaged) {
     file_replacement replacement(context);
     if (replacement.lock_output(options.output) != status_done ||
         replacement.refuse_same(options.container) != status_done ||
         replacement.begin() != status_done ||
-        construct(options, oid, replacement.temporary_path().c_str()) != status_done) {
+        construct(options, std::string(version.oid), replacement.temporary_path().c_str()) !=
+            status_done) {
         return status_trouble;
     }
-    return replacement.commit({});
+    return replacement.commit([&](int descriptor) {
+        file_bytes written;
+        if (const int error = written.load(descriptor); error != 0) {
+            return say_errno(options.output, "what was written cannot be read", error);
+        }
+        // What a damaged container holds is not certain enough to be compared with.
+        return damaged || version_equals(view, version.id, written.view())
+                   ? int{status_done}
+                   : say_refused_text(options.output);
+    });
 }
 
 int run_checkout(const command_context &context, const checkout_options &options) {
     container_view view;
-    if (open_sound_container(options.container, context.force, &view) != status_done) {
+    bool damaged = false;
+    if (open_sound_container(options.container, context.force, &view, &damaged) != status_done) {
         return status_trouble;
     }
     const version_record *version = require_version(view, options.version);
     if (version == nullptr) {
         return status_trouble;
     }
-    const std::string oid(version->oid);
     const bool to_stdout = options.output.empty() || options.output == "-";
-    return to_stdout ? construct(options, oid, nullptr)
-                     : construct_into_file(context, options, oid);
+    return to_stdout ? construct(options, std::string(version->oid), nullptr)
+                     : construct_into_file(context, options, view, *version, damaged);
 }
 
 }  // namespace
@@ -65,8 +81,12 @@ void register_checkout(CLI::App &app, command_context &context) {
     app.add_option("-o,--output", options->output, "Write FILE instead of standard output")
         ->option_text("FILE");
     add_dry_run_option(app, context);
-    add_replace_options(app, context, "Replace an existing FILE; read a damaged container");
-    context.exit_codes = "0 written; 2 wrong usage or trouble.";
+    add_replace_options(
+        app, context,
+        "Replace an existing FILE, though its owner changes; read a damaged container");
+    context.details = "FILE is written beside its place, compared with the version, and renamed.";
+    context.exit_codes =
+        "0 written, with --force also from a damaged container; 2 wrong usage or trouble.";
     context.examples = {"tdm checkout notes.tdm", "tdm checkout notes.tdm main@3 -o old.txt"};
     context.run = [&context, options] { return run_checkout(context, *options); };
 }

@@ -65,8 +65,8 @@ int run_create(const command_context &context, const create_options &options) {
         return prove_new_container(options.container, descriptor, options, element, version, time);
     };
     const int status = replacement.commit(prove);
-    if (status == status_done && !context.quiet) {
-        standard_output().write(options.branch + "@0\n");
+    if (status == status_done) {
+        tell_version(context, options.branch, 0);
     }
     return status;
 }

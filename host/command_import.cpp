@@ -226,11 +226,8 @@ int run_import(const command_context &context, const import_options &options) {
         return status_trouble;
     }
     const int status = import_all(run);
-    if (status == status_done && !context.quiet) {
-        for (const imported_version &version : run.versions) {
-            standard_output().printf("%s@%llu\n", run.plan.branch.c_str(),
-                                     static_cast<unsigned long long>(version.number));
-        }
+    for (size_t i = 0; status == status_done && i < run.versions.size(); i++) {
+        tell_version(context, run.plan.branch, run.versions[i].number);
     }
     return status;
 }

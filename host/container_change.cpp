@@ -4,6 +4,7 @@
 #include <cerrno>
 
 #include "output.h"
+#include "random_oid.h"
 #include "structure.h"
 
 namespace host {
@@ -30,17 +31,20 @@ int check_structure(const container_view &view) {
     return status_trouble;
 }
 
-int open_sound_container(const std::string &name, bool force, container_view *view) {
+int open_sound_container(const std::string &name, bool force, container_view *view, bool *damaged) {
     const int error = open_container(name, view);
     if (error != 0) {
         return say_errno(name, "cannot be opened", error);
     }
     const int status = check_structure(*view);
-    if (status != status_done && !force) {
-        say_of_file(name, "is damaged");
+    if (damaged != nullptr) {
+        *damaged = status != status_done;
+    }
+    if (status == status_done) {
         return status;
     }
-    return status_done;
+    say_of_file(name, force ? "is damaged; it is read all the same (--force)" : "is damaged");
+    return force ? int{status_done} : status;
 }
 
 const version_record *require_version(const container_view &view, std::string_view text) {
@@ -63,6 +67,12 @@ int check_new_branch_name(const container_view *view, const std::string &name) {
         say("%sholds a blank, a control byte or an '@'", shown.c_str());
         return status_trouble;
     }
+    const bool identifies = view != nullptr && (find_version_by_oid(*view, name) != nullptr ||
+                                                view->element_oid == name);
+    if (identifies || is_random_oid(name)) {
+        say("%slooks like an identifier", shown.c_str());
+        return status_trouble;
+    }
     if (view != nullptr && find_branch(*view, name) != nullptr) {
         say_of_file(view->name, "branch " + escape_name(name) + " exists already");
         return status_trouble;
@@ -78,6 +88,18 @@ int new_branch_number(const container_view &view, uint64_t *number) {
     }
     *number = *next;
     return status_done;
+}
+
+void tell_version(const command_context &context, const std::string &branch, uint64_t number) {
+    const std::string name = branch + "@" + std::to_string(number);
+    if (context.quiet) {
+        return;
+    }
+    if (context.dry_run) {
+        say("%s would be the new version", escape_name(name).c_str());
+    } else {
+        standard_output().write(name + "\n");
+    }
 }
 
 int container_change::open(const std::string &name) {

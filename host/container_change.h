@@ -15,8 +15,10 @@
 namespace host {
 
 // Opens a container for reading and scans its structure. A damaged one is told with its line and
-// gives status_trouble, unless `force`, which tells it and goes on.
-[[nodiscard]] int open_sound_container(const std::string &name, bool force, container_view *view);
+// gives status_trouble, unless `force`, which tells it and goes on; `damaged` (may be null) says
+// which it was.
+[[nodiscard]] int open_sound_container(const std::string &name, bool force, container_view *view,
+                                       bool *damaged = nullptr);
 
 // Scans an open container; tells its damage. 0 or status_trouble.
 [[nodiscard]] int check_structure(const container_view &view);
@@ -27,12 +29,17 @@ namespace host {
                                                     std::string_view text);
 
 // A branch's name as the command line may give it to a new branch: 1 to 99 bytes, no white space,
-// no control byte, no '@' (which stands between branch and number). 0, or status_trouble after a
+// no control byte, no '@' (which stands between branch and number), and nothing that is or may
+// become an identifier, since VERSION would then mean two things. 0, or status_trouble after a
 // message.
 [[nodiscard]] int check_new_branch_name(const container_view *view, const std::string &name);
 
 // The number of the next new branch; 0, or status_trouble after a message.
 [[nodiscard]] int new_branch_number(const container_view &view, uint64_t *number);
+
+// Prints the name of a new version on standard output, or after --dry-run says on standard error
+// that it would be made; nothing when quiet.
+void tell_version(const command_context &context, const std::string &branch, uint64_t number);
 
 // A container being changed: the old one, locked and open, and the replacement of it.
 struct container_change {

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "header_reader.h"
+#include "terminal.h"
 
 namespace host {
 namespace {
@@ -73,7 +74,7 @@ const version_record *newest_of_default_branch(const container_view &view, std::
     }
     const version_record *newest = newest_version(view, branch->number);
     if (newest == nullptr) {
-        *reason = "branch " + std::string(branch->oid) + " has no versions";
+        *reason = "branch " + escape_name(branch->oid) + " has no versions";
     }
     return newest;
 }
@@ -295,7 +296,7 @@ const version_record *resolve_version(const container_view &view, std::string_vi
     if (const branch_record *branch = find_branch(view, text)) {
         const version_record *newest = newest_version(view, branch->number);
         if (newest == nullptr) {
-            *reason = "branch " + std::string(text) + " has no versions";
+            *reason = "branch " + escape_name(text) + " has no versions";
         }
         return newest;
     }
@@ -306,8 +307,14 @@ const version_record *resolve_version(const container_view &view, std::string_vi
     if (matches.size() == 1) {
         return matches.front();
     }
-    *reason = matches.empty() ? "there is no version " + std::string(text)
-                              : "several versions begin with " + std::string(text);
+    if (!matches.empty()) {
+        *reason = "several versions begin with " + escape_name(text);
+        return nullptr;
+    }
+    *reason = "there is no version " + escape_name(text);
+    if (text.size() < shortest_prefix) {
+        *reason += " (the beginning of an identifier has 4 characters at least)";
+    }
     return nullptr;
 }
 

@@ -15,7 +15,8 @@ constexpr size_t left_column = 26;
 constexpr const char *overview_details = R"(
 VERSION is BRANCH@N, BRANCH (its newest version), or an identifier or a unique
 beginning of one, 4 characters at least. CONTAINER may have any name; write --
-before one that begins with '-'. A file named '-' is standard input or output.
+before one that begins with '-'. A text named '-' is standard input or output; a
+container is always a file.
 
 Exit codes: 0 done, equal, clean, sound; 1 a negative answer (differences,
 conflicts, damage, nothing to store); 2 wrong usage or trouble.

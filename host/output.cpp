@@ -43,6 +43,7 @@ void print_words(std::string_view words) {
 }
 
 bool standard_output_finished = false;
+int standard_output_result = status_done;
 
 }  // namespace
 
@@ -106,17 +107,21 @@ output_writer &standard_output() {
 
 int finish_standard_output() {
     if (std::exchange(standard_output_finished, true)) {
-        return status_done;
+        return standard_output_result;
     }
     // What the library has printed through the stream shares the descriptor; a descriptor that was
     // closed from the start (EBADF with nothing to write) is no failure.
     const bool stream_failed = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
     const int error = errno;
-    const int status = standard_output().finish();
-    if (stream_failed && status == status_done) {
-        return say_errno("<stdout>", "cannot write", error);
+    standard_output_result = standard_output().finish();
+    if (stream_failed && standard_output_result == status_done) {
+        standard_output_result = say_errno("<stdout>", "cannot write", error);
     }
-    return status;
+    return standard_output_result;
+}
+
+void standard_output_is_lost() {
+    standard_output_result = status_trouble;
 }
 
 void say(const char *format, ...) {

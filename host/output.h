@@ -44,8 +44,11 @@ private:
 output_writer &standard_output();
 
 // Flushes standard output, what the library has written to it included, and closes it; 0, or
-// status_trouble after a message. Called by the frame; a second call does nothing.
+// status_trouble after a message. Called by the frame; a second call gives the same result again.
 int finish_standard_output();
+
+// Makes that result status_trouble: what was written has not reached its reader.
+void standard_output_is_lost();
 
 // Prints "tdm: " and the formatted words on standard error, after what is waiting for standard
 // output; a newline is added.

@@ -32,4 +32,8 @@ int random_oid(std::string &oid) {
     return status_done;
 }
 
+bool is_random_oid(std::string_view text) {
+    return text.size() == 32 && text.find_first_not_of("0123456789abcdef") == text.npos;
+}
+
 }  // namespace host

@@ -117,12 +117,19 @@ std::string pager_command() {
     return "less";
 }
 
+// What the shell runs: it must outlive an interrupt that is meant for the pager, and passes the
+// text on where there is no such program.
+std::string pager_script() {
+    return "trap : INT QUIT\n" + pager_command() +
+           "\nshown=$?\ncase $shown in 126|127) exec cat;; esac\nexit $shown";
+}
+
 // In the child: becomes the pager, reading from `input`.
-[[noreturn]] void become_pager(const std::string &command, int input) {
+[[noreturn]] void become_pager(const std::string &script, int input) {
     dup2(input, STDIN_FILENO);
     close(input);
     setenv("LESS", "FRX", 0);
-    execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char *>(nullptr));
+    execl("/bin/sh", "sh", "-c", script.c_str(), static_cast<char *>(nullptr));
     _exit(127);
 }
 
@@ -188,9 +195,10 @@ pager::pager(bool no_pager) : terminal_(is_terminal(STDOUT_FILENO)) {
         return;
     }
     standard_output().flush();
+    const std::string script = pager_script();
     child_ = fork();
     if (child_ == 0) {
-        become_pager(command, ends[0]);
+        become_pager(script, ends[0]);
     }
     if (child_ > 0) {
         dup2(ends[1], STDOUT_FILENO);
@@ -211,6 +219,10 @@ void pager::finish() {
     while (waitpid(child_, &status, 0) < 0 && errno == EINTR) {
     }
     child_ = -1;
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+        say("the pager failed: %s", escape_name(pager_command()).c_str());
+        standard_output_is_lost();
+    }
 }
 
 pager::~pager() {

@@ -46,7 +46,8 @@ public:
     // directly. (Colour is decided by this and not by the descriptor, which may be a pipe.)
     bool to_terminal() const { return terminal_; }
 
-    // Closes standard output and waits for the pager to end.
+    // Closes standard output and waits for the pager to end. A pager that fails is told, and gives
+    // status_trouble at the end of the run; one that cannot be run at all is replaced by cat.
     void finish();
 
 private:

@@ -10,7 +10,7 @@
 namespace host {
 
 void time_option::declare(CLI::App &app) {
-    app.add_option("--time", text, "Date it: seconds since 1970, or ISO 8601 with a zone")
+    app.add_option("--time", text, "Date it: @SECONDS since 1970, or ISO 8601 with clock and zone")
         ->option_text("TIME");
 }
 
@@ -21,7 +21,7 @@ int time_option::get(uint64_t &seconds) const {
     if (parse_time(text, seconds)) {
         return status_done;
     }
-    say("'%s' is no time: give seconds since 1970 or 2024-05-01T12:30:00Z (or +02:00)",
+    say("'%s' is no time: give @SECONDS since 1970 or 2024-05-01T12:30:00Z (or +02:00)",
         escape_name(text).c_str());
     return status_trouble;
 }

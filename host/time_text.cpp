@@ -74,19 +74,25 @@ struct text_scanner {
         return true;
     }
 
+    bool digit_follows() const { return !rest.empty() && rest[0] >= '0' && rest[0] <= '9'; }
+
     bool skip_digits() {
         const size_t start = rest.size();
-        while (!rest.empty() && rest[0] >= '0' && rest[0] <= '9') {
+        while (digit_follows()) {
             rest.remove_prefix(1);
         }
         return rest.size() < start;
     }
 };
 
-bool take_date(text_scanner &text, int64_t &days) {
+// A date and a clock have separators in all places or in none: the extended or the basic form.
+bool take_date(text_scanner &text, bool &basic, int64_t &days) {
     int64_t year = 0, month = 0, day = 0;
-    if (!text.take_number(4, year) || !text.take('-') || !text.take_number(2, month) ||
-        !text.take('-') || !text.take_number(2, day)) {
+    if (!text.take_number(4, year)) {
+        return false;
+    }
+    basic = !text.take('-');
+    if (!text.take_number(2, month) || !(basic || text.take('-')) || !text.take_number(2, day)) {
         return false;
     }
     if (month < 1 || month > 12 || day < 1 || day > days_of_month(year, month)) {
@@ -96,19 +102,21 @@ bool take_date(text_scanner &text, int64_t &days) {
     return true;
 }
 
-bool take_clock(text_scanner &text, int64_t &seconds) {
+// Hours and minutes, then perhaps seconds, and of these perhaps a fraction, which is dropped.
+bool take_clock(text_scanner &text, bool basic, int64_t &seconds, bool &leap) {
     int64_t hour = 0, minute = 0, second = 0;
-    if (!text.take_number(2, hour) || !text.take(':') || !text.take_number(2, minute)) {
+    if (!text.take_number(2, hour) || !(basic || text.take(':')) || !text.take_number(2, minute)) {
         return false;
     }
-    if (text.take(':') && !text.take_number(2, second)) {
-        return false;
-    }
-    if ((text.take('.') || text.take(',')) && !text.skip_digits()) {
-        return false;
+    if (basic ? text.digit_follows() : text.take(':')) {
+        if (!text.take_number(2, second) ||
+            ((text.take('.') || text.take(',')) && !text.skip_digits())) {
+            return false;
+        }
     }
     seconds = (hour * 60 + minute) * 60 + second;
-    return hour < 24 && minute < 60 && second < 61;
+    leap = second == 60;
+    return hour < 24 && minute < 60 && second <= 60;
 }
 
 // Z, +02, +0200 or +02:00, and nothing after it.
@@ -141,6 +149,12 @@ bool parse_seconds(std::string_view text, uint64_t &seconds) {
     return !text.empty() && result.ec == std::errc{} && result.ptr == end;
 }
 
+// Digits that are a date, or a date and a clock, as well as a number of seconds; with @ before them
+// they are taken.
+bool may_be_date(std::string_view digits) {
+    return digits.size() == 8 || digits.size() == 12 || digits.size() == 14;
+}
+
 }  // namespace
 
 bool parse_time(std::string_view text, uint64_t &seconds) {
@@ -148,12 +162,14 @@ bool parse_time(std::string_view text, uint64_t &seconds) {
         return parse_seconds(text.substr(1), seconds);
     }
     if (parse_seconds(text, seconds)) {
-        return true;
+        return !may_be_date(text);
     }
     text_scanner scanner{text};
+    bool basic = false, leap = false;
     int64_t days = 0, clock = 0, offset = 0;
-    if (!take_date(scanner, days) || !(scanner.take('T') || scanner.take(' ')) ||
-        !take_clock(scanner, clock)) {
+    if (!take_date(scanner, basic, days) ||
+        !(scanner.take('T') || scanner.take('t') || scanner.take(' ')) ||
+        !take_clock(scanner, basic, clock, leap)) {
         return false;
     }
     scanner.take(' ');
@@ -162,7 +178,8 @@ bool parse_time(std::string_view text, uint64_t &seconds) {
     }
     const int64_t result = days * seconds_a_day + clock - offset;
     seconds = static_cast<uint64_t>(result);
-    return result >= 0;
+    // A leap second is the last of a day in UTC, and counts as the first of the next.
+    return result >= 0 && (!leap || result % seconds_a_day == 0);
 }
 
 std::string time_text(uint64_t seconds) {
@@ -182,7 +199,7 @@ std::string time_text(uint64_t seconds) {
 
 int current_time(uint64_t &seconds) {
     const char *epoch = getenv("SOURCE_DATE_EPOCH");
-    if (epoch == nullptr) {
+    if (epoch == nullptr || *epoch == '\0') {
         seconds = static_cast<uint64_t>(time(nullptr));
         return status_done;
     }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "run_command.h"
+#include "terminal_run.h"
 
 namespace {
 
@@ -36,9 +37,21 @@ const usage_row wrong_usage[] = {
     {"option_after_end",
      {"list", "--", "a", "--json"},
      "tdm: one operand too many: '--json' (see 'tdm list -h')\n"},
+    {"value_empty",
+     {"list", "a", "--branch", ""},
+     "tdm: --branch needs a value (see 'tdm list -h')\n"},
+    {"operand_empty",
+     {"checkout", "a", ""},
+     "tdm: operand VERSION is empty (see 'tdm checkout -h')\n"},
+    {"container_from_standard_input",
+     {"list", "-"},
+     "tdm: a container is a file, never standard input (./- is one) (see 'tdm list -h')\n"},
+    {"timeout_no_number",
+     {"checkin", "--lock-timeout", "nan", "a", "b"},
+     "tdm: --lock-timeout: not a number of seconds from 0 to 1e9 (see 'tdm checkin -h')\n"},
     {"no_time",
      {"create", "a", "--time", "2024-05-01"},
-     "tdm: '2024-05-01' is no time: give seconds since 1970 or 2024-05-01T12:30:00Z (or "
+     "tdm: '2024-05-01' is no time: give @SECONDS since 1970 or 2024-05-01T12:30:00Z (or "
      "+02:00)\n"},
 };
 
@@ -104,6 +117,25 @@ TEST(frame, any_name_works_and_is_shown_escaped) {
         EXPECT_EQ(tdm({"checkout", "--", name}).out, "x\n") << name;
     }
     EXPECT_EQ(tdm({"create", "\xff\x1b[1m"}).err, "tdm: \\xff\\e[1m: exists already\n");
+}
+
+TEST(frame, text_is_shown_or_missed_when_the_pager_is_broken) {
+    const scratch_folder folder;
+    ASSERT_EQ(tdm({"create", "c"}).status, 0);
+    const struct {
+        const char *pager;
+        int status;
+        const char *seen;
+    } rows[] = {
+        {"TDM_PAGER=sed s/VERSION/shown/", 0, "shown  DATE"},
+        {"TDM_PAGER=no-such-program", 0, "VERSION  DATE"},
+        {"TDM_PAGER=cat >/dev/null; exit 3", 2, "tdm: the pager failed: cat >/dev/null; exit 3"},
+    };
+    for (const auto &row : rows) {
+        const terminal_result result = on_terminal({"list", "c"}, "none", {}, {row.pager});
+        EXPECT_EQ(result.status, row.status) << row.pager;
+        EXPECT_NE(result.seen.find(row.seen), std::string::npos) << result.seen;
+    }
 }
 
 TEST(frame, colour_follows_option_before_environment) {

@@ -97,6 +97,13 @@ TEST_F(history, refuses_what_would_not_be_a_history) {
         {"name with blank", {"branch", "c", "a b", "main"}, "blank"},
         {"name too long", {"create", "n", "--branch", std::string(100, 'x')}, "100 bytes"},
         {"empty name", {"create", "n", "--branch="}, "--branch"},
+        {"name of an identifier", {"create", "n", "--branch", std::string(32, 'a')}, "identifier"},
+        {"beginning too short", {"checkout", "c", "abc"}, "4 characters at least"},
+        {"version with a control byte",
+         {"checkout", "c",
+          "ab\x1b"
+          "cd"},
+         "version ab\\ecd"},
         {"binary", {"checkin", "c", "binary"}, "'text file'"},
         {"long line", {"checkin", "c", "long"}, "8000"},
         {"binary import", {"import", "c", "t1", "binary"}, "'text file'"},
@@ -214,6 +221,7 @@ TEST_F(history, damaged_container_is_told_with_its_line_and_nothing_is_built_on_
     }
     const command_result forced = tdm({"checkout", "c", "main@1", "--force"});
     EXPECT_EQ(forced.status, 0) << forced.err;
+    EXPECT_NE(forced.err.find("is damaged; it is read all the same"), std::string::npos);
     EXPECT_TRUE(forced.out.starts_with("a\nb\n")) << forced.out;
 }
 

@@ -191,9 +191,9 @@ TEST_F(replacement, closed_standard_output_does_not_let_data_into_the_container)
 
 TEST_F(replacement, dry_run_changes_nothing) {
     const command_result result = tdm({"checkin", "c", "second", "--dry-run"});
-    EXPECT_EQ(result.out, "main@2\n");
-    EXPECT_EQ(result.err, "tdm: c: would be replaced\n");
-    EXPECT_EQ(tdm({"create", "new", "--dry-run"}).err, "tdm: new: would be created\n");
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "tdm: c: would be replaced\ntdm: main@2 would be the new version\n");
+    EXPECT_EQ(tdm({"create", "new", "--dry-run", "-q"}).err, "tdm: new: would be created\n");
     EXPECT_TRUE(is_old());
     EXPECT_EQ(files_in("."), (std::vector<std::string>{"c", "first", "second"}));
 }
