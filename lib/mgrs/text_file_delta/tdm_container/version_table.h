@@ -14,8 +14,9 @@ namespace tdm {
 struct version_entry {
     uint32_t deleted;       // its record is commented out, or it is being deleted
     uint32_t branch_point;  // a surviving branch was made off it
-    const char *oid;        // its own; for a deleted version that is no branch point that of the
-                      // nearest newer surviving version of its branch; null: none, or none asked
+    // Its own; for a deleted version that is no branch point that of the nearest newer surviving
+    // version of its branch; null: none, or none asked.
+    const char *oid;
     uint64_t successor;  // for a deleted version the number of that nearest newer one, 0: none
 };
 
