@@ -120,12 +120,8 @@ void stream_across_a_long_run(benchmark::State &state) {
     stream(state, pair);
 }
 
-// Two contributors, one with random edits and one with few: every block of the stream decided and
-// the output written. Items are the lines of the base.
-void merge(benchmark::State &state) {
-    const std::vector<std::string> paths = {bench::text(state.range(0), bench::edit::none),
-                                            bench::text(state.range(0), bench::edit::few),
-                                            bench::text(state.range(0), bench::edit::random)};
+// Every block of the stream decided and the output written. Items are the lines of the base.
+void merge_files(benchmark::State &state, const std::vector<std::string> &paths) {
     const std::string out = bench::scratch_path("merged");
     const auto accept = [](tdm_session *, const diff_block *, uint64_t) -> uint64_t { return 4; };
     // The report's lines go to standard output.
@@ -163,6 +159,24 @@ void merge(benchmark::State &state) {
     count_lines(state, state.range(0));
 }
 
+// Two contributors, one with random edits and one with few.
+void merge(benchmark::State &state) {
+    const std::vector<std::string> paths = {bench::text(state.range(0), bench::edit::none),
+                                            bench::text(state.range(0), bench::edit::few),
+                                            bench::text(state.range(0), bench::edit::random)};
+    merge_files(state, paths);
+}
+
+// Two-byte lines, too many for the known places in the file, every third changed.
+void merge_of_tiny_lines(benchmark::State &state) {
+    std::vector<std::string> lines(static_cast<size_t>(state.range(0)), "x");
+    const std::string base = written("tiny-base", lines);
+    for (size_t i = 0; i < lines.size(); i += 3) {
+        lines[i] = "y";
+    }
+    merge_files(state, {base, written("tiny-other", lines), base});
+}
+
 void sizes(benchmark::internal::Benchmark *benchmark) {
     for (const int64_t lines : {10000, 100000, 500000, 1000000}) {
         benchmark->Arg(lines)->Unit(benchmark::kMillisecond);
@@ -176,5 +190,6 @@ BENCHMARK_CAPTURE(compare, nothing_in_common, bench::edit::foreign)->Apply(sizes
 BENCHMARK(stream_of_small_blocks)->Arg(100000)->Arg(200000)->Unit(benchmark::kMillisecond);
 BENCHMARK(stream_across_a_long_run)->Arg(50000)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(merge)->Apply(sizes);
+BENCHMARK(merge_of_tiny_lines)->Arg(98304)->Arg(196607)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -125,9 +125,13 @@ NORVIK_API int tdm_cntutl_decode_insert(const char *line, uint64_t *branch, uint
  * Oids that are written have 1 to 99 bytes, none of them white space or a control byte; others are
  * refused before anything is opened for writing.
  *
+ * A container that was cut off in its weave reads as a shorter one: an insert run ends with the
+ * file. Whether a container is whole is for the caller to look at, before it builds on it.
+ *
  * Results, unless said otherwise: 0 done (the status of sys_fsync_stream on the output); 2 a file
  * to be opened, or a directory of its path, does not exist (nothing is printed); -1 any other
- * failure, reported. */
+ * failure, reported, save that a check-in may end without a word when there is no memory for its
+ * comparison's own tables. */
 
 /** Writes the container of a new element: its first branch (number 0) and that branch's empty
  *  version 0. An existing file at `container_path` is overwritten.
@@ -150,16 +154,17 @@ NORVIK_API int tdm_create_branch(uint64_t create_time, const char *branch_oid,
  *  @param output_path       null or empty: standard output, which stays open.
  *  @param version_oid       of a version that is not deleted.
  *  @param annotation_flags  0: the plain text. Bit 1: each line as `I OID TEXT`, with the oid of
- * the version that inserted it. Bit 2: also lines deleted within the lineage, `D OID,OID TEXT` with
- * inserter and deleter. Bit 4: these, and lines outside the lineage, `U OID TEXT`. A deleted
- * version is named by its nearest newer surviving one, an unknown one by 32 zeros. */
+ *                           the version that inserted it. Bit 2: also lines deleted within the
+ *                           lineage, `D OID,OID TEXT` with inserter and deleter. Bit 4: these, and
+ *                           lines outside the lineage, `U OID TEXT`. A deleted version is named by
+ *                           its nearest newer surviving one, an unknown one by 32 zeros. */
 NORVIK_API int tdm_construct_ver(const char *container_path, const char *output_path,
                                  const char *version_oid, uint32_t annotation_flags);
 
 /** Checks a new version in.
  *  @param create_time       stored as given.
  *  @param branch_oid        the version's branch; when the container has none of this oid it is
- * made off version `pred_version_num` of `base_branch_oid`.
+ *                           made off version `pred_version_num` of `base_branch_oid`.
  *  @param version_num       must be above every version recorded on the branch, deleted ones too.
  *  @param unused, unused_too ignored.
  *  @param base_branch_oid   used only for a new branch; may be null otherwise.
@@ -181,7 +186,8 @@ NORVIK_API int tdm_store_ver(uint64_t create_time, const char *version_oid, cons
 /** Deletes versions and branches. A deleted version on which a surviving one depends (a newer one
  * of its branch, a branch made off it) keeps its text in the file and only disappears from view.
  *  @param oid_count_1, oids_1, oid_count_2, oids_2  two lists of oids, treated alike; a count of 0
- * or less means none; no entry may be null. Oids that name nothing have no effect.
+ *                      or less means none; no entry may be null. Oids that name nothing have no
+ *                      effect.
  *  @returns as above; a branch whose versions are not all deleted with it fails the call. */
 NORVIK_API int tdm_delete_versions_and_branches(const char *container_path,
                                                 const char *new_container_path, int32_t oid_count_1,
@@ -224,7 +230,8 @@ NORVIK_API int tdm_create_session(int nfiles, const char *const *names, tdm_sess
  *  The operation "create_version" switches codeset conversion off and keeps lines apart that differ
  *  but have the same line hash.
  *  @param op_flag  nonzero: op_name is an operation; 0: a program.
- *  @param op_name  copied; may be null. */
+ *  @param op_name  copied; may be null. Without memory for the copy that is reported, and
+ *                  tdm_compare fails. */
 NORVIK_API void tdm_set_operation_context(tdm_session *s, int op_flag, const char *op_name);
 
 /** Closes the files and frees everything the session owns, itself included. Null is accepted.
@@ -237,7 +244,7 @@ NORVIK_API int tdm_destroy_session(tdm_session *s);
  *  @returns the line, newline kept, NUL-terminated, in the locale's codeset when conversion is on;
  *           valid until the next line of that file or the next conversion; not the caller's. Null,
  *           without a message, for a file or line that is not there or not in the middle; null
- * after reporting a failed read. */
+ *           after reporting a failed read. */
 NORVIK_API const char *tdm_get_line_text(tdm_session *s, int file_index, int line_number);
 
 /** Converts a text between codesets.
@@ -247,7 +254,7 @@ NORVIK_API const char *tdm_get_line_text(tdm_session *s, int file_index, int lin
  *  @param buf_size  address of its size in bytes.
  *  @param out_len   receives the length of the result, 0 when there is none.
  *  @returns *buf with the converted text and a NUL; or null when there is nothing to convert (a
- * code is 0, or both are equal), without memory, or after reporting a text that cannot be
+ *           code is 0, or both are equal), without memory, or after reporting a text that cannot be
  *           converted. */
 NORVIK_API char *tdm_convert_codeset(void *handle, uint32_t from_codeset, uint32_t to_codeset,
                                      const char *text, uint32_t len, char **buf, uint64_t *buf_size,
@@ -265,18 +272,21 @@ NORVIK_API uint32_t tdm_get_codeset_info(tdm_session *s, uint32_t *file_codeset,
  *           which stays as it was. */
 NORVIK_API int tdm_engine_enter(tdm_session *s, int *identical);
 
-/** Reads and compares all files with the base. Works once a session.
+/** Reads and compares all files with the base; only compares after tdm_engine_enter. Works once a
+ *  session.
  *  @param identical  receives 1 when all files are the same (there is no difference stream then),
  *                    else 0.
  *  @returns 0; or 1 after reporting the failure, and silently on a session that was compared
- * before, which stays as it was. */
+ *           before, which stays as it was. A file that turns out longer than its size tells (it
+ *           grows, or tells no size) is a failure: its text would be cut. */
 NORVIK_API int tdm_compare(tdm_session *s, int *identical);
 
 /** Pairs the equal lines of two files' middles; tdm_compare does it for the base and each file.
  *  @param i, j             file indices.
  *  @param map_i, count_i   receive, for every middle line of i (from 0), the index of its partner
- * in j, or -1 when its text is not in j, or -2 when it is but stayed alone; and the number of
- * entries. The caller frees the map with tdm_engine_free_map, also on failure when it was stored.
+ *                          in j, or -1 when its text is not in j, or -2 when it is but stayed
+ *                          alone; and the number of entries. The caller frees the map with
+ *                          tdm_engine_free_map, also on failure when it was stored.
  *  @param map_j, count_j   the same the other way round.
  *  @returns 0; 1 on a bad index (told on standard output) and, silently, without memory. */
 NORVIK_API int tdm_engine_match(tdm_session *s, int i, int j, int32_t **map_i, uint64_t *count_i,
@@ -294,13 +304,14 @@ NORVIK_API void tdm_engine_free_map(int32_t *map);
 
 /** Starts a stream over the compared session; a stream under way is given up.
  *  @param head_lines, tail_lines  receive the lines that all files share at the front and the end.
- *  @returns 0. */
+ *  @returns 0; 1, silently, when an argument is null. */
 NORVIK_API int tdm_init_diff_stream(tdm_session *s, uint64_t *head_lines, uint64_t *tail_lines);
 
 /** Gives the next difference.
  *  @param end_of_stream  receives 1 when there is none any more (the block then means nothing),
- * else 0.
- *  @returns 0; 1 when the comparison failed. Prints nothing. */
+ *                        else 0.
+ *  @returns 0; 1 when the files were not compared, or not successfully, or an argument is null.
+ *           Prints nothing. */
 NORVIK_API int tdm_get_next_diff(tdm_session *s, uint32_t *end_of_stream, diff_block *block);
 
 /** Tells the bytes that the common head and tail take up in one file.
@@ -340,14 +351,14 @@ typedef uint64_t (*tdm_ask_proc)(tdm_session *s, const diff_block *b, uint64_t d
 /** Starts a merge: creates the output file and writes the lines that all files begin with.
  *  @param output_path  must not exist yet; kept until tdm_merge_term. Not used with `output`.
  *  @param mq           0: decide automatically where it can be done, else ask; 1 or 4: ask always;
- * 2: never ask, abort instead; 3: automatic only where the last file agrees.
+ *                      2: never ask, abort instead; 3: automatic only where the last file agrees.
  *  @param ask          null: ask on the terminal.
  *  @param output       null: write to output_path. Otherwise no file is created and the host writes
  *                      the common head and tail itself.
  *  @param source_file  the file that common text is copied from; not a file index: the base.
  *  @returns the merge, ended and freed by tdm_merge_term; or null after the failure was reported (a
  *           null session excepted). An output file that was created stays when its head could not
- * be written. */
+ *           be written. */
 NORVIK_API merge_report *tdm_merge_init_report(tdm_session *s, const char *output_path, int mq,
                                                tdm_ask_proc ask, tdm_output_proc output,
                                                int source_file);
@@ -356,13 +367,13 @@ NORVIK_API merge_report *tdm_merge_init_report(tdm_session *s, const char *outpu
  *  @param b  copied.
  *  @returns 0; 1 when the user aborted, no decision was possible or writing failed, all reported:
  *           what was to be decided is still pending, and tdm_merge_term decides it again. 1,
- * silently, for a null argument or a block of no file. */
+ *           silently, for a null argument or a block of no file. */
 NORVIK_API int tdm_merge_queue_diff(merge_report *r, const diff_block *b);
 
 /** Ends a merge and frees it: decides and writes what is left, or gives it up.
  *  @param abandon  nonzero: remove the output.
  *  @returns 0 when the output is complete; 1 on abandon or after the failure was reported: an
- * output file that the merge created is removed. */
+ *           output file that the merge created is removed. */
 NORVIK_API int tdm_merge_term(merge_report *r, int abandon);
 
 /** Changes the query mode for the decisions that follow. */

@@ -297,6 +297,38 @@ TEST_F(merge, never_overwrites_and_leaves_no_half_output) {
     EXPECT_FALSE(std::filesystem::exists(path("out")));
 }
 
+TEST_F(merge, keeps_no_output_that_an_early_write_missed) {
+    const std::string much = test::join(std::vector<std::string>(3000, "text\n"));
+    test::session all(write_all({"1\na\n2\n", "1\n" + much + "2\n", "1\n" + much + "2\n"}));
+    ASSERT_EQ(all.compare(), 0);
+    uint64_t head = 0;
+    uint64_t tail = 0;
+    uint32_t end = 0;
+    diff_block b{};
+    ASSERT_EQ(tdm_init_diff_stream(all.s, &head, &tail), 0);
+    const std::string out = path("out");
+    merge_report *const r = tdm_merge_init_report(all.s, out.c_str(), 0, answer, nullptr, 0);
+    ASSERT_NE(r, nullptr);
+    struct rlimit kept {};
+    getrlimit(RLIMIT_FSIZE, &kept);
+    const struct rlimit small { 100, kept.rlim_max };
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    bool failed = false;
+    test::messages_of([&] {
+        while (tdm_get_next_diff(all.s, &end, &b) == 0 && end == 0) {
+            failed = tdm_merge_queue_diff(r, &b) != 0 || failed;
+        }
+    });
+    setrlimit(RLIMIT_FSIZE, &kept);
+    std::signal(SIGXFSZ, handler);
+    ASSERT_TRUE(failed);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(tdm_merge_term(r, 0), 1);
+    testing::internal::GetCapturedStdout();
+    EXPECT_FALSE(std::filesystem::exists(out));
+}
+
 TEST_F(merge, fails_without_the_text_of_a_line) {
     const auto paths = write_all(
         {test::letters("abc"), "a\n" + std::string(90000, '\n'), "a\n" + std::string(90000, '\n')});

@@ -49,6 +49,42 @@ TEST_F(session_files, need_two_to_compare_and_compare_once) {
     EXPECT_EQ(two.s->files[0].last_line, 0);
 }
 
+TEST_F(session_files, keep_the_order_of_calls) {
+    const auto paths = write_all({"a\nb\n", "a\nc\n"});
+    test::session all(paths);
+    uint32_t end = 0;
+    diff_block block{};
+    EXPECT_EQ(tdm_get_next_diff(all.s, &end, &block), 1);
+    const std::string told = test::messages_of([&] {
+        EXPECT_EQ(tdm_merge_init_report(all.s, path("out").c_str(), 0, nullptr, nullptr, 0),
+                  nullptr);
+    });
+    EXPECT_EQ(told, "Files that were not compared cannot be merged.\n");
+    ASSERT_EQ(tdm_engine_enter(all.s, &all.identical), 0);
+    EXPECT_EQ(tdm_get_next_diff(all.s, &end, &block), 1);
+    EXPECT_EQ(all.compare(), 0);
+    EXPECT_EQ(tdm_get_next_diff(all.s, &end, &block), 0);
+    EXPECT_EQ(block.kind, 1U);
+
+    test::session nameless(paths);
+    test::messages_of([&] {
+        const test::failing fault(test::service::memory, 0);
+        tdm_set_operation_context(nameless.s, 1, "create_version");
+    });
+    EXPECT_EQ(test::messages_of([&] { EXPECT_EQ(nameless.compare(), 1); }), "");
+}
+
+TEST_F(session_files, refuse_more_text_than_a_size_tells) {
+    const auto paths = write_all({"1\n", "a\n"});
+    test::session grown(paths);
+    write("file1", "a\nb\n");
+    test::session sizeless({paths[0], "/proc/self/status"});
+    for (test::session *all : {&grown, &sizeless}) {
+        const std::string told = test::messages_of([&] { EXPECT_EQ(all->compare(), 1); });
+        EXPECT_NE(told.find("has more text than its size tells"), std::string::npos) << told;
+    }
+}
+
 TEST_F(session_files, tell_the_operation_to_the_line_reader) {
     test::session all(write_all({std::string("a\0b\n", 4), "a\n"}));
     tdm_set_operation_context(all.s, 1, "merge");
@@ -59,12 +95,19 @@ TEST_F(session_files, tell_the_operation_to_the_line_reader) {
 
 TEST_F(session_files, tell_colliding_lines_apart_only_in_a_check_in) {
     for (const bool check_in : {false, true}) {
-        test::session all(write_all({"1\nc\xA0\n", "2\nb!\n"}));
-        if (check_in) {
-            tdm_set_operation_context(all.s, 1, "create_version");
+        for (const bool ignore_blanks : {false, true}) {
+            test::session all(write_all({"1\nc\xA0\n a  b\n", "2\nb!\na b \n"}));
+            if (check_in) {
+                tdm_set_operation_context(all.s, 1, "create_version");
+            }
+            if (ignore_blanks) {
+                tdm_set_ignore_blanks(all.s);
+            }
+            ASSERT_EQ(all.compare(), 0);
+            EXPECT_EQ(all.s->base_map[1][1], check_in ? -1 : 1);
+            ASSERT_EQ(all.s->base_line_count, 3U);
+            EXPECT_EQ(all.s->base_map[1][2], ignore_blanks ? 2 : -1);
         }
-        ASSERT_EQ(all.compare(), 0);
-        EXPECT_EQ(all.s->base_map[1][1], check_in ? -1 : 1);
     }
 }
 
@@ -88,8 +131,15 @@ TEST_F(session_files, survive_null_arguments) {
 TEST_F(session_files, give_back_every_line_of_the_middle_in_any_order) {
     std::mt19937 random(3);
     // Below 131072 bytes every line has a checkpoint; above, some are reached from one before.
-    for (const size_t lines : {500U, 13000U, 60000U}) {
+    // Of two-byte lines the last third have none.
+    for (const size_t lines : {500U, 13000U, 60000U, 196607U}) {
         test::texts files = {test::random_text(lines, &random), ""};
+        if (lines > 100000) {
+            files[0].clear();
+            for (size_t n = 0; n < lines; ++n) {
+                files[0] += {static_cast<char>('a' + random() % 26), '\n'};
+            }
+        }
         files[1] = "other\n" + files[0] + "last";
         test::session all(write_all(files));
         ASSERT_EQ(all.compare(), 0);

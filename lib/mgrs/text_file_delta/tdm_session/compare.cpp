@@ -15,9 +15,11 @@ int match_files(tdm_session *s) {
 }
 
 int compare(tdm_session *s, int *identical) {
-    if (tdm_engine_enter(s, identical) != 0) {
+    // A host may have entered the files itself.
+    if (s->state == session_state::created && tdm_engine_enter(s, identical) != 0) {
         return 1;
     }
+    *identical = static_cast<int>(s->identical);
     if (*identical == 0) {
         return match_files(s);
     }
@@ -27,16 +29,24 @@ int compare(tdm_session *s, int *identical) {
     return 0;
 }
 
+bool may_compare(const tdm_session *s) {
+    const bool not_compared =
+        s->state == session_state::created || s->state == session_state::entered;
+    return not_compared && s->no_op_name == 0;
+}
+
 }  // namespace
 }  // namespace tdm
 
 int tdm_compare(tdm_session *s, int *identical) {
-    if (s == nullptr || identical == nullptr || s->state != tdm::session_state::created) {
+    if (s == nullptr || identical == nullptr || !tdm::may_compare(s)) {
         return 1;
     }
     const int status = tdm::compare(s, identical);
-    if (status != 0) {
-        s->state = tdm::session_state::failed;
+    if (status == 0) {
+        s->state = tdm::session_state::compared;
+    } else if (s->state == tdm::session_state::entered) {
+        s->state = tdm::session_state::compare_failed;
     }
     if (s->file_codeset == tdm::codeset_none) {
         s->convert = 0;  // no line revealed what to convert from

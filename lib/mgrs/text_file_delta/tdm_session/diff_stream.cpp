@@ -326,9 +326,9 @@ int tdm_init_diff_stream(tdm_session *s, uint64_t *head_lines, uint64_t *tail_li
 }
 
 int tdm_get_next_diff(tdm_session *s, uint32_t *end_of_stream, diff_block *block) {
-    // A failed comparison of several files has no maps to walk.
+    // Files that were not compared have no maps to walk.
     if (s == nullptr || end_of_stream == nullptr || block == nullptr ||
-        (s->state == tdm::session_state::failed && s->file_count > 1)) {
+        (s->state != tdm::session_state::compared && s->file_count > 1)) {
         return 1;
     }
     return tdm::get_next_diff(s, end_of_stream, block);

@@ -7,6 +7,7 @@
 // lines that do not follow the base's own order: most lines of a file have the class of the base
 // line behind the one found last.
 #include <sys/random.h>
+#include <unistd.h>
 
 #include <climits>
 #include <cstdio>
@@ -23,6 +24,7 @@ namespace {
 constexpr uint32_t max_checkpoints = 131072;
 constexpr int checkpoint_shift = 17;
 constexpr int look_ahead = 128;
+constexpr int32_t far_point_distance = 64;  // lines
 
 /// The way from a line's text to its class.
 struct classifier {
@@ -50,9 +52,7 @@ int start_classifier(classifier *c) {
         report_out_of_memory();
         return 1;
     }
-    // White space that does not count has no say in a keyed hash either, so it is left to the
-    // plain one.
-    c->keyed = c->s->exact_classes != 0 && c->s->ignore_blanks == 0;
+    c->keyed = c->s->exact_classes != 0;
     if (c->keyed && getentropy(&c->key, sizeof c->key) != 0) {
         report_failure_text("No random key for the comparison: %s\n", msg_strerror(errno));
         return 1;
@@ -61,10 +61,10 @@ int start_classifier(classifier *c) {
 }
 
 uint64_t hash_line(const classifier &c, std::string_view line) {
-    if (c.keyed) {
-        return keyed_line_hash(c.key, line);
+    if (c.s->ignore_blanks != 0) {
+        return c.keyed ? keyed_blank_line_hash(c.key, line) : blank_line_hash(line);
     }
-    return c.s->ignore_blanks != 0 ? blank_line_hash(line) : exact_line_hash(line);
+    return c.keyed ? keyed_line_hash(c.key, line) : exact_line_hash(line);
 }
 
 /// The class in the table, made when it is not there. @returns null (reported) without memory.
@@ -120,6 +120,27 @@ int add_checkpoint(session_file *file, int32_t n, off_t position) {
     return 0;
 }
 
+/// Notes the place of line n of file k when the checkpoints have come to their end. They leave less
+/// than 2^17 bytes, which may be as many lines.
+int add_far_point(tdm_session *s, int k, int32_t n, off_t position) {
+    if (n % far_point_distance != 0) {
+        return 0;
+    }
+    checkpoint **const points = &s->far_points[k];
+    uint32_t *const count = &s->far_point_count[k];
+    constexpr uint64_t first_capacity = 64;
+    if (*points == nullptr) {
+        *points = array_create<checkpoint>(first_capacity);
+    }
+    if (*points == nullptr || array_reserve(points, *count) != 0) {
+        *count = 0;
+        report_out_of_memory();
+        return 1;
+    }
+    (*points)[(*count)++] = {n, static_cast<uint64_t>(position)};
+    return 0;
+}
+
 /// Line numbers, and those that stages look ahead to, are 32 bits wide, in the whole file too.
 int check_line_number(const tdm_session *s, const session_file &file, int32_t n) {
     if (s->head.line_count + static_cast<uint64_t>(n) < INT_MAX - look_ahead) {
@@ -136,6 +157,18 @@ int add_hash(uint64_t **hashes, int32_t n, uint64_t hash) {
     }
     (*hashes)[n] = hash;
     return 0;
+}
+
+/// A file that goes on behind the size it had when it was opened was written to since, or tells no
+/// size; what lies there would be missing.
+int check_end(const session_file &file) {
+    char behind = '\0';
+    const auto end = static_cast<off_t>(file.input.file_size);
+    if (pread(fileno(file.input.stream), &behind, 1, end) <= 0) {
+        return 0;
+    }
+    report_failure_text("\"%s\" has more text than its size tells.\n", file.input.file_name);
+    return 1;
 }
 
 /// Reads the `total` bytes of file k's middle. `count` receives the number of its lines.
@@ -161,9 +194,10 @@ int hash_middle(classifier *c, int k, uint64_t total, uint64_t **hashes, int32_t
         }
         const std::string_view line(file->input.line, length);
         detect_codeset(c->s, line);
-        const bool due =
-            file->checkpoint_count < max_checkpoints && consumed > file->checkpoint_count * step;
+        const bool room = file->checkpoint_count < max_checkpoints;
+        const bool due = room && consumed > file->checkpoint_count * step;
         if ((due && add_checkpoint(file, n, line_start) != 0) ||
+            (!room && add_far_point(c->s, k, n, line_start) != 0) ||
             check_line_number(c->s, *file, n) != 0 ||
             add_hash(hashes, n, hash_line(*c, line)) != 0) {
             return 1;
@@ -212,7 +246,7 @@ int enter_file(classifier *c, int k) {
             return 1;
         }
     }
-    return class_lines(c, k, *hashes, count);
+    return check_end(*file) != 0 ? 1 : class_lines(c, k, *hashes, count);
 }
 
 int enter_files(tdm_session *s, bool *identical) {
@@ -256,7 +290,8 @@ int tdm_engine_enter(tdm_session *s, int *identical) {
     }
     bool same = false;
     const int status = tdm::enter_files(s, &same);
-    s->state = status == 0 ? tdm::session_state::entered : tdm::session_state::failed;
+    s->state = status == 0 ? tdm::session_state::entered : tdm::session_state::entry_failed;
+    s->identical = same ? 1 : 0;
     *identical = same ? 1 : 0;
     return status;
 }

@@ -56,7 +56,7 @@ struct forward_source {
 /// Room for one line that arrives in pieces from its end. The pieces lie at the end of `assembled`.
 struct line_room {
     char piece[piece_size];
-    char assembled[longest_line + 2];
+    char assembled[longest_line + no_newline_prefix + 2];
     size_t length;
 };
 
@@ -122,6 +122,13 @@ bool backward_source::starts_line(int k, uint64_t bytes_from_end) const {
     return pread(fileno(in.stream), &before, 1, offset) == 1 && before == '\n';
 }
 
+/// Whether the line reader takes a line of that length.
+bool is_text_length(std::string_view line) {
+    const size_t newline = line.back() == '\n' ? 1 : 0;
+    const size_t allowance = line.starts_with("^N ") ? no_newline_prefix : 0;
+    return line.size() <= longest_line + allowance + newline;
+}
+
 /// The line before the tail of file k. Only the file's very last line may lack its newline.
 line_result backward_source::next(int k) {
     line_room *const room = k == 0 ? &base_room : &other_room;
@@ -148,7 +155,8 @@ line_result backward_source::next(int k) {
         std::memcpy(begin, piece.text.data(), piece.text.size());
         const auto length = static_cast<size_t>(end - begin);
         if (starts_line(k, behind + length)) {
-            return {step::line, {begin, length}};
+            const std::string_view line(begin, length);
+            return {is_text_length(line) ? step::line : step::stop, line};
         }
         piece = next_piece(k, room->piece);
         if (piece.what != step::line) {

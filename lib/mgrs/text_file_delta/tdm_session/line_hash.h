@@ -7,6 +7,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "tdm_session/line_reader.h"
+
 namespace tdm {
 
 static_assert(std::endian::native == std::endian::little);
@@ -115,6 +117,25 @@ inline uint64_t keyed_line_hash(const hash_key &key, std::string_view line) {
     mix();
     mix();
     return a ^ b ^ c ^ d;
+}
+
+/// keyed_line_hash of the line as blank_line_hash sees it.
+inline uint64_t keyed_blank_line_hash(const hash_key &key, std::string_view line) {
+    char text[longest_line + no_newline_prefix + 1];
+    size_t length = 0;
+    bool pending = false;
+    for (const char byte : line.substr(0, sizeof text)) {
+        if (std::isspace(static_cast<unsigned char>(byte)) != 0) {
+            pending = length != 0;
+            continue;
+        }
+        if (pending) {
+            text[length++] = ' ';
+            pending = false;
+        }
+        text[length++] = byte;
+    }
+    return keyed_line_hash(key, {text, length});
 }
 
 }  // namespace tdm

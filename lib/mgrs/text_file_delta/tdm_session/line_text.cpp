@@ -1,7 +1,8 @@
 // The text of one line of a file's middle, read again from the file.
 //
-// A checkpoint, or the place behind the line fetched last, is the nearest known start; the stream
-// is moved only when it does not stand there already, so lines fetched in order cost one read each.
+// The nearest known start is a checkpoint, a place noted past the last checkpoint, or the place
+// behind the line fetched last. The stream is moved only when it does not stand there already, so
+// lines fetched in order cost one read each, and a line anywhere costs a bounded number of reads.
 #include <algorithm>
 #include <cstdio>
 
@@ -11,6 +12,13 @@
 
 namespace tdm {
 namespace {
+
+/// The last of the places whose line is at or before `m`, or `start` when they all lie behind it.
+line_position last_place(const checkpoint *places, uint32_t count, int32_t m, line_position start) {
+    const checkpoint *const past = std::upper_bound(
+        places, places + count, m, [](int32_t line, const checkpoint &c) { return line < c.line; });
+    return past == places ? start : line_position{past[-1].line, past[-1].offset};
+}
 
 /// The nearest middle line at or before `m` whose place in file k is known.
 line_position nearest_known_line(const tdm_session *s, int k, int32_t m) {
@@ -23,13 +31,13 @@ line_position nearest_known_line(const tdm_session *s, int k, int32_t m) {
     if (file.checkpoint_count == static_cast<uint32_t>(file.last_line)) {
         return {m, first[m - 1].offset};
     }
-    if (s->last_pos[k].line == m) {
-        return s->last_pos[k];
+    const line_position last = s->last_pos[k];
+    if (last.line == m) {
+        return last;
     }
-    const checkpoint *const past =
-        std::upper_bound(first, first + file.checkpoint_count, m,
-                         [](int32_t line, const checkpoint &c) { return line < c.line; });
-    return past == first ? middle_start : line_position{past[-1].line, past[-1].offset};
+    line_position nearest = last_place(first, file.checkpoint_count, m, middle_start);
+    nearest = last_place(s->far_points[k], s->far_point_count[k], m, nearest);
+    return last.line < m && last.line > nearest.line ? last : nearest;
 }
 
 /// Reads from `start` up to middle line m, which is then in the file's line buffer.

@@ -158,11 +158,12 @@ int create_map(const tdm_session *s, int k, side *out, int32_t **map, uint64_t *
 int tdm_engine_match(tdm_session *s, int i, int j, int32_t **map_i, uint64_t *count_i,
                      int32_t **map_j, uint64_t *count_j) {
     if (s == nullptr || map_i == nullptr || count_i == nullptr || map_j == nullptr ||
-        count_j == nullptr || s->state == tdm::session_state::failed) {
+        count_j == nullptr) {
         return 1;
     }
     tdm::matcher m{.a = {}, .b = {}, .file_a = i, .file_b = j};
     if (!tdm::valid_index(s, i) || !tdm::valid_index(s, j) ||
+        s->state == tdm::session_state::entry_failed ||
         tdm::create_map(s, i, &m.a, map_i, count_i) != 0 ||
         tdm::create_map(s, j, &m.b, map_j, count_j) != 0) {
         return 1;

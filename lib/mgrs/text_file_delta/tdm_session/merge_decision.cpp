@@ -220,7 +220,8 @@ int keep_original(merge_report *r) {
     while (last > 1 && r->pending[last].kind == empty_slot) {
         --last;
     }
-    diff_block &b = r->pending[last];
+    // A copy: should the writing fail, the group stays as it was, to be decided again.
+    diff_block b = r->pending[last];
     b.kind = kind_unchanged;
     print_message(severity::report, message::keeping_original,
                   range_text(b.base_first, b.base_last));

@@ -68,6 +68,10 @@ merge_report *init_report(tdm_session *s, const char *output_path, int mq, tdm_a
         report_failure(message::too_few_files);
         return nullptr;
     }
+    if (s->file_count > 1 && s->state != session_state::compared) {
+        report_failure_text("Files that were not compared cannot be merged.\n");
+        return nullptr;
+    }
     auto *r = static_cast<merge_report *>(mem_malloc(sizeof(merge_report)));
     if (r == nullptr) {
         report_out_of_memory();
@@ -95,7 +99,14 @@ int finish_output(merge_report *r) {
     if (decide_now(r) != 0 || move_unchanged_data_from_base(r, false) != 0) {
         return 1;
     }
-    if (r->output_stream != nullptr && std::fflush(r->output_stream) != 0) {
+    if (r->output_stream == nullptr) {
+        return 0;
+    }
+    // A write that failed earlier was reported then, even if its caller went on.
+    if (std::ferror(r->output_stream) != 0) {
+        return 1;
+    }
+    if (std::fflush(r->output_stream) != 0) {
         report_file_trouble(message::trouble_accessing, r->output_path);
         return 1;
     }

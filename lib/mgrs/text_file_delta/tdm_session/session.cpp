@@ -97,6 +97,7 @@ void release_file(tdm_session *s, int k) {
     mem_free(const_cast<char *>(file.input.file_name));
     array_release(&file.lines);
     array_release(&file.checkpoints);
+    array_release(&s->far_points[k]);
 }
 
 int fill_session(tdm_session *s, int file_count, const char *const *names) {
@@ -182,13 +183,14 @@ void set_operation_context(tdm_session *s, int op_flag, const char *op_name) {
         s->files[k].input.op_is_operation = op_flag;
         s->files[k].input.op_name = s->op_name;
     }
+    s->no_op_name = op_name != nullptr && s->op_name == nullptr ? 1 : 0;
     const bool check_in = op_name != nullptr && std::strcmp(op_name, "create_version") == 0;
     if (check_in) {
         s->convert = 0;
     }
     // The line hash collides easily, and a check-in that took a changed line for an unchanged one
     // would lose the change without a word.
-    s->exact_classes = check_in && op_flag != 0 ? 1 : 0;
+    s->exact_classes = check_in ? 1 : 0;
 }
 
 }  // namespace

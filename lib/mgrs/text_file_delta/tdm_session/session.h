@@ -87,7 +87,13 @@ enum block_kind : uint8_t {
     kind_not_known = 255,
 };
 
-enum class session_state : uint32_t { created, entered, failed };
+enum class session_state : uint32_t {
+    created,
+    entry_failed,  // the line tables may be incomplete
+    entered,
+    compare_failed,  // lines are classed, maps are missing
+    compared,
+};
 
 }  // namespace tdm
 
@@ -119,8 +125,12 @@ struct tdm_session {
 
     // Kept beside the described fields, for speed and safety.
     tdm::session_state state;
+    uint32_t identical;      // 1: all files are the same; known once entered
     uint32_t exact_classes;  // 1: lines with equal hashes and different bytes are kept apart
+    uint32_t no_op_name;     // 1: the operation's name could not be kept, which was reported
     tdm::line_position last_pos[tdm::max_files];
+    tdm::checkpoint *far_points[tdm::max_files];  // grow_array: known places past the checkpoints
+    uint32_t far_point_count[tdm::max_files];
     off_t stream_at[tdm::max_files];     // where each stream stands, or position_unknown
     char *stdio_buffer[tdm::max_files];  // owned; null: the stream has its default buffer
     tdm::run_window base_runs[tdm::max_files], file_runs[tdm::max_files];
