@@ -43,7 +43,8 @@ void tell_renamed(const container_view &view, const repair_verdict &verdict) {
 }
 
 // The new container is sound, and every saved version is in it with its text.
-int prove_repaired(const container_view &view, const repair_verdict &verdict, int descriptor) {
+int prove_repaired(const container_view &view, const version_tree &tree,
+                   const repair_verdict &verdict, int descriptor) {
     container_view repaired;
     if (const int error = open_container(descriptor, "the new container", &repaired); error != 0) {
         return say_errno(view.name, "the new container cannot be read", error);
@@ -66,7 +67,7 @@ int prove_repaired(const container_view &view, const repair_verdict &verdict, in
             return status_trouble;
         }
     }
-    if (const auto reason = compare_texts(view, is_saved, repaired, is_alive)) {
+    if (const auto reason = compare_texts(view, tree, is_saved, repaired, is_alive)) {
         say_of_file(view.name, *reason);
         return status_trouble;
     }
@@ -89,7 +90,7 @@ int write_new(const container_view &view, const container_check &check,
         return status_trouble;
     }
     return replacement->commit(
-        [&](int descriptor) { return prove_repaired(view, verdict, descriptor); });
+        [&](int descriptor) { return prove_repaired(view, check.scan.tree, verdict, descriptor); });
 }
 
 int run_repair(const command_context &context, const repair_options &options) {
@@ -111,7 +112,7 @@ int run_repair(const command_context &context, const repair_options &options) {
     }
     const repair_verdict verdict = judge_versions(view, check, options.drop_stray);
     tell_lost(view, verdict);
-    if (!verdict.worth_writing() && !verdict.lost.empty()) {
+    if (!verdict.worth_writing() && !check.faults.empty()) {
         say_of_file(view.name, "nothing can be saved; nothing is written");
         return status_negative;
     }

@@ -11,32 +11,42 @@
 namespace host {
 namespace {
 
-// The versions in which a line without newline is followed by more.
-struct broken_text {
-    const version_record *first = nullptr;
-    uint64_t versions = 0;
-};
-
-// An unterminated line is the last one of every version that holds it.
+// An unterminated line is the last one of every version that holds it. Where it is not, a record
+// may be wrong that gives lines to versions, or the mark, and any text may be another one.
 void check_unterminated(const container_view &view, container_check *check) {
-    std::map<uint64_t, broken_text> by_line;
+    std::map<uint64_t, std::vector<version_id>> by_line;
     for (const version_record &version : view.versions) {
-        const uint32_t position = position_of(check->scan.tree, version.id);
-        const text_step &read = check->scan.totals[position];
+        const text_step &read = check->scan.totals[position_of(check->scan.tree, version.id)];
         if (!version.deleted && read.first_unended != 0 && read.first_unended != read.last_line) {
-            broken_text &broken = by_line[read.first_unended];
-            broken.first = broken.first == nullptr ? &version : broken.first;
-            broken.versions++;
-            check->in_doubt[position] = true;
+            by_line[read.first_unended].push_back(version.id);
         }
     }
     for (const auto &[line, broken] : by_line) {
-        std::string names = escape_name(version_name(view, broken.first->id));
-        if (broken.versions > 1) {
-            names += " and of " + std::to_string(broken.versions - 1) + " more";
+        std::string names = escape_name(version_name(view, broken.front()));
+        if (broken.size() > 1) {
+            names += " and of " + std::to_string(broken.size() - 1) + " more";
         }
         check->faults.push_back(
-            {{line, "a line without newline that is not the last one of " + names}, {}, false});
+            {{line, "a line without newline that is not the last one of " + names},
+             all_versions(check->scan.tree),
+             false});
+    }
+}
+
+// A version record whose number has become another one reads as a lost one and a version without
+// lines of its own.
+void check_without_records(const container_view &view, container_check *check) {
+    for (const version_record &version : view.versions) {
+        const uint32_t position = position_of(check->scan.tree, version.id);
+        const change_counts &changes = check->scan.changes[position];
+        if (!version.deleted && version.id != version_id{0, 0} && changes.added == 0 &&
+            changes.deleted == 0) {
+            check->faults.push_back(
+                {{version.line, escape_name(version_name(view, version.id)) +
+                                    " has no lines of its own; it may be a lost version"},
+                 {position, position + 1},
+                 false});
+        }
     }
 }
 
@@ -65,6 +75,9 @@ container_check check_container(const container_view &view, bool fingerprints,
     check.faults = check_header(view, check.scan.tree);
     check.faults.insert(check.faults.end(), check.scan.faults.begin(), check.scan.faults.end());
     check_unterminated(view, &check);
+    if (!check.scan.unlisted.empty()) {
+        check_without_records(view, &check);
+    }
     std::stable_sort(
         check.faults.begin(), check.faults.end(),
         [](const weave_fault &a, const weave_fault &b) { return a.what.line < b.what.line; });

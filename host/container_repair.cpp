@@ -37,11 +37,6 @@ std::vector<damage> first_reasons(const container_check &check, bool drop_stray)
             next[i] = i + 1;
         }
     }
-    for (std::size_t i = 0; i < count; i++) {
-        if (next[i] == i && check.in_doubt[i]) {
-            reasons[i] = {0, "a line without newline stands in the middle of its text"};
-        }
-    }
     return reasons;
 }
 
@@ -111,6 +106,8 @@ public:
     header_writer(const container_view &view, const container_check &check,
                   const repair_verdict &verdict, std::set<version_id> owners)
         : view_(view), tree_(check.scan.tree), verdict_(verdict), owners_(std::move(owners)) {
+        owners_.insert(version_id{0, 0});  // every container begins with it
+        needed_.insert(0);
         for (const version_record &version : view.versions) {
             oids_[version.oid]++;
         }
@@ -149,9 +146,6 @@ private:
     void find_needed_branches() {
         for (const version_record *version : verdict_.saved) {
             for (uint64_t number = version->id.branch; needed_.insert(number).second;) {
-                if (number == 0) {
-                    break;
-                }
                 number = tree_.branches.at(number).record->parent.branch;
             }
         }

@@ -35,6 +35,7 @@ struct version_record {
     uint64_t time = 0;     // seconds since 1970 when our command wrote it
     uint64_t line = 0;     // in the container, from 1
     bool deleted = false;  // commented out: the version is gone, something still depends on it
+    bool odd = false;      // no encoder spells its fields so, and they may be damaged
 };
 
 struct branch_record {
@@ -43,6 +44,7 @@ struct branch_record {
     version_id parent;     // what it was made off; for branch 0 without meaning
     uint64_t line = 0;     // in the container, from 1
     bool deleted = false;  // commented out
+    bool odd = false;      // no encoder spells its fields so, and they may be damaged
 };
 
 // What is wrong with a container, and where.
@@ -86,8 +88,11 @@ struct container_view {
     // What in the header cannot be read, in file order; the records around it are there all the
     // same. Nothing may be built on a container that has any.
     std::vector<damage> header_damages;
-    // What can be read but is never written so: a number with a leading zero, a second blank.
+    // What else can be read but is never written so.
     std::vector<damage> header_oddities;
+    // A line of the header may have been broken in two or have swallowed the next one, so that even
+    // a record that can be read may say something else than it did.
+    bool torn_header = false;
 
     // Looked up by the functions below, which fill them at their first use.
     mutable std::unordered_map<version_id, std::size_t, version_id_hash> by_id;

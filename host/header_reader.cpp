@@ -40,15 +40,22 @@ struct header_reader {
         out->header_damages.push_back({line, std::move(reason)});
     }
 
-    // Notes how a record is spelled; false when it cannot be read.
+    // False, with the damage noted, when a record cannot be read.
     bool accept(spelling form, const char *what) const {
         if (form == spelling::malformed) {
             fail(line_number, std::string(what) + " that cannot be read");
-        } else if (form == spelling::odd) {
+        }
+        out->torn_header = out->torn_header || form == spelling::followed;
+        return form != spelling::malformed;
+    }
+
+    // The same for a record that is not kept with how it is spelled.
+    bool accept_and_note(spelling form, const char *what) const {
+        if (form == spelling::odd || form == spelling::followed) {
             out->header_oddities.push_back(
                 {line_number, std::string(what) + " spelled as none is written"});
         }
-        return form != spelling::malformed;
+        return accept(form, what);
     }
 
     void check_oid(std::string_view oid) const {
@@ -85,14 +92,14 @@ bool read_status(header_reader *in) {
     if (out->format != known_formats) {
         in->fail(1, "the status record names a format that is not known");
     }
-    return in->accept(form, "a status record");
+    return in->accept_and_note(form, "a status record");
 }
 
 void take_object(header_reader *in, std::string_view record, bool commented) {
     const bool version = record_kind(record) == 'V';
     object_fields fields;
-    if (!in->accept(decode_object(record, &fields),
-                    version ? "a version record" : "a branch record")) {
+    const spelling form = decode_object(record, &fields);
+    if (!in->accept(form, version ? "a version record" : "a branch record")) {
         return;
     }
     in->check_oid(fields.oid);
@@ -102,13 +109,15 @@ void take_object(header_reader *in, std::string_view record, bool commented) {
                                      .id = {fields.number[0], fields.number[1]},
                                      .time = fields.number[2],
                                      .line = line,
-                                     .deleted = commented});
+                                     .deleted = commented,
+                                     .odd = form != spelling::canonical});
     } else {
         in->out->branches.push_back({.oid = fields.oid,
                                      .number = fields.number[0],
                                      .parent = {fields.number[1], fields.number[2]},
                                      .line = line,
-                                     .deleted = commented});
+                                     .deleted = commented,
+                                     .odd = form != spelling::canonical});
     }
 }
 
@@ -128,7 +137,8 @@ bool take_header_line(header_reader *in) {
     } else if (kind == 'V' || kind == 'B') {
         take_object(in, record, commented);
     } else if (kind == 'E' && !commented) {
-        if (in->accept(decode_element(record, &in->out->element_oid), "an element record")) {
+        if (in->accept_and_note(decode_element(record, &in->out->element_oid),
+                                "an element record")) {
             in->check_oid(in->out->element_oid);
         }
         in->end_header(in->offset, in->line_number + 1);
@@ -138,6 +148,7 @@ bool take_header_line(header_reader *in) {
         in->end_header(start, in->line_number);
         return false;
     } else {
+        in->out->torn_header = in->out->torn_header || !line.starts_with('^');
         in->fail(in->line_number, "neither a version nor a branch nor the element record");
     }
     return true;

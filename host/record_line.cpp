@@ -112,6 +112,21 @@ std::string_view first_token(std::string_view line) {
     return line.substr(first, line.find_first_of(blanks, first) - first);
 }
 
+// How a line is spelled that decodes, but is not in canonical form. `fields` is how many it has.
+spelling odd_spelling(std::string_view line, std::size_t fields) {
+    constexpr std::string_view blanks = " \t\n\v\f\r";
+    std::size_t end = record_prefix;
+    for (std::size_t i = 0; i < fields; i++) {
+        end = line.find_first_of(blanks, line.find_first_not_of(blanks, end));
+    }
+    const bool last_is_number =
+        fields == 1 || line.substr(0, end).find_last_not_of("0123456789abcdefABCDEFxX+-") ==
+                           line.substr(0, end).find_last_of(blanks);
+    return last_is_number && line.find_first_not_of(blanks, end) == std::string_view::npos
+               ? spelling::odd
+               : spelling::followed;
+}
+
 }  // namespace
 
 char record_kind(std::string_view line) {
@@ -146,7 +161,7 @@ spelling decode_run(std::string_view line, run_fields *out) {
                                                  &out->count) != 0) {
         return spelling::malformed;
     }
-    return spelling::odd;
+    return odd_spelling(line, 3);
 }
 
 spelling decode_object(std::string_view line, object_fields *out) {
@@ -162,7 +177,7 @@ spelling decode_object(std::string_view line, object_fields *out) {
         return spelling::malformed;
     }
     out->oid = first_token(line);
-    return spelling::odd;
+    return odd_spelling(line, 4);
 }
 
 spelling decode_element(std::string_view line, std::string_view *oid) {
@@ -176,7 +191,7 @@ spelling decode_element(std::string_view line, std::string_view *oid) {
         return spelling::malformed;
     }
     *oid = first_token(line);
-    return spelling::odd;
+    return odd_spelling(line, 1);
 }
 
 spelling decode_status(std::string_view line, uint64_t *format, uint64_t *highest) {
@@ -191,7 +206,7 @@ spelling decode_status(std::string_view line, uint64_t *format, uint64_t *highes
     if (!copy.usable || tdm_cntutl_decode_status(copy.bytes.data(), format, highest) != 0) {
         return spelling::malformed;
     }
-    return spelling::odd;
+    return odd_spelling(line, 2);
 }
 
 }  // namespace host

@@ -24,6 +24,7 @@ constexpr std::size_t longest_line = 8000;
 enum class spelling {
     canonical,  // as the encoders write it
     odd,        // decodes, but no encoder writes it so
+    followed,   // decodes, but more stands behind the last field
     malformed,  // does not decode
 };
 

@@ -177,11 +177,10 @@ std::optional<std::string> compare_headers(const container_view &before,
 
 }  // namespace
 
-std::optional<std::string> compare_texts(const container_view &before,
+std::optional<std::string> compare_texts(const container_view &before, const version_tree &old_tree,
                                          const survivor_test &survives_before,
                                          const container_view &after,
                                          const survivor_test &survives_after) {
-    const version_tree old_tree = build_version_tree(before);
     const version_tree new_tree = build_version_tree(after);
     const survivor_ranks old_ranks(before, old_tree, survives_before);
     const survivor_ranks new_ranks(after, new_tree, survives_after);
@@ -199,7 +198,7 @@ std::optional<std::string> compare_survivors(const container_view &before,
     if (std::optional<std::string> reason = compare_headers(before, after, survives)) {
         return reason;
     }
-    return compare_texts(before, survives, after,
+    return compare_texts(before, build_version_tree(before), survives, after,
                          [](const version_record &version) { return !version.deleted; });
 }
 

@@ -28,6 +28,7 @@ using survivor_test = std::function<bool(const version_record &)>;
 // The comparison of the weaves alone, for containers whose headers differ: the survivors of each
 // must be the same versions. Either may be unsound where its survivors are not concerned.
 [[nodiscard]] std::optional<std::string> compare_texts(const container_view &before,
+                                                       const version_tree &old_tree,
                                                        const survivor_test &survives_before,
                                                        const container_view &after,
                                                        const survivor_test &survives_after);

@@ -36,9 +36,9 @@ std::vector<const branch_record *> live_branches(const container_view &view, ver
 }
 
 void collect_versions(const container_view &view, const std::vector<const branch_record *> &live,
-                      version_tree *tree) {
-    std::vector<version_id> ids;
-    ids.reserve(view.versions.size() + live.size());
+                      const std::set<version_id> &lost, version_tree *tree) {
+    std::vector<version_id> ids(lost.begin(), lost.end());
+    ids.reserve(lost.size() + view.versions.size() + live.size());
     for (const version_record &version : view.versions) {
         ids.push_back(version.id);
     }
@@ -178,7 +178,9 @@ uint32_t find_entry(const version_tree &tree, const tree_branch &branch, uint64_
 
 void mark_listed(const container_view &view, version_tree *tree) {
     for (const version_record &version : view.versions) {
-        const tree_branch &branch = *find_tree_branch(*tree, version.id.branch);
+        tree_branch &branch = tree->branches.at(version.id.branch);
+        branch.lowest = std::min(branch.lowest, version.id.number);
+        branch.highest = std::max(branch.highest, version.id.number);
         tree->by_id[find_entry(*tree, branch, version.id.number)].listed = true;
     }
 }
@@ -194,10 +196,10 @@ void index_low_branches(version_tree *tree) {
 
 }  // namespace
 
-version_tree build_version_tree(const container_view &view) {
+version_tree build_version_tree(const container_view &view, const std::set<version_id> &lost) {
     version_tree tree;
     const std::vector<const branch_record *> live = live_branches(view, &tree);
-    collect_versions(view, live, &tree);
+    collect_versions(view, live, lost, &tree);
     const std::vector<hanging_branch> hanging = attach_branches(live, &tree);
     numbering order(&tree, hanging);
     for (const uint64_t root : root_branches(tree, hanging)) {
@@ -224,6 +226,10 @@ tree_place place_of(const version_tree &tree, version_id id) {
             exact && entry.listed};
 }
 
+position_range all_versions(const version_tree &tree) {
+    return {0, static_cast<uint32_t>(tree.versions.size())};
+}
+
 position_range members_of(const version_tree &tree, version_id id) {
     return place_of(tree, id).members;
 }
@@ -238,6 +244,11 @@ bool is_ancestor(version_id older, position_range older_members, version_id newe
 
 uint32_t position_of(const version_tree &tree, version_id id) {
     return place_of(tree, id).position;
+}
+
+bool misses_record(const version_tree &tree, version_id id) {
+    const tree_branch *branch = find_tree_branch(tree, id.branch);
+    return branch != nullptr && branch->lowest < id.number && id.number < branch->highest;
 }
 
 }  // namespace host

@@ -11,6 +11,7 @@
 #define TDM_HOST_VERSION_TREE_H
 
 #include <cstdint>
+#include <set>
 #include <unordered_map>
 #include <vector>
 
@@ -33,7 +34,9 @@ inline constexpr uint32_t no_position = UINT32_MAX;
 struct tree_branch {
     uint32_t first = 0;  // in version_tree::by_id
     uint32_t end = 0;
-    uint32_t subtree_end = 0;  // position after the last one of its subtree
+    uint32_t subtree_end = 0;      // position after the last one of its subtree
+    uint64_t lowest = UINT64_MAX;  // number of a listed version
+    uint64_t highest = 0;
     const branch_record *record = nullptr;
     bool rooted = false;  // its line of branch points leads to branch 0
 };
@@ -67,7 +70,9 @@ struct version_tree {
 
 // O(records x log records). Works on damaged headers too: a branch whose line of branch points does
 // not lead to branch 0 becomes a root of its own.
-[[nodiscard]] version_tree build_version_tree(const container_view &view);
+// `lost` versions stand in it as well, unlisted.
+[[nodiscard]] version_tree build_version_tree(const container_view &view,
+                                              const std::set<version_id> &lost = {});
 
 // O(1) where the versions of the branch are numbered without gaps, else O(log versions). `id`
 // itself need not be in the tree.
@@ -80,6 +85,13 @@ struct version_tree {
 // stands above `newer` in the tree. True as well when no version has `newer` in its lineage.
 [[nodiscard]] bool is_ancestor(version_id older, position_range older_members, version_id newer,
                                position_range newer_members);
+
+// Whether the branch has versions below and above `id`, which is not listed: its record is lost
+// then, since versions are numbered without gaps.
+[[nodiscard]] bool misses_record(const version_tree &tree, version_id id);
+
+// All positions.
+[[nodiscard]] position_range all_versions(const version_tree &tree);
 
 // The position of a version that is in the tree, else no_position.
 [[nodiscard]] uint32_t position_of(const version_tree &tree, version_id id);

@@ -18,13 +18,6 @@ std::string lines_text(uint64_t count) {
     return std::to_string(count) + (count == 1 ? " line" : " lines");
 }
 
-position_range hull(position_range a, position_range b) {
-    if (a.empty() || b.empty()) {
-        return a.empty() ? b : a;
-    }
-    return {std::min(a.first, b.first), std::max(a.end, b.end)};
-}
-
 position_range common_part(position_range a, position_range b) {
     const uint32_t first = std::max(a.first, b.first);
     return {first, std::max(first, std::min(a.end, b.end))};
@@ -62,18 +55,10 @@ void weave_cursor::fault(uint64_t line, std::string reason, position_range doubt
     faults_.push_back({{line, std::move(reason)}, doubt, false});
 }
 
+// A record that does not fit may have another owner or count than it says, or others around it may,
+// so that any version can have got lines or lost them.
 position_range weave_cursor::all() const {
-    return {0, static_cast<uint32_t>(tree_.versions.size())};
-}
-
-// The versions that a mistake at this place can concern: those of the outermost open run.
-position_range weave_cursor::surrounding() const {
-    return runs_.empty() ? all() : runs_.front().members;
-}
-
-// The same where either of two records may be the wrong one.
-position_range weave_cursor::surrounding(position_range more) const {
-    return runs_.size() < 2 ? all() : hull(runs_.front().members, more);
+    return all_versions(tree_);
 }
 
 // The line at `at_` with its newline, which the last line of a cut file lacks.
@@ -120,23 +105,23 @@ void weave_cursor::end_deletions() {
 bool weave_cursor::take_run_fields(std::string_view line, char kind, run_fields *fields) {
     const spelling form = decode_run(line, fields);
     if (form == spelling::malformed) {
-        fault(line_, std::string(record_word(kind)) + " that cannot be read", surrounding());
+        fault(line_, std::string(record_word(kind)) + " that cannot be read", all());
         return false;
     }
-    if (form == spelling::odd) {
-        fault(line_, std::string(record_word(kind)) + " spelled as none is written", {});
+    if (form != spelling::canonical) {
+        // A digit that was lost, or a newline and with it the next line.
+        fault(line_, std::string(record_word(kind)) + " spelled as none is written", all());
     }
     return true;
 }
 
 void weave_cursor::check_owner(char kind, version_id id, const tree_place &place) {
     if (!place.listed) {
-        // The version is lost, but the others can be read as ever.
         unlisted_.insert(id);
         fault(line_,
               std::string(record_word(kind)) + " of " + version_name(view_, id) +
                   ", which the header does not list",
-              {});
+              misses_record(tree_, id) ? position_range{} : all());
     } else if (id == version_id{0, 0}) {
         fault(line_, "the first version of all has no lines to insert or delete", all());
     }
@@ -145,7 +130,7 @@ void weave_cursor::check_owner(char kind, version_id id, const tree_place &place
               std::string(record_word(kind)) + " of " + version_name(view_, id) +
                   " inside a run of " + version_name(view_, runs_.back().id) +
                   ", which it does not descend from",
-              surrounding(place.members));
+              all());
     }
 }
 
@@ -153,7 +138,7 @@ void weave_cursor::open_insert(const run_fields &fields, position_range members,
                                std::size_t ordinal) {
     const version_id id{fields.branch, fields.version};
     if (fields.count == 0) {
-        fault(line_, "an insert record of 0 lines", members);
+        fault(line_, "an insert record of 0 lines", all());
         return;
     }
     runs_.push_back({id, members, fields.count, ordinal, line_});
@@ -163,21 +148,21 @@ void weave_cursor::begin_delete(const run_fields &fields, position_range members
                                 std::size_t ordinal) {
     const version_id id{fields.branch, fields.version};
     if (fields.count == 0) {
-        fault(line_, "a delete record of 0 lines", members);
+        fault(line_, "a delete record of 0 lines", all());
         return;
     }
     const uint32_t before = members.empty() ? no_position : tree_.parent[members.first];
     if (before == no_position) {
         fault(line_, "deletes " + lines_text(fields.count) + " where there are none before it",
-              members);
+              all());
         return;
     }
     if (members_.is_covered(members.first)) {
         fault(line_,
               "a deletion by " + version_name(view_, id) + " inside a deletion that it inherits",
-              surrounding());
+              all());
     }
-    announced_ = active_deletion{ordinal, id, members, before, fields.count, line_, surrounding()};
+    announced_ = active_deletion{ordinal, id, members, before, fields.count, line_};
     if (!deletions_.empty()) {
         activate_announced();
     }
@@ -202,10 +187,10 @@ void weave_cursor::activate_announced() {
 void weave_cursor::take_record(std::string_view line, char kind) {
     activate_announced();
     if (const char *reason = line_fault(line)) {
-        fault(line_, reason, surrounding());
+        fault(line_, reason, all());
     }
     if (kind != 'I' && kind != 'D') {
-        fault(line_, "a record that does not belong into the weave", surrounding());
+        fault(line_, "a record that does not belong into the weave", all());
         return;
     }
     weave_record record{kind, {}, next_ordinal_++, line};
@@ -245,7 +230,7 @@ void weave_cursor::check_under_deletion(open_run *run) {
         run->told = true;
         fault(line_,
               "a line of " + version_name(view_, run->id) + " inside a deletion that is not newer",
-              surrounding());
+              all());
     }
 }
 
@@ -270,8 +255,7 @@ void weave_cursor::take_marked(char kind, weave_stretch *out, text_step *step) {
         fault(line_, reason, out->members);
     }
     if (const char *reason = spelling_fault(line, kind)) {
-        const bool readable = line.size() > record_prefix && line[2] == ' ';
-        fault(line_, reason, readable && text_of(line) != "" ? position_range{} : out->members);
+        fault(line_, reason, all());  // it may be a record whose kind has become another one
     }
     const std::string_view text = text_of(line);
     out->bytes = line;
@@ -355,7 +339,7 @@ void weave_cursor::finish() {
         fault(run.line,
               "the file ends " + lines_text(run.remaining) +
                   " before the end of the run that this record opens",
-              runs_.front().members);
+              all());
     }
     for (const auto &[key, deletion] : deletions_) {
         const uint64_t missing = std::get<1>(key) - members_.lines_of(deletion.before);
@@ -363,7 +347,7 @@ void weave_cursor::finish() {
               "deletes " + lines_text(deletion.lines) + ", but only " +
                   std::to_string(deletion.lines - std::min(missing, deletion.lines)) +
                   " of them follow",
-              deletion.doubt);
+              all());
     }
 }
 

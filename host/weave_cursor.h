@@ -74,7 +74,6 @@ struct active_deletion {
     uint32_t before = no_position;  // position of the version whose lines it counts
     uint64_t lines = 0;             // that it counts in all
     uint64_t line = 0;              // of its record
-    position_range doubt;           // when its lines never come
 };
 
 // What a version's records count.
@@ -127,8 +126,6 @@ private:
 
     void fault(uint64_t line, std::string reason, position_range doubt);
     position_range all() const;
-    position_range surrounding() const;
-    position_range surrounding(position_range more) const;
 
     std::string_view line_here() const;
     void pass_line(std::string_view line);

@@ -77,6 +77,8 @@ const damage_row damages[] = {
     {"branch off itself", "^B draft 1 0 2", "^B draft 1 1 1", 5, "not older"},
     {"commented branch", "^B draft", "^#^B draft", 5, "is alive"},
     {"no branch record", "^B draft 1 0 2\n", "", 3, "of a branch without a record"},
+    {"no first branch", "^B main 0 0 0\n", "", 10, "record of the first branch is missing"},
+    {"no first version", "^V ver0 0 0 1\n", "", 10, "record of the first version is missing"},
     {"empty branch", "^B main", "^B none 1 0 1\n^B main", 10, "a second record"},
     {"unlisted version", "^V ver4 0 4 7\n", "", 13, "header does not list"},
     {"first version with lines", "^I 0 4 1", "^I 0 0 1", 14, "has no lines"},
