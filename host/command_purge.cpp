@@ -30,25 +30,49 @@ std::string lines_text(uint64_t count) {
     return std::to_string(count) + (count == 1 ? " line" : " lines");
 }
 
-// A version that is deleted but kept, by its name or identifier.
-const version_record *find_deleted(const container_view &view, const std::string &text) {
-    constexpr std::size_t shortest_prefix = 4;
-    const auto matches = [&](const version_record &version) {
-        return version.deleted &&
-               (version_name(view, version.id) == text ||
-                (text.size() >= shortest_prefix && version.oid.starts_with(text)));
-    };
-    const auto first = std::find_if(view.versions.begin(), view.versions.end(), matches);
-    if (first == view.versions.end() || std::any_of(first + 1, view.versions.end(), matches)) {
-        return nullptr;
-    }
-    return &*first;
+bool is_named(const container_view &view, const version_record &version, const std::string &text) {
+    return version_name(view, version.id) == text || version.oid == text;
 }
 
+// The deleted versions that are still in the file and that `text` names or, when it names none, is
+// the beginning of whose identifiers.
+std::vector<const version_record *> find_deleted(const container_view &view,
+                                                 const std::string &text) {
+    constexpr std::size_t shortest_prefix = 4;
+    std::vector<const version_record *> found;
+    for (const version_record &version : view.versions) {
+        if (version.deleted && is_named(view, version, text)) {
+            return {&version};
+        }
+        if (version.deleted && text.size() >= shortest_prefix && version.oid.starts_with(text)) {
+            found.push_back(&version);
+        }
+    }
+    return found;
+}
+
+// A live version by its name or its branch's comes first, then a deleted one by its name; what is
+// the beginning of several identifiers names nothing.
 int find_version_to_purge(const container_view &view, const std::string &text, version_id *id,
                           deletion_request *request) {
-    if (const version_record *deleted = find_deleted(view, text)) {
-        *id = deleted->id;
+    const auto live = find_versions_by_prefix(view, text);
+    const auto deleted = find_deleted(view, text);
+    std::string reason;
+    const version_record *resolved = resolve_version(view, text, &reason);
+    const bool by_prefix = std::find(live.begin(), live.end(), resolved) != live.end() &&
+                           !is_named(view, *resolved, text);
+    const bool has_deleted = !deleted.empty() && (resolved == nullptr || by_prefix);
+    if (has_deleted && is_named(view, *deleted.front(), text)) {
+        *id = deleted.front()->id;
+        return status_done;
+    }
+    if (has_deleted && live.size() + deleted.size() > 1) {
+        say_of_file(view.name, "several versions begin with " + escape_name(text) +
+                                   ", deleted ones among them");
+        return status_trouble;
+    }
+    if (has_deleted) {
+        *id = deleted.front()->id;
         return status_done;
     }
     const int status = resolve_deletion(view, {text}, {}, request);

@@ -87,8 +87,9 @@ void tell_summary(const container_view &view, const container_check &check) {
     } else {
         const std::size_t faults = check.faults.size();
         text += "unsound, " + std::to_string(faults) +
-                (faults == 1 ? " complaint" : " complaints") + ", " +
-                std::to_string(live - trusted) + " of " + count + " in doubt";
+                (faults == 1 ? " complaint, " : " complaints, ") +
+                (live == 0 ? "no version can be read"
+                           : std::to_string(live - trusted) + " of " + count + " in doubt");
     }
     standard_output().write(text + "\n");
 }
@@ -97,14 +98,19 @@ void tell_summary(const container_view &view, const container_check &check) {
 int verify_one(const command_context &context, const std::string &name, const kept_digests *kept,
                json_object *document) {
     container_view view;
-    if (const int error = open_container(name, &view); error != 0) {
+    const int error = open_container(name, &view);
+    if (error != 0 || view.bytes.view().empty()) {
         if (document != nullptr) {
             json_object object;
             set_text(object, "container", name);
             object["sound"] = nullptr;
             document->push_back(std::move(object));
         }
-        return say_errno(name, "cannot be read", error);
+        if (error != 0) {
+            return say_errno(name, "cannot be read", error);
+        }
+        say_of_file(name, "is empty, no container");
+        return status_trouble;
     }
     progress bar(context, "verifying", view.bytes.view().size());
     container_check check =
@@ -154,10 +160,15 @@ void register_verify(CLI::App &app, command_context &context) {
     add_json_option(app, context);
     context.details =
         "Checks every record and line of the container and reads the texts of all versions in\n"
-        "one pass. The format keeps no checksums: a byte of text that has become another one,\n"
-        "or a number that fits as well as the right one, cannot be seen in the container alone.\n"
-        "Keep what --json prints: with --digests such changes are found as well.";
-    context.exit_codes = "0 sound; 1 unsound; 2 could not tell.";
+        "one pass. The format keeps no checksums. What cannot be seen in the container alone:\n"
+        "a byte of text that has become another one; a number that fits as well as the right\n"
+        "one; delete records that are lost or have changed places where every count still\n"
+        "fits; the lost header record of a version that has no records of its own.\n"
+        "Keep what --json prints: with --digests such changes are found as well.\n"
+        "A pipe can be checked by its name, as in 'tdm verify <(zcat notes.tdm.gz)'.";
+    context.exit_codes =
+        "0 sound; 1 unsound; 2 could not tell: unreadable or empty. Of several containers the\n"
+        "worst.";
     context.examples = {"tdm verify notes.tdm", "tdm verify --json *.tdm > digests",
                         "tdm verify --digests digests *.tdm"};
     context.run = [&context, options] { return run_verify(context, *options); };

@@ -151,10 +151,12 @@ std::string_view file_bytes::view() const {
 }
 
 int open_container(const std::string &path, container_view *out) {
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // A pipe that nobody writes to is empty; waiting for its writer could last for ever.
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) {
         return errno;
     }
+    (void)fcntl(descriptor, F_SETFL, 0);
     const int result = open_container(descriptor, path, out);
     close(descriptor);
     return result;

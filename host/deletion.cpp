@@ -84,6 +84,18 @@ int refuse_hanging(const container_view &view, const deletion_request &request) 
     return status_done;
 }
 
+// The branches made off this version or a newer one of its branch.
+std::vector<std::string> hanging_branches(const container_view &view, version_id from) {
+    std::vector<std::string> names;
+    for (const branch_record &branch : view.branches) {
+        if (!branch.deleted && branch.number != 0 && branch.parent.branch == from.branch &&
+            branch.parent.number >= from.number) {
+            names.push_back("branch " + escape_name(branch.oid));
+        }
+    }
+    return names;
+}
+
 // What still needs the lines of a deleted version.
 std::string dependents(const container_view &after, const version_record &kept) {
     std::vector<std::string> needed_by;
@@ -98,12 +110,8 @@ std::string dependents(const container_view &after, const version_record &kept) 
     if (next != nullptr) {
         needed_by.push_back(shown(after, next->id));
     }
-    for (const branch_record &branch : after.branches) {
-        if (!branch.deleted && branch.number != 0 && branch.parent.branch == kept.id.branch &&
-            branch.parent.number >= kept.id.number) {
-            needed_by.push_back("branch " + escape_name(branch.oid));
-        }
-    }
+    const std::vector<std::string> branches = hanging_branches(after, kept.id);
+    needed_by.insert(needed_by.end(), branches.begin(), branches.end());
     return joined(needed_by);
 }
 
@@ -197,9 +205,16 @@ std::vector<std::string> describe_deletion(const container_view &before,
         }
     }
     for (const branch_record &branch : before.branches) {
-        if (!branch.deleted && find_branch(after, branch.number) == nullptr) {
-            sentences.push_back("branch " + escape_name(branch.oid) +
-                                ": removed, none of its versions is left");
+        const std::string name = "branch " + escape_name(branch.oid);
+        if (branch.deleted) {
+            continue;
+        }
+        if (find_branch(after, branch.number) == nullptr) {
+            sentences.push_back(name + ": removed, none of its versions is left");
+        } else if (newest_version(before, branch.number) != nullptr &&
+                   newest_version(after, branch.number) == nullptr) {
+            sentences.push_back(name + ": stays without versions, for " +
+                                joined(hanging_branches(after, {branch.number, 0})));
         }
     }
     return sentences;

@@ -223,6 +223,9 @@ TEST_F(pruning, says_what_is_gone_and_what_stays) {
         "branch deep: removed, none of its versions is left\n";
     EXPECT_EQ(tdm(rehearsal).out, told);
     EXPECT_EQ(read_file("c"), before);
+    EXPECT_NE(tdm({"delete", "c", "draft@1", "draft@2", "--dry-run"})
+                  .out.find("branch draft: stays without versions, for branch deep\n"),
+              std::string::npos);
     std::vector<std::string> real = words;
     real.push_back("--yes");
     EXPECT_EQ(tdm(real).out, told);
@@ -257,6 +260,19 @@ TEST_F(pruning, purge_leaves_no_byte_of_the_secret) {
     const command_result nothing = tdm({"purge", "c", "main@1", "--yes"});
     EXPECT_EQ(nothing.status, 1);
     EXPECT_EQ(read_file("copy"), read_file("c"));
+}
+
+TEST(purge, takes_live_versions_first_and_refuses_what_names_two) {
+    const scratch_folder folder;
+    write_file("c",
+               "^S db1 0\n^V abcd3 0 3 3\n^#^V abcd2 0 2 2\n^V abcx 0 1 1\n^V v0 0 0 0\n"
+               "^B main 0 0 0\n^E e\n^I 0 1 1\none\n^I 0 2 1\ntwo\n^I 0 3 1\nthree\n");
+    const std::pair<const char *, int> rows[] = {{"abcd", 2},  {"abcd2", 1}, {"main@2", 1},
+                                                 {"abcd3", 0}, {"abcx", 1},  {"main", 0}};
+    for (const auto &[name, status] : rows) {
+        const command_result result = tdm({"purge", "c", name, "--dry-run"});
+        EXPECT_EQ(result.status, status) << name << result.out << result.err;
+    }
 }
 
 TEST(purge, keeps_the_survivors_of_random_histories) {

@@ -1,5 +1,6 @@
 // What verify finds, and what it cannot find.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 
@@ -136,6 +137,34 @@ TEST(verify, names_the_line_of_every_kind_of_damage) {
                        fault.what.reason.find(row.reason) != std::string::npos;
             });
         EXPECT_TRUE(told) << complaints_of(check);
+    }
+}
+
+TEST(verify, tells_what_is_no_container_from_a_damaged_one) {
+    const scratch_folder folder;
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    write_file("empty", "");
+    write_file("text", "text\n");
+    write_file("sound", sound);
+    struct {
+        std::vector<std::string> names;
+        int status;
+        const char *words;
+    } const rows[] = {
+        {{"empty"}, 2, "empty: is empty"},
+        {{"pipe"}, 2, "pipe: is empty"},
+        {{"."}, 2, "Is a directory"},
+        {{"none"}, 2, "No such file"},
+        {{"text"}, 1, "no version can be read"},
+        {{"none", "text", "sound"}, 2, "sound, 6 versions"},
+        {{"text", "sound"}, 1, "text:1: the first line"},
+    };
+    for (const auto &row : rows) {
+        std::vector<std::string> words = {"verify"};
+        words.insert(words.end(), row.names.begin(), row.names.end());
+        const command_result result = tdm(words);
+        EXPECT_EQ(result.status, row.status) << row.words;
+        EXPECT_NE((result.out + result.err).find(row.words), std::string::npos) << result.err;
     }
 }
 
