@@ -1,4 +1,6 @@
 // tdm log: the tree of versions for people, with what each of them changed.
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
@@ -10,6 +12,7 @@
 #include "json_text.h"
 #include "output.h"
 #include "progress.h"
+#include "terminal.h"
 #include "time_text.h"
 #include "version_graph.h"
 #include "weave_scan.h"
@@ -84,10 +87,19 @@ std::size_t identifier_length(const container_view &view) {
     return length;
 }
 
+bool is_ascii(const std::string &text) {
+    return std::all_of(text.begin(), text.end(), [](char byte) { return (byte & 0x80) == 0; });
+}
+
 class log_printer {
 public:
-    log_printer(const container_view &view, const log_options &options, bool color)
-        : view_(view), options_(options), color_(color), graph_(view) {}
+    // `width` in columns of the terminal, 0 for none.
+    log_printer(const container_view &view, const log_options &options, bool color, int width)
+        : view_(view),
+          options_(options),
+          color_(color),
+          width_(static_cast<std::size_t>(width)),
+          graph_(view) {}
 
     void print(const version_log &log) {
         measure(log);
@@ -115,8 +127,23 @@ private:
     void measure(const version_log &log) {
         identifier_ = identifier_length(view_);
         for (const logged_version &version : log) {
-            name_ = std::max(name_, escape_name(version_name(view_, version.record->id)).size());
+            name_ = std::max(name_, shown_name(*version.record).size());
         }
+    }
+
+    // On a terminal a long name loses the end of its branch's, so that the line may fit; the
+    // identifier names the version all the same.
+    std::string shown_name(const version_record &record) const {
+        constexpr std::size_t others = 62;  // columns of a usual line without its name
+        constexpr std::size_t least = 16;
+        constexpr std::string_view cut = "...";
+        const std::size_t most = width_ > others + least ? width_ - others : least;
+        const std::string name = escape_name(version_name(view_, record.id));
+        const std::size_t end = name.size() - name.rfind('@') + cut.size();
+        if (width_ == 0 || name.size() <= most || end >= most || !is_ascii(name)) {
+            return name;
+        }
+        return name.substr(0, most - end) + std::string(cut) + name.substr(name.rfind('@'));
     }
 
     std::string in_color(const char *color, const std::string &text) const {
@@ -125,7 +152,7 @@ private:
 
     std::string describe(const logged_version &version) const {
         const version_record &record = *version.record;
-        std::string name = escape_name(version_name(view_, record.id));
+        const std::string name = shown_name(record);
         const std::string padding(options_.oneline ? 0 : name_ - name.size(), ' ');
         std::string line =
             in_color(yellow, name) + padding + " " + escape_name(record.oid.substr(0, identifier_));
@@ -147,6 +174,7 @@ private:
     const container_view &view_;
     const log_options &options_;
     const bool color_;
+    const std::size_t width_;
     version_graph graph_;
     std::size_t identifier_ = shortest_identifier;
     std::size_t name_ = 0;
@@ -225,8 +253,10 @@ int run_log(const command_context &context, const log_options &options) {
         return status_done;
     }
     const bool color = use_color(context.color, 1);
+    const int width_of_terminal = terminal_width(STDOUT_FILENO);
     pager pages(context.no_pager);
-    log_printer(view, options, color).print(log);
+    const int width = pages.to_terminal() ? width_of_terminal : 0;
+    log_printer(view, options, color, width).print(log);
     pages.finish();
     return status_done;
 }
@@ -248,7 +278,8 @@ void register_log(CLI::App &app, command_context &context) {
         "Each line: the version, its identifier, its date, the lines it added and deleted\n"
         "against its predecessor, the lines it has in all. Names in brackets are the branches\n"
         "made off it. An x marks a version that is deleted but kept because something still\n"
-        "depends on it. All versions are counted in one pass over the container.";
+        "depends on it. All versions are counted in one pass over the container. On a terminal\n"
+        "long names are cut; their identifiers name the versions as well.";
     context.exit_codes = "0 listed; 2 wrong usage or trouble.";
     context.examples = {"tdm log notes.tdm", "tdm log notes.tdm --branch draft --oneline -n 5"};
     context.run = [&context, options] { return run_log(context, *options); };

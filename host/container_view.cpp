@@ -79,7 +79,7 @@ const version_record *newest_of_default_branch(const container_view &view, std::
     return newest;
 }
 
-// `BRANCH@N`, split at the last @ since a branch's name may hold one.
+// `BRANCH@N`, deleted versions included; split at the last @, since a branch's name may hold one.
 const version_record *version_by_name(const container_view &view, std::string_view text) {
     const std::size_t at = text.rfind('@');
     if (at == std::string_view::npos || at + 1 == text.size()) {
@@ -92,8 +92,7 @@ const version_record *version_by_name(const container_view &view, std::string_vi
     if (error != std::errc{} || end != last || branch == nullptr) {
         return nullptr;
     }
-    const version_record *found = find_version(view, {branch->number, number});
-    return found != nullptr && !found->deleted ? found : nullptr;
+    return find_version(view, {branch->number, number});
 }
 
 }  // namespace
@@ -292,7 +291,8 @@ const version_record *resolve_version(const container_view &view, std::string_vi
     if (text.empty()) {
         return newest_of_default_branch(view, reason);
     }
-    if (const version_record *named = version_by_name(view, text)) {
+    const version_record *named = version_by_name(view, text);
+    if (named != nullptr && !named->deleted) {
         return named;
     }
     if (const branch_record *branch = find_branch(view, text)) {
@@ -313,8 +313,9 @@ const version_record *resolve_version(const container_view &view, std::string_vi
         *reason = "several versions begin with " + escape_name(text);
         return nullptr;
     }
-    *reason = "there is no version " + escape_name(text);
-    if (text.size() < shortest_prefix) {
+    *reason = named != nullptr ? "version " + escape_name(text) + " is deleted"
+                               : "there is no version " + escape_name(text);
+    if (named == nullptr && text.size() < shortest_prefix) {
         *reason += " (the beginning of an identifier has 4 characters at least)";
     }
     return nullptr;

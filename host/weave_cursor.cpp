@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "line_hash.h"
+#include "terminal.h"
 
 namespace host {
 namespace {
@@ -117,18 +118,19 @@ bool weave_cursor::take_run_fields(std::string_view line, char kind, run_fields 
 
 void weave_cursor::check_owner(char kind, version_id id, const tree_place &place) {
     if (!place.listed) {
-        unlisted_.insert(id);
-        fault(line_,
-              std::string(record_word(kind)) + " of " + version_name(view_, id) +
-                  ", which the header does not list",
-              misses_record(tree_, id) ? position_range{} : all());
+        if (unlisted_.insert(id).second) {
+            fault(line_,
+                  std::string(record_word(kind)) + " of " + escape_name(version_name(view_, id)) +
+                      ", which the header does not list",
+                  misses_record(tree_, id) ? position_range{} : all());
+        }
     } else if (id == version_id{0, 0}) {
         fault(line_, "the first version of all has no lines to insert or delete", all());
     }
     if (!runs_.empty() && !is_ancestor(runs_.back().id, runs_.back().members, id, place.members)) {
         fault(line_,
-              std::string(record_word(kind)) + " of " + version_name(view_, id) +
-                  " inside a run of " + version_name(view_, runs_.back().id) +
+              std::string(record_word(kind)) + " of " + escape_name(version_name(view_, id)) +
+                  " inside a run of " + escape_name(version_name(view_, runs_.back().id)) +
                   ", which it does not descend from",
               all());
     }
@@ -159,7 +161,8 @@ void weave_cursor::begin_delete(const run_fields &fields, position_range members
     }
     if (members_.is_covered(members.first)) {
         fault(line_,
-              "a deletion by " + version_name(view_, id) + " inside a deletion that it inherits",
+              "a deletion by " + escape_name(version_name(view_, id)) +
+                  " inside a deletion that it inherits",
               all());
     }
     announced_ = active_deletion{ordinal, id, members, before, fields.count, line_};
@@ -229,7 +232,8 @@ void weave_cursor::check_under_deletion(open_run *run) {
         members_.is_covered(run->members.first)) {
         run->told = true;
         fault(line_,
-              "a line of " + version_name(view_, run->id) + " inside a deletion that is not newer",
+              "a line of " + escape_name(version_name(view_, run->id)) +
+                  " inside a deletion that is not newer",
               all());
     }
 }

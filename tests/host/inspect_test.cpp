@@ -1,9 +1,12 @@
 // The commands that look into a container: what they print.
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include <regex>
 
 #include "run_command.h"
+#include "terminal_run.h"
 
 namespace {
 
@@ -60,6 +63,18 @@ TEST_F(inspection, listings_are_as_documented) {
     }
 }
 
+TEST_F(inspection, log_cuts_long_names_to_the_width_of_a_terminal) {
+    const std::string name(60, 'n');
+    write_file("t", "t\n");
+    ASSERT_EQ(tdm({"checkin", "c", "t", "--branch", name, "--from", "main@1"}).status, 0);
+    EXPECT_NE(tdm({"log", "c"}).out.find(name + "@1"), std::string::npos);
+    std::istringstream seen(
+        on_terminal({"log", "c", "--no-pager", "--color=never"}, "none", {}).seen);
+    for (std::string line; std::getline(seen, line);) {
+        EXPECT_LE(line.size(), 101U) << line;  // 100 and a carriage return
+    }
+}
+
 TEST_F(inspection, trouble_is_told_by_status_and_words) {
     write_file("damaged", read_file("c") + "stray\n");
     struct {
@@ -75,7 +90,7 @@ TEST_F(inspection, trouble_is_told_by_status_and_words) {
         {{"log", "damaged"}, 2, "tdm: damaged:38:"},
         {{"log", "damaged", "--force"}, 0, "tdm: damaged:38:"},
         {{"log", "c", "--branch", "none"}, 2, "has no branch none"},
-        {{"show", "c", "main@2"}, 2, "no version main@2"},
+        {{"show", "c", "main@2"}, 2, "version main@2 is deleted"},
         {{"info", "none"}, 2, "does not exist"},
         {{"dump", "none"}, 2, "does not exist"},
         {{"repair", "damaged"}, 2, "-o FILE is missing"},
