@@ -133,17 +133,21 @@ private:
 
     // On a terminal a long name loses the end of its branch's, so that the line may fit; the
     // identifier names the version all the same.
-    std::string shown_name(const version_record &record) const {
+    std::string shown(const std::string &name) const {
         constexpr std::size_t others = 62;  // columns of a usual line without its name
         constexpr std::size_t least = 16;
         constexpr std::string_view cut = "...";
         const std::size_t most = width_ > others + least ? width_ - others : least;
-        const std::string name = escape_name(version_name(view_, record.id));
-        const std::size_t end = name.size() - name.rfind('@') + cut.size();
+        const std::string number = name.substr(std::min(name.rfind('@'), name.size()));
+        const std::size_t end = cut.size() + number.size();
         if (width_ == 0 || name.size() <= most || end >= most || !is_ascii(name)) {
             return name;
         }
-        return name.substr(0, most - end) + std::string(cut) + name.substr(name.rfind('@'));
+        return name.substr(0, most - end) + std::string(cut) + number;
+    }
+
+    std::string shown_name(const version_record &record) const {
+        return shown(escape_name(version_name(view_, record.id)));
     }
 
     std::string in_color(const char *color, const std::string &text) const {
@@ -166,7 +170,7 @@ private:
             line += version.text.lines == 1 ? " line" : " lines";
         }
         for (const branch_record *branch : version.branches) {
-            line += in_color(cyan, " [" + escape_name(branch->oid) + "]");
+            line += in_color(cyan, " [" + shown(escape_name(branch->oid)) + "]");
         }
         return record.deleted ? line + in_color(red, " (deleted, kept)") : line;
     }
