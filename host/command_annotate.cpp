@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "cli.h"
@@ -59,17 +60,31 @@ bool take_line(std::string_view &listing, listed_line &line) {
     return true;
 }
 
+uint64_t count_lines(std::string_view text) {
+    uint64_t count = 0;
+    for (size_t newline = text.find('\n'); newline != text.npos; count++) {
+        newline = text.find('\n', newline + 1);
+    }
+    return count;
+}
+
 class annotation_printer {
 public:
     annotation_printer(const container_view &view, bool tagged, bool escaped)
         : view_(view), tagged_(tagged), escaped_(escaped), labels_(view.versions.size()) {
+        // The highest number has the widest name of its branch.
+        std::unordered_map<uint64_t, uint64_t> highest;
         for (const version_record &version : view.versions) {
-            width_ = std::max(width_, version_name(view, version.id).size());
+            uint64_t &number = highest[version.id.branch];
+            number = std::max(number, version.id.number);
+        }
+        for (const auto &[branch, number] : highest) {
+            width_ = std::max(width_, version_name(view, {branch, number}).size());
         }
     }
 
     void print(std::string_view listing) {
-        number_width_ = std::to_string(std::count(listing.begin(), listing.end(), '\n')).size();
+        number_width_ = std::to_string(count_lines(listing)).size();
         uint64_t number = 0;
         listed_line line;
         while (take_line(listing, line)) {
@@ -167,6 +182,7 @@ int run_annotate(const command_context &context, const annotate_options &options
     }
     const std::string oid(version->oid);
     if (options.raw) {
+        widen_standard_stream();
         const int result =
             tdm_construct_ver(options.container.c_str(), nullptr, oid.c_str(), options.flags());
         return result == 0 ? status_done : status_trouble;

@@ -66,6 +66,7 @@ int run_checkout(const command_context &context, const checkout_options &options
     if (version == nullptr) {
         return status_trouble;
     }
+    widen_standard_stream();
     const bool to_stdout = options.output.empty() || options.output == "-";
     return to_stdout ? construct(options, std::string(version->oid), nullptr)
                      : construct_into_file(context, options, view, *version, damaged);

@@ -62,15 +62,13 @@ void output_writer::write_out(const char *bytes, size_t size) {
     }
 }
 
-void output_writer::write(std::string_view bytes) {
-    if (buffer_.size() + bytes.size() > capacity) {
-        flush();
-    }
+void output_writer::write_past(std::string_view bytes) {
+    flush();
     if (bytes.size() >= capacity) {
         write_out(bytes.data(), bytes.size());
-        return;
+    } else {
+        write(bytes);
     }
-    buffer_ += bytes;
 }
 
 void output_writer::printf(const char *format, ...) {
@@ -81,8 +79,8 @@ void output_writer::printf(const char *format, ...) {
 }
 
 void output_writer::flush() {
-    write_out(buffer_.data(), buffer_.size());
-    buffer_.clear();
+    write_out(buffer_.get(), used_);
+    used_ = 0;
 }
 
 int output_writer::finish_keeping_open() {
@@ -103,6 +101,11 @@ int output_writer::finish() {
 output_writer &standard_output() {
     static output_writer writer(STDOUT_FILENO, "<stdout>");
     return writer;
+}
+
+void widen_standard_stream() {
+    static char buffer[size_t{1} << 16];
+    std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
 }
 
 int finish_standard_output() {

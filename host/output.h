@@ -4,6 +4,8 @@
 #define TDM_HOST_OUTPUT_H
 
 #include <cstdint>
+#include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -16,7 +18,14 @@ public:
     // `name` is used in the message of a failure. The descriptor is not owned until finish().
     output_writer(int descriptor, std::string name);
 
-    void write(std::string_view bytes);
+    void write(std::string_view bytes) {
+        if (bytes.size() > capacity - used_) {
+            write_past(bytes);
+            return;
+        }
+        std::memcpy(buffer_.get() + used_, bytes.data(), bytes.size());
+        used_ += bytes.size();
+    }
     void put(char byte) { write(std::string_view(&byte, 1)); }
     void printf(const char *format, ...) __attribute__((format(printf, 2, 3)));
 
@@ -32,16 +41,22 @@ public:
 
 private:
     void write_out(const char *bytes, size_t size);
+    void write_past(std::string_view bytes);
 
     static constexpr size_t capacity = size_t{1} << 16;
     int descriptor_;
     int error_ = 0;
     std::string name_;
-    std::string buffer_;
+    std::unique_ptr<char[]> buffer_{new char[capacity]};
+    size_t used_ = 0;
 };
 
 // The one writer for standard output; finished by finish_standard_output at the end of the run.
 output_writer &standard_output();
+
+// Lets what the library writes to standard output leave in larger pieces than a pipe's or a
+// device's own; to be called before it writes.
+void widen_standard_stream();
 
 // Flushes standard output, what the library has written to it included, and closes it; 0, or
 // status_trouble after a message. Called by the frame; a second call gives the same result again.

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <span>
 
 namespace host {
 namespace {
@@ -23,28 +22,29 @@ constexpr std::array<uint8_t, 256> hex_digits = [] {
     return table;
 }();
 
-// Takes a number as the encoders write it off the front of `rest`.
-bool take_number(std::string_view *rest, uint64_t *value) {
+// Takes a number as the encoders write it off the front of `rest`. Most have a digit or two, and a
+// pass over a container reads three a record.
+inline bool take_number(std::string_view *rest, uint64_t *value) {
     const char *const first = rest->data();
-    const char *const last = first + std::min<std::size_t>(rest->size(), 16);
-    const char *at = first;
+    const std::size_t most = std::min<std::size_t>(rest->size(), 16);
     uint64_t number = 0;
-    for (; at != last; at++) {
-        const uint8_t digit = hex_digits[static_cast<unsigned char>(*at)];
+    std::size_t digits = 0;
+    for (; digits < most; digits++) {
+        const uint64_t digit = hex_digits[static_cast<unsigned char>(first[digits])];
         if (digit > 15) {
             break;
         }
         number = number << 4 | digit;
     }
-    if (at == first || (at - first > 1 && *first == '0')) {
+    if (digits == 0 || (digits > 1 && *first == '0')) {
         return false;
     }
-    rest->remove_prefix(static_cast<std::size_t>(at - first));
+    *rest = std::string_view(first + digits, rest->size() - digits);
     *value = number;
     return true;
 }
 
-bool take_byte(std::string_view *rest, char wanted) {
+inline bool take_byte(std::string_view *rest, char wanted) {
     if (rest->empty() || rest->front() != wanted) {
         return false;
     }
@@ -53,11 +53,11 @@ bool take_byte(std::string_view *rest, char wanted) {
 }
 
 bool take_oid(std::string_view *rest, std::string_view *oid) {
-    std::size_t used = 0;
-    while (used < rest->size() && static_cast<unsigned char>((*rest)[used]) > ' ' &&
-           (*rest)[used] != 0x7f) {
-        used++;
-    }
+    const auto ends = [](char byte) {
+        return static_cast<unsigned char>(byte) <= ' ' || byte == 0x7f;
+    };
+    const auto used =
+        static_cast<std::size_t>(std::find_if(rest->begin(), rest->end(), ends) - rest->begin());
     if (used == 0 || used > longest_decoded_oid) {
         return false;
     }
@@ -66,17 +66,20 @@ bool take_oid(std::string_view *rest, std::string_view *oid) {
     return true;
 }
 
-bool take_numbers(std::string_view *rest, std::span<uint64_t> numbers) {
-    for (std::size_t i = 0; i < numbers.size(); i++) {
-        if ((i > 0 && !take_byte(rest, ' ')) || !take_number(rest, &numbers[i])) {
+template <std::size_t N>
+inline bool take_numbers(std::string_view *rest, uint64_t (&numbers)[N]) {
+    std::string_view at = *rest;
+    for (std::size_t i = 0; i < N; i++) {
+        if ((i > 0 && !take_byte(&at, ' ')) || !take_number(&at, &numbers[i])) {
             return false;
         }
     }
+    *rest = at;
     return true;
 }
 
 bool ends_line(std::string_view rest) {
-    return rest.empty() || rest == "\n";
+    return rest.empty() || (rest.size() == 1 && rest[0] == '\n');
 }
 
 // The fields of a record in canonical form, or false.

@@ -1,7 +1,6 @@
 #include "time_text.h"
 
 #include <charconv>
-#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 
@@ -149,6 +148,13 @@ bool parse_seconds(std::string_view text, uint64_t &seconds) {
     return !text.empty() && result.ec == std::errc{} && result.ptr == end;
 }
 
+// Writes a number over the zeros that end before `end`.
+void put_digits(std::string &text, size_t end, int64_t value) {
+    for (; value > 0; value /= 10) {
+        text[--end] = static_cast<char>('0' + value % 10);
+    }
+}
+
 // Digits that are a date, or a date and a clock, as well as a number of seconds; with @ before them
 // they are taken.
 bool may_be_date(std::string_view digits) {
@@ -190,11 +196,14 @@ std::string time_text(uint64_t seconds) {
     int64_t year = 0, month = 0, day = 0;
     date_from_days(time / seconds_a_day, year, month, day);
     const int64_t clock = time % seconds_a_day;
-    char buffer[40];
-    std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02dT%02d:%02d:%02dZ", static_cast<int>(year),
-                  static_cast<int>(month), static_cast<int>(day), static_cast<int>(clock / 3600),
-                  static_cast<int>(clock / 60 % 60), static_cast<int>(clock % 60));
-    return buffer;
+    std::string text = "0000-00-00T00:00:00Z";
+    put_digits(text, 4, year);
+    put_digits(text, 7, month);
+    put_digits(text, 10, day);
+    put_digits(text, 13, clock / 3600);
+    put_digits(text, 16, clock / 60 % 60);
+    put_digits(text, 19, clock % 60);
+    return text;
 }
 
 int current_time(uint64_t &seconds) {
