@@ -139,9 +139,11 @@ void register_repair(CLI::App &app, command_context &context) {
     context.details =
         "Writes a new container with every version whose text is in no doubt and lists the\n"
         "others with the fault that puts them in doubt. Nothing is guessed: where a fault could\n"
-        "have hidden or shown a line of a version, the version counts as lost. Lines outside\n"
-        "every run may have belonged to any version, so they put all of them in doubt; with\n"
-        "--drop-stray you say that they do not.";
+        "have hidden or shown a line of a version, the version counts as lost. A damaged insert\n"
+        "or delete record can have done that to any version, and so can lines outside every\n"
+        "run, unless you say with --drop-stray that they belong to none. What is lost here may\n"
+        "still be read as it stands, by 'tdm checkout --force'. Damages that 'tdm verify' cannot\n"
+        "see are not seen here.";
     context.exit_codes =
         "0 every version is saved; 1 some are lost, or nothing can be saved; 2 wrong usage or\n"
         "trouble.";
