@@ -245,7 +245,7 @@ repair_verdict judge_versions(const container_view &view, const container_check 
             verdict.lost.push_back({version.id, reasons[position]});
         }
     }
-    for (const version_id &id : check.scan.unlisted) {
+    for (const auto &[id, records] : check.scan.unlisted) {
         verdict.lost.push_back({id, {0, "its record in the header is lost"}});
     }
     return verdict;

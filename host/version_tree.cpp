@@ -55,7 +55,7 @@ void collect_versions(const container_view &view, const std::vector<const branch
         if (branch.first == branch.end) {
             branch.first = static_cast<uint32_t>(tree->by_id.size());
         }
-        tree->by_id.push_back({id, no_position, false});
+        tree->by_id.push_back({id, no_position, false, lost.contains(id)});
         branch.end = static_cast<uint32_t>(tree->by_id.size());
     }
 }
@@ -179,7 +179,6 @@ uint32_t find_entry(const version_tree &tree, const tree_branch &branch, uint64_
 void mark_listed(const container_view &view, version_tree *tree) {
     for (const version_record &version : view.versions) {
         tree_branch &branch = tree->branches.at(version.id.branch);
-        branch.lowest = std::min(branch.lowest, version.id.number);
         branch.highest = std::max(branch.highest, version.id.number);
         tree->by_id[find_entry(*tree, branch, version.id.number)].listed = true;
     }
@@ -223,7 +222,8 @@ tree_place place_of(const version_tree &tree, version_id id) {
     const bool exact = entry.id == id;
     return {{entry.position, branch->subtree_end},
             exact ? entry.position : no_position,
-            exact && entry.listed};
+            exact && entry.listed,
+            exact && entry.lost};
 }
 
 position_range all_versions(const version_tree &tree) {
@@ -244,11 +244,6 @@ bool is_ancestor(version_id older, position_range older_members, version_id newe
 
 uint32_t position_of(const version_tree &tree, version_id id) {
     return place_of(tree, id).position;
-}
-
-bool misses_record(const version_tree &tree, version_id id) {
-    const tree_branch *branch = find_tree_branch(tree, id.branch);
-    return branch != nullptr && branch->lowest < id.number && id.number < branch->highest;
 }
 
 }  // namespace host

@@ -34,9 +34,8 @@ inline constexpr uint32_t no_position = UINT32_MAX;
 struct tree_branch {
     uint32_t first = 0;  // in version_tree::by_id
     uint32_t end = 0;
-    uint32_t subtree_end = 0;      // position after the last one of its subtree
-    uint64_t lowest = UINT64_MAX;  // number of a listed version
-    uint64_t highest = 0;
+    uint32_t subtree_end = 0;  // position after the last one of its subtree
+    uint64_t highest = 0;      // number of a listed version
     const branch_record *record = nullptr;
     bool rooted = false;  // its line of branch points leads to branch 0
 };
@@ -45,6 +44,7 @@ struct tree_entry {
     version_id id;
     uint32_t position = no_position;
     bool listed = false;  // has a version record, commented out or not
+    bool lost = false;    // had one, which is lost
 };
 
 // Where the records of a version belong.
@@ -52,6 +52,7 @@ struct tree_place {
     position_range members;           // the versions that have them in their lineage
     uint32_t position = no_position;  // the version's own, when it is in the tree
     bool listed = false;
+    bool lost = false;
 };
 
 struct version_tree {
@@ -85,10 +86,6 @@ struct version_tree {
 // stands above `newer` in the tree. True as well when no version has `newer` in its lineage.
 [[nodiscard]] bool is_ancestor(version_id older, position_range older_members, version_id newer,
                                position_range newer_members);
-
-// Whether the branch has versions below and above `id`, which is not listed: its record is lost
-// then, since versions are numbered without gaps.
-[[nodiscard]] bool misses_record(const version_tree &tree, version_id id);
 
 // All positions.
 [[nodiscard]] position_range all_versions(const version_tree &tree);

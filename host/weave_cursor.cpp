@@ -118,11 +118,11 @@ bool weave_cursor::take_run_fields(std::string_view line, char kind, run_fields 
 
 void weave_cursor::check_owner(char kind, version_id id, const tree_place &place) {
     if (!place.listed) {
-        if (unlisted_.insert(id).second) {
+        if (unlisted_[id]++ == 0) {
             fault(line_,
                   std::string(record_word(kind)) + " of " + escape_name(version_name(view_, id)) +
                       ", which the header does not list",
-                  misses_record(tree_, id) ? position_range{} : all());
+                  place.lost ? position_range{} : all());
         }
     } else if (id == version_id{0, 0}) {
         fault(line_, "the first version of all has no lines to insert or delete", all());

@@ -29,7 +29,6 @@
 
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -106,8 +105,8 @@ public:
 
     const std::vector<weave_fault> &faults() const { return faults_; }
     const std::vector<change_counts> &changes() const { return changes_; }
-    // Versions with records in the weave and none in the header.
-    const std::set<version_id> &unlisted() const { return unlisted_; }
+    // Versions with records in the weave, and how many, and none in the header.
+    const std::map<version_id, uint64_t> &unlisted() const { return unlisted_; }
     // After the last stretch: what every version reads, by position.
     [[nodiscard]] std::vector<text_step> totals() { return members_.totals(); }
     // Bytes of the weave that have been passed.
@@ -166,7 +165,7 @@ private:
     std::vector<weave_record> records_;
     std::vector<weave_fault> faults_;
     std::vector<change_counts> changes_;
-    std::set<version_id> unlisted_;
+    std::map<version_id, uint64_t> unlisted_;
 };
 
 }  // namespace host

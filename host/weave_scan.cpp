@@ -1,7 +1,6 @@
 #include "weave_scan.h"
 
-#include <algorithm>
-#include <iterator>
+#include <set>
 #include <utility>
 
 namespace host {
@@ -28,13 +27,28 @@ weave_scan scan_along(const container_view &view, version_tree tree, bool finger
     return result;
 }
 
+// Whether it is a header record that is lost, and not the version's number that is damaged in
+// records of the weave: other versions of the branch are numbered without gaps, or there are more
+// such records than would come to the same number.
+bool is_lost(const version_tree &tree, version_id id, uint64_t records) {
+    constexpr uint64_t too_many = 3;
+    const auto found = tree.branches.find(id.branch);
+    if (found == tree.branches.end() || found->second.highest == 0) {
+        return false;
+    }
+    return records >= too_many || (id.number != 0 && id.number < found->second.highest);
+}
+
 }  // namespace
 
 weave_scan scan_weave(const container_view &view, bool fingerprints, const scan_progress &told) {
     weave_scan result = scan_along(view, build_version_tree(view), fingerprints, told);
     std::set<version_id> lost;
-    std::copy_if(result.unlisted.begin(), result.unlisted.end(), std::inserter(lost, lost.end()),
-                 [&result](version_id id) { return misses_record(result.tree, id); });
+    for (const auto &[id, records] : result.unlisted) {
+        if (is_lost(result.tree, id, records)) {
+            lost.insert(id);
+        }
+    }
     if (lost.empty()) {
         return result;
     }

@@ -10,11 +10,11 @@
 namespace host {
 
 struct weave_scan {
-    version_tree tree;                   // with the versions whose records are lost
-    std::vector<weave_fault> faults;     // in order of the pass
-    std::vector<text_step> totals;       // what each version reads, by position in the tree
-    std::vector<change_counts> changes;  // what each version's records count, by position
-    std::set<version_id> unlisted;       // versions with records here and none in the header
+    version_tree tree;                        // with the versions whose records are lost
+    std::vector<weave_fault> faults;          // in order of the pass
+    std::vector<text_step> totals;            // what each version reads, by position in the tree
+    std::vector<change_counts> changes;       // what each version's records count, by position
+    std::map<version_id, uint64_t> unlisted;  // records of versions that the header has not
 };
 
 // Told now and then how many bytes of the weave have been passed.
