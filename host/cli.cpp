@@ -154,7 +154,7 @@ int run_command(const command_entry &entry, std::span<char *> words) {
 }
 
 int unknown_command(const char *word) {
-    std::vector<std::string> names;
+    std::vector<std::string> names{"--version", "--help"};
     for (const command_entry &entry : command_table()) {
         names.emplace_back(entry.name);
     }

@@ -80,7 +80,7 @@ void register_branch(CLI::App &app, command_context &context) {
     add_dry_run_option(app, context);
     add_replace_options(app, context, "Go on when the file's owner or group cannot be kept");
     context.details = "Version 0 of the new branch has the text of VERSION.";
-    context.exit_codes = "0 made; 2 wrong usage or trouble, nothing is changed.";
+    context.exit_codes = "0 made; 2 wrong usage or trouble, nothing is changed unless it says so.";
     context.examples = {"tdm branch notes.tdm draft main@3", "tdm branch notes.tdm fix main"};
     context.run = [&context, options] { return run_branch(context, *options); };
 }

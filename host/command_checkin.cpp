@@ -115,7 +115,8 @@ void register_checkin(CLI::App &app, command_context &context) {
         "and with FILE before it takes the old one's place; killed at any moment, the command\n"
         "leaves the old container or the new one, whole.";
     context.exit_codes =
-        "0 stored; 1 nothing to store; 2 wrong usage or trouble, nothing is changed.";
+        "0 stored; 1 nothing to store; 2 wrong usage or trouble, nothing is changed unless it says "
+        "so.";
     context.examples = {"tdm checkin notes.tdm notes.txt",
                         "tdm checkin notes.tdm draft.txt --branch draft --from main@3"};
     context.run = [&context, options] { return run_checkin(context, *options); };

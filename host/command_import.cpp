@@ -256,7 +256,8 @@ void register_import(CLI::App &app, command_context &context) {
         "one by one. All or nothing: the container is replaced once, when every version has been\n"
         "read back and compared. Prints the names of the new versions.";
     context.exit_codes =
-        "0 stored; 1 nothing to store; 2 wrong usage or trouble, nothing is changed.";
+        "0 stored; 1 nothing to store; 2 wrong usage or trouble, nothing is changed unless it says "
+        "so.";
     context.examples = {"tdm import notes.tdm old/notes-1.txt old/notes-2.txt",
                         "tdm import notes.tdm --from-list versions.list"};
     context.run = [&context, options] { return run_import(context, *options); };

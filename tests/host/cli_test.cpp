@@ -23,6 +23,9 @@ const usage_row wrong_usage[] = {
     {"unknown_command",
      {"chekin"},
      "tdm: unknown command 'chekin'; did you mean 'checkin'? (see 'tdm -h')\n"},
+    {"unknown_option_of_all",
+     {"--verion"},
+     "tdm: unknown option '--verion'; did you mean '--version'? (see 'tdm -h')\n"},
     {"far_from_any", {"xyzzy"}, "tdm: unknown command 'xyzzy' (see 'tdm -h')\n"},
     {"unknown_option",
      {"checkin", "--form=x", "a", "b"},
@@ -79,6 +82,12 @@ TEST(frame, help_of_every_command_is_on_standard_output) {
         EXPECT_NE(brief.out.find("Examples:\n  tdm "), std::string::npos) << brief.out;
         EXPECT_NE(full.out.find("Exit codes: 0"), std::string::npos) << full.out;
     }
+}
+
+TEST(frame, working_directory_is_no_place_for_libraries) {
+    const scratch_folder folder;
+    write_file("libc.so.6", "not a library");
+    EXPECT_EQ(tdm({"--version"}).status, 0);
 }
 
 TEST(frame, full_device_is_noticed) {
