@@ -119,6 +119,17 @@ TEST_F(head_tail, disregards_blanks_when_told) {
     EXPECT_EQ(all.s->tail.bytes[1], 608U);
 }
 
+TEST_F(head_tail, takes_the_longest_lines_whole) {
+    const std::string filler = repeat(700, 'f') + "\n";
+    for (const std::string &line :
+         {repeat(8000) + "\n", repeat(8000), "^N " + repeat(8000) + "\n"}) {
+        test::session all(write_all({"1\n" + filler + line, "2\n" + filler + line}));
+        ASSERT_EQ(all.compare(), 0);
+        EXPECT_EQ(all.s->tail.line_count, 2U) << line.size();
+        EXPECT_EQ(all.s->tail.bytes[1], filler.size() + line.size());
+    }
+}
+
 TEST_F(head_tail, leaves_what_is_not_text_to_the_line_reader) {
     const std::string filler = repeat(700, 'f') + "\n";
     const struct {
@@ -131,6 +142,7 @@ TEST_F(head_tail, leaves_what_is_not_text_to_the_line_reader) {
         {"NUL in a long line", repeat(4500) + std::string("\0", 1) + repeat(100) + "\n",
          "contains a '\\000'"},
         {"longer than a line may be", repeat(8001) + "\n", "a line exceeding 8000 bytes"},
+        {"longer, without a newline", repeat(8001), "a line exceeding 8000 bytes"},
     };
     for (const auto &row : rows) {
         test::session all(write_all({"1\n" + filler + row.line, "2\n" + filler + row.line}));

@@ -159,6 +159,13 @@ TEST_F(session_files, give_back_every_line_of_the_middle_in_any_order) {
     }
 }
 
+TEST_F(session_files, keep_the_lines_before_one_that_is_not_text) {
+    test::session all(write_all({"a\nb\nc\n", std::string("x\nb\nq\0\n", 7)}));
+    test::messages_of([&] { EXPECT_EQ(all.compare(), 1); });
+    EXPECT_STREQ(tdm_get_line_text(all.s, 1, 2), "b\n");
+    EXPECT_EQ(tdm_get_line_text(all.s, 1, 3), nullptr);
+}
+
 TEST_F(session_files, report_lines_that_are_gone) {
     const auto paths = write_all({"1\n", "a\nb\n" + std::string(100000, '\n')});
     test::session all(paths);

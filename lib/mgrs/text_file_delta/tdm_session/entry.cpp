@@ -25,6 +25,7 @@ constexpr uint32_t max_checkpoints = 131072;
 constexpr int checkpoint_shift = 17;
 constexpr int look_ahead = 128;
 constexpr int32_t far_point_distance = 64;  // lines
+constexpr int unreadable = 2;
 
 /// The way from a line's text to its class.
 struct classifier {
@@ -172,6 +173,7 @@ int check_end(const session_file &file) {
 }
 
 /// Reads the `total` bytes of file k's middle. `count` receives the number of its lines.
+/// @returns 0, or nonzero after a report: `unreadable` when the next line cannot be read.
 int hash_middle(classifier *c, int k, uint64_t total, uint64_t **hashes, int32_t *count) {
     session_file *const file = &c->s->files[k];
     const auto start = static_cast<off_t>(c->s->head.bytes[k]);
@@ -187,7 +189,7 @@ int hash_middle(classifier *c, int k, uint64_t total, uint64_t **hashes, int32_t
         size_t length = 0;
         bool at_eof = false;
         if (read_line(&file->input, &position, &length, &at_eof) != 0) {
-            return 1;
+            return unreadable;
         }
         if (at_eof) {
             return 0;
@@ -242,7 +244,11 @@ int enter_file(classifier *c, int k) {
             report_file_trouble(message::trouble_accessing, file->input.file_name);
             return 1;
         }
-        if (hash_middle(c, k, static_cast<uint64_t>(total), hashes, &count) != 0) {
+        const int status = hash_middle(c, k, static_cast<uint64_t>(total), hashes, &count);
+        if (status == unreadable) {
+            (void)class_lines(c, k, *hashes, count);  // what came before the line stays known
+        }
+        if (status != 0) {
             return 1;
         }
     }
