@@ -11,14 +11,15 @@
 namespace host {
 namespace {
 
-// An unterminated line is the last one of every version that holds it. Where it is not, a record
+// An unterminated line is the last one of every version that holds it, deleted ones too. Where it is not, a record
 // may be wrong that gives lines to versions, or the mark, and any text may be another one.
 void check_unterminated(const container_view &view, container_check *check) {
     std::map<uint64_t, std::vector<version_id>> by_line;
-    for (const version_record &version : view.versions) {
-        const text_step &read = check->scan.totals[position_of(check->scan.tree, version.id)];
-        if (!version.deleted && read.first_unended != 0 && read.first_unended != read.last_line) {
-            by_line[read.first_unended].push_back(version.id);
+    const std::vector<version_id> &versions = check->scan.tree.versions;
+    for (std::size_t i = 0; i < versions.size(); i++) {
+        const text_step &read = check->scan.totals[i];
+        if (read.first_unended != 0 && read.first_unended != read.last_line) {
+            by_line[read.first_unended].push_back(versions[i]);
         }
     }
     for (const auto &[line, broken] : by_line) {

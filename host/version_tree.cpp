@@ -178,8 +178,7 @@ uint32_t find_entry(const version_tree &tree, const tree_branch &branch, uint64_
 
 void mark_listed(const container_view &view, version_tree *tree) {
     for (const version_record &version : view.versions) {
-        tree_branch &branch = tree->branches.at(version.id.branch);
-        branch.highest = std::max(branch.highest, version.id.number);
+        const tree_branch &branch = *find_tree_branch(*tree, version.id.branch);
         tree->by_id[find_entry(*tree, branch, version.id.number)].listed = true;
     }
 }

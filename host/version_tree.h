@@ -35,7 +35,6 @@ struct tree_branch {
     uint32_t first = 0;  // in version_tree::by_id
     uint32_t end = 0;
     uint32_t subtree_end = 0;  // position after the last one of its subtree
-    uint64_t highest = 0;      // number of a listed version
     const branch_record *record = nullptr;
     bool rooted = false;  // its line of branch points leads to branch 0
 };
