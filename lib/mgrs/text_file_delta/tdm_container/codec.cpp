@@ -13,6 +13,7 @@
 // are written out by hand because they stand on the path of every run of the weave.
 #include "tdm_container/codec.h"
 
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <cstring>
@@ -71,6 +72,21 @@ private:
     line_stream *out_;
     bool failed_ = false;
 };
+
+/// The value of a hexadecimal digit, or -1.
+constexpr auto hex_values = [] {
+    std::array<int8_t, 256> values{};
+    values.fill(-1);
+    for (int8_t i = 0; i < 16; ++i) {
+        values[static_cast<unsigned char>("0123456789abcdef"[i])] = i;
+        values[static_cast<unsigned char>("0123456789ABCDEF"[i])] = i;
+    }
+    return values;
+}();
+
+int hex_digit(char c) {
+    return hex_values[static_cast<unsigned char>(c)];
+}
 
 /// Takes a record's fields one by one; never looks past the end of its line.
 class field_reader {
@@ -137,17 +153,44 @@ private:
         }
     }
 
-    static int hex_digit(char c) {
-        if (c >= '0' && c <= '9') {
-            return c - '0';
-        }
-        const char lower = static_cast<char>(c | 0x20);
-        return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-    }
-
     const char *rest_;
     bool failed_ = false;
 };
+
+/// Reads a blank and a number of digits alone, as the writer gives them, and moves `at` behind it.
+/// @returns false for any other form, which field_reader must look at.
+bool written_number(const char **at, uint64_t *value) {
+    constexpr int most_digits = 15;  // more might overflow
+    const char *p = *at;
+    if (*p++ != ' ') {
+        return false;
+    }
+    uint64_t sum = 0;
+    const char *const first = p;
+    for (int digit; (digit = hex_digit(*p)) >= 0; ++p) {
+        sum = (sum << 4) | static_cast<uint64_t>(digit);
+    }
+    *value = sum;
+    *at = p;
+    return p != first && p - first <= most_digits && (*p == ' ' || *p == '\n');
+}
+
+/// The fields of a run in the form that the writer gives them.
+bool written_run(const char *line, uint64_t *branch, uint64_t *version, uint64_t *line_count) {
+    if (line == nullptr || line[0] == '\0' || line[1] == '\0') {
+        return false;
+    }
+    const char *at = line + 2;
+    uint64_t fields[3];
+    if (!written_number(&at, &fields[0]) || !written_number(&at, &fields[1]) ||
+        !written_number(&at, &fields[2])) {
+        return false;
+    }
+    *branch = fields[0];
+    *version = fields[1];
+    *line_count = fields[2];
+    return true;
+}
 
 bool is_given(const char *oid) {
     if (oid == nullptr) {
@@ -298,6 +341,9 @@ int tdm_cntutl_decode_cre_ver(const char *line, char *oid, uint64_t *first, uint
 
 int tdm_cntutl_decode_delete(const char *line, uint64_t *branch, uint64_t *version,
                              uint64_t *line_count) {
+    if (tdm::written_run(line, branch, version, line_count)) {
+        return 0;
+    }
     return field_reader(line).number(branch).number(version).number(line_count).status();
 }
 

@@ -135,6 +135,17 @@ const char *find_newline(const container_input *c, size_t from) {
     return static_cast<const char *>(std::memchr(c->block + from, '\n', c->filled - from));
 }
 
+/// Passes over `length` bytes, whose first `text_length` are then the current line.
+int accept_line(container_input *c, size_t length, size_t text_length, bool ended) {
+    char *const start = c->block + c->next;
+    c->line = {start, text_length};
+    c->next += length;
+    if (*start == '^' || !ended) {
+        terminate_line(c);
+    }
+    return 0;
+}
+
 /// Makes `length` bytes the current line, once the reader's rules have passed them.
 /// @param at_eof  they are the last ones and have no newline.
 int take_line(container_input *c, size_t length, bool at_eof) {
@@ -157,12 +168,7 @@ int take_line(container_input *c, size_t length, bool at_eof) {
         judge_nul(&c->in, at_eof, static_cast<uint64_t>(c->block_offset) + c->nul) != 0) {
         return 1;
     }
-    c->line = {start, text_length};
-    c->next += length;
-    if (*start == '^' || !ended) {
-        terminate_line(c);
-    }
-    return 0;
+    return accept_line(c, length, text_length, ended);
 }
 
 }  // namespace
@@ -230,7 +236,11 @@ int next_line(container_input *c, bool *at_eof) {
         }
         newline = find_newline(c, c->next + seen);
     }
-    return take_line(c, static_cast<size_t>(newline - c->block) + 1 - c->next, false);
+    const size_t length = static_cast<size_t>(newline - c->block) + 1 - c->next;
+    // Most lines hold no NUL and fit the buffer that is there; then nothing else is to be judged.
+    const bool ordinary =
+        c->next + length <= c->nul && length <= static_cast<size_t>(c->in.capacity - 2);
+    return ordinary ? accept_line(c, length, length, true) : take_line(c, length, false);
 }
 
 int rewind_container(container_input *c) {
