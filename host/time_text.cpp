@@ -158,7 +158,14 @@ void put_digits(std::string &text, size_t end, int64_t value) {
 // Digits that are a date, or a date and a clock, as well as a number of seconds; with @ before them
 // they are taken.
 bool may_be_date(std::string_view digits) {
-    return digits.size() == 8 || digits.size() == 12 || digits.size() == 14;
+    if (digits.size() != 8 && digits.size() != 12 && digits.size() != 14) {
+        return false;
+    }
+    text_scanner scanner{digits};
+    bool basic = false;
+    int64_t days = 0;
+    return (digits.starts_with("19") || digits.starts_with("20")) &&
+           take_date(scanner, basic, days);
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 
 namespace host {
 
-// Reads @SECONDS, SECONDS (unless of 8, 12 or 14 digits, which may be a date), or ISO 8601 with a
+// Reads @SECONDS, SECONDS (unless its digits may be a date of our time: 20240501), or ISO 8601 with a
 // zone: 2024-05-01T12:30:00Z, 2024-05-01 12:30+02:00, 20240501T123000Z, seconds and their fraction
 // (dropped) optional. False for anything else, a time without a zone, one before 1970 and a leap
 // second that is not the last of a day included.
