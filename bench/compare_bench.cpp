@@ -174,7 +174,8 @@ void merge_of_tiny_lines(benchmark::State &state) {
     for (size_t i = 0; i < lines.size(); i += 3) {
         lines[i] = "y";
     }
-    merge_files(state, {base, written("tiny-other", lines), base});
+    const std::string other = written("tiny-other", lines);
+    merge_files(state, {base, other, other});
 }
 
 void sizes(benchmark::internal::Benchmark *benchmark) {
@@ -190,6 +191,11 @@ BENCHMARK_CAPTURE(compare, nothing_in_common, bench::edit::foreign)->Apply(sizes
 BENCHMARK(stream_of_small_blocks)->Arg(100000)->Arg(200000)->Unit(benchmark::kMillisecond);
 BENCHMARK(stream_across_a_long_run)->Arg(50000)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(merge)->Apply(sizes);
-BENCHMARK(merge_of_tiny_lines)->Arg(98304)->Arg(196607)->Unit(benchmark::kMillisecond);
+BENCHMARK(merge_of_tiny_lines)
+    ->Arg(98304)
+    ->Arg(196607)
+    ->Arg(6000000)
+    ->Arg(12000000)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace

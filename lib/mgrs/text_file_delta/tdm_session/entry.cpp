@@ -121,8 +121,8 @@ int add_checkpoint(session_file *file, int32_t n, off_t position) {
     return 0;
 }
 
-/// Notes the place of line n of file k when the checkpoints have come to their end. They leave less
-/// than 2^17 bytes, which may be as many lines.
+/// Notes the place of line n of file k, which has no checkpoint. Checkpoints are a number of bytes
+/// apart that grows with the file, and these may be as many lines.
 int add_far_point(tdm_session *s, int k, int32_t n, off_t position) {
     if (n % far_point_distance != 0) {
         return 0;
@@ -199,7 +199,7 @@ int hash_middle(classifier *c, int k, uint64_t total, uint64_t **hashes, int32_t
         const bool room = file->checkpoint_count < max_checkpoints;
         const bool due = room && consumed > file->checkpoint_count * step;
         if ((due && add_checkpoint(file, n, line_start) != 0) ||
-            (!room && add_far_point(c->s, k, n, line_start) != 0) ||
+            (!due && add_far_point(c->s, k, n, line_start) != 0) ||
             check_line_number(c->s, *file, n) != 0 ||
             add_hash(hashes, n, hash_line(*c, line)) != 0) {
             return 1;

@@ -1,8 +1,9 @@
 // The text of one line of a file's middle, read again from the file.
 //
-// The nearest known start is a checkpoint, a place noted past the last checkpoint, or the place
-// behind the line fetched last. The stream is moved only when it does not stand there already, so
-// lines fetched in order cost one read each, and a line anywhere costs a bounded number of reads.
+// The nearest known start is a checkpoint, a place noted between checkpoints or past the last one,
+// or the place behind the line fetched last. The stream is moved only when it does not stand there
+// already, so lines fetched in order cost one read each, and a line anywhere costs a bounded number
+// of reads.
 #include <algorithm>
 #include <cstdio>
 
@@ -13,11 +14,14 @@
 namespace tdm {
 namespace {
 
-/// The last of the places whose line is at or before `m`, or `start` when they all lie behind it.
-line_position last_place(const checkpoint *places, uint32_t count, int32_t m, line_position start) {
+/// The last of the places whose line is at or before `m`, or `known` when that is nearer.
+line_position nearer_place(const checkpoint *places, uint32_t count, int32_t m,
+                           line_position known) {
     const checkpoint *const past = std::upper_bound(
         places, places + count, m, [](int32_t line, const checkpoint &c) { return line < c.line; });
-    return past == places ? start : line_position{past[-1].line, past[-1].offset};
+    return past == places || past[-1].line < known.line
+               ? known
+               : line_position{past[-1].line, past[-1].offset};
 }
 
 /// The nearest middle line at or before `m` whose place in file k is known.
@@ -35,9 +39,9 @@ line_position nearest_known_line(const tdm_session *s, int k, int32_t m) {
     if (last.line == m) {
         return last;
     }
-    line_position nearest = last_place(first, file.checkpoint_count, m, middle_start);
-    nearest = last_place(s->far_points[k], s->far_point_count[k], m, nearest);
-    return last.line < m && last.line > nearest.line ? last : nearest;
+    line_position nearest = last.line < m && last.line != 0 ? last : middle_start;
+    nearest = nearer_place(first, file.checkpoint_count, m, nearest);
+    return nearer_place(s->far_points[k], s->far_point_count[k], m, nearest);
 }
 
 /// Reads from `start` up to middle line m, which is then in the file's line buffer.

@@ -129,7 +129,7 @@ struct tdm_session {
     uint32_t exact_classes;  // 1: lines with equal hashes and different bytes are kept apart
     uint32_t no_op_name;     // 1: the operation's name could not be kept, which was reported
     tdm::line_position last_pos[tdm::max_files];
-    tdm::checkpoint *far_points[tdm::max_files];  // grow_array: known places past the checkpoints
+    tdm::checkpoint *far_points[tdm::max_files];  // grow_array: places between the checkpoints
     uint32_t far_point_count[tdm::max_files];
     off_t stream_at[tdm::max_files];     // where each stream stands, or position_unknown
     char *stdio_buffer[tdm::max_files];  // owned; null: the stream has its default buffer
