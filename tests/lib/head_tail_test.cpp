@@ -130,6 +130,15 @@ TEST_F(head_tail, takes_the_longest_lines_whole) {
     }
 }
 
+TEST_F(head_tail, counts_no_line_twice_of_a_file_cut_meanwhile) {
+    const std::string lines = test::join(std::vector<std::string>(1000, "f\n"));
+    const auto paths = write_all({"1\n" + lines, "2\n" + lines});
+    test::session all(paths);
+    std::filesystem::resize_file(paths[1], 1962);
+    ASSERT_EQ(all.compare(), 0);
+    EXPECT_EQ(all.s->file_line_count[1] + all.s->tail.line_count, 981U);
+}
+
 TEST_F(head_tail, leaves_what_is_not_text_to_the_line_reader) {
     const std::string filler = repeat(700, 'f') + "\n";
     const struct {

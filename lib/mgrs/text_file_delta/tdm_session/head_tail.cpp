@@ -4,6 +4,7 @@
 // head and tail begin and end on line boundaries in every file. Forwards lines come from the line
 // reader; backwards from the backward reader, which hands a line too long for its buffer over in
 // pieces, the line's end first. Those are put together here.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -241,11 +242,20 @@ bool outside_margin(const tdm_session *s) {
     return true;
 }
 
+/// Whether file k still ends where it did when the session was opened.
+bool ends_at_size(const tdm_session *s, int k) {
+    struct stat st {};
+    const line_stream &in = s->files[k].input;
+    return fstat(fileno(in.stream), &st) == 0 && static_cast<uint64_t>(st.st_size) == in.file_size;
+}
+
 /// Gives the tail up when it does not begin a line in some file: a reader that cuts lines in ways
-/// of its own must not make a line of half a line.
+/// of its own must not make a line of half a line. Where the tail begins is told from the file's
+/// size; in a file that was cut since, lines of the tail would be in the middle as well.
 void check_tail(const backward_source &source, common_span *tail) {
     for (int k = 0; k < source.s->file_count; ++k) {
-        if (tail->bytes[k] != 0 && !source.starts_line(k, tail->bytes[k])) {
+        const uint64_t bytes = tail->bytes[k];
+        if (bytes != 0 && (!ends_at_size(source.s, k) || !source.starts_line(k, bytes))) {
             *tail = {};
             return;
         }
