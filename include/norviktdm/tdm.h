@@ -367,7 +367,8 @@ NORVIK_API merge_report *tdm_merge_init_report(tdm_session *s, const char *outpu
  *  @param b  copied.
  *  @returns 0; 1 when the user aborted, no decision was possible or writing failed, all reported:
  *           what was to be decided is still pending, and tdm_merge_term decides it again. 1,
- *           silently, for a null argument or a block of no file. */
+ *           silently, for a null argument, a block of no file or of kind 0xFFFFFFFF, and when text
+ *           is wanted of lines that a block names outside the middle of their file. */
 NORVIK_API int tdm_merge_queue_diff(merge_report *r, const diff_block *b);
 
 /** Ends a merge and frees it: decides and writes what is left, or gives it up.
