@@ -125,4 +125,24 @@ TEST_F(container_faults, full_disk_is_reported_once) {
     }
 }
 
+TEST_F(container_faults, failed_close_is_told_beside_the_failure_before_it) {
+    const std::string closed = "Trouble accessing file \"/dev/full\": No space left on device\n";
+    const std::string excess = write("excess", original + std::string("stray\n"));
+    const std::string binary = write("binary", std::string("a\0b\n", 4));
+    uint32_t identical = 0;
+    for (const auto &run : std::initializer_list<std::function<int()>>{
+             [&] {
+                 return tdm_delete_versions_and_branches(excess.c_str(), "/dev/full", 0, nullptr, 0,
+                                                         nullptr);
+             },
+             [&] {
+                 return tdm_store_ver(9, "a9", "bA", 9, "/dev/full", nullptr, nullptr, 0,
+                                      container_.c_str(), binary.c_str(), 0, &identical);
+             }}) {
+        const std::string told = test::messages_of([&] { EXPECT_EQ(run(), -1); });
+        EXPECT_TRUE(told.ends_with(closed)) << told;
+        EXPECT_GT(told.size(), closed.size());
+    }
+}
+
 }  // namespace

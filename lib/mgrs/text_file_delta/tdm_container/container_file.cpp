@@ -352,6 +352,11 @@ int finish_output(text_output *o) {
     return close_stream(o) == 0 ? status : status_failed;
 }
 
+int abandon_output(text_output *o) {
+    (void)close_output(o);
+    return status_failed;
+}
+
 int finish_listing(text_output *o) {
     const int status = sync_output(o);
     return close_stream(o) == 0 ? status : status_failed;

@@ -87,6 +87,10 @@ void adopt_stream(text_output *o, FILE *stream, const char *file_name, const cha
 /// @returns the status of the sync, or -1 when the close failed; a failure is reported once.
 [[nodiscard]] int finish_output(text_output *o);
 
+/// Closes an output that stays incomplete; a failed close is reported beside what made it so.
+/// @returns -1.
+[[nodiscard]] int abandon_output(text_output *o);
+
 /// As finish_output, but a failed close alone is silent.
 [[nodiscard]] int finish_listing(text_output *o);
 

@@ -231,7 +231,7 @@ int tdm_delete_versions_and_branches(const char *container_path, const char *new
         tdm::create_ver_ht(nullptr, &old_container, &new_container, doomed.oids, false,
                            &versions) != 0 ||
         tdm::pass_weave(&old_container, &versions, &new_container) != 0) {
-        return tdm::status_failed;
+        return tdm::abandon_output(&new_container);
     }
     return tdm::finish_output(&new_container);
 }

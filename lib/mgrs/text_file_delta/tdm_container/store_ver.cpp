@@ -159,6 +159,7 @@ int weave_insertion(const weave_copy &w, const diff_block &block) {
             return 1;
         }
         const std::string_view text = line;
+        // Stored, with its prefix, it would be over the limit that is told.
         if (!can_be_read_back(text)) {
             report_line_too_long(w.text_path);
             return 1;
@@ -288,7 +289,7 @@ int store_version(const new_version &v, const char *container_path, const char *
     if (write_header(&old_container, v, place, &new_container) != 0 ||
         write_weave(&old_container, v, place, &l, predecessor.name, &new_container, identical) !=
             0) {
-        return status_failed;
+        return abandon_output(&new_container);
     }
     return finish_output(&new_container);
 }

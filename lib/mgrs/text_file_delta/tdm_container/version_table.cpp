@@ -233,11 +233,13 @@ int read_header(const header_pass &pass, text_output *rewritten) {
                 return 1;
             }
         }
+        // Any other line without its newline is the last one, and the header then has no end.
+        const bool last = is_record(record, 'E');
         if (rewritten != nullptr &&
-            (check_line_end(pass.c) != 0 || rewrite(rewritten, record, verdict) != 0)) {
+            ((last && check_line_end(pass.c) != 0) || rewrite(rewritten, record, verdict) != 0)) {
             return 1;
         }
-        if (is_record(record, 'E')) {
+        if (last) {
             return 0;
         }
     }
