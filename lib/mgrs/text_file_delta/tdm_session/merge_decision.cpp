@@ -65,20 +65,21 @@ int apply_change(merge_report *r, const diff_block &b, bool automatic) {
 
 /// Whether two blocks make the same change. Texts are compared byte for byte, blanks included.
 verdict agree(tdm_session *s, const diff_block &p, const diff_block &c) {
-    const int32_t more_lines = c.other_last - c.other_first;
+    // A host may hand in any numbers.
+    const int64_t more_lines = int64_t{c.other_last} - c.other_first;
     if (p.base_first != c.base_first || p.base_last != c.base_last ||
-        p.other_last - p.other_first != more_lines || p.kind != c.kind) {
+        int64_t{p.other_last} - p.other_first != more_lines || p.kind != c.kind) {
         return verdict::none;
     }
     if (removes_base_lines(c)) {
         return verdict::found;
     }
     const unconverted in_own_codeset(s);
-    for (int32_t j = 0; j <= more_lines; ++j) {
-        const char *const line =
-            tdm_get_line_text(s, static_cast<int>(c.file_index), c.other_first + j);
-        const char *const other =
-            tdm_get_line_text(s, static_cast<int>(p.file_index), p.other_first + j);
+    for (int64_t j = 0; j <= more_lines; ++j) {
+        const char *const line = tdm_get_line_text(s, static_cast<int>(c.file_index),
+                                                   static_cast<int>(c.other_first + j));
+        const char *const other = tdm_get_line_text(s, static_cast<int>(p.file_index),
+                                                    static_cast<int>(p.other_first + j));
         if (line == nullptr || other == nullptr) {
             return verdict::failed;
         }
