@@ -204,6 +204,13 @@ json_object json_region(const merge_run &run, const merge_options &options,
 }  // namespace
 
 std::string_view invisible_difference(const std::vector<std::string_view> &texts) {
+    const auto is_first = [&](std::string_view text) { return text == texts.front(); };
+    const auto is_empty = [](std::string_view text) { return text.empty(); };
+    // A side without lines is seen, and sides of a move may be equal at one of its places.
+    if (std::all_of(texts.begin(), texts.end(), is_first) ||
+        std::any_of(texts.begin(), texts.end(), is_empty)) {
+        return {};
+    }
     for (const invisible_kind &kind : invisible_kinds) {
         const std::string first = kind.strip(texts.front());
         if (std::all_of(texts.begin(), texts.end(),

@@ -230,6 +230,8 @@ TEST_F(merging, what_cannot_be_seen_is_told) {
         {{"a \nb\n", "a\t\nb\n"}, "blanks at line ends"},
         {{"a b\n", "a  b\n"}, "blanks"},
         {{"a\n", "b\n"}, ""},
+        {{"a\n", "a\n"}, ""},
+        {{"", "\n"}, ""},
     };
     for (const auto &[sides, words] : rows) {
         EXPECT_EQ(host::invisible_difference({sides[0], sides[1]}), words);
