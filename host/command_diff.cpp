@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -11,6 +12,7 @@
 #include "diff_output.h"
 #include "git_arguments.h"
 #include "output.h"
+#include "record_line.h"
 #include "unified_diff.h"
 #include "version_text.h"
 
@@ -172,9 +174,10 @@ bool is_text(const text_file &file) {
     const std::string_view bytes = file.bytes.view();
     size_t longest = 0;
     for (int32_t i = 0; i < file.lines.count(); i++) {
-        longest = std::max(longest, file.lines.line(i).size());
+        const std::string_view line = file.lines.line(i);
+        longest = std::max(longest, line.size() - (line.ends_with('\n') ? 1 : 0));
     }
-    return bytes.find('\0') == bytes.npos && longest <= 8001;
+    return bytes.find('\0') == bytes.npos && longest <= longest_line;
 }
 
 // As git's external diff: differences are no failure.
@@ -264,7 +267,7 @@ void register_diff(CLI::App &app, command_context &context) {
                    "Compare two versions of CONTAINER, or one with its branch's newest")
         ->option_text("CONTAINER");
     app.add_option("-U,--unified", options->context, "Lines of context (3)")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::Range(0, INT32_MAX))
         ->option_text("N");
     declare_forms(app, options.get());
     app.add_option("-W,--width", options->width, "Columns of the output of --side-by-side")
