@@ -129,6 +129,9 @@ TEST(frame, any_name_works_and_is_shown_escaped) {
 }
 
 TEST(frame, text_is_shown_or_missed_when_the_pager_is_broken) {
+    if (!has_terminals()) {
+        GTEST_SKIP() << "needs a pseudo terminal";
+    }
     const scratch_folder folder;
     ASSERT_EQ(tdm({"create", "c"}).status, 0);
     const struct {

@@ -139,6 +139,9 @@ TEST_F(differences, trouble_is_told) {
 }
 
 TEST_F(differences, terminal_gets_color_and_no_control_bytes) {
+    if (!has_terminals()) {
+        GTEST_SKIP() << "needs a pseudo terminal";
+    }
     write_file("old", "a\n");
     write_file("new", "\x1b[2J\r\n");
     const terminal_result result = on_terminal({"diff", "--no-pager", "old", "new"}, "none", {});

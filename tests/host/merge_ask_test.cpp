@@ -10,6 +10,9 @@ namespace {
 class asking : public testing::Test {
 protected:
     void SetUp() override {
+        if (!has_terminals()) {
+            GTEST_SKIP() << "needs a pseudo terminal";
+        }
         write_file("base", lines_of("a b c d e f"));
         write_file("x", lines_of("a X c d e1 f"));
         write_file("y", lines_of("a Y c d f"));

@@ -1,5 +1,7 @@
 #include "terminal_run.h"
 
+#include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
@@ -39,6 +41,15 @@ bool read_some(int terminal, std::string *seen) {
 
 }  // namespace
 
+bool has_terminals() {
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    const bool found = terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0;
+    if (terminal >= 0) {
+        close(terminal);
+    }
+    return found;
+}
+
 terminal_result on_terminal(const std::vector<std::string> &arguments, const std::string &prompt,
                             const std::vector<std::string> &answers,
                             const std::vector<std::string> &environment) {
@@ -49,6 +60,10 @@ terminal_result on_terminal(const std::vector<std::string> &arguments, const std
         become(arguments, environment);
     }
     terminal_result result;
+    if (child < 0) {
+        ADD_FAILURE() << "no pseudo terminal";
+        return result;
+    }
     size_t from = 0;
     size_t given = 0;
     while (read_some(terminal, &result.seen)) {

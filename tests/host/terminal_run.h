@@ -10,6 +10,9 @@ struct terminal_result {
     std::string seen;  // all that came to the terminal, the echo of the answers among it
 };
 
+// Whether pseudo terminals are to be had. A container or chroot without devpts has none.
+bool has_terminals();
+
 // Types answers[i] and a line's end when `prompt` has been seen for the i-th time; after the last
 // answer the terminal stays open until the command ends. Waits 20 seconds at most.
 terminal_result on_terminal(const std::vector<std::string> &arguments, const std::string &prompt,
