@@ -119,7 +119,8 @@ int weave_all(import_run &run, import_weave &weave, progress &bar) {
     for (size_t i = 0; i < run.items.size(); i++) {
         const import_item &item = run.items[i];
         auto next = std::make_shared<input_text>();
-        if (next->read(item.path) != status_done) {
+        if ((item.path != "-" && run.change.replacement.refuse_same(item.path) != status_done) ||
+            next->read(item.path) != status_done) {
             return status_trouble;
         }
         const bool same = next->text() == before->text();
