@@ -6,7 +6,9 @@
 #include <string>
 
 #include "cli.h"
+#include "container_view.h"
 #include "file_replace.h"
+#include "memory_file.h"
 #include "output.h"
 
 namespace host {
@@ -29,6 +31,26 @@ int list_header(const info_options &options, const char *output_path) {
     return result == 0 ? status_done : status_trouble;
 }
 
+// Lists once more, into memory, and compares.
+int prove_listing(const info_options &options, int descriptor) {
+    memory_file again;
+    file_bytes expected, written;
+    int error = again.create();
+    if (error == 0 && list_header(options, again.path().c_str()) != status_done) {
+        return status_trouble;
+    }
+    error = error != 0 ? error : expected.load(again.descriptor());
+    error = error != 0 ? error : written.load(descriptor);
+    if (error != 0) {
+        return say_errno(options.output, "what was written cannot be compared", error);
+    }
+    if (written.view() != expected.view()) {
+        say_of_file(options.output, "is not written: the new file does not read back as listed");
+        return status_trouble;
+    }
+    return status_done;
+}
+
 int list_into_file(const command_context &context, const info_options &options) {
     file_replacement replacement(context);
     if (replacement.lock_output(options.output) != status_done ||
@@ -37,7 +59,8 @@ int list_into_file(const command_context &context, const info_options &options) 
         list_header(options, replacement.temporary_path().c_str()) != status_done) {
         return status_trouble;
     }
-    return replacement.commit({});
+    return replacement.commit(
+        [&options](int descriptor) { return prove_listing(options, descriptor); });
 }
 
 int run_info(const command_context &context, const info_options &options) {
