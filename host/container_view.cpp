@@ -315,7 +315,7 @@ const version_record *resolve_version(const container_view &view, std::string_vi
     }
     *reason = named != nullptr ? "version " + escape_name(text) + " is deleted"
                                : "there is no version " + escape_name(text);
-    if (named == nullptr && text.size() < shortest_prefix) {
+    if (text.size() < shortest_prefix && text.find('@') == text.npos) {
         *reason += " (the beginning of an identifier has 4 characters at least)";
     }
     return nullptr;
