@@ -1,5 +1,7 @@
 #include "columns.h"
 
+#include <algorithm>
+
 #include "terminal.h"
 
 namespace host {
@@ -11,6 +13,16 @@ bool begins_character(char c) {
 }
 
 }  // namespace
+
+size_t count_columns(std::string_view escaped) {
+    return static_cast<size_t>(std::count_if(escaped.begin(), escaped.end(), begins_character));
+}
+
+std::string widened(std::string escaped, size_t columns) {
+    const size_t used = count_columns(escaped);
+    escaped.append(columns - std::min(columns, used), ' ');
+    return escaped;
+}
 
 std::string fit_column(std::string_view line, int width) {
     if (line.ends_with('\n')) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli.h"
+#include "columns.h"
 #include "container_change.h"
 #include "memory_file.h"
 #include "output.h"
@@ -79,7 +80,8 @@ public:
             number = std::max(number, version.id.number);
         }
         for (const auto &[branch, number] : highest) {
-            width_ = std::max(width_, version_name(view, {branch, number}).size());
+            const std::string name = escape_name(version_name(view, {branch, number}));
+            width_ = std::max(width_, count_columns(name));
         }
     }
 
@@ -94,6 +96,10 @@ public:
     }
 
 private:
+    std::string shown_name(const version_record *version) const {
+        return version == nullptr ? "?" : escape_name(version_name(view_, version->id));
+    }
+
     const std::string &label(std::string_view oid) {
         if (oid == last_oid_) {
             return *last_label_;
@@ -103,8 +109,7 @@ private:
                                 ? unknown_
                                 : labels_[static_cast<size_t>(version - view_.versions.data())];
         if (text.empty()) {
-            text = version == nullptr ? "?" : escape_name(version_name(view_, version->id));
-            text.resize(std::max(text.size(), width_), ' ');
+            text = widened(shown_name(version), width_);
             text += version == nullptr ? "  -                   " : "  " + time_text(version->time);
         }
         last_oid_ = oid;
@@ -137,11 +142,7 @@ private:
 
     void print_deleter(std::string_view oid) {
         const version_record *version = oid.empty() ? nullptr : find_version_by_oid(view_, oid);
-        std::string name = oid.empty()          ? ""
-                           : version == nullptr ? "?"
-                                                : escape_name(version_name(view_, version->id));
-        name.resize(std::max(name.size(), width_), ' ');
-        standard_output().write("  " + name);
+        standard_output().write("  " + widened(oid.empty() ? "" : shown_name(version), width_));
     }
 
     const container_view &view_;

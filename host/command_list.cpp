@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cli.h"
+#include "columns.h"
 #include "container_change.h"
 #include "json_text.h"
 #include "output.h"
@@ -40,9 +41,12 @@ version_list versions_in_order(const container_view &view, const branch_record *
 }
 
 void print_table(const container_view &view, const version_list &versions) {
+    const auto shown_name = [&view](const version_record *version) {
+        return escape_name(version_name(view, version->id));
+    };
     size_t width = 7;
     for (const version_record *version : versions) {
-        width = std::max(width, version_name(view, version->id).size());
+        width = std::max(width, count_columns(shown_name(version)));
     }
     output_writer &out = standard_output();
     const int column = static_cast<int>(width);
@@ -58,9 +62,8 @@ void print_table(const container_view &view, const version_list &versions) {
         if (version->deleted) {
             note += note.empty() ? "(deleted)" : " (deleted)";
         }
-        std::string line(width - std::min(width, version_name(view, version->id).size()), ' ');
-        line = escape_name(version_name(view, version->id)) + line + "  " +
-               time_text(version->time) + "  " + escape_name(version->oid);
+        const std::string line = widened(shown_name(version), width) + "  " +
+                                 time_text(version->time) + "  " + escape_name(version->oid);
         out.write(note.empty() ? line + "\n" : line + "  " + escape_name(note) + "\n");
     }
 }

@@ -67,6 +67,12 @@ TEST_F(history, listings_are_as_documented) {
               "I IDENTIFIER c\nD IDENTIFIER,IDENTIFIER ^d\nI IDENTIFIER e\n");
 }
 
+TEST_F(history, columns_are_counted_in_characters) {
+    ASSERT_EQ(tdm({"checkin", "c", "t1", "--branch", "br\u00e4nches", "--from", "main"}).status, 0);
+    EXPECT_NE(tdm({"list", "c"}).out.find("\nmain@0      2"), std::string::npos);
+    EXPECT_NE(tdm({"annotate", "c"}).out.find("main@1      2"), std::string::npos);
+}
+
 TEST_F(history, version_may_be_an_identifier_or_its_beginning) {
     std::smatch found;
     const std::string list = tdm({"list", "c"}).out;
@@ -107,6 +113,7 @@ TEST_F(history, refuses_what_would_not_be_a_history) {
         {"binary", {"checkin", "c", "binary"}, "'text file'"},
         {"long line", {"checkin", "c", "long"}, "8000"},
         {"binary import", {"import", "c", "t1", "binary"}, "'text file'"},
+        {"itself imported", {"import", "c", "t1", "./c"}, "is the same file"},
         {"missing file", {"import", "c", "t1", "nowhere"}, "No such file"},
         {"folder", {"checkin", "c", "."}, "directory"},
         {"bad list", {"import", "c", "--from-list", "t1"}, "tdm: t1:1: not a name"},
