@@ -112,13 +112,10 @@ int run_list(const command_context &context, const list_options &options) {
     if (open_sound_container(options.container, false, &view) != status_done) {
         return status_trouble;
     }
-    const branch_record *only = nullptr;
-    if (!options.branch.empty()) {
-        only = find_branch(view, options.branch);
-        if (only == nullptr) {
-            say_of_file(options.container, "has no branch " + escape_name(options.branch));
-            return status_trouble;
-        }
+    const bool all = options.branch.empty();
+    const branch_record *only = all ? nullptr : require_branch(view, options.branch);
+    if (!all && only == nullptr) {
+        return status_trouble;
     }
     const version_list versions = versions_in_order(view, only);
     if (context.json) {

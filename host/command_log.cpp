@@ -240,13 +240,10 @@ int run_log(const command_context &context, const log_options &options) {
     if (open_sound_container(options.container, context.force, &view) != status_done) {
         return status_trouble;
     }
-    const branch_record *only = nullptr;
-    if (!options.branch.empty()) {
-        only = find_branch(view, options.branch);
-        if (only == nullptr) {
-            say_of_file(options.container, "has no branch " + escape_name(options.branch));
-            return status_trouble;
-        }
+    const bool all = options.branch.empty();
+    const branch_record *only = all ? nullptr : require_branch(view, options.branch);
+    if (!all && only == nullptr) {
+        return status_trouble;
     }
     progress bar(context, "reading", view.bytes.view().size());
     const weave_scan scan =

@@ -56,6 +56,14 @@ const version_record *require_version(const container_view &view, std::string_vi
     return version;
 }
 
+const branch_record *require_branch(const container_view &view, std::string_view name) {
+    const branch_record *branch = find_branch(view, name);
+    if (branch == nullptr) {
+        say_of_file(view.name, "has no branch " + escape_name(name));
+    }
+    return branch;
+}
+
 int check_new_branch_name(const container_view *view, const std::string &name) {
     constexpr size_t longest_name = 99;
     const std::string shown = "branch name '" + escape_name(name) + "' ";

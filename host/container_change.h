@@ -28,6 +28,10 @@ namespace host {
 [[nodiscard]] const version_record *require_version(const container_view &view,
                                                     std::string_view text);
 
+// The branch called `name`; null after a message when there is none.
+[[nodiscard]] const branch_record *require_branch(const container_view &view,
+                                                  std::string_view name);
+
 // A branch's name as the command line may give it to a new branch: 1 to 99 bytes, no white space,
 // no control byte, no '@' (which stands between branch and number), and nothing that is or may
 // become an identifier, since VERSION would then mean two things. 0, or status_trouble after a
