@@ -1,7 +1,9 @@
 #include "checkin_plan.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 
+#include "cli.h"
 #include "container_change.h"
 #include "output.h"
 
@@ -41,10 +43,25 @@ int plan_new_branch(const container_view &view, const std::string &branch, const
 
 }  // namespace
 
-int plan_checkin(const container_view &view, const std::string &branch, const std::string &from,
-                 uint64_t count, checkin_plan *plan) {
-    if (!from.empty()) {
-        return plan_new_branch(view, branch, from, plan);
+void checkin_options::declare(CLI::App &app, command_context &context) {
+    app.add_option("--branch", branch, "The branch (default: main, or the only one)")
+        ->option_text("NAME");
+    app.add_option("--from", from, "Start the new branch off this version")->option_text("VERSION");
+    time.declare(app);
+    app.add_flag("--allow-same", allow_same,
+                 "Store a version whose text is that of the one before");
+    add_dry_run_option(app, context);
+    add_replace_options(app, context, "Go on when the file's owner or group cannot be kept");
+    context.exit_codes =
+        "0 stored; 1 nothing to store; 2 wrong usage or trouble, nothing is changed unless it says "
+        "so.";
+}
+
+int plan_checkin(const container_view &view, const checkin_options &options, uint64_t count,
+                 checkin_plan *plan) {
+    const std::string &branch = options.branch;
+    if (!options.from.empty()) {
+        return plan_new_branch(view, branch, options.from, plan);
     }
     const branch_record *found = branch.empty() ? default_branch(view) : find_branch(view, branch);
     if (found == nullptr) {

@@ -5,9 +5,22 @@
 #include <cstdint>
 #include <string>
 
+#include "command_context.h"
 #include "container_view.h"
+#include "time_option.h"
 
 namespace host {
+
+// The options of the commands that store texts.
+struct checkin_options {
+    std::string branch;  // empty: the default branch
+    std::string from;    // the version that a new branch is made off; empty: no new branch
+    bool allow_same = false;
+    time_option time;
+
+    // Those of all commands that change a container among them, and the exit codes.
+    void declare(CLI::App &app, command_context &context);
+};
 
 struct checkin_plan {
     std::string branch;        // where the version goes
@@ -17,11 +30,10 @@ struct checkin_plan {
     std::string base_branch;   // the predecessor's branch
 };
 
-// Plans a check-in to `branch` (empty: the default branch), new when `from` names the version that
-// it is made off. `count` versions are to be numbered from plan->id on. Returns 0, or
-// status_trouble after a message.
-[[nodiscard]] int plan_checkin(const container_view &view, const std::string &branch,
-                               const std::string &from, uint64_t count, checkin_plan *plan);
+// Plans a check-in of `count` versions, numbered from plan->id on. Returns 0, or status_trouble
+// after a message.
+[[nodiscard]] int plan_checkin(const container_view &view, const checkin_options &options,
+                               uint64_t count, checkin_plan *plan);
 
 }  // namespace host
 

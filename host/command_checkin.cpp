@@ -12,19 +12,15 @@
 #include "output.h"
 #include "proof.h"
 #include "random_oid.h"
-#include "time_option.h"
 
 namespace host {
 
 namespace {
 
-struct checkin_options {
+struct checkin_operands {
     std::string container;
     std::string file;
-    std::string branch;
-    std::string from;
-    bool allow_same = false;
-    time_option time;
+    checkin_options stored;
 };
 
 int store(const container_change &change, const checkin_plan &plan, const version_record &fresh,
@@ -64,16 +60,16 @@ int commit(container_change &change, const checkin_plan &plan, const version_rec
     });
 }
 
-int run_checkin(const command_context &context, const checkin_options &options) {
+int run_checkin(const command_context &context, const checkin_operands &options) {
     container_change change(context);
     input_text input;
     checkin_plan plan;
     uint64_t time = 0;
     std::string oid;
-    if (options.time.get(time) != status_done || input.read(options.file) != status_done ||
+    if (options.stored.time.get(time) != status_done || input.read(options.file) != status_done ||
         random_oid(oid) != status_done || change.open(options.container) != status_done ||
         (options.file != "-" && change.replacement.refuse_same(options.file) != status_done) ||
-        plan_checkin(change.old, options.branch, options.from, 1, &plan) != status_done) {
+        plan_checkin(change.old, options.stored, 1, &plan) != status_done) {
         return status_trouble;
     }
     const version_record fresh{oid, plan.id, time};
@@ -84,7 +80,7 @@ int run_checkin(const command_context &context, const checkin_options &options) 
     }
     // The library tells equal texts by the numbers of the two versions, which says nothing where a
     // branch begins.
-    if (!options.allow_same && (identical || plan.adds_branch) &&
+    if (!options.stored.allow_same && (identical || plan.adds_branch) &&
         version_equals(change.old, plan.predecessor, input.text())) {
         return nothing_to_store(change, plan);
     }
@@ -98,25 +94,14 @@ int run_checkin(const command_context &context, const checkin_options &options) 
 }  // namespace
 
 void register_checkin(CLI::App &app, command_context &context) {
-    const auto options = std::make_shared<checkin_options>();
+    const auto options = std::make_shared<checkin_operands>();
     context.take("CONTAINER", options->container, "The container to change");
     context.take("FILE", options->file, "The new version's text; - is standard input");
-    app.add_option("--branch", options->branch, "The branch (default: main, or the only one)")
-        ->option_text("NAME");
-    app.add_option("--from", options->from, "Start the new branch off this version")
-        ->option_text("VERSION");
-    options->time.declare(app);
-    app.add_flag("--allow-same", options->allow_same,
-                 "Store a version whose text is that of the one before");
-    add_dry_run_option(app, context);
-    add_replace_options(app, context, "Go on when the file's owner or group cannot be kept");
+    options->stored.declare(app, context);
     context.details =
         "Prints the name of the new version. The new container is compared with the old one\n"
         "and with FILE before it takes the old one's place; killed at any moment, the command\n"
         "leaves the old container or the new one, whole.";
-    context.exit_codes =
-        "0 stored; 1 nothing to store; 2 wrong usage or trouble, nothing is changed unless it says "
-        "so.";
     context.examples = {"tdm checkin notes.tdm notes.txt",
                         "tdm checkin notes.tdm draft.txt --branch draft --from main@3"};
     context.run = [&context, options] { return run_checkin(context, *options); };

@@ -24,7 +24,6 @@
 #include "proof.h"
 #include "random_oid.h"
 #include "structure.h"
-#include "time_option.h"
 #include "version_edit.h"
 
 namespace host {
@@ -35,10 +34,7 @@ struct import_options {
     std::string container;
     std::vector<std::string> files;
     std::string list;
-    std::string branch;
-    std::string from;
-    bool allow_same = false;
-    time_option time;
+    checkin_options stored;
 };
 
 // A version as it is woven in. Its file is read again for the proof, or what was read from a pipe
@@ -87,7 +83,7 @@ int refuse_spent_input(const import_run &run) {
 
 int collect_items(import_run &run) {
     uint64_t time = 0;
-    if (run.options.time.get(time) != status_done) {
+    if (run.options.stored.time.get(time) != status_done) {
         return status_trouble;
     }
     for (const std::string &file : run.options.files) {
@@ -124,7 +120,7 @@ int weave_all(import_run &run, import_weave &weave, progress &bar) {
             return status_trouble;
         }
         const bool same = next->text() == before->text();
-        if (same && !run.options.allow_same) {
+        if (same && !run.options.stored.allow_same) {
             if (!run.context.quiet) {
                 say_of_file(item.path, "not stored: the text is that of the version before");
             }
@@ -222,8 +218,7 @@ int import_all(import_run &run) {
 int run_import(const command_context &context, const import_options &options) {
     import_run run(context, options);
     if (collect_items(run) != status_done || run.change.open(options.container) != status_done ||
-        plan_checkin(run.change.old, options.branch, options.from, run.items.size(), &run.plan) !=
-            status_done) {
+        plan_checkin(run.change.old, options.stored, run.items.size(), &run.plan) != status_done) {
         return status_trouble;
     }
     const int status = import_all(run);
@@ -243,22 +238,11 @@ void register_import(CLI::App &app, command_context &context) {
     app.add_option("--from-list", options->list,
                    "Take the files from LIST: a name, a blank and a time a line")
         ->option_text("LIST");
-    app.add_option("--branch", options->branch, "The branch (default: main, or the only one)")
-        ->option_text("NAME");
-    app.add_option("--from", options->from, "Start the new branch off this version")
-        ->option_text("VERSION");
-    options->time.declare(app);
-    app.add_flag("--allow-same", options->allow_same,
-                 "Store a version whose text is that of the one before");
-    add_dry_run_option(app, context);
-    add_replace_options(app, context, "Go on when the file's owner or group cannot be kept");
+    options->stored.declare(app, context);
     context.details =
         "Each FILE becomes the next version; the container is the same as after checking them in\n"
         "one by one. All or nothing: the container is replaced once, when every version has been\n"
         "read back and compared. Prints the names of the new versions.";
-    context.exit_codes =
-        "0 stored; 1 nothing to store; 2 wrong usage or trouble, nothing is changed unless it says "
-        "so.";
     context.examples = {"tdm import notes.tdm old/notes-1.txt old/notes-2.txt",
                         "tdm import notes.tdm --from-list versions.list"};
     context.run = [&context, options] { return run_import(context, *options); };
