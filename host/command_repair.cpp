@@ -25,12 +25,28 @@ struct repair_options {
     bool drop_stray = false;
 };
 
+// Whether `next` is the version just below `lost` and lost for the same reason.
+bool goes_on(const lost_version &lost, const lost_version &next) {
+    return next.id.branch == lost.id.branch && next.id.number + 1 == lost.id.number &&
+           next.why.line == lost.why.line && next.why.reason == lost.why.reason;
+}
+
+// One line for each run of versions that one fault puts in doubt.
 void tell_lost(const container_view &view, const repair_verdict &verdict) {
-    for (const lost_version &lost : verdict.lost) {
+    for (std::size_t i = 0; i < verdict.lost.size(); i++) {
+        const lost_version &newest = verdict.lost[i];
+        const std::size_t first = i;
+        while (i + 1 < verdict.lost.size() && goes_on(verdict.lost[i], verdict.lost[i + 1])) {
+            i++;
+        }
+        std::string names = escape_name(version_name(view, verdict.lost[i].id));
+        if (i != first) {
+            names += " to " + escape_name(version_name(view, newest.id)) + ", " +
+                     std::to_string(i - first + 1) + " versions";
+        }
         const std::string line =
-            lost.why.line == 0 ? "" : "line " + std::to_string(lost.why.line) + ": ";
-        standard_output().write("lost: " + escape_name(version_name(view, lost.id)) + " (" + line +
-                                lost.why.reason + ")\n");
+            newest.why.line == 0 ? "" : "line " + std::to_string(newest.why.line) + ": ";
+        standard_output().write("lost: " + names + " (" + line + newest.why.reason + ")\n");
     }
 }
 

@@ -316,7 +316,9 @@ TEST_F(pruning, repair_saves_what_is_in_no_doubt) {
          "lost: deep@1 (line 34: a NUL byte)\nsaved: 7 of 8 versions\n"},
         {"a cut end", "\nmore\n$", "\nmo", 1,
          "lost: draft@2 (line 36: the file ends in the middle of this line)\n"},
-        {"stray lines", "$", "stray\n", 1, "lost: deep@1"},
+        {"stray lines", "$", "stray\n", 1,
+         "lost: deep@1 (line 37: 1 line outside every inserted run)\n"
+         "lost: draft@1 to draft@2, 2 versions (line 37: "},
     };
     const std::string bytes = read_file("c");
     for (const auto &row : rows) {
