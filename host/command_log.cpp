@@ -277,10 +277,11 @@ void register_log(CLI::App &app, command_context &context) {
     app.add_flag("-f,--force", context.force, "Read a damaged container")->group(more_options);
     context.details =
         "Each line: the version, its identifier, its date, the lines it added and deleted\n"
-        "against its predecessor, the lines it has in all. Names in brackets are the branches\n"
-        "made off it. An x marks a version that is deleted but kept because something still\n"
-        "depends on it. All versions are counted in one pass over the container. On a terminal\n"
-        "long names are cut; their identifiers name the versions as well.";
+        "against its predecessor, the lines it has in all. Lines are counted as the container\n"
+        "stores the change; 'tdm show' and 'tdm diff' look closer and may need fewer. Names in\n"
+        "brackets are the branches made off it. An x marks a version that is deleted but kept\n"
+        "because something still depends on it. All versions are counted in one pass over the\n"
+        "container. On a terminal long names are cut; their identifiers name the versions as well.";
     context.exit_codes = "0 listed; 2 wrong usage or trouble.";
     context.examples = {"tdm log notes.tdm", "tdm log notes.tdm --branch draft --oneline -n 5"};
     context.run = [&context, options] { return run_log(context, *options); };

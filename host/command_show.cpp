@@ -12,6 +12,7 @@
 #include "unified_diff.h"
 #include "version_text.h"
 #include "version_tree.h"
+#include "weave_scan.h"
 
 namespace host {
 
@@ -33,6 +34,7 @@ struct version_change {
     version_id predecessor;
     std::vector<text_file> texts;  // the predecessor's, the version's
     file_edits edits;
+    change_counts stored;  // what the container's records count
 };
 
 int read_change(const container_view &view, version_change *change) {
@@ -57,6 +59,8 @@ int read_change(const container_view &view, version_change *change) {
         return status_trouble;
     }
     change->edits = edits_of(compared, change->texts, 1, {});
+    const weave_scan scan = scan_weave(view, false, {});
+    change->stored = scan.changes[position_of(scan.tree, id)];
     return status_done;
 }
 
@@ -64,14 +68,26 @@ void print_fact(const char *name, const std::string &value) {
     standard_output().printf("%-12s %s\n", name, value.c_str());
 }
 
+std::string counts_text(const change_counts &counts) {
+    return "+" + std::to_string(counts.added) + " -" + std::to_string(counts.deleted);
+}
+
+// The counts that the log gives. The difference below looks more closely at the lines than a
+// check-in does and may be smaller; then its own counts stand beside them.
+std::string lines_text(const version_change &change) {
+    change_counts shown;
+    for (const edit &e : change.edits.edits) {
+        shown.added += static_cast<uint64_t>(e.file_end - e.file_first);
+        shown.deleted += static_cast<uint64_t>(e.base_end - e.base_first);
+    }
+    const std::string stored = counts_text(change.stored);
+    const std::string below = counts_text(shown);
+    return std::to_string(change.texts[1].lines.count()) + " (" +
+           (stored == below ? stored : stored + " stored, " + below + " shown") + ")";
+}
+
 void print_facts(const container_view &view, const version_change &change, bool color) {
     const version_record &version = *change.version;
-    int64_t added = 0;
-    int64_t deleted = 0;
-    for (const edit &e : change.edits.edits) {
-        added += e.file_end - e.file_first;
-        deleted += e.base_end - e.base_first;
-    }
     const std::string name = escape_name(version_name(view, version.id));
     print_fact("version", color ? yellow + name + plain : name);
     print_fact("identifier", escape_name(version.oid));
@@ -79,8 +95,7 @@ void print_facts(const container_view &view, const version_change &change, bool 
     print_fact("predecessor", change.has_predecessor
                                   ? escape_name(version_name(view, change.predecessor))
                                   : "none");
-    print_fact("lines", std::to_string(change.texts[1].lines.count()) + " (+" +
-                            std::to_string(added) + " -" + std::to_string(deleted) + ")");
+    print_fact("lines", lines_text(change));
     for (const branch_record &branch : view.branches) {
         if (!branch.deleted && branch.number != 0 && branch.parent == version.id) {
             print_fact("branch off", escape_name(branch.oid));
@@ -126,7 +141,9 @@ void register_show(CLI::App &app, command_context &context) {
     app.add_flag("-f,--force", context.force, "Read a damaged container")->group(more_options);
     context.details =
         "Shows the version's facts and, as a unified diff, what it changed against the version\n"
-        "before it on its branch, or against its branch point.";
+        "before it on its branch, or against its branch point. The lines are counted as the\n"
+        "container stores the change, like those of 'tdm log'. The diff below looks closer; where\n"
+        "it counts otherwise, its counts stand beside them.";
     context.exit_codes = "0 shown; 2 wrong usage or trouble.";
     context.examples = {"tdm show notes.tdm", "tdm show notes.tdm main@3 -U0"};
     context.run = [&context, options] { return run_show(context, *options); };
