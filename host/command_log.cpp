@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli.h"
+#include "columns.h"
 #include "container_change.h"
 #include "json_text.h"
 #include "output.h"
@@ -127,7 +128,7 @@ private:
     void measure(const version_log &log) {
         identifier_ = identifier_length(view_);
         for (const logged_version &version : log) {
-            name_ = std::max(name_, shown_name(*version.record).size());
+            name_ = std::max(name_, count_columns(shown_name(*version.record)));
         }
     }
 
@@ -157,7 +158,7 @@ private:
     std::string describe(const logged_version &version) const {
         const version_record &record = *version.record;
         const std::string name = shown_name(record);
-        const std::string padding(options_.oneline ? 0 : name_ - name.size(), ' ');
+        const std::string padding(options_.oneline ? 0 : name_ - count_columns(name), ' ');
         std::string line =
             in_color(yellow, name) + padding + " " + escape_name(record.oid.substr(0, identifier_));
         if (!options_.oneline) {

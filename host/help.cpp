@@ -1,7 +1,9 @@
 #include "help.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <string>
+#include <utility>
 
 #include "cli.h"
 #include "output.h"
@@ -11,6 +13,7 @@ namespace host {
 namespace {
 
 constexpr size_t left_column = 26;
+constexpr size_t most_columns = 79;  // of a terminal with 80
 
 constexpr const char *overview_details = R"(
 VERSION is BRANCH@N, BRANCH (its newest version), or an identifier or a unique
@@ -28,25 +31,63 @@ Environment:
   SOURCE_DATE_EPOCH         the time that counts as now, in seconds since 1970
 )";
 
+// Prints `start` and behind it the words of a text, in lines that fit; all but the first line begin
+// in column `indent`.
+void print_folded(std::string line, std::string_view text, size_t indent) {
+    bool first = true;
+    while (!text.empty()) {
+        const std::string_view word = text.substr(0, text.find_first_of(" \n"));
+        text.remove_prefix(std::min(word.size() + 1, text.size()));
+        if (!first && line.size() + 1 + word.size() > most_columns) {
+            standard_output().printf("%s\n", line.c_str());
+            line.assign(indent, ' ');
+            first = true;
+        }
+        line.append(first ? 0 : 1, ' ').append(word);
+        first = false;
+    }
+    standard_output().printf("%s\n", line.c_str());
+}
+
+// Prints paragraphs, which blank lines part; lines that begin with a blank stay as they are.
+void print_paragraphs(std::string_view text) {
+    std::string paragraph;
+    const auto end_paragraph = [&paragraph] {
+        if (!paragraph.empty()) {
+            print_folded("", std::exchange(paragraph, ""), 0);
+        }
+    };
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        if (line.empty() || line.front() == ' ') {
+            end_paragraph();
+            standard_output().printf("%.*s\n", static_cast<int>(line.size()), line.data());
+        } else {
+            paragraph.append(paragraph.empty() ? 0 : 1, ' ').append(line);
+        }
+    }
+    end_paragraph();
+}
+
 void print_entry(const std::string &left, std::string_view right) {
     std::string line = "  " + left;
     if (line.size() + 2 > left_column) {
-        line += "\n" + std::string(left_column, ' ');
-    } else {
-        line.resize(left_column, ' ');
+        standard_output().printf("%s\n", line.c_str());
+        line.clear();
     }
-    standard_output().printf("%s%.*s\n", line.c_str(), static_cast<int>(right.size()),
-                             right.data());
+    line.resize(left_column, ' ');
+    print_folded(line, right, left_column);
 }
 
 std::string usage_line(const command_context &context) {
-    std::string line = "Usage: tdm " + context.name + " [OPTIONS]";
+    std::string line = context.name + " [OPTIONS]";
     for (const operand &place : context.operands) {
         const std::string dots = place.list != nullptr ? "..." : "";
         const std::string name = place.name + dots;
         line += place.required ? " " + name : " [" + name + "]";
     }
-    return line + "\n";
+    return line;
 }
 
 void print_option(const CLI::Option &option) {
@@ -80,7 +121,7 @@ void print_group(const CLI::App &app, const std::string &group) {
 
 void print_help(const CLI::App &app, const command_context &context, bool full) {
     output_writer &out = standard_output();
-    out.write(usage_line(context));
+    print_folded("Usage: tdm ", usage_line(context), 4);
     out.printf("\n%s.\n\n", context.summary);
     for (const operand &place : context.operands) {
         print_entry(place.name, place.description);
@@ -89,8 +130,9 @@ void print_help(const CLI::App &app, const command_context &context, bool full) 
     if (full) {
         print_group(app, more_options);
         print_group(app, general_options);
-        out.printf("\n%s%s", context.details, *context.details == '\0' ? "" : "\n");
-        out.printf("Exit codes: %s\n", context.exit_codes);
+        out.write("\n");
+        print_paragraphs(context.details);
+        print_folded("Exit codes: ", context.exit_codes, 0);
     }
     out.write("\nExamples:\n");
     for (const char *example : context.examples) {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "run_command.h"
 #include "terminal_run.h"
 
@@ -81,6 +83,10 @@ TEST(frame, help_of_every_command_is_on_standard_output) {
         EXPECT_TRUE(brief.out.starts_with(std::string("Usage: tdm ") + entry.name)) << brief.out;
         EXPECT_NE(brief.out.find("Examples:\n  tdm "), std::string::npos) << brief.out;
         EXPECT_NE(full.out.find("Exit codes: 0"), std::string::npos) << full.out;
+        std::istringstream lines(full.out);
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_LE(line.size(), 79U) << line;
+        }
     }
 }
 
