@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "exit_status.h"
+#include "private_file.h"
 
 namespace host {
 
@@ -22,6 +23,7 @@ void remove_doomed_files() {
             unlink(path);
         }
     }
+    remove_private_files();
 }
 
 // The signal has its old effect again by now (SA_RESETHAND), and comes as soon as this returns.

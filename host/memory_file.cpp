@@ -1,28 +1,26 @@
 #include "memory_file.h"
 
-#include <fcntl.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <cerrno>
+
+#include "descriptor_path.h"
 
 namespace host {
 
 int memory_file::create() {
+    if (!descriptors_have_paths()) {
+        const int error = file_.create();
+        path_ = file_.path();
+        return error;
+    }
     descriptor_ = owned_descriptor(memfd_create("tdm", MFD_CLOEXEC));
-    path_ = "/proc/self/fd/" + std::to_string(descriptor_.get());
+    path_ = own_path(descriptor_.get());
     return descriptor_.is_open() ? 0 : errno;
 }
 
 int memory_file::write(std::string_view bytes) const {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(descriptor_.get(), bytes.data(), bytes.size());
-        if (written < 0 && errno != EINTR) {
-            return errno;
-        }
-        bytes.remove_prefix(written < 0 ? 0 : static_cast<size_t>(written));
-    }
-    return 0;
+    return write_bytes(descriptor(), bytes);
 }
 
 }  // namespace host

@@ -1,12 +1,13 @@
 // A file in memory, for text that the library must find under a path: no disk holds it, and nothing
-// of it is left when the command is killed.
+// of it is left when the command is killed. Where descriptors have no paths (descriptor_path.h) it
+// is a private file.
 #ifndef TDM_HOST_MEMORY_FILE_H
 #define TDM_HOST_MEMORY_FILE_H
 
 #include <string>
 #include <string_view>
 
-#include "file_lock.h"
+#include "private_file.h"
 
 namespace host {
 
@@ -19,10 +20,13 @@ public:
 
     // By which this process, and no other, can open it as long as the object lives.
     const std::string &path() const { return path_; }
-    int descriptor() const { return descriptor_.get(); }
+    int descriptor() const {
+        return descriptor_.is_open() ? descriptor_.get() : file_.descriptor();
+    }
 
 private:
-    owned_descriptor descriptor_;
+    owned_descriptor descriptor_;  // or else
+    private_file file_;
     std::string path_;
 };
 
