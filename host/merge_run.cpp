@@ -38,16 +38,8 @@ std::vector<int32_t> around_unended(const merge_run &run) {
     return places;
 }
 
-}  // namespace
-
-int begin_merge(const std::vector<std::string> &names, const merge_options &options,
-                bool by_library, merge_run *run) {
-    run->files.resize(names.size());
-    for (size_t i = 0; i < names.size(); i++) {
-        if (open_text_file(names[i], &run->files[i]) != status_done) {
-            return status_trouble;
-        }
-    }
+// From the opened files to what each contributor changed.
+int compare_contributors(const merge_options &options, bool by_library, merge_run *run) {
     const auto after = by_library ? after_compare::keep_session : after_compare::close_session;
     if (compare_files(&run->files, "merge", options.ignore_blanks, after, &run->compared) !=
         status_done) {
@@ -62,6 +54,39 @@ int begin_merge(const std::vector<std::string> &names, const merge_options &opti
             edits_of(run->compared, run->files, k, {run->in.equality, !by_library}));
     }
     return status_done;
+}
+
+}  // namespace
+
+int begin_merge(const std::vector<std::string> &names, const merge_options &options,
+                bool by_library, merge_run *run) {
+    run->files.resize(names.size());
+    for (size_t i = 0; i < names.size(); i++) {
+        if (open_text_file(names[i], &run->files[i]) != status_done) {
+            return status_trouble;
+        }
+    }
+    return compare_contributors(options, by_library, run);
+}
+
+int merge_texts(const std::vector<named_text> &texts, merge_options *options, merge_run *run) {
+    marker_options &markers = options->markers;
+    run->files.resize(texts.size());
+    for (size_t i = 0; i < texts.size(); i++) {
+        if (hold_text(texts[i].name, texts[i].bytes, &run->files[i]) != status_done) {
+            return status_trouble;
+        }
+        if (i == 0 && markers.base_label.empty()) {
+            markers.base_label = texts[i].name;
+        } else if (i > markers.labels.size()) {
+            markers.labels.push_back(texts[i].name);
+        }
+    }
+    if (compare_contributors(*options, false, run) != status_done) {
+        return status_trouble;
+    }
+    run->plan = plan_merge(run->in, options->apply_adjacent);
+    return finish_merge(*options, run);
 }
 
 int finish_merge(const merge_options &options, merge_run *run) {

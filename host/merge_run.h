@@ -2,8 +2,8 @@
 #ifndef TDM_HOST_MERGE_RUN_H
 #define TDM_HOST_MERGE_RUN_H
 
-#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "comparison.h"
@@ -35,6 +35,20 @@ struct merge_run {
 // status_trouble after a message.
 [[nodiscard]] int begin_merge(const std::vector<std::string> &names, const merge_options &options,
                               bool by_library, merge_run *run);
+
+// A text that stands in memory, with the name that messages and markers call it by. The bytes are
+// needed during the call alone.
+struct named_text {
+    std::string name;
+    std::string_view bytes;
+};
+
+// The whole merge of texts in memory, the base first: compares, decides and checks. The result is
+// run->merged.text, between markers where !is_clean(run->plan); say_conflicts (merge_words.h) tells
+// the conflicts, given the same options. Labels that `options` lacks become the names. 0, or
+// status_trouble after a message.
+[[nodiscard]] int merge_texts(const std::vector<named_text> &texts, merge_options *options,
+                              merge_run *run);
 
 // Writes the merged text of run->plan and checks it; whatever does not pass is made a conflict and
 // written again. 0, or status_trouble after a message for a text that no conflict mends.

@@ -21,16 +21,11 @@ struct merge_of {
     std::string text;
 
     explicit merge_of(const texts &all, host::merge_options options = {}) {
-        std::vector<host::text_file> held(all.size());
-        std::vector<std::string> names;
-        for (size_t i = 0; i < all.size(); i++) {
-            EXPECT_EQ(host::hold_text("text", all[i], &held[i]), 0);
-            names.push_back(held[i].path);
-            options.markers.labels.push_back(std::to_string(i + 1));
+        std::vector<host::named_text> named;
+        for (const std::string &bytes : all) {
+            named.push_back({named.empty() ? "" : std::to_string(named.size()), bytes});
         }
-        EXPECT_EQ(host::begin_merge(names, options, false, &run), 0);
-        run.plan = host::plan_merge(run.in, options.apply_adjacent);
-        EXPECT_EQ(host::finish_merge(options, &run), 0);
+        EXPECT_EQ(host::merge_texts(named, &options, &run), 0);
         clean = host::is_clean(run.plan);
         text = run.merged.text;
     }
