@@ -119,8 +119,7 @@ void delete_some(random_history &history) {
 
 TEST(deletion, leaves_the_survivors_of_random_histories_as_they_were) {
     const scratch_folder folder;
-    for (unsigned seed = 1; seed <= 6; seed++) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
+    for (const unsigned seed : seeds(6)) {
         random_history history(seed, 12);
         for (int round = 0; round < 3 && !testing::Test::HasFatalFailure(); round++) {
             SCOPED_TRACE("round " + std::to_string(round));
@@ -277,8 +276,7 @@ TEST(purge, takes_live_versions_first_and_refuses_what_names_two) {
 
 TEST(purge, keeps_the_survivors_of_random_histories) {
     const scratch_folder folder;
-    for (unsigned seed = 21; seed <= 26; seed++) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
+    for (const unsigned seed : seeds(6)) {
         random_history history(seed, 14);
         const auto chosen =
             std::next(history.versions.begin(),

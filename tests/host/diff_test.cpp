@@ -66,7 +66,7 @@ std::string apply(const std::string &text, const std::string &patch,
 }
 
 TEST_F(differences, patch_and_git_turn_one_text_into_the_other_and_back) {
-    for (unsigned seed = 1; seed <= (sanitized ? 15U : 80U); seed++) {
+    for (const unsigned seed : seeds(sanitized ? 15U : 80U)) {
         text_maker make{std::mt19937(seed), seed % 3 * 0.3};
         const auto lines = make.text(1 + make.below(40));
         const std::string a = joined(lines, make.chance(0.2));

@@ -60,7 +60,7 @@ void expect_moves_hold(const host::text_lines &base, const host::text_lines &fil
 }
 
 TEST(edit_list, edits_turn_the_base_into_every_file) {
-    for (unsigned seed = 1; seed <= 300; seed++) {
+    for (const unsigned seed : seeds(300)) {
         text_maker make{std::mt19937(seed), seed % 4 * 0.25};
         const auto base = make.text(make.below(60));
         std::vector<std::string> texts = {joined(base, make.chance(0.2))};
@@ -99,7 +99,7 @@ int32_t longest_common(const host::text_lines &a, const host::text_lines &b) {
 }
 
 TEST(gap_match, finds_as_many_pairs_as_there_are) {
-    for (unsigned seed = 1; seed <= 200; seed++) {
+    for (const unsigned seed : seeds(200)) {
         text_maker make{std::mt19937(seed), 0.9};
         const std::string a = joined(make.text(make.below(30)));
         const std::string b = joined(make.text(make.below(30)));

@@ -6,6 +6,7 @@
 
 #include "history_proof.h"
 #include "run_command.h"
+#include "small_texts.h"
 
 namespace {
 
@@ -232,52 +233,15 @@ TEST_F(history, damaged_container_is_told_with_its_line_and_nothing_is_built_on_
     EXPECT_TRUE(forced.out.starts_with("a\nb\n")) << forced.out;
 }
 
-// Random texts with moved blocks, quoted lines, last lines without a newline, and runs of equal
-// lines.
-std::string random_text(const std::string &before, std::mt19937 &random) {
-    std::vector<std::string> lines;
-    for (size_t at = 0; at < before.size();) {
-        const size_t end = std::min(before.find('\n', at), before.size() - 1) + 1;
-        lines.push_back(before.substr(at, end - at));
-        at = end;
-    }
-    if (!lines.empty() && lines.back().back() != '\n') {
-        lines.back() += '\n';
-    }
-    for (auto edits = random() % 5; edits > 0; edits--) {
-        const size_t at = random() % (lines.size() + 1);
-        const size_t count = std::min<size_t>(random() % 6, lines.size() - at);
-        const auto first = lines.begin() + static_cast<long>(at);
-        if (random() % 3 == 0) {
-            std::rotate(lines.begin(), first, first + static_cast<long>(count));
-        } else if (random() % 2 == 0) {
-            lines.erase(first, first + static_cast<long>(count));
-        } else {
-            const std::string line = (random() % 4 == 0 ? "^" : "") + std::to_string(random() % 9);
-            lines.insert(first, 1 + random() % 4, line + "\n");
-        }
-    }
-    std::string text;
-    for (const std::string &line : lines) {
-        text += line;
-    }
-    if (!text.empty() && random() % 4 == 0) {
-        text.pop_back();
-    }
-    return text;
-}
-
 TEST(import, stores_the_same_as_checking_in_one_by_one) {
-    const unsigned seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 random(seed);
-    for (int round = 0; round < (sanitized ? 1 : 5); round++) {
+    for (const unsigned seed : seeds(sanitized ? 1 : 5)) {
+        text_maker make{.random = std::mt19937(seed), .repeated = 0.5, .quoted = 0.2};
         const scratch_folder folder;
         ASSERT_EQ(tdm({"create", "one"}).status + tdm({"create", "all"}).status, 0);
         std::vector<std::string> words = {"import", "-q", "all", "--allow-same"};
         std::vector<std::string> texts = {""};
         for (int i = 1; i <= 25; i++) {
-            texts.push_back(random_text(texts.back(), random));
+            texts.push_back(make.changed(texts.back()));
             words.push_back("t" + std::to_string(i));
             write_file(words.back(), texts.back());
             ASSERT_EQ(tdm({"checkin", "-q", "one", words.back(), "--allow-same"}).err, "");
@@ -308,12 +272,12 @@ TEST(import, stores_the_same_as_checking_in_one_by_one) {
 
 TEST(import, sees_a_version_that_reads_otherwise) {
     const scratch_folder folder;
-    std::mt19937 random(7);
+    text_maker make{.random = std::mt19937(7), .repeated = 0.5, .quoted = 0.2};
     ASSERT_EQ(tdm({"create", "c"}).status, 0);
     std::vector<std::string> words = {"import", "-q", "c", "--allow-same"};
     std::vector<std::string> texts = {""};
     for (int i = 1; i <= 30; i++) {
-        texts.push_back(random_text(texts.back() + "more\n", random));
+        texts.push_back(make.changed(texts.back() + "more\n"));
         words.push_back("t" + std::to_string(i));
         write_file(words.back(), texts.back());
     }

@@ -283,7 +283,7 @@ void expect_nothing_lost(const texts &all, const std::string &merged, const std:
 
 TEST_F(merging, random_texts_lose_nothing_and_depend_on_no_order) {
     int clean = 0;
-    for (unsigned seed = 1; seed <= (sanitized ? 60U : 600U); seed++) {
+    for (const unsigned seed : seeds(sanitized ? 60U : 600U)) {
         text_maker make{std::mt19937(seed), seed % 3 * 0.3};
         const auto base = make.text(make.below(40));
         texts all = {joined(base, make.chance(0.2))};
@@ -311,7 +311,7 @@ TEST_F(merging, random_texts_lose_nothing_and_depend_on_no_order) {
 }
 
 TEST_F(merging, disjoint_changes_of_many_merge_in_any_order) {
-    for (unsigned seed = 1; seed <= 20; seed++) {
+    for (const unsigned seed : seeds(20)) {
         text_maker make{std::mt19937(seed)};
         const auto base = make.text(124);
         texts all = {joined(base)};

@@ -4,46 +4,16 @@
 #include <norviktdm/tdm.h>
 
 #include <filesystem>
-#include <sstream>
 
 namespace host_tests {
 
-random_history::random_history(unsigned seed, int steps) : branches{"main"}, random_(seed) {
+random_history::random_history(unsigned seed, int steps)
+    : branches{"main"}, make_{.random = std::mt19937(seed), .repeated = 0.3, .quoted = 0.1} {
     EXPECT_EQ(tdm_create_elem(time, "element", "main", "oid0", path().c_str()), 0);
     versions[{0, 0}] = {"oid0", "", {}};
     for (int i = 0; i < steps; i++) {
         step();
     }
-}
-
-// A few lines deleted, inserted (some that begin with ^) or moved; now and then no last newline.
-std::string random_history::changed(const std::string &text) {
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
-    }
-    for (unsigned edits = 1 + pick(4); edits > 0; edits--) {
-        const unsigned at = pick(static_cast<unsigned>(lines.size()) + 1);
-        const unsigned count = 1 + pick(6);
-        const auto place = lines.begin() + at;
-        if (pick(3) == 0 && at < lines.size()) {
-            lines.erase(place, place + std::min<long>(count, lines.end() - place));
-            continue;
-        }
-        for (unsigned i = 0; i < count; i++) {
-            const std::string line = (pick(9) == 0 ? "^I 0 " : "line ") + std::to_string(pick(400));
-            lines.insert(lines.begin() + at, line);
-        }
-    }
-    std::string result;
-    for (const std::string &line : lines) {
-        result += line + "\n";
-    }
-    if (!result.empty() && pick(5) == 0) {
-        result.pop_back();
-    }
-    return result;
 }
 
 void random_history::store(uint64_t branch, const host::version_id &predecessor,
@@ -71,13 +41,13 @@ void random_history::step() {
     const auto base = std::next(versions.begin(), pick(static_cast<unsigned>(versions.size())));
     if (pick(6) == 0) {
         branches.push_back("b" + std::to_string(branches.size()));
-        store(branches.size() - 1, base->first, changed(base->second.text));
+        store(branches.size() - 1, base->first, make_.changed(base->second.text));
         return;
     }
     const uint64_t branch = base->first.branch;
     const auto newest = std::prev(versions.lower_bound({branch + 1, 0}));
     const bool same = pick(10) == 0;
-    store(branch, newest->first, same ? newest->second.text : changed(newest->second.text));
+    store(branch, newest->first, same ? newest->second.text : make_.changed(newest->second.text));
 }
 
 }  // namespace host_tests

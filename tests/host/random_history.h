@@ -4,12 +4,12 @@
 #define TDM_TESTS_HOST_RANDOM_HISTORY_H
 
 #include <map>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "container_view.h"
 #include "run_command.h"
+#include "small_texts.h"
 
 namespace host_tests {
 
@@ -27,17 +27,16 @@ public:
     void step();
     std::string path() const { return folder_.path() + "/container"; }
     // A number from 0 to `below` - 1.
-    unsigned pick(unsigned below) { return static_cast<unsigned>(random_() % below); }
+    unsigned pick(unsigned below) { return static_cast<unsigned>(make_.below(below)); }
 
     std::map<host::version_id, modelled_version> versions;
     std::vector<std::string> branches;  // by number
     uint64_t time = 1000;
 
 private:
-    std::string changed(const std::string &text);
     void store(uint64_t branch, const host::version_id &predecessor, const std::string &text);
 
-    std::mt19937 random_;
+    text_maker make_;
     scratch_folder folder_;
     unsigned next_oid_ = 0;
 };

@@ -143,12 +143,12 @@ TEST(repair, saves_no_version_with_another_text) {
     const scratch_folder folder;
     size_t saved = 0;
     size_t total = 0;
-    for (unsigned seed = 1; seed <= histories; seed++) {
+    for (const unsigned seed : seeds(histories)) {
         random_history history(seed, 12 + static_cast<int>(seed % 20));
         const std::string bytes =
             seed % 2 == 0 ? pruned_container(history) : read_file(history.path());
         for (int round = 0; round < rounds; round++) {
-            SCOPED_TRACE("seed " + std::to_string(seed) + " round " + std::to_string(round));
+            SCOPED_TRACE(round);
             const damage_case first = random_damage(bytes, history);
             const damage_case second = random_damage(bytes, history);
             const std::string once = damaged(bytes, second);

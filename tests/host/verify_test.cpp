@@ -260,8 +260,7 @@ TEST(verify, finds_single_byte_changes_that_change_a_text) {
     constexpr int changes = 1000 / histories;
     const scratch_folder folder;
     change_counts counts;
-    for (unsigned seed = 1; seed <= histories; seed++) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
+    for (const unsigned seed : seeds(histories)) {
         host_tests::random_history history(seed, 30);
         const std::string bytes = read_file(history.path());
         host::kept_digests kept;

@@ -56,8 +56,7 @@ uint64_t common_lines(const std::string &a, const std::string &b) {
 }
 
 TEST(weave_scan, reads_every_version_of_random_histories_in_one_pass) {
-    for (unsigned seed = 1; seed <= 12; seed++) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
+    for (const unsigned seed : seeds(12)) {
         random_history history(seed, 40);
         container_view view;
         ASSERT_EQ(host::open_container(history.path(), &view), 0);

@@ -96,12 +96,11 @@ TEST_F(diff_stream, remembers_a_moved_insertion_when_it_is_given_up) {
 }
 
 TEST_F(diff_stream, rebuilds_every_file_from_the_base) {
-    std::mt19937 random(5);
-    for (int round = 0; round < 700; ++round) {
-        SCOPED_TRACE(round);
-        test::texts files = {test::random_text(random() % 60, &random)};
-        for (size_t others = 1 + random() % 4; others > 0; --others) {
-            files.push_back(test::edit(files[0], &random));
+    for (const unsigned seed : seeds(700)) {
+        text_maker make{.random = std::mt19937(seed), .repeated = 0.3, .doubles = true};
+        test::texts files = {joined(make.text(make.below(60)))};
+        for (size_t others = 1 + make.below(4); others > 0; --others) {
+            files.push_back(make.changed(files[0]));
         }
         test::session all(write_all(files));
         ASSERT_EQ(all.compare(), 0);
@@ -110,7 +109,7 @@ TEST_F(diff_stream, rebuilds_every_file_from_the_base) {
         }
         std::vector<std::vector<std::string>> lines;
         for (const std::string &text : files) {
-            lines.push_back(test::lines_of(text));
+            lines.push_back(split_lines(text));
         }
         const auto take = [&lines](size_t file, int32_t first, int32_t last) {
             std::string text;

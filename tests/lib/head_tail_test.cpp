@@ -131,7 +131,7 @@ TEST_F(head_tail, takes_the_longest_lines_whole) {
 }
 
 TEST_F(head_tail, counts_no_line_twice_of_a_file_cut_meanwhile) {
-    const std::string lines = test::join(std::vector<std::string>(1000, "f\n"));
+    const std::string lines = joined(std::vector<std::string>(1000, "f\n"));
     const auto paths = write_all({"1\n" + lines, "2\n" + lines});
     test::session all(paths);
     std::filesystem::resize_file(paths[1], 1962);

@@ -1,5 +1,3 @@
-#include <random>
-
 #include "session_support.h"
 #include "tdm_session/line_hash.h"
 
@@ -18,8 +16,8 @@ TEST(line_hash, gives_the_documented_values) {
 }
 
 TEST(line_hash, takes_words_of_any_bytes_as_single_bytes) {
-    std::mt19937 random(1);
-    for (int i = 0; i < 2000; ++i) {
+    for (const unsigned seed : seeds(2000)) {
+        std::mt19937 random(seed);
         std::string line(random() % 40, '\0');
         const unsigned bits = random() % 3 == 0 ? 0xFF : 0x7F;
         uint64_t h = 0;

@@ -241,11 +241,10 @@ TEST_F(merge, does_not_depend_on_the_order_of_contributors_that_agree) {
 }
 
 TEST_F(merge, takes_the_only_changed_file_whole_whatever_it_did) {
-    std::mt19937 random(6);
-    for (int round = 0; round < 120; ++round) {
-        SCOPED_TRACE(round);
-        const std::string base = test::random_text(random() % 50, &random);
-        const std::string edited = test::edit(base, &random);
+    for (const unsigned seed : seeds(120)) {
+        text_maker make{.random = std::mt19937(seed), .repeated = 0.3, .doubles = true};
+        const std::string base = joined(make.text(make.below(50)));
+        const std::string edited = make.changed(base);
         if (base != edited) {
             EXPECT_EQ(run({base, edited, base, base}).text, edited);
             EXPECT_EQ(run({base, base, edited}, 0, "", 2).text, edited);
@@ -298,7 +297,7 @@ TEST_F(merge, never_overwrites_and_leaves_no_half_output) {
 }
 
 TEST_F(merge, keeps_no_output_that_an_early_write_missed) {
-    const std::string much = test::join(std::vector<std::string>(3000, "text\n"));
+    const std::string much = joined(std::vector<std::string>(3000, "text\n"));
     test::session all(write_all({"1\na\n2\n", "1\n" + much + "2\n", "1\n" + much + "2\n"}));
     ASSERT_EQ(all.compare(), 0);
     uint64_t head = 0;

@@ -129,26 +129,26 @@ TEST_F(session_files, survive_null_arguments) {
 }
 
 TEST_F(session_files, give_back_every_line_of_the_middle_in_any_order) {
-    std::mt19937 random(3);
+    text_maker make{.random = std::mt19937(3), .repeated = 0.3};
     // Below 131072 bytes every line has a checkpoint; above, some are reached from one before.
     // Of two-byte lines the last third have none.
     for (const size_t lines : {500U, 13000U, 60000U, 196607U}) {
-        test::texts files = {test::random_text(lines, &random), ""};
+        test::texts files = {joined(make.text(lines)), ""};
         if (lines > 100000) {
             files[0].clear();
             for (size_t n = 0; n < lines; ++n) {
-                files[0] += {static_cast<char>('a' + random() % 26), '\n'};
+                files[0] += {static_cast<char>('a' + make.below(26)), '\n'};
             }
         }
         files[1] = "other\n" + files[0] + "last";
         test::session all(write_all(files));
         ASSERT_EQ(all.compare(), 0);
-        const std::vector<std::string> wanted = test::lines_of(files[1]);
+        const std::vector<std::string> wanted = split_lines(files[1]);
         const auto count = static_cast<int>(wanted.size());
         int line = 0;
         for (int i = 0; i < 3000; ++i) {
-            line = random() % 3 == 0 ? static_cast<int>(random()) % count + 1 : line % count + 1;
-            line = line < 1 ? 1 : line;
+            line = make.chance(0.3) ? static_cast<int>(make.below(wanted.size())) + 1
+                                    : line % count + 1;
             const char *const text = tdm_get_line_text(all.s, 1, line);
             ASSERT_NE(text, nullptr) << line;
             ASSERT_EQ(text, wanted[static_cast<size_t>(line) - 1]) << line << " of " << lines;
@@ -176,9 +176,9 @@ TEST_F(session_files, report_lines_that_are_gone) {
 }
 
 TEST_F(session_files, end_in_a_status_whichever_service_fails) {
-    std::mt19937 random(4);
-    const std::string base = test::random_text(3000, &random);
-    const auto paths = write_all({base, test::edit(base + "x\n", &random), "y\n" + base});
+    text_maker make{.random = std::mt19937(4), .repeated = 0.3};
+    const std::string base = joined(make.text(3000));
+    const auto paths = write_all({base, make.changed(base + "x\n"), "y\n" + base});
     for (const auto which :
          {test::service::memory, test::service::hash_enter, test::service::stat}) {
         bool met = true;

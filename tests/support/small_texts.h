@@ -7,15 +7,22 @@
 #include <string_view>
 #include <vector>
 
+#include "seeds.h"
+
 // "a b c" as a text of three lines; "_" is a blank line, and a "$" behind the last word leaves its
 // line without a newline.
 std::string lines_of(std::string_view words);
 
+// The lines of a text, each with its newline; the last may lack it.
+std::vector<std::string> split_lines(std::string_view text);
+
 // Random lines: `repeated` of 1 (from 0 to 1) are blank lines, braces and such, which stand in many
-// places; the others are new.
+// places; the others are new, `quoted` of 1 of them like records of a container.
 struct text_maker {
     std::mt19937 random;
     double repeated = 0;
+    double quoted = 0;
+    bool doubles = false;  // some edits put a second copy of lines elsewhere
 
     std::vector<std::string> text(size_t lines);
     std::string line();
@@ -26,6 +33,8 @@ struct text_maker {
 
     // A copy with a few insertions, deletions, changes and moved lines.
     std::vector<std::string> changed(const std::vector<std::string> &lines);
+    // The same of a whole text; now and then its last line has no newline.
+    std::string changed(const std::string &text);
 };
 
 // The lines joined; `open_end` takes the last newline off.

@@ -15,11 +15,25 @@ std::string lines_of(std::string_view words) {
     return text;
 }
 
+std::vector<std::string> split_lines(std::string_view text) {
+    std::vector<std::string> lines;
+    for (size_t at = 0, end = 0; at < text.size(); at = end) {
+        end = std::min(text.find('\n', at), text.size() - 1) + 1;
+        lines.emplace_back(text.substr(at, end - at));
+    }
+    return lines;
+}
+
 std::string text_maker::line() {
     static constexpr const char *common[] = {"\n", "}\n", "    break;\n", "    return x;\n",
                                              "a b\n"};
-    return chance(repeated) ? common[below(std::size(common))]
-                            : "line " + std::to_string(random()) + "\n";
+    static constexpr const char *records[] = {"^", "^N ", "^I 0 1 ", "^Q ^"};
+    if (chance(repeated)) {
+        return common[below(std::size(common))];
+    }
+    const char *const start =
+        quoted > 0 && chance(quoted) ? records[below(std::size(records))] : "line ";
+    return start + std::to_string(random()) + "\n";
 }
 
 std::vector<std::string> text_maker::text(size_t lines) {
@@ -36,7 +50,7 @@ std::vector<std::string> text_maker::changed(const std::vector<std::string> &lin
         const auto first = out.begin() + static_cast<long>(from);
         const auto last = first + static_cast<long>(count);
         const std::vector<std::string> taken(first, last);
-        switch (below(4)) {
+        switch (below(doubles ? 5 : 4)) {
             case 0: {
                 const std::vector<std::string> fresh = text(1 + below(4));
                 out.insert(first, fresh.begin(), fresh.end());
@@ -48,13 +62,23 @@ std::vector<std::string> text_maker::changed(const std::vector<std::string> &lin
             case 2:
                 std::generate(first, last, [this] { return line(); });
                 break;
-            default:
+            case 3:
                 out.erase(first, last);
+                [[fallthrough]];
+            default:
                 out.insert(out.begin() + static_cast<long>(below(out.size() + 1)), taken.begin(),
                            taken.end());
         }
     }
     return out;
+}
+
+std::string text_maker::changed(const std::string &text) {
+    std::vector<std::string> lines = split_lines(text);
+    if (!lines.empty() && lines.back().back() != '\n') {
+        lines.back() += '\n';
+    }
+    return joined(changed(lines), chance(0.2));
 }
 
 std::string joined(const std::vector<std::string> &lines, bool open_end) {
