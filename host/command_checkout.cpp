@@ -5,11 +5,13 @@
 #include <memory>
 #include <string>
 
+#include "base_attribute.h"
 #include "cli.h"
 #include "container_change.h"
 #include "file_replace.h"
 #include "output.h"
 #include "proof.h"
+#include "replaced_text.h"
 
 namespace host {
 
@@ -37,8 +39,17 @@ int say_refused_text(const std::string &name) {
 int construct_into_file(const command_context &context, const checkout_options &options,
                         const container_view &view, const version_record &version, bool damaged) {
     file_replacement replacement(context);
-    if (replacement.lock_output(options.output) != status_done ||
-        replacement.refuse_same(options.container) != status_done ||
+    replaced_text old(view);
+    replacement.mark_new_file([&](int descriptor) {
+        mark_new_file(descriptor, damaged ? std::string_view() : version.oid, options.output);
+    });
+    replacement.look_before_rename([&old] { return old.look_again(); });
+    // A damaged container's versions are not certain enough to let the old text go.
+    const int locked =
+        damaged ? replacement.lock_output(options.output) : replacement.lock_any(options.output);
+    if (locked != status_done || replacement.refuse_same(options.container) != status_done ||
+        (!damaged && !context.force && replacement.file().exists &&
+         old.look(replacement.file(), version) != status_done) ||
         replacement.begin() != status_done ||
         construct(options, std::string(version.oid), replacement.temporary_path().c_str()) !=
             status_done) {
@@ -82,10 +93,14 @@ void register_checkout(CLI::App &app, command_context &context) {
     app.add_option("-o,--output", options->output, "Write FILE instead of standard output")
         ->option_text("FILE");
     add_dry_run_option(app, context);
-    add_replace_options(
-        app, context,
-        "Replace an existing FILE, though its owner changes; read a damaged container");
-    context.details = "FILE is written beside its place, compared with the version, and renamed.";
+    add_replace_options(app, context,
+                        "Replace a FILE with changes that are in no version, though its owner "
+                        "changes; read a damaged container");
+    context.details =
+        "FILE is written beside its place, compared with the version, and renamed. An existing\n"
+        "FILE is replaced when its bytes are those of a version, so that nothing is lost. FILE's\n"
+        "extended attribute user.tdm.base names the version, where the file system takes it:\n"
+        "'tdm checkin' then sees what others have stored since.";
     context.exit_codes =
         "0 written, with --force also from a damaged container; 2 wrong usage or trouble.";
     context.examples = {"tdm checkout notes.tdm", "tdm checkout notes.tdm main@3 -o old.txt"};

@@ -72,6 +72,9 @@ int file_replacement::commit(const std::function<int(int descriptor)> &prove) {
                                                 temporary_.descriptor(), file_.name, context_.force)
                               : set_new_file_mode(temporary_.descriptor(), file_.name);
     }
+    if (status == status_done && mark_) {
+        mark_(temporary_.descriptor());
+    }
     if (status == status_done) {
         status = force_to_disk();
     }
@@ -95,6 +98,9 @@ int file_replacement::force_to_disk() {
 int file_replacement::put_in_place() {
     if (file_.exists && !is_unchanged(file_)) {
         say_of_file(file_.name, "was changed by somebody else meanwhile; nothing is replaced");
+        return status_trouble;
+    }
+    if (last_look_ && last_look_() != status_done) {
         return status_trouble;
     }
     const char *from = temporary_.path().c_str();

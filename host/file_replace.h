@@ -13,6 +13,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "command_context.h"
 #include "file_lock.h"
@@ -32,6 +33,12 @@ public:
     // For an output file: replaces an existing one only with --force (`must_be_new`: never).
     [[nodiscard]] int lock_output(const std::string &name, bool must_be_new = false);
 
+    // For an output file whose old text the caller looks at: whether it may be replaced is the
+    // caller's to say.
+    [[nodiscard]] int lock_any(const std::string &name) {
+        return lock_file(name, true, context_, &file_);
+    }
+
     // The locked file. Its descriptor is open for reading when it exists.
     const locked_file &file() const { return file_; }
 
@@ -42,6 +49,12 @@ public:
     [[nodiscard]] int begin() { return temporary_.create(file_.path); }
     const std::string &temporary_path() const { return temporary_.path(); }
     int temporary_descriptor() const { return temporary_.descriptor(); }
+
+    // Called on the temporary file when it has the old file's attributes, to set more.
+    void mark_new_file(std::function<void(int descriptor)> mark) { mark_ = std::move(mark); }
+    // Asked just before the rename whether the old file may still go: 0, or status_trouble after a
+    // message.
+    void look_before_rename(std::function<int()> look) { last_look_ = std::move(look); }
 
     // Finishes the replacement. `prove` looks at the temporary file and returns 0, or
     // status_trouble after a message; it may be empty for an output that needs no
@@ -55,6 +68,8 @@ private:
     const command_context &context_;
     locked_file file_;
     temporary_file temporary_;
+    std::function<void(int descriptor)> mark_;
+    std::function<int()> last_look_;
 };
 
 }  // namespace host

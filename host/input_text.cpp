@@ -36,13 +36,17 @@ int read_to_end(int descriptor, size_t expected, std::string &text) {
 }  // namespace
 
 int input_text::read(const std::string &name) {
+    if (name == "-") {
+        return read(STDIN_FILENO, name);
+    }
+    owned_descriptor opened;
+    return open_to_read(name, &opened) == status_done ? read(opened.get(), name)
+                                                      : int{status_trouble};
+}
+
+int input_text::read(int descriptor, const std::string &name) {
     const bool standard = name == "-";
     const std::string shown = standard ? "<stdin>" : name;
-    owned_descriptor opened;
-    if (!standard && open_to_read(name, &opened) != status_done) {
-        return status_trouble;
-    }
-    const int descriptor = standard ? STDIN_FILENO : opened.get();
     struct stat status {};
     if (fstat(descriptor, &status) != 0) {
         return say_errno(shown, "cannot be read", errno);

@@ -15,6 +15,9 @@ public:
     // Reads the file `name`, "-" for standard input; 0, or status_trouble after a message.
     [[nodiscard]] int read(const std::string &name);
 
+    // The same from an open file, of which it keeps nothing; a regular one must be at its start.
+    [[nodiscard]] int read(int descriptor, const std::string &name);
+
     // Takes a text that comes from no file.
     [[nodiscard]] int take(std::string text);
 

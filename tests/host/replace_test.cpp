@@ -309,7 +309,7 @@ TEST_F(replacement, refuses_what_must_not_be_replaced) {
         {{"checkin", "folder", "second"}, "is not a regular file"},
         {{"checkin", "missing", "second"}, "No such file"},
         {{"checkin", "c", "c"}, "is the same file as c"},
-        {{"checkout", "c", "-o", "second"}, "exists already (--force replaces it)"},
+        {{"checkout", "c", "-o", "second"}, "has changes that are in no version"},
         {{"checkout", "c", "-o", "c", "--force"}, "is the same file as c"},
         {{"checkout", "c", "-o", "/dev/null", "--force"}, "is not a regular file"},
         {{"checkout", "c", "-o", "dangling"}, "symbolic link to a file that does not exist"},
