@@ -2,6 +2,7 @@
 
 #include <cinttypes>
 #include <random>
+#include <vector>
 
 #include "seeds.h"
 #include "support.h"
@@ -74,32 +75,43 @@ TEST_F(codec, reports_a_failed_write_once) {
 }
 
 TEST_F(codec, decodes_what_the_c_library_would) {
-    const char *const numbers[] = {"0",
-                                   "1 2",
-                                   "db1 3",
-                                   "0xAbC +7 -1",
-                                   "-0x2 3 4 junk",
-                                   "0x",
-                                   "0xg 1 2",
-                                   "+ 1",
-                                   "-",
-                                   "",
-                                   "  1\t2\v3\n",
-                                   "ffffffffffffffff 10000000000000000 1",
-                                   "-10000000000000000 1 1",
-                                   "00x12 1 1",
-                                   "1,2",
-                                   "g",
-                                   "0x 0x 0x",
-                                   "1 2 3",
-                                   "1 2 ",
-                                   "0X1F 0 00000000000000000000001"};
-    for (const char *fields : numbers) {
-        const std::string line = std::string("^I ") + fields;
+    std::vector<std::string> numbers = {"0",
+                                        "1 2",
+                                        "db1 3",
+                                        "0xAbC +7 -1",
+                                        "-0x2 3 4 junk",
+                                        "0x",
+                                        "0xg 1 2",
+                                        "+ 1",
+                                        "-",
+                                        "",
+                                        "  1\t2\v3\n",
+                                        "ffffffffffffffff 10000000000000000 1",
+                                        "-10000000000000000 1 1",
+                                        "00x12 1 1",
+                                        "1,2",
+                                        "g",
+                                        "0x 0x 0x",
+                                        "1 2 3",
+                                        "1 2 ",
+                                        "0X1F 0 00000000000000000000001"};
+    // Runs of plain digits are read in a way of their own, as long as they cannot overflow.
+    for (const size_t digits : {14U, 15U, 16U, 17U}) {
+        const std::string large = std::string("fedcba98765432101").substr(0, digits);
+        for (const char *end : {"", "\n", " \n", "g\n"}) {
+            for (const std::string &fields :
+                 {large + " 1 2", "1 " + large + " 2", "1 2 " + large, "0" + large + " 1 2"}) {
+                numbers.push_back(fields + end);
+            }
+        }
+    }
+    for (const std::string &fields : numbers) {
+        const std::string line = "^I " + fields;
         uint64_t ours[3] = {9, 9, 9};
         uint64_t theirs[3] = {9, 9, 9};
         const int expected =
-            sscanf(fields, "%lx %lx %lx\n", &theirs[0], &theirs[1], &theirs[2]) == 3 ? 0 : 1;
+            sscanf(fields.c_str(), "%lx %lx %lx\n", &theirs[0], &theirs[1], &theirs[2]) == 3 ? 0
+                                                                                             : 1;
         EXPECT_EQ(tdm_cntutl_decode_insert(line.c_str(), &ours[0], &ours[1], &ours[2]), expected)
             << line;
         if (expected == 0) {

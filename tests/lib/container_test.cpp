@@ -92,6 +92,14 @@ TEST_F(container, annotation_names_what_the_header_lists) {
     EXPECT_EQ(construct(file, "v3"), "A\nB\nC");
     const std::string unlisted = write("d", header + "^I 0 2 0\n^I 0 0 1\nA\n");
     EXPECT_EQ(construct(unlisted, "v1", 1), "I 00000000000000000000000000000000 A\n");
+    // A deleted branch point keeps its name and stands for older ones; the newest has none.
+    const std::string names =
+        write("e",
+              "^S db1 1\n^V b1 1 1 1\n^V b0 1 0 1\n^B bb 1 0 2\n^#^V v4 0 4 1\n^V v3 0 3 1\n"
+              "^#^V v2 0 2 1\n^#^V v1 0 1 1\n^V v0 0 0 1\n^B b 0 0 0\n^E e\n"
+              "^I 0 1 3\nA\n^D 0 2 1\nB\n^D 0 3 1\nC\n^I 0 2 1\nD\n^I 0 3 1\nE\n"
+              "^I 0 4 1\nF\n^I 1 1 1\nG\n");
+    EXPECT_EQ(construct(names, "v3", 7), "I v2 A\nD v2,v2 B\nD v2,v3 C\nI v2 D\nI v3 E\nU b1 G\n");
 }
 
 TEST_F(container, damage_gives_a_status_and_a_message) {
@@ -214,11 +222,74 @@ TEST_F(container, what_would_damage_a_history_is_refused) {
                 << row.name;
         }
     }
+    // What it prints into the container itself must not be read again and again. It says so, or it
+    // could not be started.
     const std::string big =
         write("c", status + header + "^I 0 1 10000\n" + std::string(65536, '\n'));
-    const std::string command = "exec " TDM_COMMAND " dump '" + big + "' >> '" + big + "' 2>&1";
-    EXPECT_NE(system(("ulimit -f 4096; " + command).c_str()), 0);
+    const std::string command =
+        TDM_COMMAND " dump '" + big + "' >> '" + big + "' 2>'" + path("said") + "'";
+    EXPECT_NE(system(("ulimit -f 4096; exec " + command).c_str()), 0);
     EXPECT_LT(std::filesystem::file_size(big), 70000U);
+    EXPECT_NE(read(path("said")).find("tdm: "), std::string::npos);
+}
+
+TEST_F(container, deletion_keeps_or_drops_by_what_depends_on_it) {
+    const std::string status = "^S db1 1\n";
+    const std::string main = "^V a2 0 2 3\n^V a1 0 1 2\n^V a0 0 0 1\n^B bA 0 0 0\n^E el\n";
+    const std::string branch = "^V b0 1 0 4\n^B bB 1 0 1\n";
+    const std::string text = "^I 0 1 1\nA\n^I 0 2 1\nB\n";
+    const std::string all = status + branch + main + text;
+    const std::string without_a1 = "^V a2 0 2 3\n^#^V a1 0 1 2\n^V a0 0 0 1\n^B bA 0 0 0\n^E el\n";
+    const std::string unlisted =
+        "Internal error detected in \"lib/mgrs/text_file_delta/"
+        "tdm_container\", line ";
+    const struct {
+        const char *name;
+        std::string before;
+        const char *first, *second;  // an oid in each list
+        std::string after;           // the new container, or how the message begins
+    } rows[] = {
+        {"commented-out branch, version 0 its only survivor",
+         status + "^V b0 1 0 4\n^#^B bB 1 0 1\n" + main + "^I 1 0 1\nZ\n" + text, nullptr, nullptr,
+         status + "^V b0 1 0 4\n" + main + text},
+        {"the same with version 1", status + "^V b1 1 1 4\n^#^B bB 1 0 1\n" + main, nullptr,
+         nullptr, "Version 0x1 is still active on branch 0x1 in \""},
+        {"a branch whose version 0 stays", all, "bB", nullptr,
+         "Version 0x0 is still active on branch 0x1 in \""},
+        {"a branch point", all, nullptr, "a1", status + branch + without_a1 + text},
+        {"a branch and its only version", all, "b0", "bB", status + main + text},
+        {"the last version of a branch", all, "b0", nullptr, status + main + text},
+        {"a branch point deleted before its branch",
+         status + branch + "^#^V a1 0 1 2\n^V a0 0 0 1\n^B bA 0 0 0\n^E el\n^I 0 1 1\nA\n", "b0",
+         nullptr, status + "^V a0 0 0 1\n^B bA 0 0 0\n^E el\n"},
+        {"what is commented out stays so once", status + without_a1 + text, nullptr, "a1",
+         status + without_a1 + text},
+        {"a kept run inside one that is dropped",
+         status + main + "^I 0 2 2\nX\n^I 0 1 1\nY\n^D 0 2 1\n^Q ^Z\n^I 0 1 1\n^N W\n", "a2",
+         nullptr, status + main.substr(main.find("^V a1")) + "^I 0 1 1\nY\n^I 0 1 1\n^N W\n"},
+        {"records that the weave cannot have, and an element commented out",
+         status + main.substr(0, main.find("^E")) +
+             "^#^E el\n^I 0 1 1\n^#^V x 0 9 9\n^V y 0 9 9\nA\n",
+         nullptr, nullptr, status + main + "^I 0 1 1\nA\n"},
+        {"a run of no version", status + main + "^I 0 3 1\nA\n", nullptr, nullptr,
+         unlisted + "292.\n"},
+        {"a deletion of no version", status + main + "^D 1 0 1\n", nullptr, nullptr,
+         unlisted + "2518.\n"},
+        {"a line of no run", status + main + text + "C\n", nullptr, nullptr,
+         "The container appears to be corrupted; it contains excess lines.\n"},
+    };
+    for (const auto &row : rows) {
+        const std::string file = write("c", row.before);
+        int result = 9;
+        const std::string said = test::messages_of([&] {
+            result = tdm_delete_versions_and_branches(file.c_str(), path("new").c_str(),
+                                                      row.first == nullptr ? 0 : 1, &row.first,
+                                                      row.second == nullptr ? 0 : 1, &row.second);
+        });
+        EXPECT_EQ(result, row.after[0] == '^' ? 0 : -1) << row.name;
+        EXPECT_EQ(result == 0 ? read(path("new")) : said.substr(0, row.after.size()), row.after)
+            << row.name;
+    }
 }
 
 TEST_F(container, listing_and_dump_are_as_written_down) {

@@ -103,6 +103,10 @@ int sys_fsync_stream(FILE *stream) {
     static const auto real = next(&sys_fsync_stream, "sys_fsync_stream");
     return fails(test::service::sync, EIO) ? -1 : real(stream);
 }
+int sys_nfs_flush(const char *path) {
+    static const auto real = next(&sys_nfs_flush, "sys_nfs_flush");
+    return fails(test::service::nfs_flush, EIO) ? -1 : real(path);
+}
 int cs_convert_encodings(void *converter, uint32_t from, uint32_t to, const char *text, size_t len,
                          char *out, size_t out_capacity, uint64_t *out_len) {
     static const auto real = next(&cs_convert_encodings, "cs_convert_encodings");

@@ -7,7 +7,7 @@
 
 namespace test {
 
-enum class service : uint8_t { memory, hash_enter, stat, temporary_file, sync };
+enum class service : uint8_t { memory, hash_enter, stat, temporary_file, sync, nfs_flush };
 
 /// While it lives, the n-th call (from 0) of a service fails, or with `from_then_on` all from the
 /// n-th. Calls of other services pass. One at a time.

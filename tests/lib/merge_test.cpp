@@ -1,7 +1,9 @@
 #include <sys/resource.h>
 
+#include <clocale>
 #include <csignal>
 
+#include "redirection.h"
 #include "session_support.h"
 
 namespace {
@@ -46,12 +48,12 @@ protected:
         return {text, dialogue.asked, report + told};
     }
 
-    int merge_session(tdm_session *s, int mq, int source_file) {
+    int merge_session(tdm_session *s, int mq, int source_file, tdm_ask_proc ask = answer) {
         const std::string out = path("out");
         uint64_t head = 0;
         uint64_t tail = 0;
         EXPECT_EQ(tdm_init_diff_stream(s, &head, &tail), 0);
-        merge_report *r = tdm_merge_init_report(s, out.c_str(), mq, answer, nullptr, source_file);
+        merge_report *r = tdm_merge_init_report(s, out.c_str(), mq, ask, nullptr, source_file);
         if (r == nullptr) {
             return 1;
         }
@@ -162,6 +164,14 @@ TEST_F(merge, decides_and_asks_as_documented) {
          "i3y ",
          separated("*** Automatic: Applying CHANGE from file 2 [line 2]\n") +
              separated("Applying INSERT from file 3 [line 3]\n")},
+        {"an insertion right behind a change of several lines",
+         {change("aBCdefghij"), change("abcXdefghij")},
+         0,
+         "y",
+         "aBCXdefghij",
+         "i3y ",
+         separated("*** Automatic: Applying CHANGE from file 2 [lines 2-3]\n") +
+             separated("Applying INSERT from file 3 [line 4]\n")},
         {"different insertions, none taken",
          {change("aXbcdefghij"), change("aYbcdefghij")},
          0,
@@ -220,6 +230,72 @@ TEST_F(merge, decides_and_asks_as_documented) {
         EXPECT_EQ(found.text, ended ? aborted : test::letters(row.text)) << row.name;
         EXPECT_EQ(found.asked, row.asked) << row.name;
         EXPECT_EQ(found.report, row.report) << row.name;
+    }
+}
+
+TEST_F(merge, asks_by_itself_when_nobody_else_does) {
+    test::session all(write_all({test::letters("abcdefghij"), test::letters("aXbcDefgij")}));
+    ASSERT_EQ(all.compare(), 0);
+    const support::scratch_file in("\nn\ny\n");
+    const support::scratch_file shown;
+    {
+        const support::redirection from(STDIN_FILENO, in.descriptor);
+        const support::redirection to(STDOUT_FILENO, shown.descriptor);
+        EXPECT_EQ(merge_session(all.s, 0, 0, nullptr), 0);
+    }
+    EXPECT_EQ(read(path("out")), test::letters("aXbcdefgij"));
+    EXPECT_EQ(shown.contents(),
+              "Do you want the INSERTION made in file 2? " +
+                  separated("Applying INSERT from file 2 [line 2]\n") +
+                  "Do you want the CHANGE made in file 2? " +
+                  separated("Keeping ORIGINAL text from file 1 (BASE) [line 4]\n") +
+                  "Do you want the DELETION made in file 2? " +
+                  separated("Applying DELETION from file 2 [deleting base line 8]\n"));
+}
+
+TEST_F(merge, compares_and_writes_the_files_own_bytes_under_conversion) {
+    // Converted, both lines would stand in the one buffer, and be the same line.
+    const std::string one = "\xC6\xFC\n";
+    const std::string other = "\xCB\xDC\n";
+    ASSERT_NE(setlocale(LC_ALL, "C.UTF-8"), nullptr);
+    setenv("VT_LANG_CODESET", "EUC", 1);
+    const result agreed = run({"a\nz\n", "a\n" + one + "z\n", "a\n" + one + "z\n"});
+    const result asked = run({"a\nz\n", "a\n" + one + "z\n", "a\n" + other + "z\n"}, 0, "ny");
+    unsetenv("VT_LANG_CODESET");
+    setlocale(LC_ALL, "C");
+    EXPECT_EQ(agreed.text, "a\n" + one + "z\n");
+    EXPECT_EQ(agreed.asked, "");
+    EXPECT_EQ(asked.text, "a\n" + other + "z\n");
+    EXPECT_EQ(asked.asked, "i2y i3y ");
+}
+
+TEST_F(merge, tells_of_a_source_that_was_cut_after_the_comparison) {
+    const auto text = [](const char *own) {
+        return "1\n2\n3\n" + std::string(700, 'm') + own + "\nend of it\n";
+    };
+    const test::texts files = {text(""), text("x"), text("")};
+    const struct {
+        const char *name;
+        uintmax_t size;
+        std::string told;  // before the file's name and behind it
+        const char *cause;
+    } rows[] = {
+        {"in the head", 2, "Unexpected end-of-file reading \"", "\".\n"},
+        // The head's last line may stand without its newline, and so be missing.
+        {"before the tail", 4, "Trouble accessing file \"", "\": Invalid argument\n"},
+    };
+    for (const auto &row : rows) {
+        const auto paths = write_all(files);
+        test::session all(paths);
+        ASSERT_EQ(all.compare(), 0);
+        std::filesystem::resize_file(paths[0], row.size);
+        testing::internal::CaptureStdout();
+        int status = 0;
+        const std::string told = test::messages_of([&] { status = merge_session(all.s, 0, 0); });
+        testing::internal::GetCapturedStdout();
+        EXPECT_EQ(status, 1) << row.name;
+        EXPECT_EQ(told, row.told + paths[0] + row.cause) << row.name;
+        std::filesystem::remove(path("out"));
     }
 }
 

@@ -182,7 +182,8 @@ TEST_F(session_files, end_in_a_status_whichever_service_fails) {
     for (const auto which :
          {test::service::memory, test::service::hash_enter, test::service::stat}) {
         bool met = true;
-        for (int64_t n = 0; met; n = n < 20 ? n + 1 : n * 3 / 2) {
+        int64_t n = 0;
+        for (; met; n = n < 20 ? n + 1 : n * 3 / 2) {
             const int64_t blocks = test::live_blocks();
             int status = 0;
             const std::string told = test::messages_of([&] {
@@ -197,6 +198,7 @@ TEST_F(session_files, end_in_a_status_whichever_service_fails) {
             EXPECT_TRUE(which == test::service::memory || !met || status == 1) << n;
             EXPECT_EQ(test::live_blocks(), blocks) << n;
         }
+        EXPECT_GT(n, 1);
     }
 }
 

@@ -252,6 +252,8 @@ TEST_F(store_ver, deletion_keeps_what_others_depend_on) {
     EXPECT_EQ(read(file_), dropped_top);
     ASSERT_EQ(erase({"v2"}), 0);
     EXPECT_EQ(construct("b1"), "a\nb\nc\nd\n");
+    EXPECT_EQ(test::messages_of([&] { EXPECT_EQ(check_in("v2b", 2, "x\n"), -1); }),
+              "Version 0x2 is not the highest on its branch <0x0,0x2> in \"" + file_ + "\"\n");
     // v2 was a branch point: its text stays until the branch goes, and is then dropped unasked.
     ASSERT_EQ(erase({"b1"}), 0);
     EXPECT_EQ(read(file_), "^S db1 1\n^V v0 0 0 1\n^B main 0 0 0\n^E el\n");
