@@ -2,8 +2,9 @@
 
 #include <algorithm>
 
-#include "gap_match.h"
+#include "edit_slide.h"
 #include "moved_text.h"
+#include "window_match.h"
 
 namespace host {
 
@@ -172,40 +173,6 @@ void choose_in_place(paired_lines *pairs) {
     }
 }
 
-bool says_something(const text_lines &base, const line_run &run) {
-    for (int32_t i = 0; i < run.count; i++) {
-        if (is_significant(base.line(run.base_first + i))) {
-            return true;
-        }
-    }
-    return false;
-}
-
-// Matches what lies between the runs. Runs of blank lines and braces alone are no anchors: they
-// are dropped first and found again where they belong.
-void match_gaps(const pair_texts &texts, std::vector<line_run> *runs) {
-    gap_matcher matcher(texts.base, texts.file, texts.options.equality);
-    std::vector<line_run> all;
-    all.reserve(runs->size() + 1);
-    edit gap;
-    for (const line_run &run : *runs) {
-        if (!says_something(texts.base, run)) {
-            continue;
-        }
-        gap.base_end = run.base_first;
-        gap.file_end = run.file_first;
-        matcher.match(gap, &all);
-        all.push_back(run);
-        gap.base_first = run.base_first + run.count;
-        gap.file_first = run.file_first + run.count;
-    }
-    gap.base_end = texts.base.count();
-    gap.file_end = texts.file.count();
-    matcher.match(gap, &all);
-    join_runs(&all);
-    *runs = std::move(all);
-}
-
 std::vector<edit> edits_between(const pair_texts &texts, const std::vector<line_run> &runs) {
     std::vector<edit> edits;
     edit next;
@@ -225,45 +192,6 @@ std::vector<edit> edits_between(const pair_texts &texts, const std::vector<line_
     return edits;
 }
 
-// Moves a pure insertion or deletion down by one line where the text stays the same.
-bool slide_one(const pair_texts &texts, edit *e, int32_t base_limit) {
-    const bool inserts = e->base_first == e->base_end;
-    const bool removes = e->file_first == e->file_end;
-    if (inserts == removes || e->base_end >= base_limit) {
-        return false;
-    }
-    const bool same = inserts ? texts.file.line(e->file_first) == texts.file.line(e->file_end)
-                              : texts.base.line(e->base_first) == texts.base.line(e->base_end) &&
-                                    texts.base.line(e->base_end) == texts.file.line(e->file_end);
-    if (same) {
-        e->base_first++;
-        e->base_end++;
-        e->file_first++;
-        e->file_end++;
-    }
-    return same;
-}
-
-void slide_down(const pair_texts &texts, std::vector<edit> *edits) {
-    std::vector<edit> done;  // from the last edit to the first
-    for (auto it = edits->rbegin(); it != edits->rend(); ++it) {
-        edit e = *it;
-        while (true) {
-            const int32_t limit = done.empty() ? texts.base.count() : done.back().base_first;
-            while (slide_one(texts, &e, limit)) {
-            }
-            if (done.empty() || e.base_end < done.back().base_first) {
-                break;
-            }
-            e.base_end = done.back().base_end;
-            e.file_end = done.back().file_end;
-            done.pop_back();
-        }
-        done.push_back(e);
-    }
-    edits->assign(done.rbegin(), done.rend());
-}
-
 }  // namespace
 
 file_edits edits_from_blocks(const text_lines &base, const text_lines &file, uint32_t file_index,
@@ -274,11 +202,12 @@ file_edits edits_from_blocks(const text_lines &base, const text_lines &file, uin
     file_edits result;
     if (options.refine) {
         choose_in_place(&pairs);
-        match_gaps(texts, &pairs.in_place);
+        match_windows(base, file, options.equality, &pairs.in_place, &pairs.crossing);
+        join_runs(&pairs.in_place);
     }
     result.edits = edits_between(texts, pairs.in_place);
     if (options.refine) {
-        slide_down(texts, &result.edits);
+        settle_edits(base, file, &result.edits);
     }
     result.moves = moved_runs(base, file, result.edits, pairs.crossing, options.equality);
     return result;

@@ -5,10 +5,10 @@
 //    texts (the library compares hashes);
 // 2. the heaviest set of runs that stand in the same order in both texts is kept in place; the
 //    others are candidates for moved text;
-// 3. what lies between two runs is matched once more, line by line (gap_match.h);
-// 4. what is left between the runs are the edits. A pure insertion or deletion that could stand at
-//    several places stands at the last, so that two contributors that did the same have the same
-//    edit;
+// 3. what lies between two runs, and short runs with it, is matched once more, line by line
+//    (window_match.h);
+// 4. what is left between the runs are the edits, brought to one form of several (edit_slide.h), so
+//    that two contributors that did the same have the same edit;
 // 5. the candidates that lie in removed and in inserted lines, and say something of their own, are
 //    the moves.
 // Cost: the blocks times their logarithm, one look at the lines of the runs, and the gaps.

@@ -19,6 +19,15 @@ bool gap_matcher::same(int32_t base_line, int32_t file_line) const {
 }
 
 void gap_matcher::match(const edit &gap, std::vector<line_run> *runs) {
+    (void)match_as(gap, too_far::divide, runs);
+}
+
+bool gap_matcher::match_fully(const edit &gap, std::vector<line_run> *runs) {
+    return match_as(gap, too_far::leave, runs);
+}
+
+bool gap_matcher::match_as(const edit &gap, too_far otherwise, std::vector<line_run> *runs) {
+    const size_t runs_before = runs->size();
     edit rest = gap;
     while (rest.base_first < rest.base_end && rest.file_first < rest.file_end &&
            same(rest.base_first, rest.file_first)) {
@@ -33,17 +42,36 @@ void gap_matcher::match(const edit &gap, std::vector<line_run> *runs) {
     if (rest.base_first > gap.base_first) {
         runs->push_back({gap.base_first, gap.file_first, rest.base_first - gap.base_first});
     }
-    const int32_t base_lines = rest.base_end - rest.base_first;
-    const int32_t file_lines = rest.file_end - rest.file_first;
-    if (base_lines == 1 || file_lines == 1) {
-        match_one(rest, runs);
-    } else if (base_lines > 0 && file_lines > 0 && base_lines <= largest_gap - file_lines) {
-        number_lines(rest);
-        divide({0, static_cast<int32_t>(x_.size()), 0, static_cast<int32_t>(y_.size())}, runs);
+    if (!match_middle(rest, otherwise, runs)) {
+        runs->resize(runs_before);
+        return false;
     }
     if (rest.base_end < gap.base_end) {
         runs->push_back({rest.base_end, rest.file_end, gap.base_end - rest.base_end});
     }
+    return true;
+}
+
+// What is left of a gap without the equal lines at its ends.
+bool gap_matcher::match_middle(const edit &gap, too_far otherwise, std::vector<line_run> *runs) {
+    const int32_t base_lines = gap.base_end - gap.base_first;
+    const int32_t file_lines = gap.file_end - gap.file_first;
+    if (base_lines <= 1 || file_lines <= 1) {
+        match_one(gap, runs);
+        return true;
+    }
+    if (base_lines > largest_gap - file_lines) {
+        return otherwise == too_far::divide;
+    }
+    number_lines(gap);
+    const span all{0, static_cast<int32_t>(x_.size()), 0, static_cast<int32_t>(y_.size())};
+    if (all.x_first == all.x_end || shortest_edit(all, runs)) {
+        return true;
+    }
+    if (otherwise == too_far::divide) {
+        divide(all, runs);
+    }
+    return otherwise == too_far::divide;
 }
 
 // One side has a single line: it may stand anywhere on the other, which may be empty.
@@ -170,9 +198,6 @@ void gap_matcher::trace_back(const span &part, int32_t steps, std::vector<line_r
 // Pairs the lines that are unique in both sides of the whole gap, keeps the longest rising
 // sequence of the pairs, and matches what lies between.
 void gap_matcher::divide(const span &part, std::vector<line_run> *runs) {
-    if (part.x_first == part.x_end || part.y_first == part.y_end || shortest_edit(part, runs)) {
-        return;
-    }
     for (int32_t y = part.y_first; y < part.y_end; y++) {
         place_y_[static_cast<size_t>(y_[static_cast<size_t>(y)])] = y;
     }

@@ -26,11 +26,19 @@ public:
     // Appends to `runs` pairs of equal lines of the gap, in increasing order in both texts.
     void match(const edit &gap, std::vector<line_run> *runs);
 
+    // The same, but as many pairs as there can be or none: false, and nothing appended, where the
+    // two sides differ too much for that.
+    bool match_fully(const edit &gap, std::vector<line_run> *runs);
+
 private:
     struct span {
         int32_t x_first, x_end, y_first, y_end;
     };
 
+    enum class too_far { divide, leave };
+
+    bool match_middle(const edit &gap, too_far otherwise, std::vector<line_run> *runs);
+    bool match_as(const edit &gap, too_far otherwise, std::vector<line_run> *runs);
     bool same(int32_t base_line, int32_t file_line) const;
     void match_one(const edit &gap, std::vector<line_run> *runs) const;
     void number_lines(const edit &gap);
