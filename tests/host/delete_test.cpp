@@ -176,7 +176,7 @@ protected:
 
     static void store(const std::string &text, std::vector<std::string> more) {
         write_file("t", text);
-        more.insert(more.begin(), {"checkin", "c", "t", "-q"});
+        more.insert(more.begin(), {"checkin", "c", "t", "-q", "--no-base"});
         ASSERT_EQ(tdm(more).status, 0);
     }
 

@@ -69,7 +69,10 @@ TEST_F(history, listings_are_as_documented) {
 }
 
 TEST_F(history, columns_are_counted_in_characters) {
-    ASSERT_EQ(tdm({"checkin", "c", "t1", "--branch", "br\u00e4nches", "--from", "main"}).status, 0);
+    ASSERT_EQ(
+        tdm({"checkin", "c", "t1", "--branch", "br\u00e4nches", "--from", "main", "--no-base"})
+            .status,
+        0);
     EXPECT_NE(tdm({"list", "c"}).out.find("\nmain@0      2"), std::string::npos);
     EXPECT_NE(tdm({"annotate", "c"}).out.find("main@1      2"), std::string::npos);
 }
@@ -153,7 +156,7 @@ TEST_F(history, numbers_stand_above_deleted_ones) {
     write_file("c", bytes);
     ASSERT_NE(tdm({"list", "c"}).out.find("(deleted)"), std::string::npos);
     EXPECT_EQ(tdm({"branch", "c", "b", "main@3"}).status, 2);
-    EXPECT_EQ(tdm({"checkin", "c", "t1"}).out, "main@4\n");
+    EXPECT_EQ(tdm({"checkin", "c", "t1", "--no-base"}).out, "main@4\n");
     EXPECT_EQ(tdm({"checkout", "c"}).out, "a\nb\nc\n");
 }
 
@@ -254,8 +257,8 @@ TEST(import, stores_the_same_as_checking_in_one_by_one) {
         ASSERT_EQ(tdm(words).err, "");
         for (int i = 1; i <= 25; i++) {
             const std::string name = "t" + std::to_string(i);
-            std::vector<std::string> checkin = {"checkin",      "-q",       "one", name,
-                                                "--allow-same", "--branch", "b"};
+            std::vector<std::string> checkin = {"checkin",      "-q",        "one",      name,
+                                                "--allow-same", "--no-base", "--branch", "b"};
             if (i == 1) {
                 checkin.insert(checkin.end(), branch.begin() + 2, branch.end());
             }

@@ -39,7 +39,7 @@ protected:
 
     static void store(const std::string &text, std::vector<std::string> more) {
         write_file("t", text);
-        more.insert(more.begin(), {"checkin", "c", "t", "-q"});
+        more.insert(more.begin(), {"checkin", "c", "t", "-q", "--no-base"});
         ASSERT_EQ(tdm(more, dated).status, 0);
     }
 
@@ -75,7 +75,8 @@ TEST_F(inspection, log_cuts_long_names_to_the_width_of_a_terminal) {
     }
     const std::string name(60, 'n');
     write_file("t", "t\n");
-    ASSERT_EQ(tdm({"checkin", "c", "t", "--branch", name, "--from", "main@1"}).status, 0);
+    ASSERT_EQ(tdm({"checkin", "c", "t", "--branch", name, "--from", "main@1", "--no-base"}).status,
+              0);
     EXPECT_NE(tdm({"log", "c"}).out.find(name + "@1"), std::string::npos);
     std::istringstream seen(
         on_terminal({"log", "c", "--no-pager", "--color=never"}, "none", {}).seen);

@@ -58,7 +58,7 @@ protected:
 command_result traced(const std::vector<std::string> &strace_options) {
     std::vector<std::string> words = {"strace", "-qq", "-f"};
     words.insert(words.end(), strace_options.begin(), strace_options.end());
-    for (const char *word : {TDM_COMMAND, "checkin", "c", "second"}) {
+    for (const char *word : {TDM_COMMAND, "checkin", "c", "second", "--no-base"}) {
         words.emplace_back(word);
     }
     // The leak check of a sanitizer build cannot run in a traced process.
