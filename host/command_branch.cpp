@@ -29,7 +29,7 @@ int write_branch(const container_change &change, const branch_options &options,
     const std::string oid(fresh.oid);
     const int result = tdm_create_branch(
         fresh.time, options.name.c_str(), oid.c_str(), change.replacement.temporary_path().c_str(),
-        parent.c_str(), nullptr, point.id.number, change.replacement.file().path.c_str());
+        parent.c_str(), nullptr, point.id.number, change.replacement.old_path().c_str());
     if (result != 0) {
         say_of_file(options.container, "the branch is not made");
     }

@@ -50,7 +50,7 @@ int store(const container_change &change, const checkin_plan &plan, const versio
         tdm_store_ver(fresh.time, oid.c_str(), plan.branch.c_str(), plan.id.number,
                       change.replacement.temporary_path().c_str(), nullptr,
                       plan.base_branch.c_str(), plan.predecessor.number,
-                      change.replacement.file().path.c_str(), text_path.c_str(), 0, &same);
+                      change.replacement.old_path().c_str(), text_path.c_str(), 0, &same);
     if (result != 0) {
         say_of_file(change.old.name, "nothing is checked in");
     }

@@ -1,8 +1,5 @@
 // tdm delete: removes versions and whole branches.
-#include <sys/mman.h>
-
 #include <CLI/CLI.hpp>
-#include <cerrno>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,6 +8,7 @@
 #include "confirm.h"
 #include "container_change.h"
 #include "deletion.h"
+#include "memory_file.h"
 #include "output.h"
 
 namespace host {
@@ -34,17 +32,18 @@ void tell(const container_view &before, const container_view &after,
 
 // Deletes in memory, so that nothing is written beside the container.
 int rehearse(const container_change &change, const deletion_request &request) {
-    const owned_descriptor memory(memfd_create("deletion", MFD_CLOEXEC));
-    if (!memory.is_open()) {
-        return say_errno(change.old.name, "no memory for the new container", errno);
+    memory_file memory;
+    if (const int error = memory.create(); error != 0) {
+        return say_errno(change.old.name, "no memory for the new container", error);
     }
-    const std::string path = "/proc/self/fd/" + std::to_string(memory.get());
-    const int status = delete_into(change.old, change.replacement.file().path, request, path);
+    const int status =
+        delete_into(change.old, change.replacement.old_path(), request, memory.path());
     container_view after;
     if (status != status_done) {
         return status;
     }
-    if (const int error = open_container(memory.get(), "the new container", &after); error != 0) {
+    if (const int error = open_container(memory.descriptor(), "the new container", &after);
+        error != 0) {
         return say_errno(change.old.name, "the new container cannot be read", error);
     }
     if (prove_survivors(change.old, after, request) != status_done) {
@@ -87,7 +86,7 @@ int run_delete(const command_context &context, const delete_options &options) {
         return rehearse(change, request);
     }
     if (change.replacement.begin() != status_done ||
-        delete_into(change.old, change.replacement.file().path, request,
+        delete_into(change.old, change.replacement.old_path(), request,
                     change.replacement.temporary_path()) != status_done) {
         return status_trouble;
     }

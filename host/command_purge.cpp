@@ -1,9 +1,6 @@
 // tdm purge: removes a version and every line that it alone has brought.
-#include <sys/mman.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cerrno>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,6 +8,7 @@
 #include "cli.h"
 #include "confirm.h"
 #include "container_change.h"
+#include "memory_file.h"
 #include "output.h"
 #include "purge.h"
 #include "terminal.h"
@@ -132,7 +130,7 @@ struct purge_work {
     int write_to(int descriptor) const {
         container_view after;
         purge_result result;
-        if (purge_into(change.old, change.replacement.file().path, id, request, descriptor, &after,
+        if (purge_into(change.old, change.replacement.old_path(), id, request, descriptor, &after,
                        &result) != status_done) {
             return status_trouble;
         }
@@ -163,9 +161,10 @@ int run_purge(const command_context &context, const purge_options &options) {
         return status_trouble;
     }
     if (options.dry_run) {
-        const owned_descriptor memory(memfd_create("purge", MFD_CLOEXEC));
-        return memory.is_open() ? work.write_to(memory.get())
-                                : say_errno(options.container, "no memory for the purge", errno);
+        memory_file memory;
+        const int error = memory.create();
+        return error == 0 ? work.write_to(memory.descriptor())
+                          : say_errno(options.container, "no memory for the purge", error);
     }
     if (change.replacement.begin() != status_done) {
         return status_trouble;

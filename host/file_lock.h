@@ -30,11 +30,15 @@ private:
 
 // A file as found at the moment it was locked.
 struct locked_file {
-    std::string name;  // as the user gave it
-    std::string path;  // behind all symbolic links
+    std::string name;         // as the user gave it
+    std::string path;         // behind all symbolic links
+    owned_descriptor folder;  // open; whatever is done to the file is done by its name in there
     bool exists = false;
     owned_descriptor descriptor;  // holds the lock; open when the file exists
     struct stat status {};
+
+    // Its name in the folder.
+    const char *base() const { return path.c_str() + path.rfind('/') + 1; }
 };
 
 // Finds, checks and locks the file `name`. A file that does not exist is trouble unless
@@ -44,8 +48,11 @@ struct locked_file {
 [[nodiscard]] int lock_file(const std::string &name, bool may_be_new,
                             const command_context &context, locked_file *out);
 
-// Whether the path still names the locked file and nobody has written to it since.
+// Whether the name still leads to the locked file and nobody has written to it since.
 [[nodiscard]] bool is_unchanged(const locked_file &file);
+
+// Whether the name `base` in the open folder leads, by no link, to the file that `status` is of.
+[[nodiscard]] bool names_same_file(int folder, const char *base, const struct stat &status);
 
 // Opens `name` for reading only; 0, or status_trouble after a message.
 [[nodiscard]] int open_to_read(const std::string &name, owned_descriptor *out);

@@ -1,12 +1,9 @@
 #include "file_replace.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
-#include <cstring>
 
 #include "file_attributes.h"
 #include "output.h"
@@ -16,28 +13,29 @@ namespace host {
 namespace {
 
 // The rename has been done: what goes wrong now is told as such.
-int force_folder_to_disk(const std::string &name, const std::string &path) {
-    const std::string folder = path.substr(0, path.rfind('/') + 1);
-    const owned_descriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+int force_folder_to_disk(const locked_file &file) {
     // A file system that cannot force a folder says EINVAL; there is nothing more to be had there.
-    if (descriptor.is_open() && (fsync(descriptor.get()) == 0 || errno == EINVAL)) {
+    if (fsync(file.folder.get()) == 0 || errno == EINVAL) {
         return status_done;
     }
-    return say_errno(name, "is replaced, but its folder cannot be forced to disk", errno);
+    return say_errno(file.name, "is replaced, but its folder cannot be forced to disk", errno);
 }
 
-// Gives the temporary file a name that nothing has yet.
-int rename_to_new(const std::string &from, const std::string &to) {
-    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
-        return 0;
-    }
-    if (errno != EINVAL && errno != ENOSYS) {
-        return -1;
-    }
-    return link(from.c_str(), to.c_str()) == 0 ? unlink(from.c_str()) : -1;
+nlink_t links_of(const locked_file &file) {
+    struct stat now {};
+    return fstat(file.descriptor.get(), &now) == 0 ? now.st_nlink : 0;
 }
 
 }  // namespace
+
+int file_replacement::lock(const std::string &name) {
+    const int status = lock_file(name, false, context_, &file_);
+    if (status != status_done) {
+        return status;
+    }
+    const int error = old_path_.read_from(file_.descriptor.get());
+    return error == 0 ? int{status_done} : say_errno(name, "cannot be read", error);
+}
 
 int file_replacement::lock_output(const std::string &name, bool must_be_new) {
     const int status = lock_file(name, true, context_, &file_);
@@ -51,6 +49,16 @@ int file_replacement::lock_output(const std::string &name, bool must_be_new) {
     return status_done;
 }
 
+int file_replacement::begin() {
+    const int status = temporary_.create(file_);
+    if (status != status_done) {
+        return status;
+    }
+    const int error = temporary_path_.write_to(temporary_.descriptor());
+    return error == 0 ? int{status_done}
+                      : say_errno(file_.name, "the new file cannot be written", error);
+}
+
 int file_replacement::refuse_same(const std::string &input) const {
     struct stat read {};
     if (!file_.exists || stat(input.c_str(), &read) != 0 || read.st_dev != file_.status.st_dev ||
@@ -62,6 +70,9 @@ int file_replacement::refuse_same(const std::string &input) const {
 }
 
 int file_replacement::commit(const std::function<int(int descriptor)> &prove) {
+    if (const int error = temporary_path_.finish_writing(); error != 0) {
+        return say_errno(file_.name, "the new file cannot be written", error);
+    }
     int status = prove ? prove(temporary_.descriptor()) : int{status_done};
     if (status == status_done && context_.dry_run) {
         say_of_file(file_.name, file_.exists ? "would be replaced" : "would be created");
@@ -103,14 +114,22 @@ int file_replacement::put_in_place() {
     if (last_look_ && last_look_() != status_done) {
         return status_trouble;
     }
-    const char *from = temporary_.path().c_str();
-    const int renamed = file_.exists ? std::rename(from, file_.path.c_str())
-                                     : rename_to_new(temporary_.path(), file_.path);
-    if (renamed != 0) {
-        return say_errno(file_.name, "cannot be put in place", errno);
+    const bool may_not_part = file_.exists && !context_.break_links;
+    if (may_not_part && links_of(file_) > 1) {
+        say_of_file(file_.name,
+                    "has got another hard link meanwhile, which would part "
+                    "(--break-links goes on); nothing is replaced");
+        return status_trouble;
     }
-    temporary_.renamed();
-    return force_folder_to_disk(file_.name, file_.path);
+    const int status = temporary_.put_in_place();
+    if (status != status_done) {
+        return status;
+    }
+    if (may_not_part && links_of(file_) > 0) {
+        say_of_file(file_.name,
+                    "is replaced; a hard link made in the last moment has the old file");
+    }
+    return force_folder_to_disk(file_);
 }
 
 }  // namespace host

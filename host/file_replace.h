@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "command_context.h"
+#include "descriptor_path.h"
 #include "file_lock.h"
 #include "temporary_file.h"
 
@@ -26,9 +27,7 @@ public:
     explicit file_replacement(const command_context &context) : context_(context) {}
 
     // For a file that must exist, such as a container.
-    [[nodiscard]] int lock(const std::string &name) {
-        return lock_file(name, false, context_, &file_);
-    }
+    [[nodiscard]] int lock(const std::string &name);
 
     // For an output file: replaces an existing one only with --force (`must_be_new`: never).
     [[nodiscard]] int lock_output(const std::string &name, bool must_be_new = false);
@@ -46,8 +45,12 @@ public:
     // command reads.
     [[nodiscard]] int refuse_same(const std::string &input) const;
 
-    [[nodiscard]] int begin() { return temporary_.create(file_.path); }
-    const std::string &temporary_path() const { return temporary_.path(); }
+    [[nodiscard]] int begin();
+
+    // The path by which the library reads the locked file (after lock), and the one by which it
+    // writes the temporary file (after begin): see descriptor_path.h.
+    const std::string &old_path() const { return old_path_.path(); }
+    const std::string &temporary_path() const { return temporary_path_.path(); }
     int temporary_descriptor() const { return temporary_.descriptor(); }
 
     // Called on the temporary file when it has the old file's attributes, to set more.
@@ -68,6 +71,8 @@ private:
     const command_context &context_;
     locked_file file_;
     temporary_file temporary_;
+    descriptor_path old_path_;
+    descriptor_path temporary_path_;
     std::function<void(int descriptor)> mark_;
     std::function<int()> last_look_;
 };

@@ -1,6 +1,5 @@
 #include "purge.h"
 
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -8,7 +7,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "file_lock.h"
+#include "memory_file.h"
 #include "output.h"
 #include "weave_cursor.h"
 #include "weave_rewrite.h"
@@ -156,16 +155,16 @@ int search(const container_view &after, const text_set &secret, const deletion_r
 int purge_into(const container_view &before, const std::string &container_path, version_id version,
                const deletion_request &request, int descriptor, container_view *after,
                purge_result *result) {
-    const owned_descriptor memory(memfd_create("deletion", MFD_CLOEXEC));
-    if (!memory.is_open()) {
-        return say_errno(before.name, "no memory for the new container", errno);
+    memory_file memory;
+    int error = memory.create();
+    if (error != 0) {
+        return say_errno(before.name, "no memory for the new container", error);
     }
-    const std::string path = "/proc/self/fd/" + std::to_string(memory.get());
-    if (delete_into(before, container_path, request, path) != status_done) {
+    if (delete_into(before, container_path, request, memory.path()) != status_done) {
         return status_trouble;
     }
     container_view without_version;
-    int error = open_container(memory.get(), before.name, &without_version);
+    error = open_container(memory.descriptor(), before.name, &without_version);
     if (error != 0) {
         return say_errno(before.name, "cannot be read without the version", error);
     }

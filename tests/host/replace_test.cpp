@@ -137,7 +137,7 @@ TEST_F(replacement, container_that_is_cut_while_it_is_read_is_told) {
 }
 
 TEST_F(replacement, temporary_file_of_a_dead_command_goes_though_it_may_only_be_read) {
-    ASSERT_EQ(traced(injection("rename", "signal=KILL", 1)).status, 128 + 9);
+    ASSERT_EQ(traced(injection("renameat", "signal=KILL", 1)).status, 128 + 9);
     ASSERT_EQ(leftovers(), 1u);
     for (const std::string &name : files_in(".")) {
         chmod(name.c_str(), 0444);
@@ -153,7 +153,7 @@ TEST_F(replacement, failing_system_call_is_told_and_changes_nothing) {
     const std::map<std::string, int> counts = count_system_calls();
     ASSERT_GE(counts.size(), 10u) << "strace must be installed and allowed to trace";
     EXPECT_EQ(counts.at("fsync"), 2);  // the new container and its folder
-    for (const char *call : {"write", "fsync", "rename", "flock", "fchmod", "dup"}) {
+    for (const char *call : {"write", "fsync", "renameat", "flock", "fchmod", "dup"}) {
         if (sanitized && std::string(call) == "write") {
             continue;
         }
