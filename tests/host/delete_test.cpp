@@ -284,7 +284,9 @@ TEST(purge, keeps_the_survivors_of_random_histories) {
         const std::string oid = chosen->second.oid;
         const std::string name =
             history.branches[chosen->first.branch] + "@" + std::to_string(chosen->first.number);
+        const std::string before = read_file(history.path());
         const int status = tdm({"purge", history.path(), name, "--yes"}).status;
+        EXPECT_EQ(status == 0, read_file(history.path()) != before);
         if (status == 0) {
             history.versions.erase(chosen);
         }

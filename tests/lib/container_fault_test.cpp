@@ -24,9 +24,10 @@ protected:
     void SetUp() override {
         container_ = write("container", original);
         text_ = write("text", "A\n^new\nB\nC\nlast");
+        before_ = std::filesystem::temp_directory_path();
         setenv("TMPDIR", path("").c_str(), 1);
     }
-    void TearDown() override { unsetenv("TMPDIR"); }
+    void TearDown() override { setenv("TMPDIR", before_.c_str(), 1); }
 
     static size_t open_files() {
         const std::filesystem::directory_iterator all("/proc/self/fd");
@@ -67,6 +68,7 @@ protected:
     static constexpr char original[] =
         "^S db1 1\n^V b1 1 1 5\n^B bB 1 0 1\n^#^V a2 0 2 3\n^V a1 0 1 2\n^V a0 0 0 1\n"
         "^B bA 0 0 0\n^E el\n^I 0 1 3\nA\n^D 0 2 1\n^I 1 1 1\nX\nB\nC\n";
+    std::string before_;
     std::string container_;
     std::string text_;
 };

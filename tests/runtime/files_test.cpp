@@ -12,6 +12,7 @@ FILE *make_temporary(char *name, size_t name_size) {
 }
 
 TEST(TemporaryFile, is_private_lies_where_tmpdir_says_and_is_not_left_behind_by_a_failure) {
+    const std::string before = fs::temp_directory_path();
     std::string pattern = (fs::temp_directory_path() / "runtime_files.XXXXXX").string();
     const std::string folder = mkdtemp(pattern.data());
     setenv("TMPDIR", folder.c_str(), 1);
@@ -34,6 +35,7 @@ TEST(TemporaryFile, is_private_lies_where_tmpdir_says_and_is_not_left_behind_by_
     fs::remove_all(folder);
     EXPECT_EQ(make_temporary(name, sizeof name), nullptr);
     EXPECT_EQ(errno, ENOENT);
+    setenv("TMPDIR", before.c_str(), 1);
 }
 
 TEST(Sync, bytes_that_were_lost_before_are_a_failure_every_time) {
