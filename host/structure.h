@@ -1,7 +1,7 @@
 // Two plain passes over a container's weave: is it whole, and what does one version say.
 //
 // Both find line ends by memory search and look closer only at lines that begin with `^`, so they
-// run at nearly the speed of reading the file. The checks of `tdm verify` are finer (weave_scan.h).
+// run at nearly the speed of reading the file.
 #ifndef TDM_HOST_STRUCTURE_H
 #define TDM_HOST_STRUCTURE_H
 
@@ -14,10 +14,8 @@
 
 namespace host {
 
-// Is the container whole: a readable header, every inserted run with the lines it counts, enough
-// lines behind every deletion, no text outside the runs, no line that the library's reader refuses,
-// no record of a kind that a weave does not hold, a newline at the end. Returns the first damage.
-// One pass, O(bytes).
+// Is the container whole: whatever `tdm verify` finds, its first complaint is returned. What is sound
+// at first sight (weave_soundness.h) costs one pass, O(bytes); all else is looked at as verify does.
 [[nodiscard]] std::optional<damage> scan_structure(const container_view &view);
 
 // Whether a record of that version belongs to the versions of that lineage, which is as lineage_of
