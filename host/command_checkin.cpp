@@ -175,8 +175,9 @@ int store_outdated(checkin_run &run) {
     const container_view &view = run.change.old;
     const std::string &text = run.file.input().text();
     if (!run.options.stored.allow_same && version_equals(view, run.found.newest->id, text)) {
+        const int status = nothing_to_store(run.change, run.found.newest->id);
         run.file.set_base(run.found.newest->oid);
-        return nothing_to_store(run.change, run.found.newest->id);
+        return status;
     }
     if (!run.options.base.merge) {
         return refuse_outdated(view, run.found, run.file.name());

@@ -129,8 +129,9 @@ int copy_attributes(int source, const struct stat &status, int target, const std
     if (fgetxattr(source, access_list, nullptr, 0) < 0) {
         fremovexattr(target, access_list);
     }
-    const int mode = copy_mode(status, target, name, lacking);
-    return mode != status_done ? mode : copy_extended(source, target, name, force);
+    // The mode last: it may deny the owner writing, attributes too, and it narrows a copied list.
+    const int extended = copy_extended(source, target, name, force);
+    return extended != status_done ? extended : copy_mode(status, target, name, lacking);
 }
 
 int set_new_file_mode(int target, const std::string &name) {

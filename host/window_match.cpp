@@ -65,9 +65,8 @@ bool window_matcher::is_diverse(int32_t first) const {
 
 bool window_matcher::is_certain(const line_run &run) const {
     const int32_t spare = run.count - certain_lines;
-    if (run.base_first + run.file_first == 0 ||
-        (run.base_first + run.count == base_.count() &&
-         run.file_first + run.count == file_.count())) {
+    if (run.base_first + run.file_first == 0 || (run.base_first + run.count == base_.count() &&
+                                                 run.file_first + run.count == file_.count())) {
         return true;
     }
     return spare >= 0 && (is_diverse(run.base_first) || is_diverse(run.base_first + spare / 2) ||
@@ -137,9 +136,8 @@ void window_matcher::match(const edit &window, std::span<const line_run> inside,
     const bool gain = can_gain(window, inside);
     if (gain && matcher_.match_fully(window, out)) {
         dropped->insert(dropped->end(), inside.begin(), inside.end());
-    } else if (gain || !std::all_of(inside.begin(), inside.end(), [this](const line_run &run) {
-                   return says_something(run);
-               })) {
+    } else if (gain || !std::all_of(inside.begin(), inside.end(),
+                                    [this](const line_run &run) { return says_something(run); })) {
         match_between(window, inside, out);
     } else {
         out->insert(out->end(), inside.begin(), inside.end());

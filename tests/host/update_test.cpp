@@ -1,5 +1,6 @@
 // Nobody undoes what another has stored: what a file was made from, and what may be replaced.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -66,6 +67,20 @@ TEST_F(update, checkout_replaces_what_a_version_keeps_and_nothing_else) {
     write_file("f", "1\nB\n3\n4\nE\n");
     ASSERT_EQ(tdm({"delete", "c", "main@3", "--yes"}).status, 0);
     EXPECT_EQ(tdm({"checkout", "c", "-o", "f"}).status, 2);
+}
+
+TEST_F(update, file_that_may_only_be_read_is_replaced_and_marked) {
+    chmod(".", 0777);
+    ASSERT_EQ(tdm({"checkout", "c", "-o", "f"}, {.unprivileged = true}).status, 0);
+    chmod("f", 0444);
+    const command_result result =
+        tdm({"checkout", "c", "main@1", "-o", "f"}, {.unprivileged = true});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(tdm({"checkout", "c", base_of("f")}).out, read_file("f"));
+    struct stat status {};
+    ASSERT_EQ(stat("f", &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0444u);
 }
 
 TEST_F(update, text_that_changes_before_the_rename_stays) {
