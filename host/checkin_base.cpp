@@ -22,18 +22,29 @@ std::string shown_name(const container_view &view, version_id id) {
 }
 
 // The version that a text must have been made from: that which a new branch is made off, or the
-// newest of the branch.
+// newest of the branch, for want of one its branch point.
 const version_record *newest_for(const container_view &view, const checkin_plan &plan) {
-    return plan.adds_branch ? find_version(view, plan.predecessor)
-                            : newest_version(view, plan.id.branch);
+    if (plan.adds_branch) {
+        return find_version(view, plan.predecessor);
+    }
+    const version_record *newest = newest_version(view, plan.id.branch);
+    const branch_record *branch = find_branch(view, plan.id.branch);
+    if (newest == nullptr && branch != nullptr && branch->number != 0) {
+        newest = find_version(view, branch->parent);
+    }
+    return newest == nullptr || newest->deleted ? nullptr : newest;
 }
 
-// A branch without versions of its own has the text of its branch point.
-bool has_same_text(const container_view &view, const version_record &base,
-                   const version_record &newest) {
-    const branch_record *branch = find_branch(view, newest.id.branch);
-    return base.id == newest.id || (newest.id.number == 0 && newest.id.branch != 0 &&
-                                    branch != nullptr && branch->parent == base.id);
+// The version whose text a branch without versions of its own has.
+version_id origin_of(const container_view &view, version_id id) {
+    for (const branch_record *branch = nullptr; id.number == 0 && id.branch != 0;) {
+        branch = find_branch(view, id.branch);
+        if (branch == nullptr || branch->parent.branch >= id.branch) {
+            break;
+        }
+        id = branch->parent;
+    }
+    return id;
 }
 
 const version_record *base_on_file(const container_view &view, const std::string &file,
@@ -102,7 +113,7 @@ int find_checkin_base(const container_view &view, const checkin_plan &plan,
         return status_trouble;
     }
     out->current = out->base == nullptr || out->newest == nullptr ||
-                   has_same_text(view, *out->base, *out->newest);
+                   origin_of(view, out->base->id) == origin_of(view, out->newest->id);
     return status_done;
 }
 

@@ -242,7 +242,8 @@ void register_import(CLI::App &app, command_context &context) {
     context.details =
         "Each FILE becomes the next version; the container is the same as after checking them in\n"
         "one by one. All or nothing: the container is replaced once, when every version has been\n"
-        "read back and compared. Prints the names of the new versions.";
+        "read back and compared. Prints the names of the new versions. What the files were made\n"
+        "from ('tdm checkin') is not looked at, nor are they marked.";
     context.examples = {"tdm import notes.tdm old/notes-1.txt old/notes-2.txt",
                         "tdm import notes.tdm --from-list versions.list"};
     context.run = [&context, options] { return run_import(context, *options); };

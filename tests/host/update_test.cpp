@@ -106,6 +106,7 @@ TEST_F(update, checkin_is_held_against_what_the_file_was_made_from) {
         const char *said;
     };
     ASSERT_EQ(tdm({"branch", "c", "dev", "main@1"}).status, 0);
+    ASSERT_EQ(tdm({"branch", "c", "dev2", "dev@0"}).status, 0);
     const row rows[] = {
         {{}, 1, "f: was made from main@1, not from main@3"},
         {{}, 1, "tdm: 2 versions came since:\ntdm:   main@3  20"},
@@ -114,6 +115,7 @@ TEST_F(update, checkin_is_held_against_what_the_file_was_made_from) {
         {{"--base", "main@3"}, 0, "main@4"},
         {{"--no-base"}, 0, "main@4"},
         {{"--branch", "dev"}, 0, "dev@1"},
+        {{"--branch", "dev2"}, 0, "dev2@1"},
         {{"--branch", "dev", "--base", "main"}, 1, "f: was made from main@3, not from dev@0"},
         {{"--branch", "new", "--from", "main@1"}, 0, "new@1"},
         {{"--branch", "new", "--from", "main@2"}, 1, "not from main@2"},
