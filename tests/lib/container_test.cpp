@@ -47,17 +47,18 @@ TEST_F(container, gains_a_branch) {
         0);
     EXPECT_EQ(read(third).substr(0, 39), "^S db1 2\n^V verC 2 0 7d\n^B brC 2 1 0\n^V");
     const struct {
-        const char *branch, *parent, *from, *message;
+        const char *branch, *version, *parent, *from, *message;
         int result;
     } refused[] = {
-        {"brA", "brA", file.c_str(), "Branch oid brA is already present in \"", -1},
-        {"brX", "none", file.c_str(), "Specified branch does not exist\n", -1},
-        {"b x", "brA", file.c_str(), "Can't parse malformed object-id b x\n", -1},
-        {"brX", "brA", "/nowhere/at/all", "", 2},
+        {"brA", "v", "brA", file.c_str(), "Branch oid brA is already present in \"", -1},
+        {"brX", "v", "none", file.c_str(), "Specified branch does not exist\n", -1},
+        {"b x", "v", "brA", file.c_str(), "Can't parse malformed object-id b x\n", -1},
+        {"brX", "v\n", "brA", file.c_str(), "Can't parse malformed object-id v\n\n", -1},
+        {"brX", "v", "brA", "/nowhere/at/all", "", 2},
     };
     for (const auto &row : refused) {
         const std::string said = test::messages_of([&] {
-            EXPECT_EQ(tdm_create_branch(1, row.branch, "v", path("new").c_str(), row.parent,
+            EXPECT_EQ(tdm_create_branch(1, row.branch, row.version, path("new").c_str(), row.parent,
                                         nullptr, 0, row.from),
                       row.result);
         });

@@ -230,6 +230,9 @@ TEST_F(merge, decides_and_asks_as_documented) {
         EXPECT_EQ(found.text, ended ? aborted : test::letters(row.text)) << row.name;
         EXPECT_EQ(found.asked, row.asked) << row.name;
         EXPECT_EQ(found.report, row.report) << row.name;
+        if (row.mq == 1) {
+            EXPECT_EQ(run(files, 4, row.answers).asked, row.asked) << row.name << ", mode 4";
+        }
     }
 }
 

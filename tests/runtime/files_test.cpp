@@ -5,6 +5,22 @@
 
 namespace {
 
+struct {
+    int error;  // 0: none
+    int calls;
+} forced_to_disk;
+
+}  // namespace
+
+// In place of the system's: what a call forces to disk cannot be seen otherwise.
+int fsync(int /*descriptor*/) {
+    forced_to_disk.calls++;
+    errno = forced_to_disk.error;
+    return forced_to_disk.error == 0 ? 0 : -1;
+}
+
+namespace {
+
 namespace fs = std::filesystem;
 
 FILE *make_temporary(char *name, size_t name_size) {
@@ -46,6 +62,16 @@ TEST(Sync, bytes_that_were_lost_before_are_a_failure_every_time) {
     EXPECT_EQ(errno, ENOSPC);
     EXPECT_NE(sys_fsync_stream(full), 0);
     std::fclose(full);
+}
+
+TEST(Sync, what_the_system_says_of_the_disk_is_passed_on) {
+    const support::scratch_file file("text");
+    for (const auto &[error, result] : {std::pair(EIO, -1), {EINVAL, 0}, {ENOSPC, -1}}) {
+        forced_to_disk = {error, 0};
+        EXPECT_EQ(sys_fsync_stream(file.stream), result) << error;
+        EXPECT_EQ(forced_to_disk.calls, 1) << error;
+    }
+    forced_to_disk = {};
 }
 
 TEST(WhiteSpace, is_left_out_of_account_wherever_it_stands) {
