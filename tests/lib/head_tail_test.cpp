@@ -91,21 +91,6 @@ TEST_F(head_tail, ends_all_files_together_only_when_they_are_identical) {
     }
 }
 
-TEST_F(head_tail, leaves_a_small_middle_around_one_change) {
-    test::texts files(2);
-    for (int i = 1; i <= 10000; ++i) {
-        files[0] += "line " + std::to_string(i) + "\n";
-        files[1] += i == 5000 ? "changed\n" : "line " + std::to_string(i) + "\n";
-    }
-    test::session all(write_all(files));
-    ASSERT_EQ(all.compare(), 0);
-    EXPECT_EQ(all.s->head.line_count, 4999U);
-    const uint64_t middle = files[1].size() - all.s->head.bytes[1] - all.s->tail.bytes[1];
-    EXPECT_LE(middle, 512U);
-    EXPECT_STREQ(tdm_get_line_text(all.s, 1, 5000), "changed\n");
-    EXPECT_EQ(tdm_get_line_text(all.s, 1, 4999), nullptr);
-}
-
 TEST_F(head_tail, disregards_blanks_when_told) {
     const std::string filler = repeat(600, 'f') + "\n";
     const auto with = [&filler](const char *own, const char *line) {

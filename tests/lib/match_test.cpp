@@ -71,14 +71,6 @@ TEST_F(match, pairs_the_documented_lines) {
     }
 }
 
-TEST_F(match, searches_fifty_lines_behind_a_pair) {
-    for (const int gap : {48, 49, 50, 51}) {
-        const std::string base = "u\n" + test::letters(std::string(static_cast<size_t>(gap), 'c'));
-        const std::string found = maps(base + "a\n", "u\na\na\n").first;
-        EXPECT_EQ(found.substr(found.rfind(' ') + 1), gap < 50 ? "2" : "-2") << gap;
-    }
-}
-
 TEST_F(match, refuses_indices_out_of_range) {
     test::session all(write_all({"a\n", "b\n"}));
     ASSERT_EQ(all.compare(), 0);
