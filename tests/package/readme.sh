@@ -4,7 +4,7 @@
 set -eu
 PATH=$1/bin:$PATH
 export LC_ALL=C.UTF-8
-unset SOURCE_DATE_EPOCH
+unset SOURCE_DATE_EPOCH VT_LANG_CODESET
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 

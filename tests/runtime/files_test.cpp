@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <cstring>
 #include <filesystem>
 
 #include "support.h"
@@ -33,7 +34,7 @@ TEST(TemporaryFile, is_private_lies_where_tmpdir_says_and_is_not_left_behind_by_
     const std::string folder = mkdtemp(pattern.data());
     setenv("TMPDIR", folder.c_str(), 1);
     char name[1024];
-    EXPECT_EQ(make_temporary(name, folder.size() + 5), nullptr);
+    EXPECT_EQ(make_temporary(name, folder.size() + strlen("/norviktdm.XXXXXX")), nullptr);
     EXPECT_EQ(errno, ENAMETOOLONG);
     EXPECT_TRUE(fs::is_empty(folder));
 
