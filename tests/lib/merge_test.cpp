@@ -53,7 +53,9 @@ protected:
         uint64_t head = 0;
         uint64_t tail = 0;
         EXPECT_EQ(tdm_init_diff_stream(s, &head, &tail), 0);
-        merge_report *r = tdm_merge_init_report(s, out.c_str(), mq, ask, nullptr, source_file);
+        merge_report *r =
+            tdm_merge_init_report(s, out.c_str(), mq == 1 ? 0 : mq, ask, nullptr, source_file);
+        tdm_merge_change_mq(r, mq);
         if (r == nullptr) {
             return 1;
         }
