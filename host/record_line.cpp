@@ -136,7 +136,8 @@ char record_kind(std::string_view line) {
     if (line.empty() || line[0] != '^') {
         return 0;
     }
-    return line.size() < 2 ? '\n' : line[1];
+    // A NUL must not look like the kind of plain text.
+    return line.size() < 2 || line[1] == '\0' ? '\n' : line[1];
 }
 
 std::string_view text_of(std::string_view line) {

@@ -42,7 +42,8 @@ struct run_fields {
 };
 
 // The kind of a record line: the second byte of a line that begins with `^`, 0 for a plain text
-// line, '\n' for a line that holds nothing but `^`. `line` may or may not end with its newline.
+// line, '\n' for a line that holds nothing, or a NUL, behind its `^`. `line` may or may not end
+// with its newline.
 [[nodiscard]] char record_kind(std::string_view line);
 
 // True for the kinds that hold text: plain, Q, N and T.
