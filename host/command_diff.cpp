@@ -73,6 +73,9 @@ int load_files(const diff_options &options, diff_run *run) {
         return usage_error("diff", options.operands.size() < 2 ? "two files at least are needed"
                                                                : "more than 32 files");
     }
+    if (refuse_spent_input(options.operands) != status_done) {
+        return status_trouble;
+    }
     run->files.resize(options.operands.size());
     for (size_t i = 0; i < run->files.size(); i++) {
         if (open_text_file(options.operands[i], &run->files[i]) != status_done) {

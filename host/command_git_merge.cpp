@@ -121,6 +121,9 @@ int merge_into_ours(const command_context &context, const driver_options &option
 
 int run_git_merge(const command_context &context, driver_options *options) {
     settle_options(options);
+    if (refuse_spent_input({options->base, options->ours, options->theirs}) != status_done) {
+        return status_trouble;
+    }
     try {
         const int status = merge_into_ours(context, *options);
         return status == status_trouble ? write_both_sides(*options) : status;

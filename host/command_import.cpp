@@ -2,13 +2,11 @@
 //
 // The versions are woven into one weave in memory (import_weave.h), which is written once, proven
 // version by version and put in the container's place: all or nothing.
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -24,6 +22,7 @@
 #include "proof.h"
 #include "random_oid.h"
 #include "structure.h"
+#include "text_file.h"
 #include "version_edit.h"
 
 namespace host {
@@ -60,27 +59,6 @@ struct import_run {
     std::vector<imported_version> versions;
 };
 
-// Standard input and pipes can be read once; a second reading would find an empty text.
-int refuse_spent_input(const import_run &run) {
-    std::set<std::pair<dev_t, ino_t>> streams;
-    std::vector<const std::string *> names{&run.options.list};
-    for (const import_item &item : run.items) {
-        names.push_back(&item.path);
-    }
-    for (const std::string *name : names) {
-        struct stat status {};
-        const bool standard = *name == "-";
-        const int result = standard ? fstat(STDIN_FILENO, &status) : stat(name->c_str(), &status);
-        const bool again = S_ISREG(status.st_mode) || S_ISCHR(status.st_mode);
-        if (result == 0 && (standard || !again) &&
-            !streams.emplace(status.st_dev, status.st_ino).second) {
-            say_of_file(*name, "is given twice, but can be read only once");
-            return status_trouble;
-        }
-    }
-    return status_done;
-}
-
 int collect_items(import_run &run) {
     uint64_t time = 0;
     if (run.options.stored.time.get(time) != status_done) {
@@ -92,7 +70,11 @@ int collect_items(import_run &run) {
     if (!run.options.list.empty() && read_import_list(run.options.list, run.items) != status_done) {
         return status_trouble;
     }
-    return run.items.empty() ? usage_error("import", "no files given") : refuse_spent_input(run);
+    std::vector<std::string> names{run.options.list};
+    for (const import_item &item : run.items) {
+        names.push_back(item.path);
+    }
+    return run.items.empty() ? usage_error("import", "no files given") : refuse_spent_input(names);
 }
 
 // The text that the first imported version is compared with.

@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <set>
+#include <utility>
 
 #include "exit_status.h"
 #include "output.h"
@@ -57,6 +59,22 @@ int copy_into_memory(int from, text_file *file) {
 }
 
 }  // namespace
+
+int refuse_spent_input(const std::vector<std::string> &names) {
+    std::set<std::pair<dev_t, ino_t>> streams;
+    for (const std::string &name : names) {
+        struct stat status {};
+        const bool standard = name == "-";
+        const int result = standard ? fstat(STDIN_FILENO, &status) : stat(name.c_str(), &status);
+        const bool again = S_ISREG(status.st_mode) || S_ISCHR(status.st_mode);
+        if (result == 0 && (standard || !again) &&
+            !streams.emplace(status.st_dev, status.st_ino).second) {
+            say_of_file(name, "is given twice, but can be read only once");
+            return status_trouble;
+        }
+    }
+    return status_done;
+}
 
 int open_text_file(const std::string &name, text_file *out) {
     out->name = name;

@@ -4,6 +4,7 @@
 #define TDM_HOST_TEXT_FILE_H
 
 #include <string>
+#include <vector>
 
 #include "container_view.h"
 #include "file_lock.h"
@@ -19,6 +20,10 @@ struct text_file {
     owned_descriptor input;
     bool is_copy = false;  // `input` holds the text in memory, and `path` names it by its number
 };
+
+// Refuses names that lead to the same stream: standard input ("-") and pipes can be read once, and
+// a second reading would find an empty text. 0, or status_trouble after a message; nothing is read.
+[[nodiscard]] int refuse_spent_input(const std::vector<std::string> &names);
 
 // Opens `name`. A regular file is left where it is; "-" (standard input), a pipe or a device is
 // copied into memory, which makes /dev/null an empty text. 0, or status_trouble after a message.
