@@ -1,6 +1,7 @@
 #include "merge_check.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "line_numbers.h"
 
@@ -8,15 +9,22 @@ namespace host {
 
 namespace {
 
-// What is known of one distinct line, from the places alone but for `whole`.
+// What is known of one distinct line, from the places alone but for `whole`. Contributors with the
+// same text count once.
 struct line_count {
     int32_t base = 0;
     int32_t merged = 0;
-    int32_t added = 0;  // by all contributors together
-    int32_t removed = 0;
-    int32_t least = 0;  // in the base and each contributor
+    // Of the contributors' edits: the most of one, and all together.
+    int32_t most_inserted = 0;
+    int32_t all_inserted = 0;
+    int32_t most_deleted = 0;
+    int32_t all_deleted = 0;
+    // In the base and each contributor.
+    int32_t least = 0;
     int32_t most = 0;
-    int32_t current = 0;  // in the text that is being counted
+    int32_t current = 0;   // in the text that is being counted
+    int32_t inserted = 0;  // by the contributor that is being counted
+    int32_t deleted = 0;
     int32_t whole = -1;  // the most in any whole text; -1: not counted, which is for doubtful lines
     int32_t first_merged = -1;
     bool excused = false;
@@ -63,10 +71,20 @@ void count_contributor(census &c, int32_t contributor) {
             count_of(c, version.text->line(i)).current++;
         }
     }
+    const text_lines &file = *c.in.files[static_cast<size_t>(contributor)];
+    for (const edit &e : c.in.changes[static_cast<size_t>(contributor)].edits) {
+        for (int32_t i = e.base_first; i < e.base_end; i++) {
+            count_of(c, c.in.base->line(i)).deleted++;
+        }
+        for (int32_t i = e.file_first; i < e.file_end; i++) {
+            count_of(c, file.line(i)).inserted++;
+        }
+    }
     for (line_count &count : c.counts) {
-        const int32_t change = count.current - count.base;
-        count.added += std::max(0, change);
-        count.removed += std::max(0, -change);
+        count.most_inserted = std::max(count.most_inserted, count.inserted);
+        count.all_inserted += std::exchange(count.inserted, 0);
+        count.most_deleted = std::max(count.most_deleted, count.deleted);
+        count.all_deleted += std::exchange(count.deleted, 0);
         count.least = std::min(count.least, count.current);
         count.most = std::max(count.most, count.current);
         count.current = 0;
@@ -112,18 +130,18 @@ std::vector<merged_line> count_merged(census &c, const merged_text &merged) {
     return lines;
 }
 
-// Whether the merged count lies outside what the changes explain. Lines that no text has twice
-// are held to it strictly; for others a contributor may have removed one and another a second.
+// Whether the merged count lies outside what the changes explain: every insertion and every deletion
+// must have come through, equal ones at least once and at most as often as they were made. A line
+// of which nobody has fewer than the base stands as often as in the contributor that has most; one
+// of which nobody has more, no more often than in the one that has fewest.
 bool is_fault(const line_count &count, line_fault_kind *kind) {
     if (count.excused || !count.significant) {
         return false;
     }
-    int32_t least = count.base - count.removed;
-    int32_t most = count.base + count.added;
-    if (count.most <= 1 && count.whole <= 1) {
-        least = count.removed == 0 ? count.most : least;
-        most = count.added == 0 ? count.least : most;
-    }
+    int32_t least = count.base + count.most_inserted - count.all_deleted;
+    int32_t most = count.base + count.all_inserted - count.most_deleted;
+    least = count.least == count.base ? std::max(least, count.most) : least;
+    most = count.most == count.base ? std::min(most, count.least) : most;
     *kind = count.merged < least ? line_fault_kind::lost : line_fault_kind::doubled;
     return count.merged < least || count.merged > most;
 }
@@ -264,7 +282,9 @@ merge_verdict check_merged(const merge_input &in, const merge_plan &plan,
     census c{in, plan, line_numbers(in.equality), {}};
     count_base(c);
     for (size_t k = 0; k < in.files.size(); k++) {
-        count_contributor(c, static_cast<int32_t>(k));
+        if (in.same_as[k] == static_cast<int32_t>(k)) {
+            count_contributor(c, static_cast<int32_t>(k));
+        }
     }
     excuse_undecided(c);
     const std::vector<merged_line> lines = count_merged(c, merged);

@@ -3,11 +3,11 @@
 //
 // Outside of the places the merged text and every contributor must be the base. Within them every
 // distinct line is counted in the base, in each contributor and in the merged text outside of the
-// markers. What a contributor added to or took off the count bounds the merged count: lines that
-// some added and none took off must all be there, those that some took off and none added must be
-// gone, and nothing may exceed what all changes together explain. Lines in conflict are left out of
-// account, and so are lines that say nothing of their own (blank ones, braces), which come and go
-// with every edit.
+// markers. Every insertion and deletion must have come through, equal ones of several contributors
+// once at least. A line of which nobody has fewer than the base must stand at least as often as in
+// the base and by the most that one added; a line of which nobody has more, at most as often as in
+// the base less the most that one removed. Lines in conflict are left out of account, and so are
+// lines that say nothing of their own (blank ones, braces), which come and go with every edit.
 #ifndef TDM_HOST_MERGE_CHECK_H
 #define TDM_HOST_MERGE_CHECK_H
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
+#include "merge_ambiguity.h"
 #include "moved_text.h"
 
 namespace host {
@@ -36,27 +37,60 @@ bool belongs_to(const merge_input &in, const merge_place &place, const edit &e,
     return overlap || !apply_adjacent || e.base_end == in.base->count();
 }
 
+// Joins the places that one of the ranges touches.
+void join_ambiguous(std::vector<base_range> ranges, std::vector<merge_place> *places) {
+    std::sort(ranges.begin(), ranges.end(),
+              [](const base_range &a, const base_range &b) { return a.first < b.first; });
+    size_t next = 0;  // range
+    size_t kept = 0;
+    int32_t tied_to = -1;
+    for (merge_place &place : *places) {
+        const bool tied = place.base_first <= tied_to;
+        bool ambiguous = tied;
+        for (; next < ranges.size() && ranges[next].first <= place.base_end; next++) {
+            ambiguous = true;
+            tied_to = std::max(tied_to, ranges[next].end);
+        }
+        if (tied) {
+            merge_place &before = (*places)[kept - 1];
+            before.base_end = place.base_end;
+            before.edits.insert(before.edits.end(), place.edits.begin(), place.edits.end());
+            continue;
+        }
+        place.ambiguous = ambiguous;
+        if (&(*places)[kept] != &place) {
+            (*places)[kept] = std::move(place);
+        }
+        kept++;
+    }
+    places->resize(kept);
+}
+
 void make_places(const merge_input &in, bool apply_adjacent, merge_plan *plan) {
     for (const file_edits &changes : in.changes) {
         plan->facts.emplace_back(changes.edits.size());
     }
     std::vector<merge_place> &places = plan->places;
-    for (const place_edit &next : all_edits(in)) {
+    const std::vector<place_edit> order = all_edits(in);
+    for (const place_edit &next : order) {
         const edit &e = edit_at(in, next);
         if (places.empty() || !belongs_to(in, places.back(), e, apply_adjacent)) {
-            places.push_back({e.base_first, e.base_end, 0, {}});
+            places.push_back({e.base_first, e.base_end, 0, false, {}});
         }
         places.back().base_end = std::max(places.back().base_end, e.base_end);
         places.back().edits.push_back(next);
-        plan->facts[static_cast<size_t>(next.contributor)][static_cast<size_t>(next.edit)].place =
-            static_cast<int32_t>(places.size()) - 1;
     }
-    for (merge_place &place : places) {
-        std::sort(place.edits.begin(), place.edits.end(),
+    join_ambiguous(ambiguous_ranges(in, order), &places);
+    for (size_t i = 0; i < places.size(); i++) {
+        std::sort(places[i].edits.begin(), places[i].edits.end(),
                   [](const place_edit &a, const place_edit &b) {
                       return a.contributor != b.contributor ? a.contributor < b.contributor
                                                             : a.edit < b.edit;
                   });
+        for (const place_edit &e : places[i].edits) {
+            plan->facts[static_cast<size_t>(e.contributor)][static_cast<size_t>(e.edit)].place =
+                static_cast<int32_t>(i);
+        }
     }
 }
 
@@ -252,6 +286,11 @@ bool decide_clean(const merge_input &in, const merge_plan &plan, bool moves, mer
 void decide(const merge_input &in, const merge_plan &plan, merge_region *region) {
     region->taken = region->contributors.front();
     if (region->contributors.size() == 1) {
+        return;
+    }
+    if (std::any_of(region->places.begin(), region->places.end(),
+                    [&](int32_t i) { return plan.places[static_cast<size_t>(i)].ambiguous; })) {
+        region->conflict = conflict_reason::ambiguous;
         return;
     }
     const bool moves = has_moves(plan, *region);

@@ -27,6 +27,8 @@ struct merge_input {
     const text_lines *base = nullptr;
     std::vector<const text_lines *> files;
     std::vector<file_edits> changes;
+    // For each contributor the first one that has the same text, most often itself.
+    std::vector<int32_t> same_as;
     line_equality equality = line_equality::exact;
 };
 
@@ -41,6 +43,7 @@ struct merge_place {
     int32_t base_first = 0;
     int32_t base_end = 0;
     int32_t region = 0;
+    bool ambiguous = false;         // see merge_ambiguity.h
     std::vector<place_edit> edits;  // by contributor, then by base line
 };
 
@@ -52,10 +55,11 @@ struct carried_edit {
 
 enum class conflict_reason {
     none,
-    differ,    // the contributors changed the same lines differently
-    moved,     // the same, and one of them at least moved lines here
-    repeated,  // they inserted the same lines in different places (only where asked for)
-    unproved,  // the check of the merged text would not have it clean
+    differ,     // the contributors changed the same lines differently
+    moved,      // the same, and one of them at least moved lines here
+    ambiguous,  // lines that repeat: which of them was changed, and how often, cannot be told
+    repeated,   // they inserted the same lines in different places (only where asked for)
+    unproved,   // the check of the merged text would not have it clean
 };
 
 struct merge_region {

@@ -49,9 +49,16 @@ int compare_contributors(const merge_options &options, bool by_library, merge_ru
     run->in.equality =
         options.ignore_blanks ? line_equality::without_inner_blanks : line_equality::exact;
     for (size_t k = 1; k < run->files.size(); k++) {
-        run->in.files.push_back(&run->files[k].lines);
-        run->in.changes.push_back(
-            edits_of(run->compared, run->files, k, {run->in.equality, !by_library}));
+        const text_lines &text = run->files[k].lines;
+        const auto same =
+            std::find_if(run->in.files.begin(), run->in.files.end(),
+                         [&](const text_lines *other) { return other->bytes == text.bytes; });
+        const auto first = static_cast<size_t>(same - run->in.files.begin());
+        run->in.files.push_back(&text);
+        run->in.same_as.push_back(static_cast<int32_t>(first));
+        run->in.changes.push_back(first < k - 1 ? run->in.changes[first]
+                                                : edits_of(run->compared, run->files, k,
+                                                           {run->in.equality, !by_library}));
     }
     return status_done;
 }
@@ -60,6 +67,9 @@ int compare_contributors(const merge_options &options, bool by_library, merge_ru
 
 int begin_merge(const std::vector<std::string> &names, const merge_options &options,
                 bool by_library, merge_run *run) {
+    if (refuse_spent_input(names) != status_done) {
+        return status_trouble;
+    }
     run->files.resize(names.size());
     for (size_t i = 0; i < names.size(); i++) {
         if (open_text_file(names[i], &run->files[i]) != status_done) {

@@ -111,7 +111,9 @@ std::vector<std::vector<int32_t>> conflict_sides(const merge_input &in, const me
     for (const int32_t k : contributors) {
         const std::string_view bytes = version_at(in, place, k).bytes();
         const auto same = std::find_if(sides.begin(), sides.end(), [&](const auto &side) {
-            return version_at(in, place, side.front()).bytes() == bytes;
+            return place.ambiguous ? in.same_as[static_cast<size_t>(side.front())] ==
+                                         in.same_as[static_cast<size_t>(k)]
+                                   : version_at(in, place, side.front()).bytes() == bytes;
         });
         if (same == sides.end()) {
             sides.push_back({k});
@@ -124,7 +126,7 @@ std::vector<std::vector<int32_t>> conflict_sides(const merge_input &in, const me
 
 std::string conflict_text(const merge_input &in, const merge_place &place,
                           const std::vector<std::vector<int32_t>> &sides,
-                          const marker_options &options) {
+                          const marker_options &options, int32_t *lead_lines) {
     std::vector<shown_lines> texts;
     for (const std::vector<int32_t> &side : sides) {
         texts.push_back(shown(version_at(in, place, side.front())));
@@ -132,9 +134,13 @@ std::string conflict_text(const merge_input &in, const merge_place &place,
     const shown_lines first = texts.front();
     int32_t front = 0;
     int32_t back = 0;
-    if (options.style != marker_style::diff3) {
+    // Equal sides stand whole: the question is whether they are one change or several.
+    if (options.style != marker_style::diff3 && !place.ambiguous) {
         front = common_front(&texts);
         back = common_back(&texts);
+    }
+    if (lead_lines != nullptr) {
+        *lead_lines = front;
     }
     std::string out;
     add_lines({first.text, first.first, first.first + front}, &out);
@@ -198,7 +204,7 @@ std::string place_text(const merge_input &in, const merge_plan &plan, size_t ind
     }
     const auto sides = conflict_sides(in, region, place);
     placed->conflict = sides.size() > 1;
-    return placed->conflict ? conflict_text(in, place, sides, options)
+    return placed->conflict ? conflict_text(in, place, sides, options, &placed->lead_lines)
                             : std::string(version_at(in, place, sides[0][0]).bytes());
 }
 

@@ -27,8 +27,9 @@ struct placed_text {
     size_t end = 0;
     int32_t first_line = 0;  // from 0
     int32_t end_line = 0;
-    bool conflict = false;  // between markers
-    bool answered = false;  // somebody decided it
+    int32_t lead_lines = 0;  // before the first marker: lines that all sides begin with
+    bool conflict = false;   // between markers
+    bool answered = false;   // somebody decided it
 };
 
 struct merged_text {
@@ -48,10 +49,10 @@ merged_text write_merged(const merge_input &in, const merge_plan &plan,
 std::vector<std::vector<int32_t>> conflict_sides(const merge_input &in, const merge_region &region,
                                                  const merge_place &place);
 
-// One place between markers, `sides` being of conflict_sides.
+// One place between markers, `sides` being of conflict_sides. `lead_lines` may be null.
 std::string conflict_text(const merge_input &in, const merge_place &place,
                           const std::vector<std::vector<int32_t>> &sides,
-                          const marker_options &options);
+                          const marker_options &options, int32_t *lead_lines = nullptr);
 
 // The text of a place of a clean region, the edits that are carried there applied.
 std::string clean_text(const merge_input &in, const merge_region &region, const merge_place &place);

@@ -131,6 +131,9 @@ const char *conflict_words(const merge_run &run, const merge_region &region) {
     switch (region.conflict) {
         case conflict_reason::repeated:
             return " inserted the same lines in different places";
+        case conflict_reason::ambiguous:
+            return " changed lines that repeat: which of them, and whether together, cannot be "
+                   "told";
         case conflict_reason::unproved:
             return " change the same text, which would be lost or stand twice";
         default:
@@ -148,7 +151,7 @@ const char *outcome_of(const merge_region &region) {
 }
 
 const char *reason_of(conflict_reason reason) {
-    constexpr std::array names{"none", "differ", "moved", "repeated", "unproved"};
+    constexpr std::array names{"none", "differ", "moved", "ambiguous", "repeated", "unproved"};
     return names[static_cast<size_t>(reason)];
 }
 
@@ -252,17 +255,38 @@ std::string region_words(const merge_run &run, const merge_options &options,
            move_words(run, options, region);
 }
 
+namespace {
+
+// The lines on which the conflict's markers begin, from 1; where nothing stands between markers, the
+// first line of the region.
+std::vector<int32_t> marker_lines(const merge_run &run, const merge_region &region) {
+    std::vector<int32_t> lines;
+    for (const int32_t place : region.places) {
+        const placed_text &placed = run.merged.places[static_cast<size_t>(place)];
+        if (placed.conflict) {
+            lines.push_back(placed.first_line + placed.lead_lines + 1);
+        }
+    }
+    if (lines.empty()) {
+        const auto first = static_cast<size_t>(region.places.front());
+        lines.push_back(run.merged.places[first].first_line + 1);
+    }
+    return lines;
+}
+
+}  // namespace
+
 void say_conflicts(const merge_run &run, const merge_options &options, std::string_view output) {
     for (const merge_region &region : run.plan.regions) {
         if (region.places.empty() || !is_conflict(region)) {
             continue;
         }
-        const auto shown = std::find_if(region.places.begin(), region.places.end(), [&](int32_t i) {
-            return run.merged.places[static_cast<size_t>(i)].conflict;
-        });
-        const int32_t place = shown != region.places.end() ? *shown : region.places.front();
-        const int32_t line = run.merged.places[static_cast<size_t>(place)].first_line + 1;
-        say_of_line(output, static_cast<uint64_t>(line), region_words(run, options, region));
+        const std::vector<int32_t> lines = marker_lines(run, region);
+        std::string words = region_words(run, options, region);
+        for (size_t i = 1; i < lines.size(); i++) {
+            words += (i == 1 ? "; also at line " : ", ") + std::to_string(lines[i]);
+        }
+        say_of_line(output, static_cast<uint64_t>(lines.front()), words);
     }
     for (const repeated_lines &lines : run.verdict.repeated) {
         say_of_line(output, static_cast<uint64_t>(lines.first) + 1,

@@ -123,18 +123,43 @@ TEST(gap_match, finds_as_many_pairs_as_there_are) {
 }
 
 TEST(gap_match, what_is_too_far_apart_is_divided_at_unique_lines) {
-    std::string a, b;
-    for (int i = 0; i < 3000; i++) {
-        a += i % 100 == 0 ? "mark " + std::to_string(i) + "\n" : "a" + std::to_string(i % 7) + "\n";
-        b += i % 100 == 0 ? "mark " + std::to_string(i) + "\n" : "b" + std::to_string(i % 7) + "\n";
-        a += "}\n";
+    std::string rising, falling;
+    for (int i = 0; i < 100; i++) {
+        rising += std::to_string(i / 2) + "\n";
+        falling += std::to_string(50 - i / 2) + "\n";
     }
-    b += "}\n";
+    std::string a, b;
+    for (int i = 0; i < 30; i++) {
+        a.append("mark ").append(std::to_string(i)).append("\n").append(rising);
+        b.append("mark ").append(std::to_string(i)).append("\n").append(falling);
+    }
     const host::text_lines x = host::split_lines(a);
     const host::text_lines y = host::split_lines(b);
     std::vector<host::line_run> runs;
     host::gap_matcher(x, y, host::line_equality::exact).match({0, x.count(), 0, y.count()}, &runs);
-    EXPECT_GE(runs.size(), 30U);
+    int32_t pairs = 0;
+    for (const host::line_run &run : runs) {
+        pairs += run.count;
+    }
+    EXPECT_EQ(pairs,
+              30 * (1 + longest_common(host::split_lines(rising), host::split_lines(falling))));
+}
+
+TEST(edit_list, edits_of_few_kinds_of_lines_are_the_smallest) {
+    for (const unsigned seed : seeds(40)) {
+        text_maker make{std::mt19937(seed), 1};
+        auto lines = make.text(200);
+        const std::string base = joined(lines);
+        for (int i = 0; i < 3; i++) {
+            lines.insert(lines.begin() + static_cast<long>(make.below(lines.size())), make.line());
+        }
+        const compared_texts compared({base, joined(lines)});
+        int32_t changed = 0;
+        for (const host::edit &e : compared.edits(1).edits) {
+            changed += e.base_end - e.base_first + e.file_end - e.file_first;
+        }
+        EXPECT_EQ(changed, 3);
+    }
 }
 
 TEST(edit_list, chosen_places_are_as_written_here) {

@@ -90,6 +90,12 @@ TEST_F(merging, small_texts_merge_as_written_here) {
         {"empty base, the same", "", "a b", "a b", "a b"},
         {"empty base", "", "a b", "c", "{a b||c}"},
         {"all deleted and changed", "a b", "", "a B", "{|a b|a B}"},
+        {"a changed row and a new row", "1 2", "2 2", "1 2 2", "2 2 2"},
+        {"among equal rows", "0 0 7 0 0", "0 0 0 0 0", "0 0 7 0 0 0", "0 0 0 0 0 0"},
+        {"one more row beside a changed one", "a 0 0 0 b", "a 0 0 0 0 b", "a 0 1 0 b",
+         "a 0 {0 0 0|0 0|1 0} b"},
+        {"one row less", "a 0 0 0 b", "a 0 0 b", "a 1 0 0 b", "a 1 0 b"},
+        {"one more row each", "a 0 b c d", "a 0 0 b c d", "a 0 0 b c D", "a 0 {0||0} b c D"},
         {"blanks only", "a b c", "a b\t c", "a b\x0b c", "a b c"},
     };
     for (const auto &row : rows) {
@@ -380,6 +386,17 @@ TEST_F(merging, command_writes_reports_and_refuses) {
     EXPECT_EQ(tdm({"merge", "base", "x", "y"}, {.output_path = "/dev/full"}).status, 2);
     const auto files = files_in(".");
     EXPECT_EQ(std::count(files.begin(), files.end(), "full"), 0);
+
+    EXPECT_EQ(tdm({"merge", "base", "-", "-"}).status, 2);
+    EXPECT_EQ(tdm({"diff", "-", "-"}).status, 2);
+
+    write_file("base", A + B + C + D);
+    write_file("there", moved_A[1]);
+    write_file("elsewhere", moved_A[2]);
+    const std::string err = tdm({"merge", "base", "there", "elsewhere", "-o", "moved"}).err;
+    EXPECT_NE(err.find("tdm: moved:"), std::string::npos) << err;
+    EXPECT_NE(err.find("; also at line "), std::string::npos) << err;
+    write_file("base", lines_of("a b c d e f"));
 
     const command_result style = tdm({"merge", "base", "x", "y", "--style", "zdiff3",
                                       "--marker-size", "9", "--label", "B", "--label", "X"});
