@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -21,6 +22,8 @@ constexpr uint64_t margin = 512;  // bytes of every file that the backward pass 
 constexpr int piece_size = 4096;
 
 enum class step : uint8_t { line, no_line, stop, failed };
+
+enum class line_start : uint8_t { yes, no, failed };
 
 struct line_result {
     step what;
@@ -74,7 +77,7 @@ struct backward_source {
 
     line_result next(int k);
     line_result next_piece(int k, char *piece);
-    bool starts_line(int k, uint64_t bytes_from_end) const;
+    line_start starts_line(int k, uint64_t bytes_from_end) const;
 
     tdm_session *s;
     bw_reader *readers[max_files] = {};
@@ -112,15 +115,24 @@ line_result backward_source::next_piece(int k, char *piece) {
     return {holds_nul || length == 0 ? step::stop : step::line, {piece, length}};
 }
 
-/// Whether the last `bytes_from_end` bytes of file k begin a line. The stream's own place stays.
-bool backward_source::starts_line(int k, uint64_t bytes_from_end) const {
+/// Whether the last `bytes_from_end` bytes of file k begin a line; `failed` after a report. The
+/// stream's own place stays.
+line_start backward_source::starts_line(int k, uint64_t bytes_from_end) const {
     const line_stream &in = s->files[k].input;
     if (bytes_from_end >= in.file_size) {
-        return bytes_from_end == in.file_size;
+        return bytes_from_end == in.file_size ? line_start::yes : line_start::no;
     }
     char before = '\0';
     const auto offset = static_cast<off_t>(in.file_size - bytes_from_end - 1);
-    return pread(fileno(in.stream), &before, 1, offset) == 1 && before == '\n';
+    ssize_t got = 0;
+    do {
+        got = pread(fileno(in.stream), &before, 1, offset);
+    } while (got < 0 && errno == EINTR);
+    if (got < 0) {
+        report_trouble(s->files[k]);
+        return line_start::failed;
+    }
+    return got == 1 && before == '\n' ? line_start::yes : line_start::no;
 }
 
 /// Whether the line reader takes a line of that length.
@@ -142,7 +154,7 @@ line_result backward_source::next(int k) {
         return {step::stop, {}};
     }
     // Only a piece that fills much of the buffer can be less than its line.
-    if (piece.text.size() < piece_size / 2 || starts_line(k, behind + piece.text.size())) {
+    if (piece.text.size() < piece_size / 2) {
         return piece;
     }
     char *const end = room->assembled + sizeof room->assembled - 1;
@@ -155,9 +167,13 @@ line_result backward_source::next(int k) {
         begin -= piece.text.size();
         std::memcpy(begin, piece.text.data(), piece.text.size());
         const auto length = static_cast<size_t>(end - begin);
-        if (starts_line(k, behind + length)) {
+        const line_start start = starts_line(k, behind + length);
+        if (start != line_start::no) {
             const std::string_view line(begin, length);
-            return {is_text_length(line) ? step::line : step::stop, line};
+            return {start == line_start::failed ? step::failed
+                    : is_text_length(line)      ? step::line
+                                                : step::stop,
+                    line};
         }
         piece = next_piece(k, room->piece);
         if (piece.what != step::line) {
@@ -242,24 +258,32 @@ bool outside_margin(const tdm_session *s) {
     return true;
 }
 
-/// Whether file k still ends where it did when the session was opened.
-bool ends_at_size(const tdm_session *s, int k) {
+/// Whether file k still ends where it did when the session was opened, and its last `bytes` begin a
+/// line; `failed` after a report.
+line_start begins_tail(const backward_source &source, int k, uint64_t bytes) {
     struct stat st {};
-    const line_stream &in = s->files[k].input;
-    return fstat(fileno(in.stream), &st) == 0 && static_cast<uint64_t>(st.st_size) == in.file_size;
+    const line_stream &in = source.s->files[k].input;
+    if (fstat(fileno(in.stream), &st) != 0) {
+        report_trouble(source.s->files[k]);
+        return line_start::failed;
+    }
+    return static_cast<uint64_t>(st.st_size) == in.file_size ? source.starts_line(k, bytes)
+                                                             : line_start::no;
 }
 
 /// Gives the tail up when it does not begin a line in some file: a reader that cuts lines in ways
 /// of its own must not make a line of half a line. Where the tail begins is told from the file's
-/// size; in a file that was cut since, lines of the tail would be in the middle as well.
-void check_tail(const backward_source &source, common_span *tail) {
-    for (int k = 0; k < source.s->file_count; ++k) {
-        const uint64_t bytes = tail->bytes[k];
-        if (bytes != 0 && (!ends_at_size(source.s, k) || !source.starts_line(k, bytes))) {
+/// size; in a file that was cut since, lines of the tail would be in the middle as well. 1 after a
+/// report.
+int check_tail(const backward_source &source, common_span *tail) {
+    for (int k = 0; k < source.s->file_count && tail->bytes[k] != 0; ++k) {
+        const line_start start = begins_tail(source, k, tail->bytes[k]);
+        if (start != line_start::yes) {
             *tail = {};
-            return;
+            return start == line_start::failed ? 1 : 0;
         }
     }
+    return 0;
 }
 
 }  // namespace
@@ -276,8 +300,7 @@ int match_head_tail(tdm_session *s, bool forward, common_span *span, bool *ident
         extend_span(&source, span, identical, [s] { return outside_margin(s); }) != 0) {
         return 1;
     }
-    check_tail(source, span);
-    return 0;
+    return check_tail(source, span);
 }
 
 }  // namespace tdm
