@@ -12,6 +12,8 @@
 #include "cli.h"
 #include "columns.h"
 #include "container_change.h"
+#include "container_reading.h"
+#include "damaged_option.h"
 #include "memory_file.h"
 #include "output.h"
 #include "time_text.h"
@@ -26,6 +28,7 @@ struct annotate_options {
     bool deleted = false;
     bool all = false;
     bool raw = false;
+    bool damaged = false;
 
     // The library's flags: 1 the version's own lines, 2 deleted ones, 4 those of other branches.
     uint32_t flags() const { return all ? 7 : deleted ? 3 : 1; }
@@ -157,13 +160,13 @@ private:
 };
 
 // Lets the library write its listing into memory.
-int read_listing(const annotate_options &options, const std::string &oid, file_bytes *listing) {
+int read_listing(const annotate_options &options, const char *path, const std::string &oid,
+                 file_bytes *listing) {
     memory_file memory;
     if (const int error = memory.create(); error != 0) {
         return say_errno(options.container, "no memory for the annotation", error);
     }
-    if (tdm_construct_ver(options.container.c_str(), memory.path().c_str(), oid.c_str(),
-                          options.flags()) != 0) {
+    if (tdm_construct_ver(path, memory.path().c_str(), oid.c_str(), options.flags()) != 0) {
         say_of_file(options.container, "the version is not annotated");
         return status_trouble;
     }
@@ -173,8 +176,9 @@ int read_listing(const annotate_options &options, const std::string &oid, file_b
 }
 
 int run_annotate(const command_context &context, const annotate_options &options) {
-    container_view view;
-    if (open_sound_container(options.container, context.force, &view) != status_done) {
+    container_reading input;
+    const container_view &view = input.view;
+    if (open_sound_container(options.container, options.damaged, &input) != status_done) {
         return status_trouble;
     }
     const version_record *version = require_version(view, options.version);
@@ -182,21 +186,21 @@ int run_annotate(const command_context &context, const annotate_options &options
         return status_trouble;
     }
     const std::string oid(version->oid);
+    const char *path = input.path.path().c_str();
     if (options.raw) {
         widen_standard_stream();
-        const int result =
-            tdm_construct_ver(options.container.c_str(), nullptr, oid.c_str(), options.flags());
-        return result == 0 ? status_done : status_trouble;
+        const int result = tdm_construct_ver(path, nullptr, oid.c_str(), options.flags());
+        return unless_changed(input, result == 0 ? status_done : status_trouble);
     }
     file_bytes listing;
-    const int status = read_listing(options, oid, &listing);
+    const int status = read_listing(options, path, oid, &listing);
     if (status == status_done) {
         pager pages(context.no_pager);
         annotation_printer printer(view, options.deleted || options.all, pages.to_terminal());
         printer.print(listing.view());
         pages.finish();
     }
-    return status;
+    return unless_changed(input, status);
 }
 
 }  // namespace
@@ -209,13 +213,13 @@ void register_annotate(CLI::App &app, command_context &context) {
     app.add_flag("--deleted", options->deleted, "Also the lines that VERSION has lost");
     app.add_flag("--all", options->all, "Also the lines of other branches and of later versions");
     app.add_flag("--raw", options->raw, "The library's own listing, for scripts");
-    app.add_flag("-f,--force", context.force, "Read a damaged container")->group(more_options);
+    add_damaged_option(app, options->damaged);
     context.details =
         "Each line: the version that brought it, its date, the line's number, the text. With\n"
         "--deleted or --all a mark comes first (- deleted, | not in VERSION's line) and the\n"
         "version that deleted the line stands before the text.";
     context.exit_codes =
-        "0 written, with --force also from a damaged container; 2 wrong usage or trouble.";
+        "0 written, with --damaged also from a damaged container; 2 wrong usage or trouble.";
     context.examples = {"tdm annotate notes.tdm", "tdm annotate notes.tdm main@3 --deleted"};
     context.run = [&context, options] { return run_annotate(context, *options); };
 }

@@ -8,6 +8,8 @@
 #include "base_attribute.h"
 #include "cli.h"
 #include "container_change.h"
+#include "container_reading.h"
+#include "damaged_option.h"
 #include "file_replace.h"
 #include "output.h"
 #include "proof.h"
@@ -21,14 +23,15 @@ struct checkout_options {
     std::string container;
     std::string version;
     std::string output;
+    bool damaged = false;
 };
 
-int construct(const checkout_options &options, const std::string &oid, const char *output_path) {
-    const int result = tdm_construct_ver(options.container.c_str(), output_path, oid.c_str(), 0);
+int construct(const container_reading &input, const std::string &oid, const char *output_path) {
+    const int result = tdm_construct_ver(input.path.path().c_str(), output_path, oid.c_str(), 0);
     if (result != 0) {
-        say_of_file(options.container, "the version is not written");
+        say_of_file(input.view.name, "the version is not written");
     }
-    return result == 0 ? status_done : status_trouble;
+    return unless_changed(input, result == 0 ? status_done : status_trouble);
 }
 
 int say_refused_text(const std::string &name) {
@@ -37,9 +40,10 @@ int say_refused_text(const std::string &name) {
 }
 
 int construct_into_file(const command_context &context, const checkout_options &options,
-                        const container_view &view, const version_record &version, bool damaged) {
+                        const container_reading &input, const version_record &version,
+                        bool damaged) {
     file_replacement replacement(context);
-    replaced_text old(view);
+    replaced_text old(input.view);
     replacement.mark_new_file([&](int descriptor) {
         mark_new_file(descriptor, damaged ? std::string_view() : version.oid, options.output);
     });
@@ -51,7 +55,7 @@ int construct_into_file(const command_context &context, const checkout_options &
         (!damaged && !context.force && replacement.file().exists &&
          old.look(replacement.file(), version) != status_done) ||
         replacement.begin() != status_done ||
-        construct(options, std::string(version.oid), replacement.temporary_path().c_str()) !=
+        construct(input, std::string(version.oid), replacement.temporary_path().c_str()) !=
             status_done) {
         return status_trouble;
     }
@@ -61,26 +65,25 @@ int construct_into_file(const command_context &context, const checkout_options &
             return say_errno(options.output, "what was written cannot be read", error);
         }
         // What a damaged container holds is not certain enough to be compared with.
-        return damaged || version_equals(view, version.id, written.view())
-                   ? int{status_done}
-                   : say_refused_text(options.output);
+        const bool equal = damaged || version_equals(input.view, version.id, written.view());
+        return unless_changed(input, equal ? int{status_done} : say_refused_text(options.output));
     });
 }
 
 int run_checkout(const command_context &context, const checkout_options &options) {
-    container_view view;
+    container_reading input;
     bool damaged = false;
-    if (open_sound_container(options.container, context.force, &view, &damaged) != status_done) {
+    if (open_sound_container(options.container, options.damaged, &input, &damaged) != status_done) {
         return status_trouble;
     }
-    const version_record *version = require_version(view, options.version);
+    const version_record *version = require_version(input.view, options.version);
     if (version == nullptr) {
         return status_trouble;
     }
     widen_standard_stream();
     const bool to_stdout = options.output.empty() || options.output == "-";
-    return to_stdout ? construct(options, std::string(version->oid), nullptr)
-                     : construct_into_file(context, options, view, *version, damaged);
+    return to_stdout ? construct(input, std::string(version->oid), nullptr)
+                     : construct_into_file(context, options, input, *version, damaged);
 }
 
 }  // namespace
@@ -95,14 +98,15 @@ void register_checkout(CLI::App &app, command_context &context) {
     add_dry_run_option(app, context);
     add_replace_options(app, context,
                         "Replace a FILE with changes that are in no version, though its owner "
-                        "changes; read a damaged container");
+                        "changes");
+    add_damaged_option(app, options->damaged);
     context.details =
         "FILE is written beside its place, compared with the version, and renamed. An existing\n"
         "FILE is replaced when its bytes are those of a version, so that nothing is lost. FILE's\n"
         "extended attribute user.tdm.base names the version, where the file system takes it:\n"
         "'tdm checkin' then sees what others have stored since.";
     context.exit_codes =
-        "0 written, with --force also from a damaged container; 2 wrong usage or trouble.";
+        "0 written, with --damaged also from a damaged container; 2 wrong usage or trouble.";
     context.examples = {"tdm checkout notes.tdm", "tdm checkout notes.tdm main@3 -o old.txt"};
     context.run = [&context, options] { return run_checkout(context, *options); };
 }

@@ -9,6 +9,8 @@
 
 #include "cli.h"
 #include "container_change.h"
+#include "container_reading.h"
+#include "damaged_option.h"
 #include "diff_output.h"
 #include "git_arguments.h"
 #include "output.h"
@@ -32,6 +34,7 @@ struct diff_options {
     int width = 0;
     bool no_moves = false;
     bool git = false;
+    bool damaged = false;
 };
 
 struct diff_run {
@@ -46,8 +49,9 @@ int load_versions(const diff_options &options, diff_run *run) {
     if (options.operands.empty() || options.operands.size() > 2) {
         return usage_error("diff", "-c takes one version or two");
     }
-    container_view view;
-    if (open_sound_container(options.container, false, &view) != status_done) {
+    container_reading input;
+    const container_view &view = input.view;
+    if (open_sound_container(options.container, options.damaged, &input) != status_done) {
         return status_trouble;
     }
     const version_record *first = require_version(view, options.operands[0]);
@@ -60,12 +64,12 @@ int load_versions(const diff_options &options, diff_run *run) {
         return status_trouble;
     }
     run->files.resize(2);
-    const int status =
-        load_version_text(view, first->id, version_name(view, first->id), &run->files[0]);
-    return status != status_done
-               ? status
-               : load_version_text(view, second->id, version_name(view, second->id),
-                                   &run->files[1]);
+    int status = load_version_text(view, first->id, version_name(view, first->id), &run->files[0]);
+    if (status == status_done) {
+        status =
+            load_version_text(view, second->id, version_name(view, second->id), &run->files[1]);
+    }
+    return unless_changed(input, status);
 }
 
 int load_files(const diff_options &options, diff_run *run) {
@@ -289,6 +293,7 @@ void register_diff(CLI::App &app, command_context &context) {
                  "Take the operands of git's external diff, and exit 0 when they differ")
         ->group(more_options);
     add_json_option(app, context);
+    add_damaged_option(app, options->damaged);
     context.details =
         "The unified form is what patch and git apply take; where moved lines went and came from\n"
         "is said in the headings of the hunks, in the files' line numbers.";

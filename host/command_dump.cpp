@@ -11,7 +11,7 @@
 #include <string>
 
 #include "cli.h"
-#include "container_view.h"
+#include "container_reading.h"
 #include "file_lock.h"
 #include "output.h"
 #include "terminal.h"
@@ -25,15 +25,13 @@ struct dump_options {
     bool check_printable = false;
 };
 
-int dump(const dump_options &options) {
+int dump(const dump_options &options, const container_reading &input) {
     const int result =
-        tdm_dump_container(options.container.c_str(), options.check_printable ? 1 : 0);
-    if (result == 2) {
-        say_of_file(options.container, "does not exist");
-    } else if (result != 0) {
-        say_of_file(options.container, "cannot be dumped to its end");
+        tdm_dump_container(input.path.path().c_str(), options.check_printable ? 1 : 0);
+    if (result != 0) {
+        say_of_file(input.view.name, "cannot be dumped to its end");
     }
-    return result == 0 ? status_done : status_trouble;
+    return unless_changed(input, result == 0 ? status_done : status_trouble);
 }
 
 // Runs `work` with standard output turned into a file in memory, and takes what was written there.
@@ -67,11 +65,15 @@ void write_escaped(std::string_view text) {
 }
 
 int run_dump(const command_context &context, const dump_options &options) {
+    container_reading input;
+    if (open_to_judge(options.container, &input) != status_done) {
+        return status_trouble;
+    }
     if (!is_terminal(STDOUT_FILENO)) {
-        return dump(options);
+        return dump(options, input);
     }
     file_bytes written;
-    const int status = capture([&options] { return dump(options); }, &written);
+    const int status = capture([&] { return dump(options, input); }, &written);
     pager pages(context.no_pager);
     write_escaped(written.view());
     pages.finish();

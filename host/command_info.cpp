@@ -6,7 +6,7 @@
 #include <string>
 
 #include "cli.h"
-#include "container_view.h"
+#include "container_reading.h"
 #include "file_replace.h"
 #include "memory_file.h"
 #include "output.h"
@@ -20,23 +20,20 @@ struct info_options {
     std::string output;
 };
 
-// The library says nothing of a file that does not exist.
-int list_header(const info_options &options, const char *output_path) {
-    const int result = tdm_get_cont_info(options.container.c_str(), output_path);
-    if (result == 2) {
-        say_of_file(options.container, "does not exist");
-    } else if (result != 0) {
-        say_of_file(options.container, "cannot be listed");
+int list_header(const container_reading &container, const char *output_path) {
+    const int result = tdm_get_cont_info(container.path.path().c_str(), output_path);
+    if (result != 0) {
+        say_of_file(container.view.name, "cannot be listed");
     }
-    return result == 0 ? status_done : status_trouble;
+    return unless_changed(container, result == 0 ? status_done : status_trouble);
 }
 
 // Lists once more, into memory, and compares.
-int prove_listing(const info_options &options, int descriptor) {
+int prove_listing(const info_options &options, const container_reading &container, int descriptor) {
     memory_file again;
     file_bytes expected, written;
     int error = again.create();
-    if (error == 0 && list_header(options, again.path().c_str()) != status_done) {
+    if (error == 0 && list_header(container, again.path().c_str()) != status_done) {
         return status_trouble;
     }
     error = error != 0 ? error : expected.load(again.descriptor());
@@ -51,21 +48,27 @@ int prove_listing(const info_options &options, int descriptor) {
     return status_done;
 }
 
-int list_into_file(const command_context &context, const info_options &options) {
+int list_into_file(const command_context &context, const info_options &options,
+                   const container_reading &container) {
     file_replacement replacement(context);
     if (replacement.lock_output(options.output) != status_done ||
         replacement.refuse_same(options.container) != status_done ||
         replacement.begin() != status_done ||
-        list_header(options, replacement.temporary_path().c_str()) != status_done) {
+        list_header(container, replacement.temporary_path().c_str()) != status_done) {
         return status_trouble;
     }
     return replacement.commit(
-        [&options](int descriptor) { return prove_listing(options, descriptor); });
+        [&](int descriptor) { return prove_listing(options, container, descriptor); });
 }
 
 int run_info(const command_context &context, const info_options &options) {
+    container_reading container;
+    if (open_to_judge(options.container, &container) != status_done) {
+        return status_trouble;
+    }
     const bool to_stdout = options.output.empty() || options.output == "-";
-    return to_stdout ? list_header(options, nullptr) : list_into_file(context, options);
+    return to_stdout ? list_header(container, nullptr)
+                     : list_into_file(context, options, container);
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 #include "cli.h"
 #include "columns.h"
 #include "container_change.h"
+#include "container_reading.h"
+#include "damaged_option.h"
 #include "json_text.h"
 #include "output.h"
 #include "time_text.h"
@@ -20,6 +22,7 @@ constexpr int list_schema = 1;
 
 struct list_options {
     std::string container;
+    bool damaged = false;
     std::string branch;
 };
 
@@ -108,8 +111,9 @@ void print_machine_form(const container_view &view, const branch_record *only,
 }
 
 int run_list(const command_context &context, const list_options &options) {
-    container_view view;
-    if (open_sound_container(options.container, false, &view) != status_done) {
+    container_reading input;
+    const container_view &view = input.view;
+    if (open_sound_container(options.container, options.damaged, &input) != status_done) {
         return status_trouble;
     }
     const bool all = options.branch.empty();
@@ -120,12 +124,12 @@ int run_list(const command_context &context, const list_options &options) {
     const version_list versions = versions_in_order(view, only);
     if (context.json) {
         print_machine_form(view, only, versions);
-        return status_done;
+        return unless_changed(input, status_done);
     }
     pager pages(context.no_pager);
     print_table(view, versions);
     pages.finish();
-    return status_done;
+    return unless_changed(input, status_done);
 }
 
 }  // namespace
@@ -135,6 +139,7 @@ void register_list(CLI::App &app, command_context &context) {
     context.take("CONTAINER", options->container, "The container to read");
     app.add_option("--branch", options->branch, "This branch only")->option_text("NAME");
     add_json_option(app, context);
+    add_damaged_option(app, options->damaged);
     context.details =
         "OFF is the version that a branch was made off. A version marked (deleted) is gone,\n"
         "but something still depends on it.";

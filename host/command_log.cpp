@@ -10,6 +10,8 @@
 #include "cli.h"
 #include "columns.h"
 #include "container_change.h"
+#include "container_reading.h"
+#include "damaged_option.h"
 #include "json_text.h"
 #include "output.h"
 #include "progress.h"
@@ -33,6 +35,7 @@ constexpr const char *plain = "\x1b[m";
 
 struct log_options {
     std::string container;
+    bool damaged = false;
     std::string branch;
     bool reverse = false;
     bool oneline = false;
@@ -237,8 +240,9 @@ void print_machine_form(const container_view &view, const branch_record *only,
 }
 
 int run_log(const command_context &context, const log_options &options) {
-    container_view view;
-    if (open_sound_container(options.container, context.force, &view) != status_done) {
+    container_reading input;
+    const container_view &view = input.view;
+    if (open_sound_container(options.container, options.damaged, &input) != status_done) {
         return status_trouble;
     }
     const bool all = options.branch.empty();
@@ -252,7 +256,7 @@ int run_log(const command_context &context, const log_options &options) {
     const version_log log = collect(view, scan, only, options.most);
     if (context.json) {
         print_machine_form(view, only, options, log);
-        return status_done;
+        return unless_changed(input, status_done);
     }
     const bool color = use_color(context.color, 1);
     const int width_of_terminal = terminal_width(STDOUT_FILENO);
@@ -260,7 +264,7 @@ int run_log(const command_context &context, const log_options &options) {
     const int width = pages.to_terminal() ? width_of_terminal : 0;
     log_printer(view, options, color, width).print(log);
     pages.finish();
-    return status_done;
+    return unless_changed(input, status_done);
 }
 
 }  // namespace
@@ -275,7 +279,7 @@ void register_log(CLI::App &app, command_context &context) {
         ->option_text("N");
     app.add_flag("--oneline", options->oneline, "Shorter lines: no dates, nothing aligned");
     add_json_option(app, context);
-    app.add_flag("-f,--force", context.force, "Read a damaged container")->group(more_options);
+    add_damaged_option(app, options->damaged);
     context.details =
         "Each line: the version, its identifier, its date, the lines it added and deleted\n"
         "against its predecessor, the lines it has in all. Lines are counted as the container\n"

@@ -9,6 +9,7 @@
 #include <unordered_set>
 
 #include "cli.h"
+#include "container_reading.h"
 #include "container_repair.h"
 #include "file_replace.h"
 #include "output.h"
@@ -90,8 +91,9 @@ int prove_repaired(const container_view &view, const version_tree &tree,
     return status_done;
 }
 
-int write_new(const container_view &view, const container_check &check,
+int write_new(const container_reading &input, const container_check &check,
               const repair_verdict &verdict, file_replacement *replacement) {
+    const container_view &view = input.view;
     if (replacement->begin() != status_done) {
         return status_trouble;
     }
@@ -105,17 +107,19 @@ int write_new(const container_view &view, const container_check &check,
     if (out.finish() != status_done) {
         return status_trouble;
     }
-    return replacement->commit(
-        [&](int descriptor) { return prove_repaired(view, check.scan.tree, verdict, descriptor); });
+    return replacement->commit([&](int descriptor) {
+        return unless_changed(input, prove_repaired(view, check.scan.tree, verdict, descriptor));
+    });
 }
 
 int run_repair(const command_context &context, const repair_options &options) {
     if (options.output.empty()) {
         return usage_error("repair", "-o FILE is missing: the damaged container is left alone");
     }
-    container_view view;
-    if (const int error = open_container(options.container, &view); error != 0) {
-        return say_errno(options.container, "cannot be read", error);
+    container_reading input;
+    const container_view &view = input.view;
+    if (open_to_judge(options.container, &input) != status_done) {
+        return status_trouble;
     }
     file_replacement replacement(context);
     if (replacement.lock_output(options.output) != status_done ||
@@ -130,9 +134,9 @@ int run_repair(const command_context &context, const repair_options &options) {
     tell_lost(view, verdict);
     if (!verdict.worth_writing() && !check.faults.empty()) {
         say_of_file(view.name, "nothing can be saved; nothing is written");
-        return status_negative;
+        return unless_changed(input, status_negative);
     }
-    const int status = write_new(view, check, verdict, &replacement);
+    const int status = write_new(input, check, verdict, &replacement);
     if (status != status_done) {
         return status;
     }
@@ -158,7 +162,8 @@ void register_repair(CLI::App &app, command_context &context) {
         "have hidden or shown a line of a version, the version counts as lost. A damaged insert\n"
         "or delete record can have done that to any version, and so can lines outside every\n"
         "run, unless you say with --drop-stray that they belong to none. What is lost here may\n"
-        "still be read as it stands, by 'tdm checkout --force'. Damages that 'tdm verify' cannot\n"
+        "still be read as it stands, by 'tdm checkout --damaged'. Damages that 'tdm verify' "
+        "cannot\n"
         "see are not seen here.";
     context.exit_codes =
         "0 every version is saved; 1 some are lost, or nothing can be saved; 2 wrong usage or\n"

@@ -7,6 +7,8 @@
 #include "cli.h"
 #include "comparison.h"
 #include "container_change.h"
+#include "container_reading.h"
+#include "damaged_option.h"
 #include "output.h"
 #include "time_text.h"
 #include "unified_diff.h"
@@ -23,6 +25,7 @@ constexpr const char *plain = "\x1b[m";
 
 struct show_options {
     std::string container;
+    bool damaged = false;
     std::string version;
     int32_t context = 3;
 };
@@ -104,8 +107,9 @@ void print_facts(const container_view &view, const version_change &change, bool 
 }
 
 int run_show(const command_context &context, const show_options &options) {
-    container_view view;
-    if (open_sound_container(options.container, context.force, &view) != status_done) {
+    container_reading input;
+    const container_view &view = input.view;
+    if (open_sound_container(options.container, options.damaged, &input) != status_done) {
         return status_trouble;
     }
     version_change change;
@@ -125,7 +129,7 @@ int run_show(const command_context &context, const show_options &options) {
                       change.edits);
     }
     pages.finish();
-    return status_done;
+    return unless_changed(input, status_done);
 }
 
 }  // namespace
@@ -138,7 +142,7 @@ void register_show(CLI::App &app, command_context &context) {
     app.add_option("-U,--unified", options->context, "Lines of context (default 3)")
         ->check(CLI::Range(0, INT32_MAX))
         ->option_text("N");
-    app.add_flag("-f,--force", context.force, "Read a damaged container")->group(more_options);
+    add_damaged_option(app, options->damaged);
     context.details =
         "Shows the version's facts and, as a unified diff, what it changed against the version\n"
         "before it on its branch, or against its branch point. The lines are counted as the\n"

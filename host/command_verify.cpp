@@ -7,6 +7,7 @@
 
 #include "cli.h"
 #include "container_check.h"
+#include "container_reading.h"
 #include "json_text.h"
 #include "kept_digests.h"
 #include "output.h"
@@ -94,23 +95,28 @@ void tell_summary(const container_view &view, const container_check &check) {
     standard_output().write(text + "\n");
 }
 
+int leave_unjudged(const std::string &name, json_object *document) {
+    if (document != nullptr) {
+        json_object object;
+        set_text(object, "container", name);
+        object["sound"] = nullptr;
+        document->push_back(std::move(object));
+    }
+    return status_trouble;
+}
+
 // Judges one container; with a document, describes it there and says nothing.
 int verify_one(const command_context &context, const std::string &name, const kept_digests *kept,
                json_object *document) {
-    container_view view;
-    const int error = open_container(name, &view);
-    if (error != 0 || view.bytes.view().empty()) {
-        if (document != nullptr) {
-            json_object object;
-            set_text(object, "container", name);
-            object["sound"] = nullptr;
-            document->push_back(std::move(object));
-        }
-        if (error != 0) {
-            return say_errno(name, "cannot be read", error);
-        }
+    container_reading input;
+    const container_view &view = input.view;
+    int status = open_to_judge(name, &input);
+    if (status == status_done && view.bytes.view().empty()) {
         say_of_file(name, "is empty, no container");
-        return status_trouble;
+        status = status_trouble;
+    }
+    if (status != status_done) {
+        return leave_unjudged(name, document);
     }
     progress bar(context, "verifying", view.bytes.view().size());
     container_check check =
@@ -118,6 +124,9 @@ int verify_one(const command_context &context, const std::string &name, const ke
                         [&](uint64_t bytes) { bar.at(view.weave_offset + bytes); });
     if (kept != nullptr) {
         kept->compare(view, &check);
+    }
+    if (unless_changed(input, status_done) != status_done) {
+        return leave_unjudged(name, document);
     }
     if (document != nullptr) {
         document->push_back(describe(view, check));
@@ -165,7 +174,8 @@ void register_verify(CLI::App &app, command_context &context) {
         "one; delete records that are lost or have changed places where every count still\n"
         "fits; the lost header record of a version that has no records of its own.\n"
         "Keep what --json prints: with --digests such changes are found as well.\n"
-        "A pipe can be checked by its name, as in 'tdm verify <(zcat notes.tdm.gz)'.";
+        "A pipe of up to 4 GiB can be checked by its name, as in\n"
+        "'tdm verify <(zcat notes.tdm.gz)'. What is neither a file nor a pipe is no container.";
     context.exit_codes =
         "0 sound; 1 unsound; 2 could not tell: unreadable or empty. Of several containers the\n"
         "worst.";

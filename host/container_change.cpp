@@ -31,22 +31,6 @@ int check_structure(const container_view &view) {
     return status_trouble;
 }
 
-int open_sound_container(const std::string &name, bool force, container_view *view, bool *damaged) {
-    const int error = open_container(name, view);
-    if (error != 0) {
-        return say_errno(name, "cannot be opened", error);
-    }
-    const int status = check_structure(*view);
-    if (damaged != nullptr) {
-        *damaged = status != status_done;
-    }
-    if (status == status_done) {
-        return status;
-    }
-    say_of_file(name, force ? "is damaged; it is read all the same (--force)" : "is damaged");
-    return force ? int{status_done} : status;
-}
-
 const version_record *require_version(const container_view &view, std::string_view text) {
     std::string reason;
     const version_record *version = resolve_version(view, text, &reason);

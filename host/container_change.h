@@ -14,12 +14,6 @@
 
 namespace host {
 
-// Opens a container for reading and scans its structure. A damaged one is told with its line and
-// gives status_trouble, unless `force`, which tells it and goes on; `damaged` (may be null) says
-// which it was.
-[[nodiscard]] int open_sound_container(const std::string &name, bool force, container_view *view,
-                                       bool *damaged = nullptr);
-
 // Scans an open container; tells its damage. 0 or status_trouble.
 [[nodiscard]] int check_structure(const container_view &view);
 

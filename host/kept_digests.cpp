@@ -1,9 +1,7 @@
 #include "kept_digests.h"
 
-#include <cerrno>
-#include <fstream>
-
 #include "exit_status.h"
+#include "file_lock.h"
 #include "json_text.h"
 #include "output.h"
 #include "random_oid.h"
@@ -13,12 +11,16 @@ namespace host {
 
 int kept_digests::read(const std::string &name) {
     file_ = name;
-    std::ifstream in(name, std::ios::binary);
-    if (!in) {
-        return say_errno(name, "cannot be read", errno);
+    owned_descriptor file;
+    file_bytes bytes;
+    if (open_to_read(name, &file) != status_done) {
+        return status_trouble;
+    }
+    if (const int error = bytes.load(file.get()); error != 0) {
+        return say_errno(name, "cannot be read", error);
     }
     try {
-        const json_object document = json_object::parse(in);
+        const json_object document = json_object::parse(bytes.view());
         for (const json_object &container : document.at("containers")) {
             versions_by_identifier &versions =
                 containers_[container.at("container").get<std::string>()];

@@ -76,9 +76,13 @@ void listed_versions::follow_branch_points() {
 }
 
 void listed_versions::judge_branch(uint64_t number, const branch_facts &branch) {
-    // The first branch is there even where its record is lost: nothing is read from that.
-    const bool needed = number != 0 ? branch.count > 0 : branch.commented && branch.has_live;
-    sound_ = sound_ && (branch.record != nullptr || !needed);
+    if (number == 0) {
+        // No text needs the first records; that they are lost is damage all the same.
+        sound_ = sound_ && branch.count > 0 && branch.lowest == 0 &&
+                 (branch.record != nullptr || (branch.commented && !branch.has_live));
+        return;
+    }
+    sound_ = sound_ && (branch.record != nullptr || branch.count == 0);
 }
 
 // Open addressing, half full at most.

@@ -230,7 +230,7 @@ TEST_F(history, damaged_container_is_told_with_its_line_and_nothing_is_built_on_
         EXPECT_EQ(result.out, "");
         EXPECT_EQ(read_file("c"), cut);
     }
-    const command_result forced = tdm({"checkout", "c", "main@1", "--force"});
+    const command_result forced = tdm({"checkout", "c", "main@1", "--damaged"});
     EXPECT_EQ(forced.status, 0) << forced.err;
     EXPECT_NE(forced.err.find("is damaged; it is read all the same"), std::string::npos);
     EXPECT_TRUE(forced.out.starts_with("a\nb\n")) << forced.out;

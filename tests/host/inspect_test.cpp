@@ -1,5 +1,6 @@
 // The commands that look into a container: what they print.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <regex>
 #include <sstream>
@@ -101,11 +102,11 @@ TEST_F(inspection, trouble_is_told_by_status_and_words) {
         {{"verify", "c", "none"}, 2, "tdm: none: cannot be read: No such file or directory\n"},
         {{"verify", "."}, 2, "tdm: .: cannot be read: Is a directory\n"},
         {{"log", "damaged"}, 2, "tdm: damaged:38:"},
-        {{"log", "damaged", "--force"}, 0, "tdm: damaged:38:"},
+        {{"log", "damaged", "--damaged"}, 0, "tdm: damaged:38:"},
         {{"log", "c", "--branch", "none"}, 2, "has no branch none"},
         {{"show", "c", "main@2"}, 2, "version main@2 is deleted"},
-        {{"info", "none"}, 2, "does not exist"},
-        {{"dump", "none"}, 2, "does not exist"},
+        {{"info", "none"}, 2, "No such file"},
+        {{"dump", "none"}, 2, "No such file"},
         {{"repair", "damaged"}, 2, "-o FILE is missing"},
         {{"repair", "damaged", "-o", "damaged", "--force"}, 2, "is the same file"},
     };
@@ -120,6 +121,29 @@ TEST_F(inspection, trouble_is_told_by_status_and_words) {
     full.output_path = "/dev/full";
     for (const char *command : {"log", "info", "dump", "verify", "show"}) {
         EXPECT_EQ(tdm({command, "c"}, full).status, 2) << command;
+    }
+}
+
+TEST_F(inspection, what_is_changed_while_it_is_read_is_told) {
+    std::string text;
+    for (int i = 0; i < 40000; i++) {
+        text += "line " + std::to_string(i) + "\n";
+    }
+    write_file("text", text);
+    ASSERT_EQ(tdm({"create", "long"}).status, 0);
+    ASSERT_EQ(tdm({"checkin", "long", "text"}).status, 0);
+    const std::string bytes = read_file("long");
+    for (const std::string words : {"checkout", "annotate", "annotate --raw", "dump", "show"}) {
+        // The pipe takes less than the text: the command is still at it.
+        const std::string line = std::string(TDM_COMMAND) + " " + words + " long 2>told";
+        FILE *const out = popen(line.c_str(), "r");
+        EXPECT_NE(fgetc(out), EOF);
+        usleep(20000);
+        write_file("long", bytes);
+        while (fgetc(out) != EOF) {
+        }
+        EXPECT_EQ(WEXITSTATUS(pclose(out)), 2) << words;
+        EXPECT_EQ(read_file("told"), "tdm: long: was changed while it was read\n") << words;
     }
 }
 

@@ -9,6 +9,7 @@
 #include "random_history.h"
 #include "record_line.h"
 #include "structure.h"
+#include "weave_soundness.h"
 
 namespace {
 
@@ -124,6 +125,7 @@ std::string complaints_of(const host::container_check &check) {
 TEST(verify, names_the_line_of_every_kind_of_damage) {
     const scratch_folder folder;
     write_file("c", sound);
+    write_file("text", "a\nnew\n");
     EXPECT_EQ(tdm({"verify", "c"}).out, "c: sound, 6 versions\n");
     for (const damage_row &row : damages) {
         SCOPED_TRACE(row.name);
@@ -137,6 +139,9 @@ TEST(verify, names_the_line_of_every_kind_of_damage) {
                        fault.what.reason.find(row.reason) != std::string::npos;
             });
         EXPECT_TRUE(told) << complaints_of(check);
+        EXPECT_TRUE(host::scan_structure(view).has_value());
+        EXPECT_EQ(tdm({"checkout", "c", "main"}).status, 2);
+        EXPECT_EQ(tdm({"checkin", "c", "text", "--dry-run"}).status, 2);
     }
 }
 
@@ -155,6 +160,8 @@ TEST(verify, tells_what_is_no_container_from_a_damaged_one) {
         {{"pipe"}, 2, "pipe: is empty"},
         {{"."}, 2, "Is a directory"},
         {{"none"}, 2, "No such file"},
+        {{"/dev/zero"}, 2, "neither a regular file nor a pipe"},
+        {{"--digests", ".", "sound"}, 2, ".: cannot be read: Is a directory"},
         {{"text"}, 1, "no version can be read"},
         {{"none", "text", "sound"}, 2, "sound, 6 versions"},
         {{"text", "sound"}, 1, "text:1: the first line"},
@@ -234,6 +241,7 @@ void judge_change(const host_tests::random_history &history, const std::string &
     const int unseen = counts->unseen();
     if (!check.faults.empty()) {
         EXPECT_TRUE(where != place::plain_text || changed[at] == '\0') << complaints_of(check);
+        EXPECT_FALSE(host::is_plainly_sound(view)) << complaints_of(check);
         counts->found++;
     } else if (texts_are_the_same(view, history)) {
         counts->harmless++;
