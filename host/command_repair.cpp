@@ -71,6 +71,10 @@ int prove_repaired(const container_view &view, const version_tree &tree,
         say_of_file(view.name, "what could be saved does not make a sound container");
         return status_trouble;
     }
+    if (repaired.element_oid != view.element_oid && repaired.element_oid != lost_element) {
+        say_of_file(view.name, "the element would be another one");
+        return status_trouble;
+    }
     std::unordered_set<const version_record *> saved(verdict.saved.begin(), verdict.saved.end());
     const auto is_saved = [&saved](const version_record &version) {
         return saved.contains(&version);

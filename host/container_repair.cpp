@@ -137,7 +137,7 @@ public:
             out->write(line.text);
         }
         const std::string element(is_writable(view_.element_oid) ? view_.element_oid
-                                                                 : "lost-element");
+                                                                 : lost_element);
         out->write("^E " + element + "\n");
     }
 

@@ -8,12 +8,16 @@
 #define TDM_HOST_CONTAINER_REPAIR_H
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "container_check.h"
 #include "output.h"
 
 namespace host {
+
+// The element's identifier in place of a damaged one.
+inline constexpr std::string_view lost_element = "lost-element";
 
 struct lost_version {
     version_id id;

@@ -25,7 +25,8 @@ struct added_records {
 
 // Opens the new container by `descriptor` into `fresh` and compares: its first lines are
 // `added.header`; with them, and with the records and lines of the new versions, taken out, the
-// rest is the old container from its second line on, byte for byte. At the speed of memory.
+// rest is the old container from its second line on, byte for byte; and scan_structure finds the
+// new one sound. At the speed of memory.
 // Returns 0, or status_trouble after a message that names the container as the old one.
 [[nodiscard]] int prove_addition(const container_view &old, int descriptor,
                                  const added_records &added, container_view *fresh);
