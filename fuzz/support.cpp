@@ -1,25 +1,33 @@
-#include "support.h"
-
 #include <fcntl.h>
 #include <norviktdm/tdm.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <list>
 
+#include "cli.h"
 #include "output.h"
-#include "record_line.h"
 #include "structure.h"
+#include "targets.h"
 
 namespace {
 
 int report_descriptor = STDERR_FILENO;
 std::string scratch;
-std::list<host::memory_file> library_files;
+std::list<fuzz::held_file> library_files;
+void (*target)(std::string_view) = nullptr;
+
+constexpr struct {
+    std::string_view name;
+    void (*run)(std::string_view);
+} targets[] = {
+    {"reader", fuzz::reader},   {"annotate", fuzz::annotate}, {"delete", fuzz::delete_versions},
+    {"purge", fuzz::purge},     {"repair", fuzz::repair},     {"checkin", fuzz::checkin},
+    {"compare", fuzz::compare}, {"stream", fuzz::stream},     {"merge", fuzz::merge},
+    {"options", fuzz::options}};
 
 void remove_scratch() {
     std::error_code ignored;
@@ -34,11 +42,8 @@ void msg_print_shared(int, const char *, const msg_table *, int, ...) {}
 void log_internal_error(const char *, const msg_table *, int, const char *, int, int, ...) {}
 
 FILE *futil_tmpfile_binary(void *, void *, void *, char *name, size_t name_size) {
-    host::memory_file &file = library_files.emplace_back();
-    if (file.create() != 0) {
-        return nullptr;
-    }
-    name[file.path().copy(name, name_size - 1)] = '\0';
+    const std::string &path = library_files.emplace_back().path();
+    name[path.copy(name, name_size - 1)] = '\0';
     return std::fopen(name, "wb");
 }
 
@@ -51,23 +56,34 @@ extern "C" int __wrap__ZN4host22finish_standard_outputEv() {
     return std::fflush(stdout) == 0 ? host::standard_output().finish_keeping_open() : 2;
 }
 
+// The target is named by the environment, as the fuzzer has the command line.
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
     report_descriptor = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 100);
+    const char *wanted = getenv("TDM_FUZZ_TARGET");
+    for (const auto &[name, run] : targets) {
+        target = wanted != nullptr && name == wanted ? run : target;
+    }
+    fuzz::require(target != nullptr, "TDM_FUZZ_TARGET names no target");
     for (const char *name : {"PAGER", "TDM_PAGER", "EDITOR", "VISUAL", "VT_LANG_CODESET"}) {
         unsetenv(name);
     }
     setenv("SOURCE_DATE_EPOCH", "1700000000", 1);
-    scratch =
-        std::filesystem::exists("/dev/shm") ? "/dev/shm/tdm-fuzz-XXXXXX" : "/tmp/tdm-fuzz-XXXXXX";
-    if (mkdtemp(scratch.data()) == nullptr) {
-        std::abort();
-    }
+    scratch = access("/dev/shm", W_OK) == 0 ? "/dev/shm/tdm-fuzz-XXXXXX" : "/tmp/tdm-fuzz-XXXXXX";
+    fuzz::require(mkdtemp(scratch.data()) != nullptr, "no scratch folder");
     std::filesystem::current_path(scratch);
     std::atexit(remove_scratch);
     const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
     dup2(null, STDIN_FILENO);
     dup2(null, STDOUT_FILENO);
     close(null);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    target({reinterpret_cast<const char *>(data), size});
+    for (const auto &entry : std::filesystem::directory_iterator(scratch)) {
+        std::filesystem::remove_all(entry.path());
+    }
     return 0;
 }
 
@@ -101,35 +117,43 @@ void write_file(const std::string &path, std::string_view bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
 }
 
-std::vector<std::string> files_here() {
-    std::vector<std::string> names;
-    for (const auto &entry : std::filesystem::directory_iterator(".")) {
-        names.push_back(entry.path().filename());
+size_t count_files() {
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator("."), {}));
+}
+
+int run(std::vector<std::string> words) {
+    words.insert(words.begin(), "tdm");
+    std::vector<char *> arguments;
+    for (std::string &word : words) {
+        arguments.push_back(word.data());
     }
-    return names;
+    arguments.push_back(nullptr);
+    const int status = host::run_command_line(static_cast<int>(words.size()), arguments.data());
+    drop_library_files();
+    require(fcntl(STDOUT_FILENO, F_GETFD) >= 0, "standard output is closed");
+    require(status >= 0 && status <= 2, "the exit status is " + std::to_string(status));
+    return status;
 }
 
-held_container::held_container(std::string_view bytes) {
-    opened = file.create() == 0 && file.write(bytes) == 0 &&
-             host::open_container(file.descriptor(), "input", &view) == 0;
+held_file::held_file(std::string_view bytes) {
+    require(create() == 0 && write(bytes) == 0, "no memory file");
 }
 
-std::optional<std::string> library_text(const std::string &path, std::string_view oid,
+held_container::held_container(std::string_view bytes)
+    : file(bytes), opened(host::open_container(file.descriptor(), "input", &view) == 0) {}
+
+std::optional<std::string> library_text(const held_container &container, std::string_view oid,
                                         uint32_t annotation) {
-    host::memory_file out;
-    require(out.create() == 0, "no memory file");
-    const int status =
-        tdm_construct_ver(path.c_str(), out.path().c_str(), std::string(oid).c_str(), annotation);
+    const held_file out;
+    const int status = tdm_construct_ver(container.file.path().c_str(), out.path().c_str(),
+                                         std::string(oid).c_str(), annotation);
     return status == 0 ? std::optional(read_file(out.path())) : std::nullopt;
 }
 
 std::optional<std::string> walked_text(const host::container_view &view, host::version_id id) {
     std::vector<host::version_id> lineage;
     std::string text;
-    const auto add = [&text](std::string_view piece) {
-        text += piece;
-        return true;
-    };
+    const auto add = [&text](std::string_view piece) { return text += piece, true; };
     if (!host::lineage_of(view, id, &lineage) || host::walk_version(view, lineage, add)) {
         return std::nullopt;
     }
@@ -140,7 +164,7 @@ texts_by_id texts_of(const held_container &container) {
     texts_by_id texts;
     for (const host::version_record &version : container.view.versions) {
         if (!version.deleted && !texts.contains(version.id)) {
-            if (auto text = library_text(container.file.path(), version.oid)) {
+            if (auto text = library_text(container, version.oid)) {
                 texts[version.id] = std::move(*text);
             }
         }
@@ -150,38 +174,6 @@ texts_by_id texts_of(const held_container &container) {
 
 bool is_sound(const host::container_view &view) {
     return host::check_container(view, false, {}).faults.empty();
-}
-
-std::string word_for(const host::container_view &view, const host::version_record &version) {
-    std::string reason;
-    for (const std::string &word : {version_name(view, version.id), std::string(version.oid)}) {
-        const host::version_record *found = resolve_version(view, word, &reason);
-        if (!version.deleted && found != nullptr && found->id == version.id) {
-            return word;
-        }
-    }
-    return "";
-}
-
-void visit_lines(const host::container_view &view, const line_visitor &visit) {
-    const host::version_tree tree = host::build_version_tree(view);
-    std::vector<bool> alive(tree.versions.size());
-    for (const host::version_record &version : view.versions) {
-        alive[host::position_of(tree, version.id)] = !version.deleted;
-    }
-    host::weave_cursor cursor(view, tree, false);
-    std::vector<host::position_range> holders;
-    for (host::weave_stretch stretch; cursor.next(&stretch);) {
-        holders.clear();
-        cursor.holders(stretch, &holders);
-        const bool held = std::any_of(holders.begin(), holders.end(), [&](const auto &part) {
-            return std::find(alive.begin() + part.first, alive.begin() + part.end, true) !=
-                   alive.begin() + part.end;
-        });
-        for (const std::string &line : split(stretch.bytes)) {
-            visit(stretch.run, host::text_of(line), held);
-        }
-    }
 }
 
 }  // namespace fuzz

@@ -1,15 +1,15 @@
-// What the fuzz targets share: the command and the library in this process, silenced, in a scratch
-// folder; containers and their texts; inputs as lines.
+// The fuzz targets and what they share: the command and the library in this process, silenced, in a
+// scratch folder; containers and their texts; inputs as lines.
 //
 // A container's input is the container itself, so that a finding can be tried with the command.
 // Whatever else a target must choose comes from a generator that the input's bytes seed.
-#ifndef TDM_FUZZ_SUPPORT_H
-#define TDM_FUZZ_SUPPORT_H
+#ifndef TDM_FUZZ_TARGETS_H
+#define TDM_FUZZ_TARGETS_H
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <random>
 #include <string>
@@ -26,56 +26,64 @@ extern "C" size_t LLVMFuzzerMutate(uint8_t *data, size_t size, size_t most);
 
 namespace fuzz {
 
+// Each tries one input; what must hold stands at its definition.
+void reader(std::string_view input);
+void annotate(std::string_view input);
+void checkin(std::string_view input);
+void delete_versions(std::string_view input);
+void purge(std::string_view input);
+void repair(std::string_view input);
+void compare(std::string_view input);
+void stream(std::string_view input);
+void merge(std::string_view input);
+void options(std::string_view input);
+
 // Ends the process as a finding, with these words, unless `holds`.
 void require(bool holds, const std::string &words);
-
 // Standard error as the process was given it; the command's own is silenced.
 int given_output();
 
 struct choices {
     std::minstd_rand random;
-    explicit choices(std::string_view seed);
     explicit choices(unsigned seed) : random(seed) {}
-    // A number from 0 to below - 1; 0 for an empty range.
+    explicit choices(std::string_view seed);
+    // A number from 0 to end - 1; 0 for an empty range.
     size_t below(size_t end) { return end == 0 ? 0 : random() % end; }
+    template <typename Items>
+    auto &of(Items &items) {
+        return items[below(std::size(items))];
+    }
 };
 
-inline std::string_view bytes_of(const uint8_t *data, size_t size) {
-    return {reinterpret_cast<const char *>(data), size};
-}
 std::string read_file(const std::string &path);
 void write_file(const std::string &path, std::string_view bytes);
-std::vector<std::string> files_here();
-
-// Lets go of the temporary files that the library has asked for.
-void drop_library_files();
+size_t count_files();
 // Runs the command in the scratch folder, which is the working directory; its exit status.
 int run(std::vector<std::string> words);
+// Lets go of the temporary files that the library has asked for.
+void drop_library_files();
+
+struct held_file : host::memory_file {
+    explicit held_file(std::string_view bytes = "");
+};
 
 // A container in memory, open for both readers.
 struct held_container {
-    host::memory_file file;
+    held_file file;
     host::container_view view;
-    bool opened = false;
+    bool opened;
     explicit held_container(std::string_view bytes);
 };
 
 // A version's text as the library reads it (or its annotation), by the version's identifier.
-std::optional<std::string> library_text(const std::string &path, std::string_view oid,
+std::optional<std::string> library_text(const held_container &container, std::string_view oid,
                                         uint32_t annotation = 0);
 // The same by the command's own walk.
 std::optional<std::string> walked_text(const host::container_view &view, host::version_id id);
-
 // Every live version's text by the library, where it can be read.
 using texts_by_id = std::map<host::version_id, std::string>;
 texts_by_id texts_of(const held_container &container);
 bool is_sound(const host::container_view &view);
-// A word of the command line that names the version, empty when there is none.
-std::string word_for(const host::container_view &view, const host::version_record &version);
-
-// A line of a weave: who inserted it, and whether a live version holds it.
-using line_visitor = std::function<void(host::version_id run, std::string_view text, bool held)>;
-void visit_lines(const host::container_view &view, const line_visitor &visit);
 
 // Lines with their newlines; the last one may have none.
 std::vector<std::string> split(std::string_view text);
@@ -84,7 +92,6 @@ std::string join(const std::vector<std::string> &lines);
 void edit_lines(std::vector<std::string> *lines, choices *random);
 // The lines that edits bring; a target may put its own in their place.
 std::vector<std::string> &word_list();
-
 // An input of several texts: a line "%%" ends one, "%-" ends one and takes its last newline off.
 // Bytes that no text may hold are left out.
 std::vector<std::string> texts_of_input(std::string_view input, size_t least, size_t most);

@@ -1,0 +1,200 @@
+// The commands that change a container, on sound and on damaged ones.
+#include <algorithm>
+#include <set>
+
+#include "structure.h"
+#include "targets.h"
+#include "weave_cursor.h"
+
+namespace fuzz {
+
+namespace {
+
+struct outcome {
+    int status;
+    held_container after;
+};
+
+// Runs the command, which knows the input as c.tdm. Refused, it has changed nothing; what was sound
+// stays so; and no file is left.
+outcome change(const held_container &input, std::vector<std::string> words) {
+    const std::string_view bytes = input.view.bytes.view();
+    write_file("c.tdm", bytes);
+    const size_t files = count_files();
+    const int status = run(std::move(words));
+    outcome result{status, held_container(read_file("c.tdm"))};
+    require(count_files() == files, "a file is left");
+    require(status == 0 || result.after.view.bytes.view() == bytes, "refused, and changed");
+    require(!is_sound(input.view) || is_sound(result.after.view), "not sound any more");
+    return result;
+}
+
+// A word of the command line that names the version, empty when there is none.
+std::string word_for(const host::container_view &view, const host::version_record &version) {
+    std::string reason;
+    for (const std::string &word : {version_name(view, version.id), std::string(version.oid)}) {
+        const host::version_record *found = resolve_version(view, word, &reason);
+        if (found != nullptr && found->id == version.id) {
+            return word;
+        }
+    }
+    return "";
+}
+
+// Whether enough stays: without its first version a container could be left with none.
+bool can_delete_from(const held_container &input) {
+    const host::version_record *first =
+        input.opened ? host::find_version(input.view, {0, 0}) : nullptr;
+    return first != nullptr && !first->deleted && texts_of(input).contains({0, 0});
+}
+
+// A weave's lines: those that a live version holds, those that none does, and those of one run.
+struct weave_lines {
+    std::set<std::string> held, unheld, of_run;
+    bool run_is_held = true;
+};
+
+weave_lines lines_of(const host::container_view &view, host::version_id run) {
+    const host::version_tree tree = host::build_version_tree(view);
+    std::vector<bool> alive(tree.versions.size());
+    for (const host::version_record &version : view.versions) {
+        alive[host::position_of(tree, version.id)] = !version.deleted;
+    }
+    weave_lines lines;
+    host::weave_cursor cursor(view, tree, false);
+    std::vector<host::position_range> holders;
+    for (host::weave_stretch stretch; cursor.next(&stretch);) {
+        holders.clear();
+        cursor.holders(stretch, &holders);
+        bool held = false;
+        for (const host::position_range &part : holders) {
+            const auto end = alive.begin() + part.end;
+            held = held || std::find(alive.begin() + part.first, end, true) != end;
+        }
+        for (const std::string &line : split(stretch.bytes)) {
+            const std::string text(host::text_of(line));
+            (held ? lines.held : lines.unheld).insert(text);
+            if (stretch.run == run) {
+                lines.of_run.insert(text);
+                lines.run_is_held = lines.run_is_held && held;
+            }
+        }
+    }
+    return lines;
+}
+
+}  // namespace
+
+// Whatever a check-in is built on, the new version reads back and the old ones stay; what verify
+// passes it takes, and what the scan sees it refuses.
+void checkin(std::string_view bytes) {
+    const held_container input(bytes);
+    if (!input.opened || input.view.versions.empty()) {
+        return;
+    }
+    choices random(bytes);
+    const host::version_record &base = random.of(input.view.versions);
+    const host::branch_record *branch = host::find_branch(input.view, base.id.branch);
+    const std::string word = word_for(input.view, base);
+    if (branch == nullptr || word.empty() || base.deleted ||
+        host::find_branch(input.view, branch->oid) != branch) {
+        return;
+    }
+    std::vector<std::string> lines =
+        split(walked_text(input.view, base.id).value_or("all\nis\nnew\n"));
+    edit_lines(&lines, &random);
+    // Unreadable text is refused for its own sake.
+    const std::string text = texts_of_input(join(lines), 1, 1).front();
+    write_file("t", text);
+    std::vector<std::string> words = {"checkin", "-q", "--allow-same", "--", "c.tdm", "t"};
+    const bool fork = random.below(4) == 0;
+    words.insert(words.begin() + 1, "--branch=" + (fork ? "new" : std::string(branch->oid)));
+    words.insert(words.begin() + 1, fork ? "--from=" + word : "-q");
+    const auto [status, after] = change(input, words);
+    if (status != 0) {
+        require(!is_sound(input.view) || !host::next_branch_number(input.view), "verify passes it");
+        return;
+    }
+    require(!host::scan_structure(input.view), "the scan refuses it");
+    texts_by_id texts = texts_of(after);
+    const host::version_id fresh = after.view.versions.front().id;
+    require(texts[fresh] == text, "the new version is another text");
+    texts.erase(fresh);
+    require(texts == texts_of(input), "an old version has changed");
+}
+
+// From what verify passes every version but the first can be deleted; all others keep their texts.
+// Nothing is deleted from anything else.
+void delete_versions(std::string_view bytes) {
+    const held_container input(bytes);
+    if (!can_delete_from(input)) {
+        return;
+    }
+    choices random(bytes);
+    texts_by_id expected = texts_of(input);
+    std::vector<std::string> words = {"delete", "-q", "--yes", "--", "c.tdm"};
+    for (size_t count = 1 + random.below(3); count > 0; count--) {
+        const host::version_record &version = random.of(input.view.versions);
+        const std::string word = word_for(input.view, version);
+        if (version.id != host::version_id{0, 0} && !word.empty() && expected.erase(version.id)) {
+            words.push_back(word);
+        }
+    }
+    if (words.size() > 5) {
+        const bool sound = is_sound(input.view);
+        const auto [status, after] = change(input, words);
+        require(status == (sound ? 0 : 2), "a wrong exit status");
+        require(!sound || texts_of(after) == expected, "survivors have changed");
+    }
+}
+
+// What purge takes out of a sound container is in it no more, and every survivor keeps its text.
+void purge(std::string_view bytes) {
+    const held_container input(bytes);
+    if (!can_delete_from(input) || !is_sound(input.view)) {
+        return;
+    }
+    choices random(bytes);
+    const host::version_record &version = random.of(input.view.versions);
+    const std::string word =
+        version.deleted ? std::string(version.oid) : word_for(input.view, version);
+    if (version.id == host::version_id{0, 0} || word.empty()) {
+        return;
+    }
+    texts_by_id expected = texts_of(input);
+    expected.erase(version.id);
+    const auto [status, after] = change(input, {"purge", "-q", "--yes", "--", "c.tdm", word});
+    require(status < 2 || version.deleted, "a sound container is refused");
+    if (status != 0) {
+        return;
+    }
+    require(texts_of(after) == expected, "survivors have changed");
+    const weave_lines left = lines_of(after.view, version.id);
+    require(left.run_is_held, "a line of the purged version is left");
+    for (const std::string &line : lines_of(input.view, version.id).of_run) {
+        require(left.held.contains(line) || !left.unheld.contains(line), "a copy is left");
+    }
+}
+
+// What repair saves is sound, and says of every version what reading the damaged container says.
+void repair(std::string_view bytes) {
+    const held_container input(bytes);
+    if (!input.opened) {
+        return;
+    }
+    write_file("new.tdm", "");
+    const auto [status, after] =
+        change(input, {"repair", "-q", "-f", "-o", "new.tdm", "c.tdm"});
+    require(after.view.bytes.view() == bytes, "the damaged container has changed");
+    require(status == 0 || bytes.empty() || !is_sound(input.view), "sound, and not saved");
+    const std::string saved = read_file("new.tdm");
+    require(!saved.empty() || status != 0, "nothing is saved, and that is success");
+    const held_container output(saved);
+    require(saved.empty() || is_sound(output.view), "what is saved is not sound");
+    for (const auto &[id, text] : texts_of(output)) {
+        require(id == host::version_id{0, 0} || walked_text(input.view, id) == text,
+                "a saved text is another one");
+    }
+}
+
+}  // namespace fuzz
