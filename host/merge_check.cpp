@@ -28,6 +28,7 @@ struct line_count {
     int32_t whole = -1;  // the most in any whole text; -1: not counted, which is for doubtful lines
     int32_t first_merged = -1;
     bool excused = false;
+    bool shared = false;  // in an edit that several made
     bool significant = false;
 };
 
@@ -97,6 +98,30 @@ void excuse(census &c, const text_lines &text, int32_t first, int32_t end) {
     }
 }
 
+// Edits of the same base lines in one place are the same edit, or a conflict.
+void mark_shared(census &c) {
+    for (const merge_place &place : c.plan.places) {
+        std::vector<place_edit> edits = place.edits;
+        std::stable_sort(edits.begin(), edits.end(), [&](const place_edit &a, const place_edit &b) {
+            return edit_at(c.in, a).base_first < edit_at(c.in, b).base_first;
+        });
+        for (size_t i = 1; i < edits.size(); i++) {
+            const edit &e = edit_at(c.in, edits[i]);
+            const edit &before = edit_at(c.in, edits[i - 1]);
+            if (e.base_first != before.base_first || e.base_end != before.base_end) {
+                continue;
+            }
+            for (int32_t line = e.base_first; line < e.base_end; line++) {
+                count_of(c, c.in.base->line(line)).shared = true;
+            }
+            const text_lines &file = *c.in.files[static_cast<size_t>(edits[i].contributor)];
+            for (int32_t line = e.file_first; line < e.file_end; line++) {
+                count_of(c, file.line(line)).shared = true;
+            }
+        }
+    }
+}
+
 void excuse_undecided(census &c) {
     for (const merge_place &place : c.plan.places) {
         const merge_region &region = c.plan.regions[static_cast<size_t>(place.region)];
@@ -133,15 +158,18 @@ std::vector<merged_line> count_merged(census &c, const merged_text &merged) {
 // Whether the merged count lies outside what the changes explain: every insertion and every deletion
 // must have come through, equal ones at least once and at most as often as they were made. A line
 // of which nobody has fewer than the base stands as often as in the contributor that has most; one
-// of which nobody has more, no more often than in the one that has fewest.
+// of which nobody has more, no more often than in the one that has fewest. What several did together
+// tells nothing of what one of them did besides, unless the line stands once: then it was moved.
 bool is_fault(const line_count &count, line_fault_kind *kind) {
     if (count.excused || !count.significant) {
         return false;
     }
     int32_t least = count.base + count.most_inserted - count.all_deleted;
     int32_t most = count.base + count.all_inserted - count.most_deleted;
-    least = count.least == count.base ? std::max(least, count.most) : least;
-    most = count.most == count.base ? std::min(most, count.least) : most;
+    if (!count.shared || count.whole <= 1) {
+        least = count.least == count.base ? std::max(least, count.most) : least;
+        most = count.most == count.base ? std::min(most, count.least) : most;
+    }
     *kind = count.merged < least ? line_fault_kind::lost : line_fault_kind::doubled;
     return count.merged < least || count.merged > most;
 }
@@ -286,6 +314,7 @@ merge_verdict check_merged(const merge_input &in, const merge_plan &plan,
             count_contributor(c, static_cast<int32_t>(k));
         }
     }
+    mark_shared(c);
     excuse_undecided(c);
     const std::vector<merged_line> lines = count_merged(c, merged);
     count_doubtful(c);

@@ -96,6 +96,8 @@ TEST_F(merging, small_texts_merge_as_written_here) {
          "a 0 {0 0 0|0 0|1 0} b"},
         {"one row less", "a 0 0 0 b", "a 0 0 b", "a 1 0 0 b", "a 1 0 b"},
         {"one more row each", "a 0 b c d", "a 0 0 b c d", "a 0 0 b c D", "a 0 {0||0} b c D"},
+        {"a row less in both, one more in one", "0 a b c 0 d", "a b 0 c 0 d", "a b c 0 d",
+         "a b 0 c 0 d"},
         {"blanks only", "a b c", "a b\t c", "a b\x0b c", "a b c"},
     };
     for (const auto &row : rows) {
