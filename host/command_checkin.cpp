@@ -84,6 +84,7 @@ int store_text(checkin_run &run, const input_text &input) {
     container_change &change = run.change;
     const version_record fresh{run.oid, run.plan.id, run.time};
     bool identical = false;
+    change.stores(run.file.input().rights());
     if (change.replacement.begin() != status_done ||
         store(change, run.plan, fresh, input.path(), &identical) != status_done) {
         return status_trouble;

@@ -43,6 +43,7 @@ int construct_into_file(const command_context &context, const checkout_options &
                         const container_reading &input, const version_record &version,
                         bool damaged) {
     file_replacement replacement(context);
+    replacement.made_from(input.view.rights);
     replaced_text old(input.view);
     replacement.mark_new_file([&](int descriptor) {
         mark_new_file(descriptor, damaged ? std::string_view() : version.oid, options.output);

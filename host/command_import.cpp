@@ -114,6 +114,7 @@ int weave_all(import_run &run, import_weave &weave, progress &bar) {
                                     next->text()) != status_done)) {
             return status_trouble;
         }
+        run.change.stores(next->rights());
         run.versions.push_back(
             {oid, item.time, id.number, &item.path, next->can_be_read_again() ? nullptr : next});
         id.number++;

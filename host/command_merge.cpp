@@ -31,7 +31,8 @@ struct command_options {
     merge_options merge;
 };
 
-int write_file(const command_context &context, const std::string &name, std::string_view text) {
+int write_file(const command_context &context, const std::string &name, std::string_view text,
+               const merge_run &run) {
     if (name == "-") {
         standard_output().write(text);
         return status_done;
@@ -39,6 +40,9 @@ int write_file(const command_context &context, const std::string &name, std::str
     file_replacement replacement(context);
     if (replacement.lock_output(name) != status_done || replacement.begin() != status_done) {
         return status_trouble;
+    }
+    for (const text_file &file : run.files) {
+        replacement.made_from(file.rights);
     }
     // The replacement forces the descriptor to disk and closes it, so the writer gets another.
     output_writer writer(dup(replacement.temporary_descriptor()), name);
@@ -106,9 +110,9 @@ int write_results(const command_context &context, const command_options &options
     if (!clean && options.abort_on_conflict) {
         return status_negative;
     }
-    int status = write_file(context, options.output, run.merged.text);
+    int status = write_file(context, options.output, run.merged.text, run);
     if (status == status_done && !options.report.empty()) {
-        status = write_file(context, options.report, report_text(run, options.merge));
+        status = write_file(context, options.report, report_text(run, options.merge), run);
     }
     if (status == status_done && context.json) {
         print_json(merge_json(run, options.merge, options.output));

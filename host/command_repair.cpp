@@ -126,6 +126,7 @@ int run_repair(const command_context &context, const repair_options &options) {
         return status_trouble;
     }
     file_replacement replacement(context);
+    replacement.made_from(view.rights);
     if (replacement.lock_output(options.output) != status_done ||
         replacement.refuse_same(options.container) != status_done) {
         return status_trouble;

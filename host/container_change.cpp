@@ -110,4 +110,11 @@ int container_change::open(const std::string &name) {
     return status;
 }
 
+void container_change::stores(const granted_rights &rights) {
+    replacement.made_from(rights);
+    if (old.bytes.view().size() == old.weave_offset) {
+        replacement.narrow_to_sources();
+    }
+}
+
 }  // namespace host

@@ -46,6 +46,10 @@ struct container_change {
     // Locks the container `name` and opens it; 0, or status_trouble after a message.
     [[nodiscard]] int open(const std::string &name);
 
+    // Says what a text that is stored was read from: a container without any text can then be read
+    // by no more than its first one.
+    void stores(const granted_rights &rights);
+
     file_replacement replacement;
     container_view old;
 };

@@ -164,7 +164,8 @@ int open_container(const std::string &path, container_view *out) {
 int open_container(int descriptor, const std::string &name, container_view *out) {
     *out = container_view{};
     out->name = name;
-    if (const int error = out->bytes.load(descriptor); error != 0) {
+    const int unseen = out->rights.add(descriptor);
+    if (const int error = unseen != 0 ? unseen : out->bytes.load(descriptor); error != 0) {
         return error;
     }
     read_header(out);

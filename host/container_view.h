@@ -12,6 +12,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "file_attributes.h"
+
 namespace host {
 
 // A version: branch and number, both as in the container.
@@ -78,6 +80,7 @@ private:
 struct container_view {
     std::string name;  // as the user gave it, for messages
     file_bytes bytes;
+    granted_rights rights;  // of the file
     uint64_t format = 0;
     uint64_t highest_branch = 0;
     std::string_view element_oid;

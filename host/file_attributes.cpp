@@ -3,6 +3,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <string_view>
 #include <vector>
@@ -134,11 +135,111 @@ int copy_attributes(int source, const struct stat &status, int target, const std
     return extended != status_done ? extended : copy_mode(status, target, name, lacking);
 }
 
-int set_new_file_mode(int target, const std::string &name) {
+int granted_rights::add(int descriptor) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) {
+        return errno;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return 0;
+    }
+    granted_rights one;
+    one.any_ = true;
+    one.gid_ = status.st_gid;
+    one.group_ = status.st_mode >> 3 & 7;
+    one.others_ = status.st_mode & 7;
+    std::vector<char> list(1024);
+    const ssize_t size = read_attribute(descriptor, access_list, list);
+    one.lists_.assign(list.data(), static_cast<size_t>(std::max<ssize_t>(size, 0)));
+    add(one);
+    return 0;
+}
+
+void granted_rights::add(const granted_rights &more) {
+    if (!more.any_ || !any_) {
+        *this = any_ ? *this : more;
+        return;
+    }
+    one_group_ = one_group_ && more.one_group_ && gid_ == more.gid_;
+    one_list_ = one_list_ && more.one_list_ && lists_ == more.lists_;
+    group_ &= more.group_;
+    others_ &= more.others_;
+    lists_ = lists_.empty() ? more.lists_ : lists_;
+}
+
+mode_t granted_rights::bits_for(gid_t group) const {
+    if (!any_) {
+        return S_IRWXG | S_IRWXO;
+    }
+    const bool own_group = one_group_ && group == gid_;
+    if (!lists_.empty() && (!own_group || !one_list_)) {
+        return 0;
+    }
+    const mode_t both = group_ & others_;
+    return own_group ? (group_ << 3 | others_) : (both << 3 | both);
+}
+
+std::string_view granted_rights::list_for(gid_t group) const {
+    return any_ && one_list_ && one_group_ && group == gid_ ? std::string_view(lists_)
+                                                            : std::string_view();
+}
+
+namespace {
+
+// Gives the file the list of what it was made from, or takes a list away that could grant more.
+int settle_list(int target, gid_t group, const granted_rights &rights) {
+    const std::string_view list = rights.list_for(group);
+    if (!list.empty()) {
+        return fsetxattr(target, access_list, list.data(), list.size(), 0) == 0 ? 0 : errno;
+    }
+    if (rights.everybody_reads() || fremovexattr(target, access_list) == 0 || errno == ENODATA ||
+        errno == ENOTSUP) {
+        return 0;
+    }
+    return errno;
+}
+
+}  // namespace
+
+int set_new_file_mode(int target, const std::string &name, const granted_rights &rights) {
     const mode_t mask = umask(077);
     umask(mask);
-    return fchmod(target, 0666 & ~mask) == 0 ? int{status_done}
-                                             : say_errno(name, "cannot set its mode", errno);
+    struct stat status {};
+    int error = fstat(target, &status) == 0 ? 0 : errno;
+    error = error != 0 ? error : settle_list(target, status.st_gid, rights);
+    if (error == 0 && fchmod(target, 0666 & ~mask & (0600 | rights.bits_for(status.st_gid))) != 0) {
+        error = errno;
+    }
+    return error == 0 ? int{status_done} : say_errno(name, "cannot set its mode", error);
+}
+
+int narrow_file_mode(int target, const std::string &name, const granted_rights &rights,
+                     mode_t *narrowed) {
+    *narrowed = 0;
+    struct stat status {};
+    if (fstat(target, &status) != 0) {
+        return say_errno(name, "cannot read the new file's mode", errno);
+    }
+    std::vector<char> list(1024);
+    const ssize_t size = read_attribute(target, access_list, list);
+    const std::string_view own(list.data(), static_cast<size_t>(std::max<ssize_t>(size, 0)));
+    const mode_t old = status.st_mode & 07777;
+    mode_t mode = old;
+    for (const mode_t whose : {S_IRWXG, S_IRWXO}) {
+        if ((rights.bits_for(status.st_gid) & whose & 0444) == 0) {
+            mode &= ~whose;
+        }
+    }
+    const bool same_list = !own.empty() && own == rights.list_for(status.st_gid);
+    const bool drops_list = !own.empty() && !same_list && !rights.everybody_reads();
+    if (mode == old && !drops_list) {
+        return status_done;
+    }
+    if ((drops_list && fremovexattr(target, access_list) != 0) || fchmod(target, mode) != 0) {
+        return say_errno(name, "its mode cannot be narrowed", errno);
+    }
+    *narrowed = mode;
+    return status_done;
 }
 
 }  // namespace host

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 
 #include "file_attributes.h"
 #include "output.h"
@@ -79,9 +80,7 @@ int file_replacement::commit(const std::function<int(int descriptor)> &prove) {
         return status_done;
     }
     if (status == status_done) {
-        status = file_.exists ? copy_attributes(file_.descriptor.get(), file_.status,
-                                                temporary_.descriptor(), file_.name, context_.force)
-                              : set_new_file_mode(temporary_.descriptor(), file_.name);
+        status = set_attributes();
     }
     if (status == status_done && mark_) {
         mark_(temporary_.descriptor());
@@ -90,6 +89,32 @@ int file_replacement::commit(const std::function<int(int descriptor)> &prove) {
         status = force_to_disk();
     }
     return status == status_done ? put_in_place() : status;
+}
+
+int file_replacement::made_from(int descriptor) {
+    const int error = rights_.add(descriptor);
+    return error == 0 ? int{status_done}
+                      : say_errno(file_.name, "cannot see who may read its source", error);
+}
+
+int file_replacement::set_attributes() {
+    const int target = temporary_.descriptor();
+    if (!file_.exists) {
+        return set_new_file_mode(target, file_.name, rights_);
+    }
+    mode_t narrowed = 0;
+    int status =
+        copy_attributes(file_.descriptor.get(), file_.status, target, file_.name, context_.force);
+    if (status == status_done && narrows_) {
+        status = narrow_file_mode(target, file_.name, rights_, &narrowed);
+    }
+    if (narrowed != 0 && !context_.quiet) {
+        char mode[16];
+        std::snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(narrowed));
+        say_of_file(file_.name, std::string("gets the mode ") + mode +
+                                    ": its first text may be read by no more");
+    }
+    return status;
 }
 
 int file_replacement::force_to_disk() {

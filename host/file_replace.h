@@ -17,6 +17,7 @@
 
 #include "command_context.h"
 #include "descriptor_path.h"
+#include "file_attributes.h"
 #include "file_lock.h"
 #include "temporary_file.h"
 
@@ -53,6 +54,13 @@ public:
     const std::string &temporary_path() const { return temporary_path_.path(); }
     int temporary_descriptor() const { return temporary_.descriptor(); }
 
+    // Says what the new file is made from: one that did not exist before can be read by nobody who
+    // cannot read that. 0, or status_trouble after a message.
+    [[nodiscard]] int made_from(int descriptor);
+    void made_from(const granted_rights &rights) { rights_.add(rights); }
+    // Has an existing file narrowed in the same way, which is told unless quiet.
+    void narrow_to_sources() { narrows_ = true; }
+
     // Called on the temporary file when it has the old file's attributes, to set more.
     void mark_new_file(std::function<void(int descriptor)> mark) { mark_ = std::move(mark); }
     // Asked just before the rename whether the old file may still go: 0, or status_trouble after a
@@ -65,6 +73,7 @@ public:
     [[nodiscard]] int commit(const std::function<int(int descriptor)> &prove);
 
 private:
+    [[nodiscard]] int set_attributes();
     [[nodiscard]] int force_to_disk();
     [[nodiscard]] int put_in_place();
 
@@ -73,6 +82,8 @@ private:
     temporary_file temporary_;
     descriptor_path old_path_;
     descriptor_path temporary_path_;
+    granted_rights rights_;
+    bool narrows_ = false;
     std::function<void(int descriptor)> mark_;
     std::function<int()> last_look_;
 };

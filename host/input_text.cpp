@@ -52,8 +52,10 @@ int input_text::read(int descriptor, const std::string &name) {
         return say_errno(shown, "cannot be read", errno);
     }
     const bool regular = S_ISREG(status.st_mode);
-    const int error =
-        read_to_end(descriptor, regular ? static_cast<size_t>(status.st_size) : 0, text_);
+    int error = rights_.add(descriptor);
+    error = error != 0
+                ? error
+                : read_to_end(descriptor, regular ? static_cast<size_t>(status.st_size) : 0, text_);
     if (error != 0) {
         return say_errno(shown, "cannot be read", error);
     }

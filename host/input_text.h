@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "file_attributes.h"
 #include "memory_file.h"
 
 namespace host {
@@ -27,6 +28,9 @@ public:
     // like a file in memory that lives as long as this object.
     const std::string &path() const { return path_; }
 
+    // Who may read the file that the text was read from.
+    const granted_rights &rights() const { return rights_; }
+
     // Whether the same text can be had again by reading the same name.
     bool can_be_read_again() const { return memory_.path().empty(); }
 
@@ -35,6 +39,7 @@ private:
 
     std::string text_;
     std::string path_;
+    granted_rights rights_;
     memory_file memory_;
 };
 

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "descriptor_path.h"
 #include "end_signals.h"
 #include "output.h"
 #include "random_oid.h"
@@ -73,6 +74,14 @@ void remove_dead_files(const locked_file &target, const std::string &prefix) {
     closedir(entries);
 }
 
+// By a path through the open folder where there is one, so that a trace of the system calls shows
+// which folder it is.
+int create_in(int folder, const char *name) {
+    const int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    return descriptors_have_paths() ? open((own_path(folder) + "/" + name).c_str(), flags, 0600)
+                                    : openat(folder, name, flags, 0600);
+}
+
 // Gives the file a name that nothing has yet.
 int rename_to_new(int folder, const char *from, const char *to) {
     if (renameat2(folder, from, folder, to, RENAME_NOREPLACE) == 0) {
@@ -98,8 +107,7 @@ int temporary_file::create(const locked_file &target) {
         }
         path_ = target.path.substr(0, target.path.rfind('/') + 1) + prefix + random;
         remove_at_end_signal(path_.c_str());
-        const int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-        descriptor_ = owned_descriptor(openat(folder, base(), flags, 0600));
+        descriptor_ = owned_descriptor(create_in(folder, base()));
         if (!descriptor_.is_open()) {
             const int error = errno;
             forget_path();

@@ -92,6 +92,9 @@ int open_text_file(const std::string &name, text_file *out) {
     if (S_ISDIR(status.st_mode)) {
         return say_errno(name, "cannot read", EISDIR);
     }
+    if (const int error = out->rights.add(from); error != 0) {
+        return say_errno(name, "cannot see who may read it", error);
+    }
     if (!is_standard_input && S_ISREG(status.st_mode)) {
         out->input = std::move(opened);
         return status_done;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "container_view.h"
+#include "file_attributes.h"
 #include "file_lock.h"
 #include "text_lines.h"
 
@@ -18,7 +19,8 @@ struct text_file {
     file_bytes bytes;  // these two after read_lines
     text_lines lines;
     owned_descriptor input;
-    bool is_copy = false;  // `input` holds the text in memory, and `path` names it by its number
+    granted_rights rights;  // of the file that was opened
+    bool is_copy = false;   // `input` holds the text in memory, and `path` names it by its number
 };
 
 // Refuses names that lead to the same stream: standard input ("-") and pipes can be read once, and

@@ -343,4 +343,63 @@ TEST_F(replacement, output_file_is_replaced_with_force_and_new_ones_obey_the_uma
     EXPECT_EQ(status.st_mode & 0777, 0600u);
 }
 
+TEST_F(replacement, new_file_is_read_by_no_more_than_what_it_is_made_from) {
+    write_file("base", first_text);
+    ASSERT_EQ(tdm({"create", "fresh"}).status, 0);
+    ASSERT_EQ(chmod("second", 0600) + chmod("c", 0640) + chmod("fresh", 0644), 0);
+    struct row {
+        std::vector<std::string> words;
+        const char *file;
+        mode_t mode;
+    };
+    const row rows[] = {
+        {{"checkin", "fresh", "second"}, "fresh", 0600},
+        {{"checkout", "c", "-o", "out"}, "out", 0640},
+        {{"repair", "c", "-o", "saved"}, "saved", 0640},
+        {{"merge", "base", "first", "second", "-o", "merged"}, "merged", 0600},
+        {{"checkin", "c", "second"}, "c", 0640},  // it has a text already
+    };
+    const mode_t mask = umask(022);
+    for (const row &r : rows) {
+        const command_result result = tdm(r.words);
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(result.err.find("gets the mode 0600") != std::string::npos,
+                  std::string(r.file) == "fresh");
+        struct stat status {};
+        ASSERT_EQ(stat(r.file, &status), 0);
+        EXPECT_EQ(status.st_mode & 0777, r.mode) << r.file;
+    }
+    umask(mask);
+}
+
+TEST_F(replacement, what_others_do_meanwhile_is_refused_and_only_dead_files_of_ours_go) {
+    const std::string name = ".tdm-af63de4c8601eff2-";  // of "c"
+    const std::string living = name + std::string(32, 'a'), odd = name + std::string(32, 'x');
+    const std::string dead = name + std::string(32, '0');
+    for (const std::string &file : {living, odd, dead}) {
+        write_file(file, "");
+    }
+    const int held = open(living.c_str(), O_RDONLY);
+    ASSERT_EQ(flock(held, LOCK_EX), 0);
+    for (const char *act :
+         {"echo x >>c", "ln c other", "find . -name '.tdm-*[0-9a-f]' ! -name '*aaaaaa' -delete"}) {
+        write_file("c", old_bytes_);
+        const std::string script = std::string(
+                                       "strace -o /dev/null -e trace=fsync -e "
+                                       "inject=fsync:delay_enter=1000000:when=1 '") +
+                                   TDM_COMMAND + "' checkin c second & sleep 0.6; " + act +
+                                   "; wait $!";
+        command_options options;
+        options.environment = {"ASAN_OPTIONS=detect_leaks=0"};
+        const command_result result = run({"bash", "-c", script}, options);
+        EXPECT_EQ(result.status, 2) << act;
+        EXPECT_NE(result.err.find("nothing is replaced"), std::string::npos) << result.err;
+        EXPECT_FALSE(is_new()) << act;
+        std::filesystem::remove("other");
+    }
+    close(held);
+    EXPECT_TRUE(std::filesystem::exists(living) && std::filesystem::exists(odd));
+    EXPECT_FALSE(std::filesystem::exists(dead));
+}
+
 }  // namespace
