@@ -107,6 +107,7 @@ TEST_F(inspection, trouble_is_told_by_status_and_words) {
         {{"show", "c", "main@2"}, 2, "version main@2 is deleted"},
         {{"info", "none"}, 2, "No such file"},
         {{"dump", "none"}, 2, "No such file"},
+        {{"purge", "c", "main"}, 2, "--yes"},
         {{"repair", "damaged"}, 2, "-o FILE is missing"},
         {{"repair", "damaged", "-o", "damaged", "--force"}, 2, "is the same file"},
     };
@@ -117,6 +118,8 @@ TEST_F(inspection, trouble_is_told_by_status_and_words) {
         EXPECT_EQ(result.err.empty(), *row.err == '\0') << result.err;
     }
     EXPECT_EQ(tdm({"verify", "-q", "c"}).out, "");
+    EXPECT_EQ(tdm({"info", "c", "-o", "listing"}).status, 0);
+    EXPECT_EQ(read_file("listing"), tdm({"info", "c"}).out);
     command_options full;
     full.output_path = "/dev/full";
     for (const char *command : {"log", "info", "dump", "verify", "show"}) {

@@ -14,7 +14,7 @@
 
 namespace {
 
-enum class spoil { drop, repeat, alter };
+enum class spoil { drop, repeat, alter, source };
 
 struct planned_spoil {
     spoil how = spoil::drop;
@@ -34,6 +34,10 @@ std::vector<std::string> split(const std::string &bytes) {
 void spoil_file(int descriptor, off_t size) {
     std::string bytes(static_cast<size_t>(size), '\0');
     ASSERT_EQ(pread(descriptor, bytes.data(), bytes.size(), 0), size);
+    if (plan.how == spoil::source) {
+        write_file("text", "changed meanwhile\n");
+        return;
+    }
     std::vector<std::string> lines = split(bytes);
     ASSERT_LT(plan.line, lines.size());
     const auto place = lines.begin() + static_cast<long>(plan.line);
@@ -119,7 +123,8 @@ TEST(spoiled, whatever_is_written_wrong_is_refused_before_it_counts) {
         {{"repair", "bad", "-f", "-o", "saved"}, "saved", "^#^V ver3 0 3 4\n"},
     };
     const scratch_folder folder;
-    write_file("text", "a\nfour\nnew\n^q\n");
+    const std::string text = "a\nfour\nnew\n^q\n";
+    write_file("text", text);
     write_file("text2", "a\nother\n");
     std::string bad = sound;
     bad[bad.find("^V ver6 1 2 6") + 12] = 'z';
@@ -144,6 +149,11 @@ TEST(spoiled, whatever_is_written_wrong_is_refused_before_it_counts) {
             }
         }
         EXPECT_EQ(files_in("."), names);
+        if (row.words[0] == "import") {
+            write_file("c", sound);
+            EXPECT_EQ(run_spoiled(row.words, spoil::source, 0), 2);
+            write_file("text", text);
+        }
         write_file(row.target, old);
     }
 }
