@@ -183,8 +183,7 @@ void repair(std::string_view bytes) {
         return;
     }
     write_file("new.tdm", "");
-    const auto [status, after] =
-        change(input, {"repair", "-q", "-f", "-o", "new.tdm", "c.tdm"});
+    const auto [status, after] = change(input, {"repair", "-q", "-f", "-o", "new.tdm", "c.tdm"});
     require(after.view.bytes.view() == bytes, "the damaged container has changed");
     require(status == 0 || bytes.empty() || !is_sound(input.view), "sound, and not saved");
     const std::string saved = read_file("new.tdm");

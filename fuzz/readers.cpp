@@ -53,9 +53,12 @@ void annotate(std::string_view bytes) {
                         line[1] == ' ',
                     "an annotated line of no known form");
             const std::string names = line.substr(2, blank - 2);
-            require(std::any_of(known.begin(), known.end(), [&](const std::string &name) {
-                        return names == name || (line[0] == 'D' && names.starts_with(name + ","));
-                    }), "an unknown version is named");
+            require(std::any_of(known.begin(), known.end(),
+                                [&](const std::string &name) {
+                                    return names == name ||
+                                           (line[0] == 'D' && names.starts_with(name + ","));
+                                }),
+                    "an unknown version is named");
             text += line[0] == 'I' ? line.substr(blank + 1) : "";
         }
         return text;
@@ -64,7 +67,8 @@ void annotate(std::string_view bytes) {
         const std::string ended = text + (text.empty() || text.back() == '\n' ? "" : "\n");
         for (const uint32_t flags : {1u, 3u, 5u, 7u}) {
             const auto annotated = library_text(input, find_version(input.view, id)->oid, flags);
-            require(annotated && stripped(*annotated) == ended, "the annotated text is another one");
+            require(annotated && stripped(*annotated) == ended,
+                    "the annotated text is another one");
         }
     }
 }

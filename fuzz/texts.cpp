@@ -156,8 +156,7 @@ void stream(std::string_view input) {
     require(tdm_init_diff_stream(opened, &head, &tail) == 0, "no stream");
     const auto first = static_cast<int32_t>(head);
     const int32_t last = lines[0].count() - static_cast<int32_t>(tail);
-    std::vector<rebuilt_file> rebuilt(texts.size(),
-                                      {std::string(take(lines[0], 1, first)), first});
+    std::vector<rebuilt_file> rebuilt(texts.size(), {std::string(take(lines[0], 1, first)), first});
     uint32_t end = 0;
     for (diff_block block{}; tdm_get_next_diff(opened, &end, &block) == 0 && end == 0;) {
         add(lines[0], lines.at(block.file_index), block, &rebuilt.at(block.file_index));

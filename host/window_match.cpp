@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <span>
 
 #include "gap_match.h"
@@ -31,7 +32,10 @@ public:
 
 private:
     bool is_diverse(int32_t first) const;
-    bool can_gain(const edit &window, std::span<const line_run> inside);
+    void number_stretches(std::span<const line_run> inside);
+    void mark_gains(const edit &window, std::span<const line_run> inside);
+    void match_part(const edit &part, std::span<const line_run> inside, bool gain,
+                    std::vector<line_run> *out, std::vector<line_run> *dropped);
     void match_between(const edit &window, std::span<const line_run> inside,
                        std::vector<line_run> *out);
 
@@ -39,7 +43,23 @@ private:
     const text_lines &file_;
     gap_matcher matcher_;
     line_numbers table_;
+    std::vector<int32_t> stretches_;  // of the places before each run and behind the last
+    std::vector<bool> gains_;         // by stretch
 };
+
+// What lies before inside[i], or behind the last run.
+edit gap_before(const edit &window, std::span<const line_run> inside, size_t i) {
+    edit gap = window;
+    if (i > 0) {
+        gap.base_first = inside[i - 1].base_first + inside[i - 1].count;
+        gap.file_first = inside[i - 1].file_first + inside[i - 1].count;
+    }
+    if (i < inside.size()) {
+        gap.base_end = inside[i].base_first;
+        gap.file_end = inside[i].file_first;
+    }
+    return gap;
+}
 
 bool window_matcher::says_something(const line_run &run) const {
     for (int32_t i = 0; i < run.count; i++) {
@@ -73,38 +93,58 @@ bool window_matcher::is_certain(const line_run &run) const {
                           is_diverse(run.base_first + spare));
 }
 
-// More pairs need a line that has no partner on either side of the window.
-bool window_matcher::can_gain(const edit &window, std::span<const line_run> inside) {
-    int32_t unmatched = window.base_end - window.base_first;
+// Stretches with so many distinct lines in their runs that no pair goes past a whole one of them:
+// for each place between runs, the stretch that it lies in.
+void window_matcher::number_stretches(std::span<const line_run> inside) {
+    stretches_.assign(1, 0);
+    // A line that has a letter or a digit in its middle counts, but with others of its length once.
+    uint64_t seen = 0;
     for (const line_run &run : inside) {
-        unmatched -= run.count;
-    }
-    table_.reset(static_cast<size_t>(unmatched));
-    int32_t at = window.base_first;
-    for (const line_run &run : inside) {
-        for (; at < run.base_first; at++) {
-            table_.number(base_.line(at));
-        }
-        at += run.count;
-    }
-    for (; at < window.base_end; at++) {
-        table_.number(base_.line(at));
-    }
-    at = window.file_first;
-    for (const line_run &run : inside) {
-        for (; at < run.file_first; at++) {
-            if (table_.find(file_.line(at)) >= 0) {
-                return true;
+        bool full = false;
+        for (int32_t i = 0; i < run.count && !full; i++) {
+            const std::string_view line = base_.line(run.base_first + i);
+            const char middle = line[line.size() / 2];
+            if (is_significant({&middle, 1})) {
+                seen |= uint64_t{1} << ((line.size() * 5 + static_cast<size_t>(middle)) % 64);
+                full = std::popcount(seen) >= static_cast<int>(certain_distinct);
             }
         }
-        at += run.count;
+        stretches_.push_back(stretches_.back() + (full ? 1 : 0));
+        seen = full ? 0 : seen;
     }
-    for (; at < window.file_end; at++) {
-        if (table_.find(file_.line(at)) >= 0) {
-            return true;
+}
+
+// More pairs need a line that has no partner on either side, in the same stretch or the next: marks
+// the stretches that have one and those beside them.
+void window_matcher::mark_gains(const edit &window, std::span<const line_run> inside) {
+    struct last_met {
+        int32_t base = -2;
+        int32_t file = -2;
+    };
+    std::vector<last_met> met;  // stretches, by number of table_
+    table_.reset(inside.size());
+    gains_.assign(static_cast<size_t>(stretches_.back()) + 1, false);
+    const auto meet = [&](std::string_view line, int32_t stretch, int32_t last_met::*own,
+                          int32_t last_met::*other) {
+        const auto number = static_cast<size_t>(table_.number(line));
+        met.resize(std::max(met.size(), number + 1));
+        met[number].*own = stretch;
+        if (met[number].*other >= stretch - 1) {
+            const int32_t end = std::min(stretch + 2, stretches_.back() + 1);
+            for (int32_t i = std::max(met[number].*other - 1, 0); i < end; i++) {
+                gains_[static_cast<size_t>(i)] = true;
+            }
+        }
+    };
+    for (size_t i = 0; i <= inside.size(); i++) {
+        const edit gap = gap_before(window, inside, i);
+        for (int32_t line = gap.base_first; line < gap.base_end; line++) {
+            meet(base_.line(line), stretches_[i], &last_met::base, &last_met::file);
+        }
+        for (int32_t line = gap.file_first; line < gap.file_end; line++) {
+            meet(file_.line(line), stretches_[i], &last_met::file, &last_met::base);
         }
     }
-    return false;
 }
 
 // Runs of blank lines and braces alone are no anchors: they are found again where they belong.
@@ -127,20 +167,54 @@ void window_matcher::match_between(const edit &window, std::span<const line_run>
     matcher_.match(gap, out);
 }
 
+// The runs of which not all pairs are among the new ones.
+void add_lost(std::span<const line_run> inside, std::span<const line_run> found,
+              std::vector<line_run> *dropped) {
+    auto next = found.begin();
+    for (const line_run &run : inside) {
+        while (next != found.end() && next->base_first + next->count <= run.base_first) {
+            ++next;
+        }
+        if (next == found.end() || next->base_first > run.base_first ||
+            next->base_first + next->count < run.base_first + run.count ||
+            next->file_first - next->base_first != run.file_first - run.base_first) {
+            dropped->push_back(run);
+        }
+    }
+}
+
 void window_matcher::match(const edit &window, std::span<const line_run> inside,
                            std::vector<line_run> *out, std::vector<line_run> *dropped) {
     if (inside.empty()) {
         matcher_.match(window, out);
         return;
     }
-    const bool gain = can_gain(window, inside);
-    if (gain && matcher_.match_fully(window, out)) {
-        dropped->insert(dropped->end(), inside.begin(), inside.end());
-    } else if (gain || !std::all_of(inside.begin(), inside.end(),
-                                    [this](const line_run &run) { return says_something(run); })) {
-        match_between(window, inside, out);
+    number_stretches(inside);
+    mark_gains(window, inside);
+    const auto gains = [this](size_t i) { return gains_[static_cast<size_t>(stretches_[i])]; };
+    size_t first = 0;  // gap before this run
+    for (size_t i = 0; i <= inside.size(); i++) {
+        if (i < inside.size() && gains(i + 1) == gains(first)) {
+            continue;
+        }
+        edit part = gap_before(window, inside, i);
+        part.base_first = gap_before(window, inside, first).base_first;
+        part.file_first = gap_before(window, inside, first).file_first;
+        match_part(part, inside.subspan(first, i - first), gains(first), out, dropped);
+        if (i < inside.size()) {
+            out->push_back(inside[i]);
+        }
+        first = i + 1;
+    }
+}
+
+void window_matcher::match_part(const edit &part, std::span<const line_run> inside, bool gain,
+                                std::vector<line_run> *out, std::vector<line_run> *dropped) {
+    const size_t before = out->size();
+    if (gain && matcher_.match_fully(part, out)) {
+        add_lost(inside, std::span(*out).subspan(before), dropped);
     } else {
-        out->insert(out->end(), inside.begin(), inside.end());
+        match_between(part, inside, out);
     }
 }
 
