@@ -168,6 +168,23 @@ TEST_F(merging, edits_of_a_moved_block_that_differ_are_a_conflict) {
                      .clean);
 }
 
+TEST_F(merging, edits_at_the_edge_of_moved_text_or_without_newline_stay_behind) {
+    const std::string open_A = A.substr(0, A.size() - 9) + "edited";
+    for (const texts &all : {texts{A + B + C + D, moved_A[1], "new\n" + A + B + C + D},
+                             texts{A + B + C + D, moved_A[1], A + "new\n" + B + C + D},
+                             texts{B + C + D + A, A + B + C + D, B + C + D + open_A}}) {
+        EXPECT_FALSE(merge_of(all).clean) << all[2];
+        EXPECT_FALSE(merge_of({all[0], all[2], all[1]}).clean) << all[2];
+    }
+}
+
+TEST_F(merging, gives_up_where_no_conflict_mends_the_text) {
+    merge_of merge({lines_of("a b c"), lines_of("a X c"), lines_of("a b c d")});
+    merge.run.in.changes[0].edits.clear();
+    merge.run.plan = host::plan_merge(merge.run.in, false);
+    EXPECT_EQ(host::finish_merge({}, &merge.run), 2);
+}
+
 TEST_F(merging, moving_and_deleting_a_block_is_a_conflict) {
     for (const std::string &moved : moved_A) {
         for (const texts &all :
