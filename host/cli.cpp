@@ -5,9 +5,12 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <numeric>
 
+#include "both_sides.h"
 #include "help.h"
+#include "out_of_memory.h"
 #include "output.h"
 
 namespace host {
@@ -211,6 +214,29 @@ void command_context::take_list(const char *operand_name, std::vector<std::strin
     operands.push_back({operand_name, description, nullptr, &values, required});
 }
 
+CLI::Option *option_named(CLI::App &app, std::string_view name) {
+    for (CLI::Option *option : app.get_options()) {
+        if (std::ranges::find(option->get_lnames(), name.substr(2)) != option->get_lnames().end()) {
+            return option;
+        }
+    }
+    throw CLI::OptionNotFound(std::string(name));
+}
+
+void allow_one_of(CLI::App &app, std::initializer_list<const char *> names) {
+    for (const char *const *name = names.begin(); name != names.end(); ++name) {
+        for (const char *const *other = name + 1; other != names.end(); ++other) {
+            refuse_with(app, *name, {*other});
+        }
+    }
+}
+
+void refuse_with(CLI::App &app, const char *option, std::initializer_list<const char *> names) {
+    for (const char *name : names) {
+        option_named(app, option)->excludes(option_named(app, name));
+    }
+}
+
 void add_json_option(CLI::App &app, command_context &context) {
     app.add_flag("--json", context.json, "Machine-readable output, described in docs/json.md");
 }
@@ -251,9 +277,22 @@ std::string_view nearest_name(std::string_view word, std::span<const std::string
 }
 
 int run_command_line(int argc, char **argv) {
-    const auto count = static_cast<size_t>(std::max(argc - 1, 0));
-    const int status = dispatch(std::span<char *>(argv + (argc > 0 ? 1 : 0), count));
-    return std::max<int>(status, finish_standard_output());
+    forget_notes();
+    watch_memory(last_resort_for(argc, argv));
+    int status = status_trouble;
+    try {
+        begin_standard_output();
+        const auto count = static_cast<size_t>(std::max(argc - 1, 0));
+        status = dispatch(std::span<char *>(argv + (argc > 0 ? 1 : 0), count));
+        status = std::max<int>(status, finish_standard_output());
+    } catch (const std::bad_alloc &) {
+        note_out_of_memory();
+        status = status_trouble;
+    } catch (const std::exception &error) {
+        say("%s", error.what());
+        status = status_trouble;
+    }
+    return status == status_trouble && is_out_of_memory() ? end_without_memory() : status;
 }
 
 }  // namespace host

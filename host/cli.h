@@ -3,6 +3,7 @@
 #ifndef TDM_HOST_CLI_H
 #define TDM_HOST_CLI_H
 
+#include <initializer_list>
 #include <span>
 #include <string>
 #include <string_view>
@@ -11,7 +12,8 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+}  // namespace CLI
 
 namespace host {
 
@@ -29,6 +31,16 @@ std::span<const command_entry> command_table();
 
 inline constexpr const char *more_options = "More options";
 inline constexpr const char *general_options = "General options";
+
+// The option of `app` with this long name ("--json"), which it has. CLI::App::get_option ends the
+// program when memory is short.
+CLI::Option *option_named(CLI::App &app, std::string_view name);
+
+// Lets at most one of these options of `app` be given: each would drop the others' work.
+void allow_one_of(CLI::App &app, std::initializer_list<const char *> names);
+
+// Refuses each of `names` together with `option`, which leaves no work to them.
+void refuse_with(CLI::App &app, const char *option, std::initializer_list<const char *> names);
 
 // Declares --json on `app`, for commands that have a machine form.
 void add_json_option(CLI::App &app, command_context &context);
@@ -49,7 +61,8 @@ int usage_error(std::string_view command, const std::string &message);
 // be meant.
 std::string_view nearest_name(std::string_view word, std::span<const std::string> candidates);
 
-// Runs the whole command line; returns the exit status.
+// Runs the whole command line; returns the exit status. It may be called again: nothing of an
+// earlier run is left but what watch_memory sets, and a closed standard output.
 int run_command_line(int argc, char **argv);
 
 }  // namespace host

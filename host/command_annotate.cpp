@@ -163,7 +163,7 @@ private:
 int read_listing(const annotate_options &options, const char *path, const std::string &oid,
                  file_bytes *listing) {
     memory_file memory;
-    if (const int error = memory.create(); error != 0) {
+    if (const int error = memory.create(options.container); error != 0) {
         return say_errno(options.container, "no memory for the annotation", error);
     }
     if (tdm_construct_ver(path, memory.path().c_str(), oid.c_str(), options.flags()) != 0) {

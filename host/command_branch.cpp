@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "cli.h"
 #include "container_change.h"
@@ -59,12 +60,13 @@ int run_branch(const command_context &context, const branch_options &options) {
     const added_records added{number, 0,
                               status_record_text(change.old, true) + version_record_text(fresh) +
                                   branch_record_text(branch)};
+    done_report report = report_of_versions(options.name, 0, 0);
     const int status = change.replacement.commit([&](int descriptor) {
         container_view view;
         return prove_addition(change.old, descriptor, added, &view);
     });
     if (status == status_done) {
-        tell_version(context, options.name, 0);
+        tell_versions(context, std::move(report));
     }
     return status;
 }

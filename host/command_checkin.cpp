@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "checkin_base.h"
 #include "checkin_merge.h"
@@ -95,10 +96,12 @@ int store_text(checkin_run &run, const input_text &input) {
         version_equals(change.old, run.plan.predecessor, input.text())) {
         return nothing_to_store(change, run.plan.predecessor);
     }
+    done_report report =
+        report_of_versions(run.plan.branch, run.plan.id.number, run.plan.id.number);
     if (commit(change, run.plan, fresh, input.text()) != status_done) {
         return status_trouble;
     }
-    tell_version(run.context, run.plan.branch, run.plan.id.number);
+    tell_versions(run.context, std::move(report));
     return status_done;
 }
 

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "cli.h"
 #include "container_change.h"
@@ -64,9 +65,10 @@ int run_create(const command_context &context, const create_options &options) {
     const auto prove = [&](int descriptor) {
         return prove_new_container(options.container, descriptor, options, element, version, time);
     };
+    done_report report = report_of_versions(options.branch, 0, 0);
     const int status = replacement.commit(prove);
     if (status == status_done) {
-        tell_version(context, options.branch, 0);
+        tell_versions(context, std::move(report));
     }
     return status;
 }

@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli.h"
@@ -23,17 +24,10 @@ struct delete_options {
     bool yes = false;
 };
 
-void tell(const container_view &before, const container_view &after,
-          const deletion_request &request) {
-    for (const std::string &sentence : describe_deletion(before, after, request)) {
-        standard_output().write(sentence + "\n");
-    }
-}
-
 // Deletes in memory, so that nothing is written beside the container.
 int rehearse(const container_change &change, const deletion_request &request) {
     memory_file memory;
-    if (const int error = memory.create(); error != 0) {
+    if (const int error = memory.create(change.old.name); error != 0) {
         return say_errno(change.old.name, "no memory for the new container", error);
     }
     const int status =
@@ -49,12 +43,13 @@ int rehearse(const container_change &change, const deletion_request &request) {
     if (prove_survivors(change.old, after, request) != status_done) {
         return status_trouble;
     }
-    tell(change.old, after, request);
+    tell_plan(describe_deletion(change.old, after, request, telling::planned));
     return status_done;
 }
 
 int prove_and_ask(const command_context &context, const delete_options &options,
-                  const container_change &change, const deletion_request &request, int descriptor) {
+                  const container_change &change, const deletion_request &request, int descriptor,
+                  done_report *report) {
     container_view after;
     if (const int error = open_container(descriptor, "the new container", &after); error != 0) {
         return say_errno(change.old.name, "the new container cannot be read", error);
@@ -62,8 +57,10 @@ int prove_and_ask(const command_context &context, const delete_options &options,
     if (prove_survivors(change.old, after, request) != status_done) {
         return status_trouble;
     }
-    if (!context.quiet || !options.yes) {
-        tell(change.old, after, request);
+    *report = report_of_change(change.old.name, "the deletion",
+                               describe_deletion(change.old, after, request, telling::done));
+    if (!options.yes) {
+        tell_plan(describe_deletion(change.old, after, request, telling::planned));
     }
     const std::size_t count = request.versions.size();
     return options.yes ? int{status_done}
@@ -90,9 +87,14 @@ int run_delete(const command_context &context, const delete_options &options) {
                     change.replacement.temporary_path()) != status_done) {
         return status_trouble;
     }
-    return change.replacement.commit([&](int descriptor) {
-        return prove_and_ask(context, options, change, request, descriptor);
+    done_report report;
+    const int status = change.replacement.commit([&](int descriptor) {
+        return prove_and_ask(context, options, change, request, descriptor, &report);
     });
+    if (status == status_done && !context.quiet) {
+        tell_done(std::move(report));
+    }
+    return status;
 }
 
 }  // namespace

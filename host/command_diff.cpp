@@ -264,6 +264,17 @@ void declare_forms(CLI::App &app, diff_options *options) {
         ->group(more_options);
 }
 
+// What one option leaves without effect is refused beside it.
+void refuse_dropped_options(CLI::App &app) {
+    allow_one_of(app, {"--side-by-side", "--brief", "--stat", "--word", "--blocks", "--json"});
+    for (const char *form : {"--brief", "--stat", "--blocks", "--json"}) {
+        refuse_with(app, form, {"--unified"});
+    }
+    refuse_with(app, "--blocks", {"--label", "--no-moves"});
+    refuse_with(app, "--git", {"--label", "--container"});
+    option_named(app, "--width")->needs(option_named(app, "--side-by-side"));
+}
+
 }  // namespace
 
 void register_diff(CLI::App &app, command_context &context) {
@@ -294,6 +305,7 @@ void register_diff(CLI::App &app, command_context &context) {
         ->group(more_options);
     add_json_option(app, context);
     add_damaged_option(app, options->damaged);
+    refuse_dropped_options(app);
     context.details =
         "The unified form is what patch and git apply take; where moved lines went and came from\n"
         "is said in the headings of the hunks, in the files' line numbers.";

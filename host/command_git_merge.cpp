@@ -11,10 +11,13 @@
 #include <cstdlib>
 #include <exception>
 #include <memory>
+#include <new>
 
+#include "both_sides.h"
 #include "cli.h"
 #include "merge_run.h"
 #include "merge_words.h"
+#include "out_of_memory.h"
 #include "output.h"
 
 namespace host {
@@ -70,35 +73,16 @@ int replace_ours(const std::string &name, std::string_view text) {
     return status;
 }
 
-// What there is of a file; reading stops where it fails.
-std::string read_as_is(const std::string &name) {
-    std::string text;
-    std::FILE *file = std::fopen(name.c_str(), "rb");
-    char buffer[4096];
-    size_t size = 0;
-    while (file != nullptr && (size = std::fread(buffer, 1, sizeof buffer, file)) > 0) {
-        text.append(buffer, size);
-    }
-    if (file != nullptr) {
-        std::fclose(file);
-    }
-    return text;
-}
-
-int write_both_sides(const driver_options &options) {
+int keep_both_sides(const driver_options &options) {
     const marker_options &markers = options.merge.markers;
-    const auto marker = [&markers](char c) {
-        return std::string(static_cast<size_t>(markers.size), c);
-    };
-    const auto ended = [](std::string text) {
-        return lacks_last_newline(text) ? text + '\n' : text;
-    };
-    const std::string text = marker('<') + " " + markers.labels[0] + "\n" +
-                             ended(read_as_is(options.ours)) + marker('=') + "\n" +
-                             ended(read_as_is(options.theirs)) + marker('>') + " " +
-                             markers.labels[1] + "\n";
+    const int error =
+        write_both_sides({options.ours.c_str(), options.theirs.c_str(), markers.labels[0].c_str(),
+                          markers.labels[1].c_str(), markers.size});
+    if (error != 0) {
+        return say_errno(options.path, "both sides cannot be kept; ours is left as it is", error);
+    }
+    note_replaced();
     say_of_file(options.path, "cannot be merged; both sides are kept between markers");
-    (void)replace_ours(options.ours, text);
     return status_negative;
 }
 
@@ -113,6 +97,7 @@ int merge_into_ours(const command_context &context, const driver_options &option
         replace_ours(options.ours, run.merged.text) != status_done) {
         return status_trouble;
     }
+    note_replaced();
     if (!context.quiet) {
         say_conflicts(run, options.merge, options.path);
     }
@@ -124,13 +109,17 @@ int run_git_merge(const command_context &context, driver_options *options) {
     if (refuse_spent_input({options->base, options->ours, options->theirs}) != status_done) {
         return status_trouble;
     }
+    int status = status_trouble;
     try {
-        const int status = merge_into_ours(context, *options);
-        return status == status_trouble ? write_both_sides(*options) : status;
+        status = merge_into_ours(context, *options);
+    } catch (const std::bad_alloc &) {
+        if (is_replaced()) {
+            throw;
+        }
     } catch (const std::exception &error) {
         say("%s", error.what());
-        return write_both_sides(*options);
     }
+    return status == status_trouble && !is_replaced() ? keep_both_sides(*options) : status;
 }
 
 }  // namespace
@@ -155,7 +144,9 @@ void register_git_merge(CLI::App &app, command_context &context) {
     context.details =
         "For git alone to run; 'tdm config git' prints the lines of configuration. Whatever goes\n"
         "wrong, both sides are left in OURS.";
-    context.exit_codes = "0 clean; 1 conflicts, or trouble with both sides between markers.";
+    context.exit_codes =
+        "0 clean; 1 conflicts, or trouble with both sides between markers; 2 trouble, ours "
+        "unchanged.";
     context.examples = {"tdm git-merge %O %A %B %L -- %P",
                         "git config merge.tdm.driver 'tdm git-merge %O %A %B %L -- %P'"};
     context.run = [&context, options] { return run_git_merge(context, options.get()); };

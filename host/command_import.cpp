@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "checkin_plan.h"
@@ -175,7 +176,7 @@ int prove_all(const import_run &run, const added_records &added, int descriptor,
     return status_done;
 }
 
-int import_all(import_run &run) {
+int import_all(import_run &run, done_report *report) {
     progress bar(run.context, "importing", run.items.size() * 2);
     if (!lineage_of(run.change.old, run.plan.predecessor, &run.lineage)) {
         say_of_file(run.options.container, "the branch cannot be traced to its origin");
@@ -190,6 +191,7 @@ int import_all(import_run &run) {
         return status_negative;
     }
     const added_records added{run.plan.id.branch, run.plan.id.number, new_header(run)};
+    *report = report_of_versions(run.plan.branch, run.plan.id.number, run.versions.back().number);
     if (run.change.replacement.begin() != status_done ||
         write_container(run, added.header, weave) != status_done) {
         return status_trouble;
@@ -204,9 +206,10 @@ int run_import(const command_context &context, const import_options &options) {
         plan_checkin(run.change.old, options.stored, run.items.size(), &run.plan) != status_done) {
         return status_trouble;
     }
-    const int status = import_all(run);
-    for (size_t i = 0; status == status_done && i < run.versions.size(); i++) {
-        tell_version(context, run.plan.branch, run.versions[i].number);
+    done_report report;
+    const int status = import_all(run, &report);
+    if (status == status_done) {
+        tell_versions(context, std::move(report));
     }
     return status;
 }

@@ -32,7 +32,7 @@ int list_header(const container_reading &container, const char *output_path) {
 int prove_listing(const info_options &options, const container_reading &container, int descriptor) {
     memory_file again;
     file_bytes expected, written;
-    int error = again.create();
+    int error = again.create(options.output);
     if (error == 0 && list_header(container, again.path().c_str()) != status_done) {
         return status_trouble;
     }

@@ -280,6 +280,7 @@ void register_log(CLI::App &app, command_context &context) {
     app.add_flag("--oneline", options->oneline, "Shorter lines: no dates, nothing aligned");
     add_json_option(app, context);
     add_damaged_option(app, options->damaged);
+    allow_one_of(app, {"--oneline", "--json"});
     context.details =
         "Each line: the version, its identifier, its date, the lines it added and deleted\n"
         "against its predecessor, the lines it has in all. Lines are counted as the container\n"

@@ -72,9 +72,6 @@ int check_usage(const command_context &context, command_options *options) {
     if (options->labels.size() > options->names.size()) {
         return usage_error("merge", "more labels than files");
     }
-    if (options->mq >= 0 && options->ask) {
-        return usage_error("merge", "--ask and --mq exclude each other");
-    }
     if (options->output == "-" && (options->mq >= 0 || context.json)) {
         return usage_error("merge", std::string(options->mq >= 0 ? "--mq" : "--json") +
                                         " writes to standard output: give -o FILE");
@@ -155,6 +152,7 @@ void declare_decisions(CLI::App &app, command_options *options) {
         ->check(CLI::Range(0, 4))
         ->option_text("N")
         ->group(more_options);
+    allow_one_of(app, {"--ask", "--mq"});
 }
 
 }  // namespace

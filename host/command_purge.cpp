@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli.h"
@@ -80,7 +81,9 @@ int find_version_to_purge(const container_view &view, const std::string &text, v
     return status;
 }
 
-void list(const container_view &view, const kept_lines &lines) {
+using sentences = std::vector<std::string>;
+
+void list(const container_view &view, const kept_lines &lines, sentences *out) {
     for (const kept_line &line : lines.first) {
         std::string names;
         for (const version_id id : line.holders) {
@@ -89,34 +92,42 @@ void list(const container_view &view, const kept_lines &lines) {
         if (line.holder_count > line.holders.size()) {
             names += " and " + std::to_string(line.holder_count - line.holders.size()) + " more";
         }
-        standard_output().write("  " + names + ": " + escape_text(line.text) + "\n");
+        out->push_back("  " + names + ": " + escape_text(line.text));
     }
     if (lines.count > lines.first.size()) {
-        standard_output().write("  and " + lines_text(lines.count - lines.first.size()) +
-                                " more\n");
+        out->push_back("  and " + lines_text(lines.count - lines.first.size()) + " more");
     }
 }
 
-void tell(const container_view &before, const container_view &after,
-          const deletion_request &request, version_id id, const purge_result &result) {
+sentences describe(const container_view &before, const container_view &after,
+                   const deletion_request &request, version_id id, const purge_result &result,
+                   telling mood) {
+    const bool done = mood == telling::done;
     const std::string name = escape_name(version_name(before, id));
-    for (const std::string &sentence : describe_deletion(before, after, request)) {
+    sentences out;
+    for (const std::string &sentence : describe_deletion(before, after, request, mood)) {
         if (!sentence.starts_with(name + ":")) {
-            standard_output().write(sentence + "\n");
+            out.push_back(sentence);
         }
     }
     const uint64_t gone = result.inserted - result.held.count;
-    standard_output().write(name + ": deleted; of " + lines_text(result.inserted) +
-                            " that it inserted " + std::to_string(gone) +
-                            (gone == 1 ? " is" : " are") + " gone from the file\n");
+    out.push_back(name + (done ? ": deleted; of " : ": would be deleted; of ") +
+                  lines_text(result.inserted) + " that it inserted " + std::to_string(gone) +
+                  (!done       ? " would be"
+                   : gone == 1 ? " is"
+                               : " are") +
+                  " gone from the file");
+    const std::string would = done ? "" : "would be ";
     if (result.held.count != 0) {
-        standard_output().write("not purged, because these versions hold them:\n");
-        list(before, result.held);
+        out.push_back(std::string(done ? "not" : "would not be") +
+                      " purged, because these versions hold them:");
+        list(before, result.held, &out);
     }
     if (result.copies.count != 0) {
-        standard_output().write("purged, but these versions have lines of the same text:\n");
-        list(before, result.copies);
+        out.push_back(would + "purged, but these versions have lines of the same text:");
+        list(before, result.copies, &out);
     }
+    return out;
 }
 
 struct purge_work {
@@ -126,8 +137,9 @@ struct purge_work {
     version_id id;
     deletion_request request;
 
-    // Purges into an open file and says what has come out; asks when it is not a rehearsal.
-    int write_to(int descriptor) const {
+    // Purges into an open file, and says what would come out and asks where that is wanted;
+    // `report` is for the time when it is done.
+    int write_to(int descriptor, done_report *report) const {
         container_view after;
         purge_result result;
         if (purge_into(change.old, change.replacement.old_path(), id, request, descriptor, &after,
@@ -139,11 +151,17 @@ struct purge_work {
                                              lines_text(result.inserted) + " that " +
                                              escape_name(version_name(change.old, id)) +
                                              " inserted; nothing is changed");
-            list(change.old, result.held);
+            sentences holders;
+            list(change.old, result.held, &holders);
+            tell_plan(holders);
             return status_negative;
         }
-        if (!context.quiet || !options.yes) {
-            tell(change.old, after, request, id, result);
+        const auto in = [&](telling mood) {
+            return describe(change.old, after, request, id, result, mood);
+        };
+        *report = report_of_change(change.old.name, "the purge", in(telling::done));
+        if (options.dry_run || !options.yes) {
+            tell_plan(in(telling::planned));
         }
         return options.dry_run || options.yes
                    ? int{status_done}
@@ -160,17 +178,24 @@ int run_purge(const command_context &context, const purge_options &options) {
             status_done) {
         return status_trouble;
     }
+    done_report report;
     if (options.dry_run) {
         memory_file memory;
-        const int error = memory.create();
-        return error == 0 ? work.write_to(memory.descriptor())
+        const int error = memory.create(change.old.name);
+        return error == 0 ? work.write_to(memory.descriptor(), &report)
                           : say_errno(options.container, "no memory for the purge", error);
     }
     if (change.replacement.begin() != status_done) {
         return status_trouble;
     }
-    const int status = work.write_to(change.replacement.temporary_descriptor());
-    return status == status_done ? change.replacement.commit({}) : status;
+    int status = work.write_to(change.replacement.temporary_descriptor(), &report);
+    if (status == status_done) {
+        status = change.replacement.commit({});
+    }
+    if (status == status_done && !context.quiet) {
+        tell_done(std::move(report));
+    }
+    return status;
 }
 
 }  // namespace

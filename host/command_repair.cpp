@@ -7,10 +7,13 @@
 #include <memory>
 #include <string>
 #include <unordered_set>
+#include <utility>
+#include <vector>
 
 #include "cli.h"
 #include "container_reading.h"
 #include "container_repair.h"
+#include "deletion.h"
 #include "file_replace.h"
 #include "output.h"
 #include "survivor_proof.h"
@@ -32,8 +35,11 @@ bool goes_on(const lost_version &lost, const lost_version &next) {
            next.why.line == lost.why.line && next.why.reason == lost.why.reason;
 }
 
+using sentences = std::vector<std::string>;
+
 // One line for each run of versions that one fault puts in doubt.
-void tell_lost(const container_view &view, const repair_verdict &verdict) {
+void describe_lost(const container_view &view, const repair_verdict &verdict,
+                   const std::string &would, sentences *out) {
     for (std::size_t i = 0; i < verdict.lost.size(); i++) {
         const lost_version &newest = verdict.lost[i];
         const std::size_t first = i;
@@ -47,16 +53,26 @@ void tell_lost(const container_view &view, const repair_verdict &verdict) {
         }
         const std::string line =
             newest.why.line == 0 ? "" : "line " + std::to_string(newest.why.line) + ": ";
-        standard_output().write("lost: " + names + " (" + line + newest.why.reason + ")\n");
+        out->push_back(would + "lost: " + names + " (" + line + newest.why.reason + ")");
     }
 }
 
-void tell_renamed(const container_view &view, const repair_verdict &verdict) {
+void describe_renamed(const container_view &view, const repair_verdict &verdict,
+                      const std::string &would, sentences *out) {
     for (const version_id id : verdict.renamed) {
-        standard_output().write("renamed: " + escape_name(version_name(view, id)) +
-                                " (its identifier is damaged, it is " + lost_identifier(id) +
-                                " now)\n");
+        out->push_back(would + "renamed: " + escape_name(version_name(view, id)) +
+                       " (its identifier is damaged, it is " + lost_identifier(id) + " now)");
     }
+}
+
+sentences describe_repair(const container_view &view, const repair_verdict &verdict, telling mood) {
+    const std::string would = mood == telling::done ? "" : "would be ";
+    sentences out;
+    describe_lost(view, verdict, would, &out);
+    describe_renamed(view, verdict, would, &out);
+    out.push_back(would + "saved: " + std::to_string(verdict.saved.size()) + " of " +
+                  std::to_string(verdict.saved.size() + verdict.lost.size()) + " versions");
+    return out;
 }
 
 // The new container is sound, and every saved version is in it with its text.
@@ -106,7 +122,7 @@ int write_new(const container_reading &input, const container_check &check,
     if (copy < 0) {
         return say_errno(view.name, "the new container cannot be written", errno);
     }
-    output_writer out(copy, "the new container");
+    output_writer out(copy, replacement->file().name);
     write_repaired(view, check, verdict, &out);
     if (out.finish() != status_done) {
         return status_trouble;
@@ -136,19 +152,25 @@ int run_repair(const command_context &context, const repair_options &options) {
         say_fault(view, fault);
     }
     const repair_verdict verdict = judge_versions(view, check, options.drop_stray);
-    tell_lost(view, verdict);
     if (!verdict.worth_writing() && !check.faults.empty()) {
+        sentences lost;
+        describe_lost(view, verdict, "", &lost);
+        tell_plan(lost);
         say_of_file(view.name, "nothing can be saved; nothing is written");
         return unless_changed(input, status_negative);
+    }
+    done_report report = report_of_change(options.output, "the repair",
+                                          describe_repair(view, verdict, telling::done));
+    if (context.dry_run) {
+        tell_plan(describe_repair(view, verdict, telling::planned));
     }
     const int status = write_new(input, check, verdict, &replacement);
     if (status != status_done) {
         return status;
     }
-    tell_renamed(view, verdict);
-    standard_output().write("saved: " + std::to_string(verdict.saved.size()) + " of " +
-                            std::to_string(verdict.saved.size() + verdict.lost.size()) +
-                            " versions\n");
+    if (!context.dry_run) {
+        tell_done(std::move(report));
+    }
     return verdict.lost.empty() && view.header_damages.empty() ? status_done : status_negative;
 }
 
@@ -160,6 +182,7 @@ void register_repair(CLI::App &app, command_context &context) {
     app.add_option("-o,--output", options->output, "The new container")->option_text("NEW");
     app.add_flag("--drop-stray", options->drop_stray,
                  "Lines that belong to no run are nobody's: leave them out");
+    add_dry_run_option(app, context);
     add_replace_options(app, context, "Replace an existing NEW");
     context.details =
         "Writes a new container with every version whose text is in no doubt and lists the\n"

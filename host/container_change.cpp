@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "output.h"
 #include "random_oid.h"
 #include "structure.h"
+#include "terminal.h"
 
 namespace host {
 
@@ -82,15 +84,30 @@ int new_branch_number(const container_view &view, uint64_t *number) {
     return status_done;
 }
 
-void tell_version(const command_context &context, const std::string &branch, uint64_t number) {
-    const std::string name = branch + "@" + std::to_string(number);
+done_report report_of_versions(const std::string &branch, uint64_t first, uint64_t last) {
+    const auto name = [&branch](uint64_t number) { return branch + "@" + std::to_string(number); };
+    done_report report;
+    for (uint64_t number = first; number <= last; number++) {
+        report.words += name(number) + "\n";
+    }
+    report.done = escape_name(name(first)) +
+                  (first == last ? "" : " to " + escape_name(name(last))) +
+                  (first == last ? " is stored" : " are stored");
+    return report;
+}
+
+void tell_versions(const command_context &context, done_report &&report) {
     if (context.quiet) {
         return;
     }
-    if (context.dry_run) {
+    if (!context.dry_run) {
+        tell_done(std::move(report));
+        return;
+    }
+    for (std::string_view rest = report.words; !rest.empty();) {
+        const std::string_view name = rest.substr(0, rest.find('\n'));
         say("%s would be the new version", escape_name(name).c_str());
-    } else {
-        standard_output().write(name + "\n");
+        rest.remove_prefix(name.size() + 1);
     }
 }
 

@@ -11,6 +11,7 @@
 #include "command_context.h"
 #include "container_view.h"
 #include "file_replace.h"
+#include "output.h"
 
 namespace host {
 
@@ -35,9 +36,14 @@ namespace host {
 // The number of the next new branch; 0, or status_trouble after a message.
 [[nodiscard]] int new_branch_number(const container_view &view, uint64_t *number);
 
-// Prints the name of a new version on standard output, or after --dry-run says on standard error
-// that it would be made; nothing when quiet.
-void tell_version(const command_context &context, const std::string &branch, uint64_t number);
+// What is to be said of new versions of a branch, numbers `first` to `last`: made before they are
+// stored, told after that (see done_report).
+[[nodiscard]] done_report report_of_versions(const std::string &branch, uint64_t first,
+                                             uint64_t last);
+
+// Prints the names of the new versions on standard output, or after --dry-run says on standard
+// error that they would be made; nothing when quiet.
+void tell_versions(const command_context &context, done_report &&report);
 
 // A container being changed: the old one, locked and open, and the replacement of it.
 struct container_change {

@@ -11,6 +11,7 @@
 #include "container_view.h"
 #include "descriptor_path.h"
 #include "file_lock.h"
+#include "shown_path.h"
 
 namespace host {
 
@@ -19,6 +20,7 @@ struct container_reading {
     owned_descriptor input;  // the one opening; of a pipe, its bytes in memory
     struct stat opened {};   // as the file was then
     descriptor_path path;    // by which the library reads it
+    shown_path shown;        // its messages show the name
 };
 
 // As much as is taken from a pipe.

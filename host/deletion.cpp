@@ -116,14 +116,19 @@ std::string dependents(const container_view &after, const version_record &kept) 
 }
 
 std::string describe_version(const container_view &before, const container_view &after,
-                             const version_record &version) {
+                             const version_record &version, telling mood) {
     const std::string name = shown(before, version.id);
     const version_record *kept = find_version(after, version.id);
-    if (kept == nullptr) {
-        return version.deleted ? name + ", deleted before: its lines are gone from the file now"
-                               : name + ": deleted, its lines are gone from the file";
+    const bool done = mood == telling::done;
+    if (kept == nullptr && version.deleted) {
+        return name + ", deleted before: its lines " +
+               (done ? "are gone from the file now" : "would be gone from the file");
     }
-    return name + ": deleted, but its lines are still in the file, for " + dependents(after, *kept);
+    const std::string start = name + (done ? ": deleted, " : ": would be deleted, ");
+    return kept == nullptr
+               ? start + "its lines " + (done ? "are" : "would be") + " gone from the file"
+               : start + "but its lines " + (done ? "are still" : "would stay") +
+                     " in the file, for " + dependents(after, *kept);
 }
 
 }  // namespace
@@ -196,12 +201,13 @@ int prove_survivors(const container_view &before, const container_view &after,
 
 std::vector<std::string> describe_deletion(const container_view &before,
                                            const container_view &after,
-                                           const deletion_request &request) {
+                                           const deletion_request &request, telling mood) {
+    const bool done = mood == telling::done;
     std::vector<std::string> sentences;
     for (const version_record &version : before.versions) {
         const bool goes = request.versions.contains(version.id);
         if (goes || (version.deleted && find_version(after, version.id) == nullptr)) {
-            sentences.push_back(describe_version(before, after, version));
+            sentences.push_back(describe_version(before, after, version, mood));
         }
     }
     for (const branch_record &branch : before.branches) {
@@ -210,14 +216,32 @@ std::vector<std::string> describe_deletion(const container_view &before,
             continue;
         }
         if (find_branch(after, branch.number) == nullptr) {
-            sentences.push_back(name + ": removed, none of its versions is left");
+            sentences.push_back(name + (done ? ": removed, none of its versions is left"
+                                             : ": would be removed with all its versions"));
         } else if (newest_version(before, branch.number) != nullptr &&
                    newest_version(after, branch.number) == nullptr) {
-            sentences.push_back(name + ": stays without versions, for " +
+            sentences.push_back(name + (done ? ": stays" : ": would stay") +
+                                " without versions, for " +
                                 joined(hanging_branches(after, {branch.number, 0})));
         }
     }
     return sentences;
+}
+
+void tell_plan(const std::vector<std::string> &sentences) {
+    for (const std::string &sentence : sentences) {
+        say("%s", sentence.c_str());
+    }
+}
+
+done_report report_of_change(const std::string &container, const std::string &what,
+                             const std::vector<std::string> &sentences) {
+    done_report report;
+    for (const std::string &sentence : sentences) {
+        report.words += sentence + "\n";
+    }
+    report.done = escape_name(container) + ": " + what + " is done";
+    return report;
 }
 
 }  // namespace host

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "container_view.h"
+#include "output.h"
 #include "survivor_proof.h"
 
 namespace host {
@@ -42,10 +43,21 @@ struct deletion_request {
 // others. Returns 0, or status_trouble after a message.
 [[nodiscard]] int require_soundness(const container_view &view);
 
+// Whether a change is spoken of as done, or as one that would be.
+enum class telling { done, planned };
+
 // One sentence for every version and branch that goes: gone from the file, or kept and for what.
 [[nodiscard]] std::vector<std::string> describe_deletion(const container_view &before,
                                                          const container_view &after,
-                                                         const deletion_request &request);
+                                                         const deletion_request &request,
+                                                         telling mood);
+
+// Says on standard error what would be done.
+void tell_plan(const std::vector<std::string> &sentences);
+
+// What is to be said of a change of the container, called `what`, when it is done.
+[[nodiscard]] done_report report_of_change(const std::string &container, const std::string &what,
+                                           const std::vector<std::string> &sentences);
 
 }  // namespace host
 

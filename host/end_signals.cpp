@@ -17,23 +17,14 @@ namespace {
 std::atomic<const char *> doomed_files[4];
 static_assert(std::atomic<const char *>::is_always_lock_free);
 
-void remove_doomed_files() {
-    for (std::atomic<const char *> &place : doomed_files) {
-        if (const char *path = place.exchange(nullptr)) {
-            unlink(path);
-        }
-    }
-    remove_private_files();
-}
-
 // The signal has its old effect again by now (SA_RESETHAND), and comes as soon as this returns.
 void end_as_before(int signal) {
-    remove_doomed_files();
+    remove_files_now();
     raise(signal);
 }
 
 void end_at_cut_file(int signal, siginfo_t *info, void *) {
-    remove_doomed_files();
+    remove_files_now();
     if (info->si_code != BUS_ADRERR) {
         raise(signal);
         return;
@@ -44,6 +35,15 @@ void end_at_cut_file(int signal, siginfo_t *info, void *) {
 }
 
 }  // namespace
+
+void remove_files_now() {
+    for (std::atomic<const char *> &place : doomed_files) {
+        if (const char *path = place.exchange(nullptr)) {
+            unlink(path);
+        }
+    }
+    remove_private_files();
+}
 
 void watch_end_signals() {
     struct sigaction action {};

@@ -14,6 +14,9 @@ void watch_end_signals();
 void remove_at_end_signal(const char *path);
 void keep_at_end_signal(const char *path);
 
+// Removes those files at once, for any other sudden end.
+void remove_files_now();
+
 }  // namespace host
 
 #endif

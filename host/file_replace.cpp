@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "file_attributes.h"
+#include "out_of_memory.h"
 #include "output.h"
 
 namespace host {
@@ -35,6 +36,7 @@ int file_replacement::lock(const std::string &name) {
         return status;
     }
     const int error = old_path_.read_from(file_.descriptor.get());
+    shown_file_ = shown_path(old_path(), file_.name);
     return error == 0 ? int{status_done} : say_errno(name, "cannot be read", error);
 }
 
@@ -56,6 +58,7 @@ int file_replacement::begin() {
         return status;
     }
     const int error = temporary_path_.write_to(temporary_.descriptor());
+    shown_temporary_ = shown_path(temporary_path(), file_.name);
     return error == 0 ? int{status_done}
                       : say_errno(file_.name, "the new file cannot be written", error);
 }
@@ -150,6 +153,7 @@ int file_replacement::put_in_place() {
     if (status != status_done) {
         return status;
     }
+    note_replaced();
     if (may_not_part && links_of(file_) > 0) {
         say_of_file(file_.name,
                     "is replaced; a hard link made in the last moment has the old file");

@@ -19,6 +19,7 @@
 #include "descriptor_path.h"
 #include "file_attributes.h"
 #include "file_lock.h"
+#include "shown_path.h"
 #include "temporary_file.h"
 
 namespace host {
@@ -79,6 +80,8 @@ private:
 
     const command_context &context_;
     locked_file file_;
+    shown_path shown_file_;  // messages name neither path, but the file that the user gave
+    shown_path shown_temporary_;
     temporary_file temporary_;
     descriptor_path old_path_;
     descriptor_path temporary_path_;

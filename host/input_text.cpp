@@ -69,7 +69,7 @@ int input_text::take(std::string text) {
 }
 
 int input_text::put_into_memory_file(std::string_view name) {
-    int error = memory_.create();
+    int error = memory_.create(name);
     error = error != 0 ? error : memory_.write(text_);
     path_ = memory_.path();
     return error == 0 ? int{status_done} : say_errno(name, "cannot be held in memory", error);

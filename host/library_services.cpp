@@ -4,17 +4,19 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <vector>
+#include <new>
 
 #include "memory_file.h"
+#include "out_of_memory.h"
 
 // Temporary files hold people's text, and one on disk would outlive a command that is killed. These
 // live in memory, as long as the command; that the library cannot remove them by their paths is as
 // it should be.
-FILE *futil_tmpfile_binary(void *, void *, void *, char *name, size_t name_size) {
-    static std::vector<host::memory_file> files;
-    host::memory_file &file = files.emplace_back();
-    errno = file.create();
+FILE *futil_tmpfile_binary(void *, void *, void *, char *name, size_t name_size) try {
+    static host::memory_file file;  // the library has one at a time
+    file = {};
+    // Told under the name of the file that is being made.
+    errno = file.create(host::newest_shown_name());
     if (errno == 0 && file.path().size() >= name_size) {
         errno = ENAMETOOLONG;
     }
@@ -23,6 +25,10 @@ FILE *futil_tmpfile_binary(void *, void *, void *, char *name, size_t name_size)
     }
     name[file.path().copy(name, name_size)] = '\0';
     return std::fopen(name, "wb");
+} catch (const std::bad_alloc &) {  // the library must not be unwound
+    host::note_out_of_memory();
+    errno = ENOMEM;
+    return nullptr;
 }
 
 // Whatever the library writes by a path is a temporary file, of which file_replacement forces the

@@ -2,8 +2,10 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include "both_sides.h"
 #include "cli.h"
 #include "end_signals.h"
+#include "out_of_memory.h"
 
 namespace {
 
@@ -17,6 +19,11 @@ bool occupy_standard_streams() {
         }
     }
     return true;
+}
+
+// Static objects take memory too, before main: this comes first of all.
+__attribute__((constructor(101))) void begin(int argc, char **argv, char **) {
+    host::watch_memory(host::last_resort_for(argc, argv));
 }
 
 }  // namespace

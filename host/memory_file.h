@@ -8,13 +8,14 @@
 #include <string_view>
 
 #include "private_file.h"
+#include "shown_path.h"
 
 namespace host {
 
 class memory_file {
 public:
-    // An empty file; 0 or an errno value.
-    [[nodiscard]] int create();
+    // An empty file, which messages call `name`; 0 or an errno value.
+    [[nodiscard]] int create(std::string_view name);
     // Appends to it; 0 or an errno value.
     [[nodiscard]] int write(std::string_view bytes) const;
 
@@ -28,6 +29,7 @@ private:
     owned_descriptor descriptor_;  // or else
     private_file file_;
     std::string path_;
+    shown_path shown_;
 };
 
 }  // namespace host

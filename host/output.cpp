@@ -10,11 +10,10 @@
 #include <utility>
 
 #include "exit_status.h"
+#include "out_of_memory.h"
 #include "terminal.h"
 
 namespace host {
-
-namespace {
 
 std::string formatted(const char *format, va_list arguments) {
     va_list again;
@@ -32,18 +31,25 @@ std::string formatted(const char *format, va_list arguments) {
     return text;
 }
 
-void print_words(std::string_view words) {
+void pass_on_words(std::string_view words) {
     standard_output().flush();
     std::fflush(stdout);
+    // One call, so that the lines of commands that run side by side do not mix.
+    std::fwrite(words.data(), 1, words.size(), stderr);
+}
+
+namespace {
+
+void print_words(std::string_view words) {
     std::string line = "tdm: ";
     line += words;
     line += '\n';
-    // One call, so that the lines of commands that run side by side do not mix.
-    std::fwrite(line.data(), 1, line.size(), stderr);
+    pass_on_words(line);
 }
 
 bool standard_output_finished = false;
 int standard_output_result = status_done;
+std::string done_before_output;  // what has been done, whatever becomes of standard output
 
 }  // namespace
 
@@ -89,18 +95,35 @@ int output_writer::finish_keeping_open() {
     return error == 0 ? int{status_done} : say_errno(name_, "cannot write", error);
 }
 
-int output_writer::finish() {
+int output_writer::close_and_take_error() {
     flush();
     if (descriptor_ >= 0 && close(descriptor_) != 0 && error_ == 0 && errno != EINTR) {
         error_ = errno;
     }
     descriptor_ = -1;
-    return finish_keeping_open();
+    return std::exchange(error_, 0);
+}
+
+int output_writer::finish() {
+    const int error = close_and_take_error();
+    return error == 0 ? int{status_done} : say_errno(name_, "cannot write", error);
 }
 
 output_writer &standard_output() {
     static output_writer writer(STDOUT_FILENO, "<stdout>");
     return writer;
+}
+
+void begin_standard_output() {
+    standard_output().start_again(STDOUT_FILENO);
+    standard_output_finished = false;
+    standard_output_result = status_done;
+    done_before_output.clear();
+}
+
+void tell_done(done_report &&report) {
+    standard_output().write(report.words);
+    done_before_output = std::move(report.done);
 }
 
 void widen_standard_stream() {
@@ -115,9 +138,14 @@ int finish_standard_output() {
     // What the library has printed through the stream shares the descriptor; a descriptor that was
     // closed from the start (EBADF with nothing to write) is no failure.
     const bool stream_failed = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
-    const int error = errno;
-    standard_output_result = standard_output().finish();
-    if (stream_failed && standard_output_result == status_done) {
+    const int stream_error = stream_failed ? errno : 0;
+    const int own_error = standard_output().close_and_take_error();
+    const int error = own_error != 0 ? own_error : stream_error;
+    if (error != 0 && !done_before_output.empty()) {
+        say("%s, but this could not be written to standard output: %s", done_before_output.c_str(),
+            std::strerror(error));
+        standard_output_result = status_trouble;
+    } else if (error != 0) {
         standard_output_result = say_errno("<stdout>", "cannot write", error);
     }
     return standard_output_result;
@@ -143,6 +171,9 @@ void say_of_line(std::string_view name, uint64_t line, std::string_view reason) 
 }
 
 int say_errno(std::string_view name, const char *what, int error) {
+    if (error == ENOMEM) {
+        note_out_of_memory();
+    }
     say_of_file(name, std::string(what) + ": " + std::strerror(error));
     return status_trouble;
 }

@@ -3,6 +3,7 @@
 #ifndef TDM_HOST_OUTPUT_H
 #define TDM_HOST_OUTPUT_H
 
+#include <cstdarg>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -17,6 +18,13 @@ class output_writer {
 public:
     // `name` is used in the message of a failure. The descriptor is not owned until finish().
     output_writer(int descriptor, std::string name);
+
+    // Forgets what was written, and that it failed.
+    void start_again(int descriptor) {
+        descriptor_ = descriptor;
+        error_ = 0;
+        used_ = 0;
+    }
 
     void write(std::string_view bytes) {
         if (bytes.size() > capacity - used_) {
@@ -39,6 +47,9 @@ public:
     // Flushes and closes the descriptor; 0, or status_trouble after a message.
     int finish();
 
+    // The same without a message: 0 or the errno value of the first failure.
+    int close_and_take_error();
+
 private:
     void write_out(const char *bytes, size_t size);
     void write_past(std::string_view bytes);
@@ -54,6 +65,17 @@ private:
 // The one writer for standard output; finished by finish_standard_output at the end of the run.
 output_writer &standard_output();
 
+// Makes it a new writer, for a run to begin with.
+void begin_standard_output();
+
+// What a command says once its file is in place. It is made before, so that saying it then takes no
+// memory.
+struct done_report {
+    std::string words;  // for standard output
+    std::string done;   // what holds even if they cannot be written, such as "main@5 is stored"
+};
+void tell_done(done_report &&report);
+
 // Lets what the library writes to standard output leave in larger pieces than a pipe's or a
 // device's own; to be called before it writes.
 void widen_standard_stream();
@@ -64,6 +86,12 @@ int finish_standard_output();
 
 // Makes that result status_trouble: what was written has not reached its reader.
 void standard_output_is_lost();
+
+// The formatted text, of whatever length.
+std::string formatted(const char *format, va_list arguments);
+
+// Prints finished words on standard error as they are, after what is waiting for standard output.
+void pass_on_words(std::string_view words);
 
 // Prints "tdm: " and the formatted words on standard error, after what is waiting for standard
 // output; a newline is added.

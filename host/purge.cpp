@@ -117,7 +117,7 @@ int write_without(const container_view &view, const text_set &secret,
     if (copy < 0) {
         return say_errno(view.name, "cannot be written", errno);
     }
-    output_writer out(copy, "the new container");
+    output_writer out(copy, view.name);
     out.write(view.bytes.view().substr(0, view.weave_offset));
     const holder_pass pass(view, request);
     const rewrite_plan plan{
@@ -156,7 +156,7 @@ int purge_into(const container_view &before, const std::string &container_path, 
                const deletion_request &request, int descriptor, container_view *after,
                purge_result *result) {
     memory_file memory;
-    int error = memory.create();
+    int error = memory.create(before.name);
     if (error != 0) {
         return say_errno(before.name, "no memory for the new container", error);
     }

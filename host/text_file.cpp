@@ -50,7 +50,11 @@ int make_copy(text_file *file) {
     file->input = owned_descriptor(memfd_create("tdm", MFD_CLOEXEC));
     file->path = "/proc/self/fd/" + std::to_string(file->input.get());
     file->is_copy = true;
-    return file->input.is_open() ? 0 : errno;
+    if (!file->input.is_open()) {
+        return errno;
+    }
+    file->shown = shown_path(file->path, file->name);
+    return 0;
 }
 
 int copy_into_memory(int from, text_file *file) {

@@ -9,6 +9,7 @@
 #include "container_view.h"
 #include "file_attributes.h"
 #include "file_lock.h"
+#include "shown_path.h"
 #include "text_lines.h"
 
 namespace host {
@@ -20,6 +21,7 @@ struct text_file {
     text_lines lines;
     owned_descriptor input;
     granted_rights rights;  // of the file that was opened
+    shown_path shown;       // where messages would tell `path`
     bool is_copy = false;   // `input` holds the text in memory, and `path` names it by its number
 };
 

@@ -54,6 +54,15 @@ const usage_row wrong_usage[] = {
     {"timeout_no_number",
      {"checkin", "--lock-timeout", "nan", "a", "b"},
      "tdm: --lock-timeout: not a number of seconds from 0 to 1e9 (see 'tdm checkin -h')\n"},
+    {"forms_exclude_each_other",
+     {"diff", "--word", "--stat", "a", "b"},
+     "tdm: --stat excludes --word (see 'tdm diff -h')\n"},
+    {"width_of_nothing",
+     {"diff", "-W", "40", "a", "b"},
+     "tdm: --width requires --side-by-side (see 'tdm diff -h')\n"},
+    {"json_has_one_form",
+     {"log", "--oneline", "--json", "c"},
+     "tdm: --oneline excludes --json (see 'tdm log -h')\n"},
     {"no_time",
      {"create", "a", "--time", "2024-05-01"},
      "tdm: '2024-05-01' is no time: give @SECONDS since 1970 or 2024-05-01T12:30:00Z (or "
@@ -109,6 +118,13 @@ TEST(frame, full_device_is_noticed) {
         EXPECT_EQ(result.status, 2) << words[0];
         EXPECT_NE(result.err.find("No space left"), std::string::npos) << result.err;
     }
+    const std::string tail =
+        ", but this could not be written to standard output: No space left on device\n";
+    EXPECT_EQ(tdm({"import", "c", "a", "a", "--allow-same"}, full).err,
+              "tdm: main@2 to main@3 are stored" + tail);
+    EXPECT_EQ(tdm({"delete", "c", "main@3", "--yes"}, full).err,
+              "tdm: c: the deletion is done" + tail);
+    EXPECT_EQ(tdm({"checkout", "c", "main@2"}).out, "text\n");
 }
 
 TEST(frame, closed_pipe_ends_silently) {

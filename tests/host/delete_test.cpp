@@ -215,15 +215,22 @@ TEST_F(pruning, says_what_is_gone_and_what_stays) {
     std::vector<std::string> rehearsal = words;
     rehearsal.push_back("--dry-run");
     const std::string before = read_file("c");
+    const command_result planned = tdm(rehearsal);
+    EXPECT_EQ(planned.out, "");
+    EXPECT_EQ(planned.err,
+              "tdm: deep@1: would be deleted, its lines would be gone from the file\n"
+              "tdm: main@4: would be deleted, its lines would be gone from the file\n"
+              "tdm: main@2: would be deleted, but its lines would stay in the file, for main@3 and "
+              "branch draft\n"
+              "tdm: branch deep: would be removed with all its versions\n");
     const std::string told =
         "deep@1: deleted, its lines are gone from the file\n"
         "main@4: deleted, its lines are gone from the file\n"
         "main@2: deleted, but its lines are still in the file, for main@3 and branch draft\n"
         "branch deep: removed, none of its versions is left\n";
-    EXPECT_EQ(tdm(rehearsal).out, told);
     EXPECT_EQ(read_file("c"), before);
     EXPECT_NE(tdm({"delete", "c", "draft@1", "draft@2", "--dry-run"})
-                  .out.find("branch draft: stays without versions, for branch deep\n"),
+                  .err.find("branch draft: would stay without versions, for branch deep\n"),
               std::string::npos);
     std::vector<std::string> real = words;
     real.push_back("--yes");
@@ -245,7 +252,11 @@ TEST_F(pruning, purge_leaves_no_byte_of_the_secret) {
         "  main@3, main@4: stays\n"
         "purged, but these versions have lines of the same text:\n"
         "  main@1, main@3: }\n";
-    EXPECT_EQ(tdm({"purge", "c", "main@2", "--dry-run"}).out, told);
+    const command_result planned = tdm({"purge", "c", "main@2", "--dry-run"});
+    EXPECT_EQ(planned.out, "");
+    EXPECT_NE(planned.err.find("of 3 lines that it inserted 2 would be gone from the file\n"
+                               "tdm: would not be purged, because"),
+              std::string::npos);
     EXPECT_NE(read_file("c").find("SECRET"), std::string::npos);
     EXPECT_EQ(tdm({"purge", "c", "main@2", "--yes"}).out, told);
     EXPECT_EQ(read_file("c").find("SECRET"), std::string::npos);
@@ -318,7 +329,7 @@ TEST_F(pruning, repair_saves_what_is_in_no_doubt) {
          "lost: draft@2 (line 36: the file ends in the middle of this line)\n"},
         {"stray lines", "$", "stray\n", 1,
          "lost: deep@1 (line 37: 1 line outside every inserted run)\n"
-         "lost: draft@1 to draft@2, 2 versions (line 37: "},
+         "tdm: lost: draft@1 to draft@2, 2 versions (line 37: "},
     };
     const std::string bytes = read_file("c");
     for (const auto &row : rows) {
@@ -331,9 +342,11 @@ TEST_F(pruning, repair_saves_what_is_in_no_doubt) {
         write_file("damaged", damaged);
         const command_result result = tdm({"repair", "damaged", "-o", "new"});
         EXPECT_EQ(result.status, row.status);
-        EXPECT_EQ(result.out.substr(0, std::string_view(row.out).size()), row.out);
+        const bool written = std::filesystem::exists("new");
+        EXPECT_NE((written ? result.out : result.err).find(row.out), std::string::npos);
+        EXPECT_EQ(result.out.empty(), !written);
         EXPECT_EQ(read_file("damaged"), damaged);
-        if (std::filesystem::exists("new")) {
+        if (written) {
             EXPECT_EQ(tdm({"verify", "new"}).status, 0);
             EXPECT_EQ(tdm({"checkout", "new", "main@4"}).out, "a\nstays\nd\n");
             EXPECT_EQ(tdm({"checkout", "new", "draft@1"}).out, "a\nb\ndraft\n");

@@ -114,9 +114,9 @@ TEST_F(history, refuses_what_would_not_be_a_history) {
           "ab\x1b"
           "cd"},
          "version ab\\ecd"},
-        {"binary", {"checkin", "c", "binary"}, "'text file'"},
+        {"binary", {"checkin", "c", "binary"}, "no line of text"},
         {"long line", {"checkin", "c", "long"}, "8000"},
-        {"binary import", {"import", "c", "t1", "binary"}, "'text file'"},
+        {"binary import", {"import", "c", "t1", "binary"}, "no line of text"},
         {"itself imported", {"import", "c", "t1", "./c"}, "is the same file"},
         {"missing file", {"import", "c", "t1", "nowhere"}, "No such file"},
         {"folder", {"checkin", "c", "."}, "directory"},

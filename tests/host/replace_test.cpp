@@ -164,7 +164,7 @@ TEST_F(replacement, failing_system_call_is_told_and_changes_nothing) {
             chmod("c", 0640);
             const command_result result = traced(injection(call, "error=EIO", n));
             const bool told_after = result.err.find("is replaced, but") != std::string::npos ||
-                                    result.err.find("<stdout>") != std::string::npos;
+                                    result.err.find("is stored, but") != std::string::npos;
             EXPECT_EQ(result.status, 2) << call << " " << n << result.err;
             EXPECT_NE(result.err, "") << call << " " << n;
             EXPECT_TRUE(told_after ? is_new() : is_old()) << call << " " << n << result.err;
@@ -186,7 +186,9 @@ TEST_F(replacement, full_disk_changes_nothing) {
 TEST_F(replacement, closed_standard_output_does_not_let_data_into_the_container) {
     const std::string script = std::string("'") + TDM_COMMAND + "' checkin c second >&- 2>err <&-";
     EXPECT_EQ(run({"bash", "-c", script}).status, 2);
-    EXPECT_EQ(read_file("err"), "tdm: <stdout>: cannot write: Bad file descriptor\n");
+    EXPECT_EQ(read_file("err"),
+              "tdm: main@2 is stored, but this could not be written to standard output: "
+              "Bad file descriptor\n");
     EXPECT_TRUE(is_new());
 }
 

@@ -1,0 +1,14 @@
+// The allocators of this program: those of C++ and the library's services. While `counts` is set,
+// the one numbered `fails_at` fails.
+#ifndef TDM_TESTS_FAILING_ALLOCATOR_H
+#define TDM_TESTS_FAILING_ALLOCATOR_H
+
+struct allocator_state {
+    bool counts = false;
+    bool fails_on = false;  // all that follow fail too
+    long fails_at = 0;      // from 1; 0: none
+    long count = 0;
+};
+extern allocator_state allocator;
+
+#endif
