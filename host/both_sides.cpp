@@ -82,15 +82,25 @@ void write_sides(const both_sides &sides, int ours, int theirs, sides_writer *ou
 
 both_sides given_sides;
 
-int keep_given_sides() {
-    const bool kept = write_both_sides(given_sides) == 0;
-    const char *words = kept ? "tdm: out of memory; both sides are kept between markers\n"
-                             : "tdm: out of memory; our side is left as it is\n";
+void say_words(const char *words) noexcept {
+    // Where that fails too there is nobody to tell.
     [[maybe_unused]] const ssize_t told = write(STDERR_FILENO, words, std::strlen(words));
-    return kept ? status_negative : status_trouble;
+}
+
+int keep_given_sides() {
+    if (write_both_sides(given_sides) == 0) {
+        say_sides_are_kept();
+        return status_negative;
+    }
+    say_words("tdm: out of memory; our side is left as it is\n");
+    return status_trouble;
 }
 
 }  // namespace
+
+void say_sides_are_kept() noexcept {
+    say_words("tdm: out of memory; both sides are kept between markers\n");
+}
 
 int write_both_sides(const both_sides &sides) noexcept {
     char beside[PATH_MAX];

@@ -22,6 +22,9 @@ struct both_sides {
 // (See watch_memory in out_of_memory.h.)
 [[nodiscard]] int (*last_resort_for(int argc, char **argv) noexcept)();
 
+// Says that they are, when there is no memory to say it with the file's name.
+void say_sides_are_kept() noexcept;
+
 }  // namespace host
 
 #endif

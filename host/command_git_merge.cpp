@@ -82,7 +82,11 @@ int keep_both_sides(const driver_options &options) {
         return say_errno(options.path, "both sides cannot be kept; ours is left as it is", error);
     }
     note_replaced();
-    say_of_file(options.path, "cannot be merged; both sides are kept between markers");
+    try {
+        say_of_file(options.path, "cannot be merged; both sides are kept between markers");
+    } catch (const std::bad_alloc &) {
+        say_sides_are_kept();
+    }
     return status_negative;
 }
 

@@ -72,7 +72,7 @@ void print_table(const container_view &view, const version_list &versions) {
 }
 
 json_object describe_version(const container_view &view, const version_record &version) {
-    json_object object;
+    json_object object = json_object::object();
     set_text(object, "name", version_name(view, version.id));
     set_text(object, "branch", branch_name(view, version.id.branch));
     object["number"] = version.id.number;
@@ -93,7 +93,7 @@ void print_machine_form(const container_view &view, const branch_record *only,
         if (branch->deleted || (only != nullptr && only->number != branch->number)) {
             continue;
         }
-        json_object object;
+        json_object object = json_object::object();
         set_text(object, "name", branch->oid);
         object["number"] = branch->number;
         if (branch->number == 0) {

@@ -189,7 +189,7 @@ private:
 };
 
 json_object describe_branch(const container_view &view, const branch_record &branch) {
-    json_object object;
+    json_object object = json_object::object();
     set_text(object, "name", branch.oid);
     object["number"] = branch.number;
     if (branch.number == 0) {
@@ -202,7 +202,7 @@ json_object describe_branch(const container_view &view, const branch_record &bra
 
 json_object describe_version(const container_view &view, const logged_version &version) {
     const version_record &record = *version.record;
-    json_object object;
+    json_object object = json_object::object();
     set_text(object, "name", version_name(view, record.id));
     set_text(object, "branch", branch_name(view, record.id.branch));
     object["number"] = record.id.number;

@@ -36,7 +36,7 @@ json_object describe_versions(const container_view &view, const container_check 
         }
         const uint32_t position = position_of(check.scan.tree, version.id);
         const text_step &text = check.scan.totals[position];
-        json_object object;
+        json_object object = json_object::object();
         set_text(object, "name", version_name(view, version.id));
         set_text(object, "identifier", version.oid);
         object["in_doubt"] = !is_trusted(check, version);
@@ -49,12 +49,12 @@ json_object describe_versions(const container_view &view, const container_check 
 }
 
 json_object describe(const container_view &view, const container_check &check) {
-    json_object object;
+    json_object object = json_object::object();
     set_text(object, "container", view.name);
     object["sound"] = check.faults.empty();
     object["complaints"] = json_object::array();
     for (const weave_fault &fault : check.faults) {
-        json_object complaint;
+        json_object complaint = json_object::object();
         complaint["line"] = fault.what.line;
         set_text(complaint, "reason", fault.what.reason);
         object["complaints"].push_back(std::move(complaint));
@@ -97,7 +97,7 @@ void tell_summary(const container_view &view, const container_check &check) {
 
 int leave_unjudged(const std::string &name, json_object *document) {
     if (document != nullptr) {
-        json_object object;
+        json_object object = json_object::object();
         set_text(object, "container", name);
         object["sound"] = nullptr;
         document->push_back(std::move(object));

@@ -43,7 +43,7 @@ std::string bar(const line_sums &sums, bool color) {
 }
 
 json_object range_json(int32_t first, int32_t end) {
-    json_object range;
+    json_object range = json_object::object();
     range["first"] = first + 1;
     range["count"] = end - first;
     return range;
@@ -51,7 +51,7 @@ json_object range_json(int32_t first, int32_t end) {
 
 json_object file_json(const file_difference &d, size_t number) {
     const line_sums sums = sums_of(d.edits, true);
-    json_object file;
+    json_object file = json_object::object();
     file["file"] = number;
     set_text(file, "name", d.file_label);
     file["same"] = d.edits.edits.empty();

@@ -27,7 +27,7 @@ std::string base64(std::string_view bytes) {
 }  // namespace
 
 json_object json_document(int schema) {
-    json_object object;
+    json_object object = json_object::object();
     object["schema"] = schema;
     return object;
 }

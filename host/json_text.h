@@ -10,6 +10,8 @@
 
 namespace host {
 
+// To be made by json_object::object() or json_object::array(): one that becomes either by its first
+// member is left torn when there is no memory for it.
 using json_object = nlohmann::ordered_json;
 
 // A new object whose first field is the schema number of its form.

@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "merge_ask.h"
+#include "out_of_memory.h"
 #include "output.h"
 
 namespace host {
@@ -169,7 +170,8 @@ int merge_by_library(const command_context &context, const merge_options &option
     const int result = queue_all(state, mq);
     current = nullptr;
     if (result != 0) {
-        return state.cannot_ask ? status_trouble : status_negative;
+        // Without memory the library ends a merge as if it had been abandoned.
+        return state.cannot_ask || is_out_of_memory() ? status_trouble : status_negative;
     }
     for (size_t i = 0; i < run->plan.regions.size(); i++) {
         judge(state, i);

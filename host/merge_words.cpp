@@ -156,7 +156,7 @@ const char *reason_of(conflict_reason reason) {
 }
 
 json_object json_range(int32_t first, int32_t end) {
-    json_object range;
+    json_object range = json_object::object();
     range["first"] = first + 1;
     range["count"] = end - first;
     return range;
@@ -165,7 +165,7 @@ json_object json_range(int32_t first, int32_t end) {
 json_object json_place(const merge_run &run, const merge_region &region, int32_t index) {
     const merge_place &place = run.plan.places[static_cast<size_t>(index)];
     const placed_text &placed = run.merged.places[static_cast<size_t>(index)];
-    json_object json;
+    json_object json = json_object::object();
     json["markers"] = placed.conflict;
     json["base"] = json_range(place.base_first, place.base_end);
     json["output"] = json_range(placed.first_line, placed.end_line);
@@ -173,7 +173,7 @@ json_object json_place(const merge_run &run, const merge_region &region, int32_t
     for (const int32_t k : region.contributors) {
         const place_version version = version_at(run.in, place, k);
         if (!version.of_base) {
-            json_object file;
+            json_object file = json_object::object();
             file["file"] = k + 1;
             file.update(json_range(version.first, version.end));
             json["versions"].push_back(file);
@@ -184,7 +184,7 @@ json_object json_place(const merge_run &run, const merge_region &region, int32_t
 
 json_object json_region(const merge_run &run, const merge_options &options,
                         const merge_region &region) {
-    json_object json;
+    json_object json = json_object::object();
     json["outcome"] = outcome_of(region);
     if (is_conflict(region)) {
         json["reason"] = reason_of(region.conflict);
@@ -329,7 +329,7 @@ json_object merge_json(const merge_run &run, const merge_options &options,
     set_text(json, "output", output);
     json["inputs"] = json_object::array();
     for (const text_file &file : run.files) {
-        json_object input;
+        json_object input = json_object::object();
         set_text(input, "name", file.name);
         json["inputs"].push_back(input);
     }
@@ -341,7 +341,7 @@ json_object merge_json(const merge_run &run, const merge_options &options,
     }
     json["repeated"] = json_object::array();
     for (const repeated_lines &lines : run.verdict.repeated) {
-        json_object repeated;
+        json_object repeated = json_object::object();
         repeated["first"] = lines.first + 1;
         repeated["second"] = lines.second + 1;
         repeated["count"] = lines.count;
