@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 
@@ -162,7 +163,18 @@ std::vector<std::string> files_in(const std::string &folder) {
     return names;
 }
 
-void expect_golden(const std::string &name, const std::string &actual) {
+void expect_golden(const std::string &name, const std::string &printed) {
+    std::string actual = printed;
+    // Objects and arrays that hold no others take a line each.
+    for (size_t first = 0; name.ends_with(".json") && first != std::string::npos;) {
+        const size_t open = actual.find_first_of("{[", first + 1);
+        const size_t next = actual.find_first_of("{[}]", std::min(open, actual.size()) + 1);
+        if (next != std::string::npos && (actual[next] == '}' || actual[next] == ']')) {
+            const std::string inner = actual.substr(open, next - open);
+            actual.replace(open, next - open, std::regex_replace(inner, std::regex("\n *"), " "));
+        }
+        first = open;
+    }
     const std::string path = std::string(TDM_SOURCE_DIR) + "/tests/golden/" + name;
     if (getenv("TDM_UPDATE_GOLDEN") != nullptr) {
         write_file(path, actual);

@@ -50,7 +50,8 @@ void write_file(const std::string &path, const std::string &bytes);
 std::string read_file(const std::string &path);
 std::vector<std::string> files_in(const std::string &folder);  // names, dot files included, sorted
 
-// Compares with tests/golden/NAME, or rewrites that file when TDM_UPDATE_GOLDEN is set.
-void expect_golden(const std::string &name, const std::string &actual);
+// Compares with tests/golden/NAME, or rewrites that file when TDM_UPDATE_GOLDEN is set. JSON
+// stands in the file on fewer lines than it was printed on.
+void expect_golden(const std::string &name, const std::string &printed);
 
 #endif

@@ -14,7 +14,7 @@
 
 namespace {
 
-enum class spoil { drop, repeat, alter, source };
+enum class spoil { drop, repeat, alter, source, unpurged };
 
 struct planned_spoil {
     spoil how = spoil::drop;
@@ -41,7 +41,9 @@ void spoil_file(int descriptor, off_t size) {
     std::vector<std::string> lines = split(bytes);
     ASSERT_LT(plan.line, lines.size());
     const auto place = lines.begin() + static_cast<long>(plan.line);
-    if (plan.how == spoil::drop) {
+    if (plan.how == spoil::unpurged) {
+        lines = {read_file("unpurged")};
+    } else if (plan.how == spoil::drop) {
         lines.erase(place);
     } else if (plan.how == spoil::repeat) {
         lines.insert(place, std::string(*place));
@@ -76,6 +78,11 @@ extern "C" int fstat(int descriptor, struct stat *status) noexcept {
     plan.done = true;
     spoil_file(descriptor, status->st_size);
     return look();
+}
+
+// Nothing here outlives the power.
+extern "C" int fsync(int descriptor) {
+    return plan.line == SIZE_MAX ? static_cast<int>(syscall(SYS_fsync, descriptor)) : 0;
 }
 
 namespace {
@@ -156,6 +163,12 @@ TEST(spoiled, whatever_is_written_wrong_is_refused_before_it_counts) {
         }
         write_file(row.target, old);
     }
+    // All survivors are right, but the version's line is in the file still.
+    ASSERT_EQ(tdm({"delete", "c", "main@1", "--yes", "-q"}).status, 0);
+    write_file("unpurged", read_file("c"));
+    write_file("c", sound);
+    EXPECT_EQ(run_spoiled({"purge", "c", "main@1", "--yes"}, spoil::unpurged, 0), 2);
+    EXPECT_EQ(read_file("c"), sound);
 }
 
 }  // namespace
