@@ -5,7 +5,20 @@
 
 #include <filesystem>
 
+#include "structure.h"
+
 namespace host_tests {
+
+std::string text_of_version(const host::container_view &view, host::version_id id) {
+    std::string text;
+    std::vector<host::version_id> lineage;
+    const bool rooted = host::lineage_of(view, id, &lineage);
+    const auto broken = host::walk_version(view, lineage, [&](std::string_view piece) {
+        text += piece;
+        return true;
+    });
+    return rooted && !broken ? text : "cannot be read";
+}
 
 random_history::random_history(unsigned seed, int steps)
     : branches{"main"}, make_{.random = std::mt19937(seed), .repeated = 0.3, .quoted = 0.1} {

@@ -19,6 +19,9 @@ struct modelled_version {
     host::version_id predecessor;
 };
 
+// The text that the weave gives for a version, or "cannot be read".
+std::string text_of_version(const host::container_view &view, host::version_id id);
+
 class random_history {
 public:
     explicit random_history(unsigned seed, int steps = 0);

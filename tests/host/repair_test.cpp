@@ -8,7 +8,6 @@
 
 #include "container_repair.h"
 #include "random_history.h"
-#include "structure.h"
 
 namespace {
 
@@ -70,17 +69,6 @@ std::string damaged(std::string bytes, const damage_case &damage) {
     }
 }
 
-std::string text_of(const container_view &view, const host::version_record &version) {
-    std::string text;
-    std::vector<host::version_id> lineage;
-    const bool rooted = host::lineage_of(view, version.id, &lineage);
-    const auto broken = host::walk_version(view, lineage, [&text](std::string_view piece) {
-        text += piece;
-        return true;
-    });
-    return rooted && !broken ? text : "cannot be read";
-}
-
 // The history's container after some versions have been deleted.
 std::string pruned_container(random_history &history) {
     std::vector<const char *> deleted;
@@ -122,7 +110,7 @@ judgement judge(const std::string &bytes, const random_history &history) {
     EXPECT_EQ(host::open_container(std::string("repaired"), &repaired), 0);
     for (const auto &[id, version] : history.versions) {
         const host::version_record *saved = host::find_version_by_oid(repaired, version.oid);
-        if (saved != nullptr && text_of(repaired, *saved) != version.text) {
+        if (saved != nullptr && host_tests::text_of_version(repaired, saved->id) != version.text) {
             result.wrong += host::version_name(repaired, saved->id) + " " + version.oid + "\n";
         }
     }

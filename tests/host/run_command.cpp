@@ -163,18 +163,26 @@ std::vector<std::string> files_in(const std::string &folder) {
     return names;
 }
 
-void expect_golden(const std::string &name, const std::string &printed) {
-    std::string actual = printed;
-    // Objects and arrays that hold no others take a line each.
-    for (size_t first = 0; name.ends_with(".json") && first != std::string::npos;) {
-        const size_t open = actual.find_first_of("{[", first + 1);
-        const size_t next = actual.find_first_of("{[}]", std::min(open, actual.size()) + 1);
-        if (next != std::string::npos && (actual[next] == '}' || actual[next] == ']')) {
-            const std::string inner = actual.substr(open, next - open);
-            actual.replace(open, next - open, std::regex_replace(inner, std::regex("\n *"), " "));
+// JSON with each object and array that is short enough on one line.
+static std::string joined_json(const std::string &printed) {
+    std::string joined;
+    std::vector<size_t> open;
+    for (const char c : printed) {
+        joined += c;
+        if (c == '{' || c == '[') {
+            open.push_back(joined.size() - 1);
+        } else if ((c == '}' || c == ']') && !open.empty()) {
+            const std::string inner = joined.substr(open.back());
+            const std::string one = std::regex_replace(inner, std::regex("\n *"), " ");
+            joined.replace(open.back(), inner.size(), one.size() < 240 ? one : inner);
+            open.pop_back();
         }
-        first = open;
     }
+    return joined;
+}
+
+void expect_golden(const std::string &name, const std::string &printed) {
+    const std::string actual = name.ends_with(".json") ? joined_json(printed) : printed;
     const std::string path = std::string(TDM_SOURCE_DIR) + "/tests/golden/" + name;
     if (getenv("TDM_UPDATE_GOLDEN") != nullptr) {
         write_file(path, actual);

@@ -11,6 +11,7 @@
 
 #include "cli.h"
 #include "run_command.h"
+#include "small_texts.h"
 
 namespace {
 
@@ -23,14 +24,6 @@ struct planned_spoil {
 };
 planned_spoil plan;
 
-std::vector<std::string> split(const std::string &bytes) {
-    std::vector<std::string> lines;
-    for (size_t at = 0; at < bytes.size(); at += lines.back().size()) {
-        lines.push_back(bytes.substr(at, bytes.find('\n', at) + 1 - at));
-    }
-    return lines;
-}
-
 void spoil_file(int descriptor, off_t size) {
     std::string bytes(static_cast<size_t>(size), '\0');
     ASSERT_EQ(pread(descriptor, bytes.data(), bytes.size(), 0), size);
@@ -38,7 +31,7 @@ void spoil_file(int descriptor, off_t size) {
         write_file("text", "changed meanwhile\n");
         return;
     }
-    std::vector<std::string> lines = split(bytes);
+    std::vector<std::string> lines = split_lines(bytes);
     ASSERT_LT(plan.line, lines.size());
     const auto place = lines.begin() + static_cast<long>(plan.line);
     if (plan.how == spoil::unpurged) {
@@ -50,10 +43,7 @@ void spoil_file(int descriptor, off_t size) {
     } else {
         (*place)[place->size() - 2] ^= 1;
     }
-    bytes.clear();
-    for (const std::string &line : lines) {
-        bytes += line;
-    }
+    bytes = joined(lines);
     ASSERT_EQ(ftruncate(descriptor, 0), 0);
     ASSERT_EQ(pwrite(descriptor, bytes.data(), bytes.size(), 0), static_cast<long>(bytes.size()));
 }
@@ -142,7 +132,7 @@ TEST(spoiled, whatever_is_written_wrong_is_refused_before_it_counts) {
         write_file("c", sound);
         const std::string old = read_file(row.target);
         ASSERT_LT(run_spoiled(row.words, spoil::drop, SIZE_MAX), 2) << read_file("told");
-        const std::vector<std::string> lines = split(read_file(row.target));
+        const std::vector<std::string> lines = split_lines(read_file(row.target));
         const std::vector<std::string> names = files_in(".");
         for (size_t line = 0; line < lines.size(); line++) {
             for (const spoil how : {spoil::drop, spoil::repeat, spoil::alter}) {

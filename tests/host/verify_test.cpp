@@ -175,24 +175,13 @@ TEST(verify, tells_what_is_no_container_from_a_damaged_one) {
     }
 }
 
-std::string text_of_version(const container_view &view, version_id id) {
-    std::string text;
-    std::vector<version_id> lineage;
-    const bool rooted = host::lineage_of(view, id, &lineage);
-    const auto broken = host::walk_version(view, lineage, [&](std::string_view piece) {
-        text += piece;
-        return true;
-    });
-    return rooted && !broken ? text : "cannot be read";
-}
-
 // Whether every version is there, by its name or its identifier, with its text.
 bool texts_are_the_same(const container_view &view, const host_tests::random_history &history) {
     return std::all_of(history.versions.begin(), history.versions.end(), [&](const auto &entry) {
         const auto &[id, version] = entry;
         const host::version_record *found = host::find_version_by_oid(view, version.oid);
         found = found != nullptr ? found : host::find_version(view, id);
-        return found != nullptr && text_of_version(view, found->id) == version.text;
+        return found != nullptr && host_tests::text_of_version(view, found->id) == version.text;
     });
 }
 

@@ -15,18 +15,6 @@ using host::container_view;
 using host::version_id;
 using host_tests::random_history;
 
-std::string walked_text(const container_view &view, version_id id) {
-    std::vector<version_id> lineage;
-    EXPECT_TRUE(host::lineage_of(view, id, &lineage));
-    std::string text;
-    const auto add = [&](std::string_view piece) {
-        text += piece;
-        return true;
-    };
-    EXPECT_FALSE(host::walk_version(view, lineage, add));
-    return text;
-}
-
 uint64_t fingerprint(std::string_view text) {
     uint64_t value = 0;
     while (!text.empty()) {
@@ -67,7 +55,7 @@ TEST(weave_scan, reads_every_version_of_random_histories_in_one_pass) {
         }
         for (const auto &[id, version] : history.versions) {
             SCOPED_TRACE(host::version_name(view, id));
-            EXPECT_EQ(walked_text(view, id), version.text);
+            EXPECT_EQ(host_tests::text_of_version(view, id), version.text);
             const uint32_t position = host::position_of(scan.tree, id);
             ASSERT_NE(position, host::no_position);
             const host::text_step &read = scan.totals[position];
