@@ -175,6 +175,31 @@ TEST(verify, tells_what_is_no_container_from_a_damaged_one) {
     }
 }
 
+TEST(verify, finds_what_is_lost_and_repair_keeps_what_hangs_on_it) {
+    struct {
+        std::string from, to;
+        const char *found, *lost, *repaired;
+    } const rows[] = {
+        {"^S db1 1", "^S db1 0", "c:5: branch draft has number 1", "saved: 6 of 6", "^S db1 1\n"},
+        // Draft hangs on main@2.
+        {"ver1", "ver2", "c:7: the identifier ver2 stands in line 8 again", "lost: main@2 (line 7",
+         "^B draft 1 0 2\n^#^V ver3 0 3 4\n^#^V lost-0-2 0 2 3\n^#^V lost-0-1 0 1 2\n"},
+        {"^V ver2 0 2 3\n", "", "c:5: branch draft is made off main@2", "lost: draft@2 (line 3",
+         "^S db1 1\n^V ver4 0 4 7\n^#^V ver3 0 3 4\n^#^V lost-0-2 0 2 0\n^V ver1"},
+    };
+    const scratch_folder folder;
+    write_file("c", sound);
+    write_file("digests", tdm({"verify", "c", "--json"}).out);
+    for (const auto &row : rows) {
+        write_file("c", replaced({"", row.from, row.to, 0, ""}));
+        EXPECT_NE(tdm({"verify", "c"}).err.find(row.found), std::string::npos) << row.found;
+        EXPECT_TRUE(tdm({"repair", "c", "-fo", "new"}).out.starts_with(row.lost)) << row.lost;
+        EXPECT_NE(read_file("new").find(row.repaired), std::string::npos) << read_file("new");
+    }
+    EXPECT_NE(tdm({"verify", "new", "--digests", "digests"}).err.find("main@2 is not there any"),
+              std::string::npos);
+}
+
 // Whether every version is there, by its name or its identifier, with its text.
 bool texts_are_the_same(const container_view &view, const host_tests::random_history &history) {
     return std::all_of(history.versions.begin(), history.versions.end(), [&](const auto &entry) {
