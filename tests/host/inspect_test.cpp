@@ -89,6 +89,20 @@ TEST_F(inspection, log_cuts_long_names_to_the_width_of_a_terminal) {
     EXPECT_GT(lines, 4);
 }
 
+TEST_F(inspection, nobody_is_asked_where_no_input_is_wanted) {
+    if (!has_terminals()) {
+        GTEST_SKIP() << "needs a pseudo terminal";
+    }
+    const std::string before = read_file("c");
+    for (const char *command : {"delete", "purge"}) {
+        const terminal_result result =
+            on_terminal({command, "c", "main@4", "--no-input"}, "? ", {"yes"});
+        EXPECT_EQ(result.status, 2) << command;
+        EXPECT_NE(result.seen.find("--yes"), std::string::npos) << result.seen;
+        EXPECT_EQ(read_file("c"), before) << command;
+    }
+}
+
 TEST_F(inspection, trouble_is_told_by_status_and_words) {
     write_file("damaged", read_file("c") + "stray\n");
     struct {
