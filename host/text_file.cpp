@@ -16,50 +16,25 @@ namespace host {
 
 namespace {
 
-int write_all(int descriptor, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = write(descriptor, bytes.data(), bytes.size());
-        if (written < 0 && errno != EINTR) {
-            return errno;
-        }
-        bytes.remove_prefix(written < 0 ? 0 : static_cast<size_t>(written));
-    }
-    return 0;
-}
-
-int copy_all(int from, int to) {
-    char buffer[1 << 16];
-    while (true) {
-        const ssize_t size = read(from, buffer, sizeof buffer);
-        if (size == 0) {
-            return 0;
-        }
-        if (size < 0 && errno != EINTR) {
-            return errno;
-        }
-        const int error =
-            size < 0 ? 0 : write_all(to, std::string_view(buffer, static_cast<size_t>(size)));
-        if (error != 0) {
-            return error;
-        }
-    }
-}
-
 // The file whose descriptor `input` becomes is empty and in memory.
 int make_copy(text_file *file) {
     file->input = owned_descriptor(memfd_create("tdm", MFD_CLOEXEC));
-    file->path = "/proc/self/fd/" + std::to_string(file->input.get());
     file->is_copy = true;
-    if (!file->input.is_open()) {
-        return errno;
-    }
+    return file->input.is_open() ? 0 : errno;
+}
+
+// When the copy has its text.
+int name_copy(text_file *file) {
+    const int error = file->copy.read_from(file->input.get());
+    file->path = file->copy.path();
     file->shown = shown_path(file->path, file->name);
-    return 0;
+    return error;
 }
 
 int copy_into_memory(int from, text_file *file) {
-    const int error = make_copy(file);
-    return error != 0 ? error : copy_all(from, file->input.get());
+    int error = make_copy(file);
+    error = error != 0 ? error : copy_bytes(from, file->input.get());
+    return error != 0 ? error : name_copy(file);
 }
 
 }  // namespace
@@ -110,7 +85,8 @@ int open_text_file(const std::string &name, text_file *out) {
 int hold_text(const std::string &name, std::string_view text, text_file *out) {
     out->name = name;
     int error = make_copy(out);
-    error = error != 0 ? error : write_all(out->input.get(), text);
+    error = error != 0 ? error : write_bytes(out->input.get(), text);
+    error = error != 0 ? error : name_copy(out);
     return error == 0 ? status_done : say_errno(name, "cannot hold", error);
 }
 

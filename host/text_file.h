@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "container_view.h"
+#include "descriptor_path.h"
 #include "file_attributes.h"
 #include "file_lock.h"
 #include "shown_path.h"
@@ -21,8 +22,9 @@ struct text_file {
     text_lines lines;
     owned_descriptor input;
     granted_rights rights;  // of the file that was opened
-    shown_path shown;       // where messages would tell `path`
-    bool is_copy = false;   // `input` holds the text in memory, and `path` names it by its number
+    shown_path shown;  // where messages would tell `path`
+    bool is_copy = false;   // `input` holds the text in memory, and `copy` is its path
+    descriptor_path copy;
 };
 
 // Refuses names that lead to the same stream: standard input ("-") and pipes can be read once, and

@@ -114,6 +114,14 @@ TEST_F(replacement, killed_at_any_system_call_it_leaves_the_old_or_the_new_conta
 }
 
 TEST_F(replacement, signal_that_ends_it_removes_the_temporary_file) {
+    const std::string ignoring = std::string(
+                                     "trap '' HUP; strace -o /dev/null -e trace=fsync -e "
+                                     "inject=fsync:signal=HUP:when=1 '") +
+                                 TDM_COMMAND + "' checkin c second";
+    EXPECT_EQ(
+        run({"bash", "-c", ignoring}, {.environment = {"ASAN_OPTIONS=detect_leaks=0"}}).status, 0);
+    EXPECT_TRUE(is_new());
+    write_file("c", old_bytes_);
     for (const auto &[name, number] : {std::pair("INT", 2), std::pair("TERM", 15), {"HUP", 1}}) {
         const command_result result = traced(injection("fsync", std::string("signal=") + name, 1));
         EXPECT_EQ(result.status, 128 + number) << result.err;
@@ -171,6 +179,47 @@ TEST_F(replacement, failing_system_call_is_told_and_changes_nothing) {
             EXPECT_EQ(leftovers(), 0u) << call << " " << n;
         }
     }
+}
+
+TEST_F(replacement, failed_close_of_the_private_temporary_file_is_told) {
+    traced({"-o", "trace"});
+    const std::string trace = read_file("trace");
+    EXPECT_NE(trace.find("O_CREAT|O_EXCL|O_NOFOLLOW|O_CLOEXEC, 0600)"), std::string::npos);
+    int closes = 1;
+    const size_t forced = trace.find(" fsync(");
+    for (size_t at = 0; (at = trace.find(" close(", at)) < forced; at++) {
+        closes++;
+    }
+    write_file("c", old_bytes_);
+    const command_result result = traced(injection("close", "error=EIO", closes));
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.err, "tdm: c: the new file cannot be closed: Input/output error\n");
+    EXPECT_TRUE(is_old());
+}
+
+TEST_F(replacement, descriptors_without_paths_of_their_own_are_written_all_the_same) {
+    const std::filesystem::path bin = std::filesystem::path(TDM_COMMAND).parent_path();
+    const auto without = [&](const std::string &arguments) {
+        return run(
+            {"unshare", "-m", "sh", "-c",
+             "mount -t tmpfs none /proc && LD_LIBRARY_PATH='" +
+                 (bin.parent_path() / "lib").string() + "' '" + TDM_COMMAND + "' " + arguments},
+            {.input = second_text,
+             .environment = {"ASAN_OPTIONS=detect_leaks=0", "TMPDIR=" + folder_.path()}});
+    };
+    if (sanitized || run({"unshare", "-m", "mount", "-t", "tmpfs", "none", "/proc"}).status != 0) {
+        GTEST_SKIP() << "needs leave to mount, and a build that starts without /proc";
+    }
+    EXPECT_EQ(without("checkin c -").status, 0);
+    EXPECT_TRUE(is_new());
+    EXPECT_EQ(without("checkout c main@1 -o out").status, 0);
+    EXPECT_EQ(read_file("out"), first_text);
+    EXPECT_EQ(without("diff -q second -").status, 0);
+    EXPECT_EQ(without("merge first first - -o merged").status, 0);
+    EXPECT_EQ(read_file("merged"), second_text);
+    EXPECT_EQ(without("delete c main@1 --yes").status, 0);
+    EXPECT_EQ(tdm({"checkout", "c"}).out, second_text);
+    EXPECT_EQ(files_in("."), (std::vector<std::string>{"c", "first", "merged", "out", "second"}));
 }
 
 TEST_F(replacement, full_disk_changes_nothing) {
@@ -347,6 +396,10 @@ TEST_F(replacement, output_file_is_replaced_with_force_and_new_ones_obey_the_uma
 
 TEST_F(replacement, new_file_is_read_by_no_more_than_what_it_is_made_from) {
     write_file("base", first_text);
+    // The folder lets the user 1234 in.
+    const uint32_t list[] = {2,          0x70001, 0xffffffff, 0x60002, 1234,      0x40004,
+                             0xffffffff, 0x60010, 0xffffffff, 0x20,    0xffffffff};
+    ASSERT_EQ(setxattr(".", "system.posix_acl_default", list, sizeof list, 0), 0);
     ASSERT_EQ(tdm({"create", "fresh"}).status, 0);
     ASSERT_EQ(chmod("second", 0600) + chmod("c", 0640) + chmod("fresh", 0644), 0);
     struct row {
@@ -370,6 +423,7 @@ TEST_F(replacement, new_file_is_read_by_no_more_than_what_it_is_made_from) {
         struct stat status {};
         ASSERT_EQ(stat(r.file, &status), 0);
         EXPECT_EQ(status.st_mode & 0777, r.mode) << r.file;
+        EXPECT_LT(getxattr(r.file, "system.posix_acl_access", nullptr, 0), 0) << r.file;
     }
     umask(mask);
 }
@@ -383,22 +437,31 @@ TEST_F(replacement, what_others_do_meanwhile_is_refused_and_only_dead_files_of_o
     }
     const int held = open(living.c_str(), O_RDONLY);
     ASSERT_EQ(flock(held, LOCK_EX), 0);
-    for (const char *act :
-         {"echo x >>c", "ln c other", "find . -name '.tdm-*[0-9a-f]' ! -name '*aaaaaa' -delete"}) {
+    struct row {
+        const char *words, *act, *said;
+    };
+    const char *nothing = "nothing is replaced";
+    const row rows[] = {
+        {"checkin c second", "echo x >>c", nothing},
+        {"checkin c second", "ln c other", nothing},
+        {"checkin c second", "find . -name '.tdm-*[0-9a-f]' ! -name '*aaaaaa' -delete", nothing},
+        {"checkout c -o out", "echo precious >out", "File exists"}};
+    for (const auto &[words, act, said] : rows) {
         write_file("c", old_bytes_);
         const std::string script = std::string(
                                        "strace -o /dev/null -e trace=fsync -e "
                                        "inject=fsync:delay_enter=1000000:when=1 '") +
-                                   TDM_COMMAND + "' checkin c second & sleep 0.6; " + act +
+                                   TDM_COMMAND + "' " + words + " & sleep 0.6; " + act +
                                    "; wait $!";
         command_options options;
         options.environment = {"ASAN_OPTIONS=detect_leaks=0"};
         const command_result result = run({"bash", "-c", script}, options);
         EXPECT_EQ(result.status, 2) << act;
-        EXPECT_NE(result.err.find("nothing is replaced"), std::string::npos) << result.err;
+        EXPECT_NE(result.err.find(said), std::string::npos) << result.err;
         EXPECT_FALSE(is_new()) << act;
         std::filesystem::remove("other");
     }
+    EXPECT_EQ(read_file("out"), "precious\n");
     close(held);
     EXPECT_TRUE(std::filesystem::exists(living) && std::filesystem::exists(odd));
     EXPECT_FALSE(std::filesystem::exists(dead));
