@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -150,7 +151,13 @@ int temporary_file::put_in_place() {
         return say_errno(target_->name, "cannot be put in place", errno);
     }
     forget_path();
-    if (!has_name(target_->base())) {
+    struct stat written {
+    }, found{};
+    if (fstat(descriptor_.get(), &written) != 0 ||
+        (fstatat(folder, target_->base(), &found, AT_SYMLINK_NOFOLLOW) != 0 && errno != ENOENT)) {
+        return say_errno(target_->name, "is replaced, but cannot be looked at again", errno);
+    }
+    if (written.st_dev != found.st_dev || written.st_ino != found.st_ino) {
         say_of_file(target_->name,
                     "is not what was written: somebody else has put another file "
                     "in its place");
