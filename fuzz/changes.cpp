@@ -112,7 +112,10 @@ void checkin(std::string_view bytes) {
     words.insert(words.begin() + 1, fork ? "--from=" + word : "-q");
     const auto [status, after] = change(input, words);
     if (status != 0) {
-        require(!is_sound(input.view) || !host::next_branch_number(input.view), "verify passes it");
+        // A full container has no number for a branch, a full branch none for a version.
+        require(!is_sound(input.view) || !host::next_branch_number(input.view) ||
+                    !host::next_version_number(input.view, base.id.branch),
+                "verify passes it");
         return;
     }
     require(!host::scan_structure(input.view), "the scan refuses it");
