@@ -22,7 +22,7 @@ struct text_file {
     text_lines lines;
     owned_descriptor input;
     granted_rights rights;  // of the file that was opened
-    shown_path shown;  // where messages would tell `path`
+    shown_path shown;       // where messages would tell `path`
     bool is_copy = false;   // `input` holds the text in memory, and `copy` is its path
     descriptor_path copy;
 };
