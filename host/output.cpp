@@ -142,7 +142,7 @@ int finish_standard_output() {
     const int own_error = standard_output().close_and_take_error();
     const int error = own_error != 0 ? own_error : stream_error;
     if (error != 0 && !done_before_output.empty()) {
-        say("%s, but this could not be written to standard output: %s", done_before_output.c_str(),
+        say("%s, but <stdout> could not be written: %s", done_before_output.c_str(),
             std::strerror(error));
         standard_output_result = status_trouble;
     } else if (error != 0) {

@@ -118,8 +118,7 @@ TEST(frame, full_device_is_noticed) {
         EXPECT_EQ(result.status, 2) << words[0];
         EXPECT_NE(result.err.find("No space left"), std::string::npos) << result.err;
     }
-    const std::string tail =
-        ", but this could not be written to standard output: No space left on device\n";
+    const std::string tail = ", but <stdout> could not be written: No space left on device\n";
     EXPECT_EQ(tdm({"import", "c", "a", "a", "--allow-same"}, full).err,
               "tdm: main@2 to main@3 are stored" + tail);
     EXPECT_EQ(tdm({"delete", "c", "main@3", "--yes"}, full).err,

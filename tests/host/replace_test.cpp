@@ -236,7 +236,7 @@ TEST_F(replacement, closed_standard_output_does_not_let_data_into_the_container)
     const std::string script = std::string("'") + TDM_COMMAND + "' checkin c second >&- 2>err <&-";
     EXPECT_EQ(run({"bash", "-c", script}).status, 2);
     EXPECT_EQ(read_file("err"),
-              "tdm: main@2 is stored, but this could not be written to standard output: "
+              "tdm: main@2 is stored, but <stdout> could not be written: "
               "Bad file descriptor\n");
     EXPECT_TRUE(is_new());
 }
