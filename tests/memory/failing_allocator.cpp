@@ -41,6 +41,10 @@ void *operator new(size_t size) {
     }
 }
 
+void *operator new(size_t size, const std::nothrow_t &) noexcept {
+    return fails() ? nullptr : std::malloc(std::max<size_t>(size, 1));
+}
+
 void operator delete(void *block) noexcept {
     std::free(block);
 }
