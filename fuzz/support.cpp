@@ -53,7 +53,8 @@ int sys_fsync_stream(FILE *stream) {
 
 // In place of the command's own, which closes standard output for good.
 extern "C" int __wrap__ZN4host22finish_standard_outputEv() {
-    return std::fflush(stdout) == 0 ? host::standard_output().finish_keeping_open() : 2;
+    host::standard_output().flush();
+    return std::fflush(stdout) == 0 && !host::standard_output().failed() ? 0 : 2;
 }
 
 // The target is named by the environment, as the fuzzer has the command line.

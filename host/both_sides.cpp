@@ -11,7 +11,8 @@
 #include <cstring>
 
 #include "exit_status.h"
-#include "file_lock.h"
+#include "out_of_memory.h"
+#include "owned_descriptor.h"
 
 namespace host {
 
@@ -82,24 +83,19 @@ void write_sides(const both_sides &sides, int ours, int theirs, sides_writer *ou
 
 both_sides given_sides;
 
-void say_words(const char *words) noexcept {
-    // Where that fails too there is nobody to tell.
-    [[maybe_unused]] const ssize_t told = write(STDERR_FILENO, words, std::strlen(words));
-}
-
 int keep_given_sides() {
     if (write_both_sides(given_sides) == 0) {
         say_sides_are_kept();
         return status_negative;
     }
-    say_words("tdm: out of memory; our side is left as it is\n");
+    say_without_memory("; our side is left as it is");
     return status_trouble;
 }
 
 }  // namespace
 
 void say_sides_are_kept() noexcept {
-    say_words("tdm: out of memory; both sides are kept between markers\n");
+    say_without_memory("; both sides are kept between markers");
 }
 
 int write_both_sides(const both_sides &sides) noexcept {

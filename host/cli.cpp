@@ -288,6 +288,9 @@ int run_command_line(int argc, char **argv) {
     } catch (const std::bad_alloc &) {
         note_out_of_memory();
         status = status_trouble;
+        if (is_replaced()) {
+            standard_output().flush();  // it says what has been stored
+        }
     } catch (const std::exception &error) {
         say("%s", error.what());
         status = status_trouble;

@@ -12,8 +12,8 @@
 
 #include "cli.h"
 #include "container_reading.h"
-#include "file_lock.h"
 #include "output.h"
+#include "owned_descriptor.h"
 #include "terminal.h"
 
 namespace host {

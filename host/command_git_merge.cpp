@@ -61,7 +61,7 @@ int replace_ours(const std::string &name, std::string_view text) {
     if (descriptor < 0) {
         return say_errno(name, "cannot write", errno);
     }
-    output_writer writer(descriptor, name);
+    output_writer writer(owned_descriptor(descriptor), name);
     writer.write(text);
     int status = writer.finish();
     if (status == status_done && std::rename(beside.c_str(), name.c_str()) != 0) {

@@ -148,7 +148,7 @@ int write_container(import_run &run, const std::string &header, const import_wea
     weave.append_to(out);
     output_writer writer(run.change.replacement.temporary_descriptor(), run.options.container);
     writer.write(out);
-    return writer.finish_keeping_open();
+    return writer.finish();
 }
 
 // Reads every file again and compares it with its version.

@@ -44,8 +44,7 @@ int write_file(const command_context &context, const std::string &name, std::str
     for (const text_file &file : run.files) {
         replacement.made_from(file.rights);
     }
-    // The replacement forces the descriptor to disk and closes it, so the writer gets another.
-    output_writer writer(dup(replacement.temporary_descriptor()), name);
+    output_writer writer(replacement.temporary_descriptor(), name);
     writer.write(text);
     return writer.finish() == status_done ? replacement.commit({}) : int{status_trouble};
 }

@@ -117,12 +117,7 @@ int write_new(const container_reading &input, const container_check &check,
     if (replacement->begin() != status_done) {
         return status_trouble;
     }
-    // A copy, because the writer closes what it is given.
-    const int copy = dup(replacement->temporary_descriptor());
-    if (copy < 0) {
-        return say_errno(view.name, "the new container cannot be written", errno);
-    }
-    output_writer out(copy, replacement->file().name);
+    output_writer out(replacement->temporary_descriptor(), replacement->file().name);
     write_repaired(view, check, verdict, &out);
     if (out.finish() != status_done) {
         return status_trouble;

@@ -10,7 +10,7 @@
 
 #include "container_view.h"
 #include "descriptor_path.h"
-#include "file_lock.h"
+#include "owned_descriptor.h"
 #include "shown_path.h"
 
 namespace host {

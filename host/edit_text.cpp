@@ -32,7 +32,7 @@ int make_scratch(const std::string &text, scratch_file *file) {
         return say_errno(path, "cannot create", errno);
     }
     file->path = path;
-    output_writer writer(descriptor, path);
+    output_writer writer(owned_descriptor(descriptor), path);
     writer.write(text);
     return writer.finish();
 }

@@ -171,26 +171,6 @@ bool names_same_file(int folder, const char *base, const struct stat &status) {
            now.st_ino == status.st_ino;
 }
 
-owned_descriptor &owned_descriptor::operator=(owned_descriptor &&other) noexcept {
-    if (this != &other) {
-        if (descriptor_ >= 0) {
-            close(descriptor_);
-        }
-        descriptor_ = other.release();
-    }
-    return *this;
-}
-
-owned_descriptor::~owned_descriptor() {
-    if (descriptor_ >= 0) {
-        close(descriptor_);
-    }
-}
-
-int owned_descriptor::release() {
-    return std::exchange(descriptor_, -1);
-}
-
 int lock_file(const std::string &name, bool may_be_new, const command_context &context,
               locked_file *out) {
     const double deadline = monotonic_seconds() + context.lock_timeout;

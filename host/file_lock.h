@@ -8,25 +8,9 @@
 #include <string>
 
 #include "command_context.h"
+#include "owned_descriptor.h"
 
 namespace host {
-
-// Owns an open descriptor.
-class owned_descriptor {
-public:
-    owned_descriptor() = default;
-    explicit owned_descriptor(int descriptor) : descriptor_(descriptor) {}
-    owned_descriptor(owned_descriptor &&other) noexcept : descriptor_(other.release()) {}
-    owned_descriptor &operator=(owned_descriptor &&other) noexcept;
-    ~owned_descriptor();
-
-    int get() const { return descriptor_; }
-    bool is_open() const { return descriptor_ >= 0; }
-    int release();
-
-private:
-    int descriptor_ = -1;
-};
 
 // A file as found at the moment it was locked.
 struct locked_file {

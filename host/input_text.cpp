@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "exit_status.h"
+#include "file_lock.h"
 #include "output.h"
 
 namespace host {

@@ -13,9 +13,9 @@
 #include <new>
 
 #include "container_view.h"
-#include "file_lock.h"
 #include "out_of_memory.h"
 #include "output.h"
+#include "owned_descriptor.h"
 #include "record_line.h"
 #include "shown_path.h"
 

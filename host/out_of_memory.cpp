@@ -2,10 +2,10 @@
 
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <new>
-#include <string_view>
 
 #include "end_signals.h"
 #include "exit_status.h"
@@ -54,14 +54,16 @@ bool is_replaced() noexcept {
     return replaced;
 }
 
+void say_without_memory(const char *words) noexcept {
+    // Where that fails too there is nobody to tell.
+    (void)std::fprintf(stderr, "tdm: out of memory%s\n", words);
+}
+
 int end_without_memory() noexcept {
     if (last_resort != nullptr && !replaced) {
         return last_resort();
     }
-    const std::string_view words =
-        replaced ? "tdm: out of memory, but the file is replaced\n" : "tdm: out of memory\n";
-    // Where that fails too there is nobody to tell.
-    [[maybe_unused]] const ssize_t told = write(STDERR_FILENO, words.data(), words.size());
+    say_without_memory(replaced ? ", but the file is replaced" : "");
     return status_trouble;
 }
 

@@ -23,6 +23,9 @@ void forget_notes() noexcept;
 // Whether a file has been put in place.
 [[nodiscard]] bool is_replaced() noexcept;
 
+// Prints "tdm: out of memory" and the words after it, as one line.
+void say_without_memory(const char *words) noexcept;
+
 // Ends a run for which there was no memory: does what watch_memory was given for that, otherwise
 // prints "tdm: out of memory", and whether a file has been replaced all the same. The exit status.
 [[nodiscard]] int end_without_memory() noexcept;

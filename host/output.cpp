@@ -1,5 +1,6 @@
 #include "output.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -54,11 +55,16 @@ std::string done_before_output;  // what has been done, whatever becomes of stan
 }  // namespace
 
 output_writer::output_writer(int descriptor, std::string name)
-    : descriptor_(descriptor), name_(std::move(name)) {}
+    : descriptor_(fcntl(descriptor, F_DUPFD_CLOEXEC, 0)),
+      error_(descriptor_.is_open() ? 0 : errno),
+      name_(std::move(name)) {}
+
+output_writer::output_writer(owned_descriptor descriptor, std::string name)
+    : descriptor_(std::move(descriptor)), name_(std::move(name)) {}
 
 void output_writer::write_out(const char *bytes, size_t size) {
     while (size > 0 && error_ == 0) {
-        const ssize_t written = ::write(descriptor_, bytes, size);
+        const ssize_t written = ::write(descriptor_.get(), bytes, size);
         if (written < 0 && errno != EINTR) {
             error_ = errno;
         } else if (written > 0) {
@@ -89,18 +95,12 @@ void output_writer::flush() {
     used_ = 0;
 }
 
-int output_writer::finish_keeping_open() {
-    flush();
-    const int error = std::exchange(error_, 0);
-    return error == 0 ? int{status_done} : say_errno(name_, "cannot write", error);
-}
-
 int output_writer::close_and_take_error() {
     flush();
-    if (descriptor_ >= 0 && close(descriptor_) != 0 && error_ == 0 && errno != EINTR) {
+    if (descriptor_.is_open() && close(descriptor_.release()) != 0 && error_ == 0 &&
+        errno != EINTR) {
         error_ = errno;
     }
-    descriptor_ = -1;
     return std::exchange(error_, 0);
 }
 
@@ -110,12 +110,13 @@ int output_writer::finish() {
 }
 
 output_writer &standard_output() {
-    static output_writer writer(STDOUT_FILENO, "<stdout>");
+    // Never destroyed: the descriptor is the process's, also after main.
+    static output_writer &writer = *new output_writer(owned_descriptor(STDOUT_FILENO), "<stdout>");
     return writer;
 }
 
 void begin_standard_output() {
-    standard_output().start_again(STDOUT_FILENO);
+    standard_output().start_again(owned_descriptor(STDOUT_FILENO));
     standard_output_finished = false;
     standard_output_result = status_done;
     done_before_output.clear();

@@ -9,6 +9,9 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
+
+#include "owned_descriptor.h"
 
 namespace host {
 
@@ -16,12 +19,18 @@ namespace host {
 // reported once, by finish(). A closed pipe ends the process by SIGPIPE, silently.
 class output_writer {
 public:
-    // `name` is used in the message of a failure. The descriptor is not owned until finish().
+    // Writes to a duplicate of `descriptor`, which stays the caller's. `name` is used in the message
+    // of a failure.
     output_writer(int descriptor, std::string name);
 
-    // Forgets what was written, and that it failed.
-    void start_again(int descriptor) {
-        descriptor_ = descriptor;
+    // Writes to `descriptor` itself, and closes it at the end.
+    output_writer(owned_descriptor descriptor, std::string name);
+
+    // Lets go of the descriptor and writes to this one; forgets what was written, and that it
+    // failed.
+    void start_again(owned_descriptor descriptor) {
+        descriptor_.release();
+        descriptor_ = std::move(descriptor);
         error_ = 0;
         used_ = 0;
     }
@@ -41,10 +50,7 @@ public:
     void flush();
     bool failed() const { return error_ != 0; }
 
-    // Flushes and leaves the descriptor open; 0, or status_trouble after a message.
-    int finish_keeping_open();
-
-    // Flushes and closes the descriptor; 0, or status_trouble after a message.
+    // Flushes and closes its descriptor; 0, or status_trouble after a message.
     int finish();
 
     // The same without a message: 0 or the errno value of the first failure.
@@ -55,7 +61,7 @@ private:
     void write_past(std::string_view bytes);
 
     static constexpr size_t capacity = size_t{1} << 16;
-    int descriptor_;
+    owned_descriptor descriptor_;
     int error_ = 0;
     std::string name_;
     std::unique_ptr<char[]> buffer_{new char[capacity]};

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "file_lock.h"
+#include "owned_descriptor.h"
 
 namespace host {
 

@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "exit_status.h"
 #include "memory_file.h"
 #include "output.h"
 #include "weave_cursor.h"
@@ -112,12 +113,7 @@ text_set lines_to_take_out(const container_view &view, version_id version,
 
 int write_without(const container_view &view, const text_set &secret,
                   const deletion_request &request, int descriptor) {
-    // A copy, because the writer closes what it is given.
-    const int copy = dup(descriptor);
-    if (copy < 0) {
-        return say_errno(view.name, "cannot be written", errno);
-    }
-    output_writer out(copy, view.name);
+    output_writer out(descriptor, view.name);
     out.write(view.bytes.view().substr(0, view.weave_offset));
     const holder_pass pass(view, request);
     const rewrite_plan plan{

@@ -9,7 +9,7 @@
 #include "container_view.h"
 #include "descriptor_path.h"
 #include "file_attributes.h"
-#include "file_lock.h"
+#include "owned_descriptor.h"
 #include "shown_path.h"
 #include "text_lines.h"
 

@@ -1,10 +1,12 @@
 #include "working_file.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
+
+#include <new>
 
 #include "base_attribute.h"
 #include "container_view.h"
+#include "out_of_memory.h"
 #include "output.h"
 
 namespace host {
@@ -28,30 +30,35 @@ int working_file::read(const std::string &name) {
     return status;
 }
 
-bool working_file::holds_text(int descriptor) const {
-    file_bytes now;
-    return now.load(descriptor) == 0 && now.view() == input_.text();
-}
-
 int working_file::check_unchanged(int descriptor) const {
-    if (holds_text(descriptor)) {
+    file_bytes now;
+    if (const int error = now.load(descriptor); error != 0) {
+        return say_errno(name_, "cannot be read again", error);
+    }
+    if (now.view() == input_.text()) {
         return status_done;
     }
     say_of_file(name_, "was changed by somebody else meanwhile; it is left as it is");
     return status_trouble;
 }
 
-void working_file::set_base(std::string_view identifier) const {
+void working_file::set_base(std::string_view identifier) const try {
     if (!source_.is_open() || context_.dry_run || base_ == identifier) {
         return;
     }
-    if (!holds_text(source_.get())) {
+    file_bytes now;
+    int error = now.load(source_.get());
+    if (error == 0 && now.view() != input_.text()) {
         say_of_file(name_, "was changed meanwhile, so it is not marked with the new version");
         return;
     }
-    if (const int error = write_base(source_.get(), identifier); error != 0) {
+    error = error != 0 ? error : write_base(source_.get(), identifier);
+    if (error != 0) {
         (void)say_errno(name_, "cannot be marked with the version that it is now", error);
     }
+} catch (const std::bad_alloc &) {
+    // The text is stored by now, and the command must not end as if it were not.
+    say_without_memory("; the file checked in is not marked with the version that it is now");
 }
 
 int working_file::prepare(std::string_view text, const std::string &identifier) {
@@ -73,8 +80,7 @@ int working_file::prepare(std::string_view text, const std::string &identifier) 
         [this, identifier](int descriptor) { mark_new_file(descriptor, identifier, name_); });
     replacement_.look_before_rename(
         [this] { return check_unchanged(replacement_.file().descriptor.get()); });
-    // The replacement forces the descriptor to disk, so the writer gets another to close.
-    output_writer writer(dup(replacement_.temporary_descriptor()), name_);
+    output_writer writer(replacement_.temporary_descriptor(), name_);
     writer.write(text);
     return writer.finish();
 }

@@ -29,7 +29,8 @@ public:
     // The identifier that the file was marked with before its text was read; empty for none.
     const std::string &base() const { return base_; }
 
-    // Marks the file as made from that version. What fails is told; nothing with --dry-run.
+    // Marks the file as made from that version. What fails is told, for want of memory too; nothing
+    // with --dry-run.
     void set_base(std::string_view identifier) const;
 
     // Makes `text`, marked with `identifier`, ready to take the file's place; 0, or status_trouble
@@ -43,8 +44,6 @@ public:
     [[nodiscard]] int check_unchanged(int descriptor) const;
 
 private:
-    [[nodiscard]] bool holds_text(int descriptor) const;
-
     const command_context &context_;
     std::string name_;
     std::string base_;
