@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <sstream>
 
-#include "cli.h"
+#include "commands.h"
 #include "targets.h"
 
 namespace fuzz {

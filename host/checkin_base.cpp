@@ -1,15 +1,15 @@
 #include "checkin_base.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <vector>
 
-#include "cli.h"
+#include "command_declaration.h"
 #include "container_change.h"
 #include "output.h"
 #include "structure.h"
 #include "terminal.h"
 #include "time_text.h"
+#include "usage_error.h"
 
 namespace host {
 
@@ -79,12 +79,11 @@ std::vector<const version_record *> came_since(const container_view &view,
 
 }  // namespace
 
-void base_options::declare(CLI::App &app) {
-    app.add_option("--base", base, "Store only when this is the newest version")
-        ->option_text("VERSION");
-    app.add_flag("--no-base", no_base, "Whatever FILE was made from, store it as the next version");
-    app.add_flag("--merge", merge, "Merge FILE with what came since, and store that");
-    app.add_flag("--update", update, "With --merge: write the merged text to FILE");
+void base_options::declare(command_declaration &command) {
+    command.value("--base", "VERSION", base, "Store only when this is the newest version");
+    command.flag("--no-base", no_base, "Whatever FILE was made from, store it as the next version");
+    command.flag("--merge", merge, "Merge FILE with what came since, and store that");
+    command.flag("--update", update, "With --merge: write the merged text to FILE");
 }
 
 int base_options::check_usage(const std::string &file) const {

@@ -5,10 +5,11 @@
 #include <string>
 
 #include "checkin_plan.h"
-#include "command_context.h"
 #include "container_view.h"
 
 namespace host {
+
+struct command_declaration;
 
 struct base_options {
     std::string base;  // the version that FILE was made from; empty: the one that FILE names
@@ -16,7 +17,7 @@ struct base_options {
     bool merge = false;
     bool update = false;
 
-    void declare(CLI::App &app);
+    void declare(command_declaration &command);
     // Refuses what does not go together, `file` being the text's name; 0, or status_trouble.
     [[nodiscard]] int check_usage(const std::string &file) const;
 };

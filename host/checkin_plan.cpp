@@ -1,9 +1,10 @@
 #include "checkin_plan.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "container_change.h"
 #include "output.h"
 
@@ -43,16 +44,15 @@ int plan_new_branch(const container_view &view, const std::string &branch, const
 
 }  // namespace
 
-void checkin_options::declare(CLI::App &app, command_context &context) {
-    app.add_option("--branch", branch, "The branch (default: main, or the only one)")
-        ->option_text("NAME");
-    app.add_option("--from", from, "Start the new branch off this version")->option_text("VERSION");
-    time.declare(app);
-    app.add_flag("--allow-same", allow_same,
+void checkin_options::declare(command_declaration &command, command_context &context) {
+    command.value("--branch", "NAME", branch, "The branch (default: main, or the only one)");
+    command.value("--from", "VERSION", from, "Start the new branch off this version");
+    time.declare(command);
+    command.flag("--allow-same", allow_same,
                  "Store a version whose text is that of the one before");
-    add_dry_run_option(app, context);
-    add_replace_options(app, context, "Go on when the file's owner or group cannot be kept");
-    context.exit_codes =
+    add_dry_run_option(command, context);
+    add_replace_options(command, context, "Go on when the file's owner or group cannot be kept");
+    command.exit_codes =
         "0 stored; 1 nothing to store; 2 wrong usage or trouble, nothing is changed unless it says "
         "so.";
 }

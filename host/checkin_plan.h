@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <string>
 
-#include "command_context.h"
 #include "container_view.h"
 #include "time_option.h"
 
 namespace host {
+
+struct command_context;
+struct command_declaration;
 
 // The options of the commands that store texts.
 struct checkin_options {
@@ -19,7 +21,7 @@ struct checkin_options {
     time_option time;
 
     // Those of all commands that change a container among them, and the exit codes.
-    void declare(CLI::App &app, command_context &context);
+    void declare(command_declaration &command, command_context &context);
 };
 
 struct checkin_plan {

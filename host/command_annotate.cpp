@@ -1,7 +1,6 @@
 // tdm annotate: each line of a version with the version that brought it.
 #include <norviktdm/tdm.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
@@ -9,11 +8,12 @@
 #include <unordered_map>
 #include <vector>
 
-#include "cli.h"
 #include "columns.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "container_change.h"
 #include "container_reading.h"
-#include "damaged_option.h"
 #include "memory_file.h"
 #include "output.h"
 #include "time_text.h"
@@ -205,23 +205,23 @@ int run_annotate(const command_context &context, const annotate_options &options
 
 }  // namespace
 
-void register_annotate(CLI::App &app, command_context &context) {
+void register_annotate(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<annotate_options>();
-    context.take("CONTAINER", options->container, "The container to read");
-    context.take_optional("VERSION", options->version,
+    command.take("CONTAINER", options->container, "The container to read");
+    command.take_optional("VERSION", options->version,
                           "BRANCH@N, BRANCH or an identifier (default: the newest)");
-    app.add_flag("--deleted", options->deleted, "Also the lines that VERSION has lost");
-    app.add_flag("--all", options->all, "Also the lines of other branches and of later versions");
-    app.add_flag("--raw", options->raw, "The library's own listing, for scripts");
-    add_damaged_option(app, options->damaged);
-    context.details =
+    command.flag("--deleted", options->deleted, "Also the lines that VERSION has lost");
+    command.flag("--all", options->all, "Also the lines of other branches and of later versions");
+    command.flag("--raw", options->raw, "The library's own listing, for scripts");
+    add_damaged_option(command, options->damaged);
+    command.details =
         "Each line: the version that brought it, its date, the line's number, the text. With\n"
         "--deleted or --all a mark comes first (- deleted, | not in VERSION's line) and the\n"
         "version that deleted the line stands before the text.";
-    context.exit_codes =
+    command.exit_codes =
         "0 written, with --damaged also from a damaged container; 2 wrong usage or trouble.";
-    context.examples = {"tdm annotate notes.tdm", "tdm annotate notes.tdm main@3 --deleted"};
-    context.run = [&context, options] { return run_annotate(context, *options); };
+    command.examples = {"tdm annotate notes.tdm", "tdm annotate notes.tdm main@3 --deleted"};
+    command.run = [&context, options] { return run_annotate(context, *options); };
 }
 
 }  // namespace host

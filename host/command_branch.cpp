@@ -1,12 +1,13 @@
 // tdm branch: a branch off an existing version.
 #include <norviktdm/tdm.h>
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 #include <utility>
 
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "container_change.h"
 #include "output.h"
 #include "proof.h"
@@ -73,18 +74,18 @@ int run_branch(const command_context &context, const branch_options &options) {
 
 }  // namespace
 
-void register_branch(CLI::App &app, command_context &context) {
+void register_branch(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<branch_options>();
-    context.take("CONTAINER", options->container, "The container to change");
-    context.take("NAME", options->name, "The new branch: 1 to 99 bytes, no blanks, no '@'");
-    context.take("VERSION", options->version, "The version that the branch is made off");
-    options->time.declare(app);
-    add_dry_run_option(app, context);
-    add_replace_options(app, context, "Go on when the file's owner or group cannot be kept");
-    context.details = "Version 0 of the new branch has the text of VERSION.";
-    context.exit_codes = "0 made; 2 wrong usage or trouble, nothing is changed unless it says so.";
-    context.examples = {"tdm branch notes.tdm draft main@3", "tdm branch notes.tdm fix main"};
-    context.run = [&context, options] { return run_branch(context, *options); };
+    command.take("CONTAINER", options->container, "The container to change");
+    command.take("NAME", options->name, "The new branch: 1 to 99 bytes, no blanks, no '@'");
+    command.take("VERSION", options->version, "The version that the branch is made off");
+    options->time.declare(command);
+    add_dry_run_option(command, context);
+    add_replace_options(command, context, "Go on when the file's owner or group cannot be kept");
+    command.details = "Version 0 of the new branch has the text of VERSION.";
+    command.exit_codes = "0 made; 2 wrong usage or trouble, nothing is changed unless it says so.";
+    command.examples = {"tdm branch notes.tdm draft main@3", "tdm branch notes.tdm fix main"};
+    command.run = [&context, options] { return run_branch(context, *options); };
 }
 
 }  // namespace host

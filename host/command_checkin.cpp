@@ -1,7 +1,6 @@
 // tdm checkin: the next version of a branch.
 #include <norviktdm/tdm.h>
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 #include <utility>
@@ -9,7 +8,8 @@
 #include "checkin_base.h"
 #include "checkin_merge.h"
 #include "checkin_plan.h"
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
 #include "container_change.h"
 #include "merge_words.h"
 #include "output.h"
@@ -217,13 +217,13 @@ int run_checkin(const command_context &context, const checkin_operands &options)
 
 }  // namespace
 
-void register_checkin(CLI::App &app, command_context &context) {
+void register_checkin(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<checkin_operands>();
-    context.take("CONTAINER", options->container, "The container to change");
-    context.take("FILE", options->file, "The new version's text; - is standard input");
-    options->base.declare(app);
-    options->stored.declare(app, context);
-    context.details =
+    command.take("CONTAINER", options->container, "The container to change");
+    command.take("FILE", options->file, "The new version's text; - is standard input");
+    options->base.declare(command);
+    options->stored.declare(command, context);
+    command.details =
         "FILE, when 'tdm checkout -o' or an earlier check-in has left it, names in its extended\n"
         "attribute user.tdm.base the version that it was made from, and that is --base where the\n"
         "option is not given: what others have stored since is then told, with exit code 1, and\n"
@@ -236,13 +236,13 @@ void register_checkin(CLI::App &app, command_context &context) {
         "Prints the name of the new version. The new container is compared with the old one\n"
         "and with FILE before it takes the old one's place; killed at any moment, the command\n"
         "leaves the old container or the new one, whole.";
-    context.exit_codes =
+    command.exit_codes =
         "0 stored; 1 nothing to store, or not stored: the base is not the newest version, or its\n"
         "merge has conflicts; 2 wrong usage or trouble, nothing is changed unless it says so.";
-    context.examples = {"tdm checkin notes.tdm notes.txt",
+    command.examples = {"tdm checkin notes.tdm notes.txt",
                         "tdm checkin notes.tdm notes.txt --merge --update",
                         "tdm checkin notes.tdm draft.txt --branch draft --from main@3"};
-    context.run = [&context, options] { return run_checkin(context, *options); };
+    command.run = [&context, options] { return run_checkin(context, *options); };
 }
 
 }  // namespace host

@@ -1,15 +1,15 @@
 // tdm checkout: the text of a version.
 #include <norviktdm/tdm.h>
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
 #include "base_attribute.h"
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "container_change.h"
 #include "container_reading.h"
-#include "damaged_option.h"
 #include "file_replace.h"
 #include "output.h"
 #include "proof.h"
@@ -89,27 +89,26 @@ int run_checkout(const command_context &context, const checkout_options &options
 
 }  // namespace
 
-void register_checkout(CLI::App &app, command_context &context) {
+void register_checkout(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<checkout_options>();
-    context.take("CONTAINER", options->container, "The container to read");
-    context.take_optional("VERSION", options->version,
+    command.take("CONTAINER", options->container, "The container to read");
+    command.take_optional("VERSION", options->version,
                           "BRANCH@N, BRANCH or an identifier (default: the newest)");
-    app.add_option("-o,--output", options->output, "Write FILE instead of standard output")
-        ->option_text("FILE");
-    add_dry_run_option(app, context);
-    add_replace_options(app, context,
+    command.value("-o,--output", "FILE", options->output, "Write FILE instead of standard output");
+    add_dry_run_option(command, context);
+    add_replace_options(command, context,
                         "Replace a FILE with changes that are in no version, though its owner "
                         "changes");
-    add_damaged_option(app, options->damaged);
-    context.details =
+    add_damaged_option(command, options->damaged);
+    command.details =
         "FILE is written beside its place, compared with the version, and renamed. An existing\n"
         "FILE is replaced when its bytes are those of a version, so that nothing is lost. FILE's\n"
         "extended attribute user.tdm.base names the version, where the file system takes it:\n"
         "'tdm checkin' then sees what others have stored since.";
-    context.exit_codes =
+    command.exit_codes =
         "0 written, with --damaged also from a damaged container; 2 wrong usage or trouble.";
-    context.examples = {"tdm checkout notes.tdm", "tdm checkout notes.tdm main@3 -o old.txt"};
-    context.run = [&context, options] { return run_checkout(context, *options); };
+    command.examples = {"tdm checkout notes.tdm", "tdm checkout notes.tdm main@3 -o old.txt"};
+    command.run = [&context, options] { return run_checkout(context, *options); };
 }
 
 }  // namespace host

@@ -1,9 +1,10 @@
 // tdm config: lines for the configuration of other programs.
-#include <CLI/CLI.hpp>
 #include <memory>
 
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
 #include "output.h"
+#include "usage_error.h"
 
 namespace host {
 
@@ -36,13 +37,13 @@ int run_config(const std::string &program) {
 
 }  // namespace
 
-void register_config(CLI::App &, command_context &context) {
+void register_config(command_declaration &command, command_context &) {
     const auto program = std::make_shared<std::string>();
-    context.take("PROGRAM", *program, "git: merge driver, merge tool, diff tool, external diff");
-    context.details = "Prints only; nothing is changed.";
-    context.exit_codes = "0 printed; 2 wrong usage or trouble.";
-    context.examples = {"tdm config git", "tdm config git >> ~/.gitconfig"};
-    context.run = [program] { return run_config(*program); };
+    command.take("PROGRAM", *program, "git: merge driver, merge tool, diff tool, external diff");
+    command.details = "Prints only; nothing is changed.";
+    command.exit_codes = "0 printed; 2 wrong usage or trouble.";
+    command.examples = {"tdm config git", "tdm config git >> ~/.gitconfig"};
+    command.run = [program] { return run_config(*program); };
 }
 
 }  // namespace host

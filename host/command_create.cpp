@@ -1,12 +1,13 @@
 // tdm create: the container of a new element, with its empty version 0.
 #include <norviktdm/tdm.h>
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 #include <utility>
 
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "container_change.h"
 #include "file_replace.h"
 #include "output.h"
@@ -75,17 +76,17 @@ int run_create(const command_context &context, const create_options &options) {
 
 }  // namespace
 
-void register_create(CLI::App &app, command_context &context) {
+void register_create(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<create_options>();
-    context.take("CONTAINER", options->container, "The file to create; it must not exist");
-    app.add_option("--branch", options->branch, "The name of the first branch (default main)")
-        ->option_text("NAME");
-    options->time.declare(app);
-    add_dry_run_option(app, context);
-    context.details = "The new element has one version, number 0, which is empty.";
-    context.exit_codes = "0 created; 2 wrong usage or trouble, nothing is left behind.";
-    context.examples = {"tdm create notes.tdm", "tdm create notes.tdm --branch trunk"};
-    context.run = [&context, options] { return run_create(context, *options); };
+    command.take("CONTAINER", options->container, "The file to create; it must not exist");
+    command.value("--branch", "NAME", options->branch,
+                  "The name of the first branch (default main)");
+    options->time.declare(command);
+    add_dry_run_option(command, context);
+    command.details = "The new element has one version, number 0, which is empty.";
+    command.exit_codes = "0 created; 2 wrong usage or trouble, nothing is left behind.";
+    command.examples = {"tdm create notes.tdm", "tdm create notes.tdm --branch trunk"};
+    command.run = [&context, options] { return run_create(context, *options); };
 }
 
 }  // namespace host

@@ -1,16 +1,18 @@
 // tdm delete: removes versions and whole branches.
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "confirm.h"
 #include "container_change.h"
 #include "deletion.h"
 #include "memory_file.h"
 #include "output.h"
+#include "usage_error.h"
 
 namespace host {
 
@@ -99,27 +101,26 @@ int run_delete(const command_context &context, const delete_options &options) {
 
 }  // namespace
 
-void register_delete(CLI::App &app, command_context &context) {
+void register_delete(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<delete_options>();
-    context.take("CONTAINER", options->container, "The container to change");
-    context.take_list("VERSION", options->versions, false,
+    command.take("CONTAINER", options->container, "The container to change");
+    command.take_list("VERSION", options->versions, false,
                       "BRANCH@N, BRANCH (its newest) or an identifier");
-    app.add_option("--branch", options->branches, "Delete this branch and all its versions")
-        ->option_text("NAME")
-        ->allow_extra_args(false);
-    app.add_flag("--dry-run", options->dry_run, "Say what would be done; write nothing");
-    app.add_flag("--yes", options->yes, "Do not ask");
-    add_replace_options(app, context, "Go on when the file's owner or group cannot be kept");
-    context.details =
+    command.values("--branch", "NAME", options->branches,
+                   "Delete this branch and all its versions");
+    command.flag("--dry-run", options->dry_run, "Say what would be done; write nothing");
+    command.flag("--yes", options->yes, "Do not ask");
+    add_replace_options(command, context, "Go on when the file's owner or group cannot be kept");
+    command.details =
         "Says for every version whether its lines are gone from the file or stay because\n"
         "another version or branch is built on them ('tdm purge' removes those that nothing\n"
         "shows). Before the container is replaced, every version that stays is read from the\n"
         "old and from the new one and compared byte for byte, with the version that brought\n"
         "each line. Asks on a terminal; elsewhere --yes is needed.";
-    context.exit_codes = "0 deleted; 1 the answer was no; 2 wrong usage or trouble.";
-    context.examples = {"tdm delete notes.tdm main@3 --dry-run",
+    command.exit_codes = "0 deleted; 1 the answer was no; 2 wrong usage or trouble.";
+    command.examples = {"tdm delete notes.tdm main@3 --dry-run",
                         "tdm delete notes.tdm --branch draft --yes"};
-    context.run = [&context, options] { return run_delete(context, *options); };
+    command.run = [&context, options] { return run_delete(context, *options); };
 }
 
 }  // namespace host

@@ -1,35 +1,39 @@
 // tdm diff: two texts, two versions of a container, or a base and up to 31 texts.
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "container_change.h"
 #include "container_reading.h"
-#include "damaged_option.h"
 #include "diff_output.h"
 #include "git_arguments.h"
 #include "output.h"
 #include "record_line.h"
 #include "unified_diff.h"
+#include "usage_error.h"
 #include "version_text.h"
 
 namespace host {
 
 namespace {
 
-enum class diff_form { unified, side_by_side, brief, stat, blocks, word };
-
 struct diff_options {
     std::vector<std::string> operands;
     std::string container;
     std::vector<std::string> labels;
     diff_view view;
-    diff_form form = diff_form::unified;
+    // Of these one at most, instead of a unified diff.
+    bool side_by_side = false;
+    bool brief = false;
+    bool stat = false;
+    bool word = false;
+    bool blocks = false;
     int context = -1;
     int width = 0;
     bool no_moves = false;
@@ -116,14 +120,14 @@ int compare(const diff_options &options, diff_run *run) {
 
 void write_one(const diff_options &options, const diff_view &view, const file_difference &d) {
     output_writer &out = standard_output();
-    if (options.form == diff_form::side_by_side) {
+    if (options.side_by_side) {
         write_side_by_side(out, view, d);
     } else if (d.edits.edits.empty()) {
         return;
-    } else if (options.form == diff_form::brief) {
+    } else if (options.brief) {
         out.printf("%s and %s differ\n", escape_name(d.base_label).c_str(),
                    escape_name(d.file_label).c_str());
-    } else if (options.form == diff_form::word) {
+    } else if (options.word) {
         write_word_diff(out, view, d);
     } else {
         const unified_options unified{view.context, view.color, view.escape, view.mark_moves};
@@ -141,9 +145,9 @@ void write_all(const command_context &context, const diff_options &options, cons
     }
     if (context.json) {
         write_diff_json(differences);
-    } else if (options.form == diff_form::blocks) {
+    } else if (options.blocks) {
         write_blocks(standard_output(), run.compared.blocks);
-    } else if (options.form == diff_form::stat) {
+    } else if (options.stat) {
         write_stat(standard_output(), view, differences);
     } else {
         for (const file_difference &d : differences) {
@@ -216,7 +220,8 @@ int run_git_diff(const command_context &context, diff_options *options) {
     diff_view view = options->view;
     settle_view(*options, is_terminal(STDOUT_FILENO), git_wants_color(context), &view);
     run.labels = {"a/" + change.path, "b/" + change.new_path};
-    if (context.json || options->form != diff_form::unified) {
+    if (context.json || options->side_by_side || options->brief || options->stat || options->word ||
+        options->blocks) {
         write_all(context, *options, view, run);
         return status_done;
     }
@@ -251,67 +256,55 @@ int run_diff(const command_context &context, diff_options *options) {
     return run.different ? status_negative : status_done;
 }
 
-void declare_forms(CLI::App &app, diff_options *options) {
-    const auto form = [&app, options](const char *name, diff_form value, const char *help) {
-        return app.add_flag_callback(
-            name, [options, value] { options->form = value; }, help);
-    };
-    form("-y,--side-by-side", diff_form::side_by_side, "Two columns");
-    form("--brief", diff_form::brief, "Say only which files differ");
-    form("--stat", diff_form::stat, "Numbers of inserted, deleted and moved lines");
-    form("--word", diff_form::word, "Compare changed lines word by word");
-    form("--blocks", diff_form::blocks, "The library's difference stream, a line a block")
-        ->group(more_options);
+void declare_forms(command_declaration &command, diff_options *options) {
+    command.flag("-y,--side-by-side", options->side_by_side, "Two columns");
+    command.flag("--brief", options->brief, "Say only which files differ");
+    command.flag("--stat", options->stat, "Numbers of inserted, deleted and moved lines");
+    command.flag("--word", options->word, "Compare changed lines word by word");
+    command.flag("--blocks", options->blocks, "The library's difference stream, a line a block",
+                 option_group::more);
 }
 
 // What one option leaves without effect is refused beside it.
-void refuse_dropped_options(CLI::App &app) {
-    allow_one_of(app, {"--side-by-side", "--brief", "--stat", "--word", "--blocks", "--json"});
+void refuse_dropped_options(command_declaration &command) {
+    command.allow_one_of({"--side-by-side", "--brief", "--stat", "--word", "--blocks", "--json"});
     for (const char *form : {"--brief", "--stat", "--blocks", "--json"}) {
-        refuse_with(app, form, {"--unified"});
+        command.refuse_with(form, {"--unified"});
     }
-    refuse_with(app, "--blocks", {"--label", "--no-moves"});
-    refuse_with(app, "--git", {"--label", "--container"});
-    option_named(app, "--width")->needs(option_named(app, "--side-by-side"));
+    command.refuse_with("--blocks", {"--label", "--no-moves"});
+    command.refuse_with("--git", {"--label", "--container"});
+    command.needs.emplace_back("--width", "--side-by-side");
 }
 
 }  // namespace
 
-void register_diff(CLI::App &app, command_context &context) {
+void register_diff(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<diff_options>();
-    context.take_list("FILE", options->operands, true,
+    command.take_list("FILE", options->operands, true,
                       "BASE and the files compared with it, up to 31; with -c versions");
-    app.add_option("-c,--container", options->container,
-                   "Compare two versions of CONTAINER, or one with its branch's newest")
-        ->option_text("CONTAINER");
-    app.add_option("-U,--unified", options->context, "Lines of context (3)")
-        ->check(CLI::Range(0, INT32_MAX))
-        ->option_text("N");
-    declare_forms(app, options.get());
-    app.add_option("-W,--width", options->width, "Columns of the output of --side-by-side")
-        ->check(CLI::Range(8, 100000))
-        ->option_text("N")
-        ->group(more_options);
-    app.add_flag("-w,--ignore-blanks", options->view.ignore_blanks, "Leave blanks out of account");
-    app.add_flag("--no-moves", options->no_moves, "Show moved text as a deletion and an insertion");
-    app.add_option("--label", options->labels,
-                   "Names for the headings, of BASE first; may be given for each file")
-        ->option_text("NAME")
-        ->allow_extra_args(false)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-        ->group(more_options);
-    app.add_flag("--git", options->git,
-                 "Take the operands of git's external diff, and exit 0 when they differ")
-        ->group(more_options);
-    add_json_option(app, context);
-    add_damaged_option(app, options->damaged);
-    refuse_dropped_options(app);
-    context.details =
+    command.value("-c,--container", "CONTAINER", options->container,
+                  "Compare two versions of CONTAINER, or one with its branch's newest");
+    command.number("-U,--unified", "N", {0, INT32_MAX}, options->context, "Lines of context (3)");
+    declare_forms(command, options.get());
+    command.number("-W,--width", "N", {8, 100000}, options->width,
+                   "Columns of the output of --side-by-side", option_group::more);
+    command.flag("-w,--ignore-blanks", options->view.ignore_blanks, "Leave blanks out of account");
+    command.flag("--no-moves", options->no_moves, "Show moved text as a deletion and an insertion");
+    command.values("--label", "NAME", options->labels,
+                   "Names for the headings, of BASE first; may be given for each file",
+                   option_group::more);
+    command.flag("--git", options->git,
+                 "Take the operands of git's external diff, and exit 0 when they differ",
+                 option_group::more);
+    add_json_option(command, context);
+    add_damaged_option(command, options->damaged);
+    refuse_dropped_options(command);
+    command.details =
         "The unified form is what patch and git apply take; where moved lines went and came from\n"
         "is said in the headings of the hunks, in the files' line numbers.";
-    context.exit_codes = "0 no difference; 1 differences; 2 wrong usage or trouble.";
-    context.examples = {"tdm diff old.txt new.txt", "tdm diff -c notes.tdm main@3 main@5"};
-    context.run = [&context, options] { return run_diff(context, options.get()); };
+    command.exit_codes = "0 no difference; 1 differences; 2 wrong usage or trouble.";
+    command.examples = {"tdm diff old.txt new.txt", "tdm diff -c notes.tdm main@3 main@5"};
+    command.run = [&context, options] { return run_diff(context, options.get()); };
 }
 
 }  // namespace host

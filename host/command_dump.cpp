@@ -3,14 +3,14 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstdio>
 #include <functional>
 #include <memory>
 #include <string>
 
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
 #include "container_reading.h"
 #include "output.h"
 #include "owned_descriptor.h"
@@ -82,17 +82,17 @@ int run_dump(const command_context &context, const dump_options &options) {
 
 }  // namespace
 
-void register_dump(CLI::App &app, command_context &context) {
+void register_dump(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<dump_options>();
-    context.take("CONTAINER", options->container, "The container to read");
-    app.add_flag("--check-printable", options->check_printable,
+    command.take("CONTAINER", options->container, "The container to read");
+    command.flag("--check-printable", options->check_printable,
                  "Warn of the first unprintable character of each line");
-    context.details =
+    command.details =
         "Every line of the file behind a label that spells out its record. On a terminal bytes\n"
         "that it would obey are shown escaped; anywhere else the lines are written as they are.";
-    context.exit_codes = "0 dumped; 2 wrong usage or trouble.";
-    context.examples = {"tdm dump notes.tdm", "tdm dump notes.tdm --check-printable"};
-    context.run = [&context, options] { return run_dump(context, *options); };
+    command.exit_codes = "0 dumped; 2 wrong usage or trouble.";
+    command.examples = {"tdm dump notes.tdm", "tdm dump notes.tdm --check-printable"};
+    command.run = [&context, options] { return run_dump(context, *options); };
 }
 
 }  // namespace host

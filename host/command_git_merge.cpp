@@ -6,7 +6,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -14,7 +13,8 @@
 #include <new>
 
 #include "both_sides.h"
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
 #include "merge_run.h"
 #include "merge_words.h"
 #include "out_of_memory.h"
@@ -128,32 +128,31 @@ int run_git_merge(const command_context &context, driver_options *options) {
 
 }  // namespace
 
-void register_git_merge(CLI::App &app, command_context &context) {
+void register_git_merge(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<driver_options>();
-    context.take("BASE", options->base, "git's %O");
-    context.take("OURS", options->ours, "git's %A; the result is written there");
-    context.take("THEIRS", options->theirs, "git's %B");
-    context.take_optional("SIZE", options->size, "git's %L, the length of the markers");
-    context.take_optional("PATH", options->path, "git's %P, for messages");
-    context.take_optional("BASELABEL", options->base_label, "git's %S");
-    context.take_optional("OURLABEL", options->ours_label, "git's %X");
-    context.take_optional("THEIRLABEL", options->theirs_label, "git's %Y");
-    app.add_option("--style", options->style, "Conflicts: diff3 (the default), merge or zdiff3")
-        ->check(CLI::IsMember(std::array<std::string, 3>{"merge", "diff3", "zdiff3"}))
-        ->option_text("STYLE");
-    app.add_flag("--strict", options->merge.strict,
+    command.take("BASE", options->base, "git's %O");
+    command.take("OURS", options->ours, "git's %A; the result is written there");
+    command.take("THEIRS", options->theirs, "git's %B");
+    command.take_optional("SIZE", options->size, "git's %L, the length of the markers");
+    command.take_optional("PATH", options->path, "git's %P, for messages");
+    command.take_optional("BASELABEL", options->base_label, "git's %S");
+    command.take_optional("OURLABEL", options->ours_label, "git's %X");
+    command.take_optional("THEIRLABEL", options->theirs_label, "git's %Y");
+    command.choice("--style", "STYLE", {"merge", "diff3", "zdiff3"}, options->style,
+                   "Conflicts: diff3 (the default), merge or zdiff3");
+    command.flag("--strict", options->merge.strict,
                  "The same lines inserted in different places are a conflict");
-    app.add_flag("-w,--ignore-blanks", options->merge.ignore_blanks,
+    command.flag("-w,--ignore-blanks", options->merge.ignore_blanks,
                  "Changes of blanks alone are no changes: the base's line stays");
-    context.details =
+    command.details =
         "For git alone to run; 'tdm config git' prints the lines of configuration. Whatever goes\n"
         "wrong, both sides are left in OURS.";
-    context.exit_codes =
+    command.exit_codes =
         "0 clean; 1 conflicts, or trouble with both sides between markers; 2 trouble, ours "
         "unchanged.";
-    context.examples = {"tdm git-merge %O %A %B %L -- %P",
+    command.examples = {"tdm git-merge %O %A %B %L -- %P",
                         "git config merge.tdm.driver 'tdm git-merge %O %A %B %L -- %P'"};
-    context.run = [&context, options] { return run_git_merge(context, options.get()); };
+    command.run = [&context, options] { return run_git_merge(context, options.get()); };
 }
 
 }  // namespace host

@@ -4,7 +4,6 @@
 // version by version and put in the container's place: all or nothing.
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <memory>
 #include <string>
@@ -12,7 +11,8 @@
 #include <vector>
 
 #include "checkin_plan.h"
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
 #include "container_change.h"
 #include "history_proof.h"
 #include "import_list.h"
@@ -24,6 +24,7 @@
 #include "random_oid.h"
 #include "structure.h"
 #include "text_file.h"
+#include "usage_error.h"
 #include "version_edit.h"
 
 namespace host {
@@ -216,23 +217,22 @@ int run_import(const command_context &context, const import_options &options) {
 
 }  // namespace
 
-void register_import(CLI::App &app, command_context &context) {
+void register_import(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<import_options>();
-    context.take("CONTAINER", options->container, "The container to change");
-    context.take_list("FILE", options->files, false,
+    command.take("CONTAINER", options->container, "The container to change");
+    command.take_list("FILE", options->files, false,
                       "The texts, oldest first; - is standard input");
-    app.add_option("--from-list", options->list,
-                   "Take the files from LIST: a name, a blank and a time a line")
-        ->option_text("LIST");
-    options->stored.declare(app, context);
-    context.details =
+    command.value("--from-list", "LIST", options->list,
+                  "Take the files from LIST: a name, a blank and a time a line");
+    options->stored.declare(command, context);
+    command.details =
         "Each FILE becomes the next version; the container is the same as after checking them in\n"
         "one by one. All or nothing: the container is replaced once, when every version has been\n"
         "read back and compared. Prints the names of the new versions. What the files were made\n"
         "from ('tdm checkin') is not looked at, nor are they marked.";
-    context.examples = {"tdm import notes.tdm old/notes-1.txt old/notes-2.txt",
+    command.examples = {"tdm import notes.tdm old/notes-1.txt old/notes-2.txt",
                         "tdm import notes.tdm --from-list versions.list"};
-    context.run = [&context, options] { return run_import(context, *options); };
+    command.run = [&context, options] { return run_import(context, *options); };
 }
 
 }  // namespace host

@@ -1,11 +1,12 @@
 // tdm info: the library's listing of a container's header, for scripts.
 #include <norviktdm/tdm.h>
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "container_reading.h"
 #include "file_replace.h"
 #include "memory_file.h"
@@ -73,20 +74,19 @@ int run_info(const command_context &context, const info_options &options) {
 
 }  // namespace
 
-void register_info(CLI::App &app, command_context &context) {
+void register_info(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<info_options>();
-    context.take("CONTAINER", options->container, "The container to read");
-    app.add_option("-o,--output", options->output, "Write FILE instead of standard output")
-        ->option_text("FILE");
-    add_replace_options(app, context, "Replace an existing FILE");
-    context.details =
+    command.take("CONTAINER", options->container, "The container to read");
+    command.value("-o,--output", "FILE", options->output, "Write FILE instead of standard output");
+    add_replace_options(command, context, "Replace an existing FILE");
+    command.details =
         "One line a record, newest first: V IDENTIFIER NUMBER BRANCH TIME for a version (the\n"
         "time as eight hexadecimal digits), B BRANCH PARENT VERSION NUMBER NIL for a branch,\n"
         "E ELEMENT BRANCH NIL for the element. NIL stands for what does not exist; deleted\n"
         "versions are not listed.";
-    context.exit_codes = "0 listed; 2 wrong usage or trouble.";
-    context.examples = {"tdm info notes.tdm", "tdm info notes.tdm -o notes.list"};
-    context.run = [&context, options] { return run_info(context, *options); };
+    command.exit_codes = "0 listed; 2 wrong usage or trouble.";
+    command.examples = {"tdm info notes.tdm", "tdm info notes.tdm -o notes.list"};
+    command.run = [&context, options] { return run_info(context, *options); };
 }
 
 }  // namespace host

@@ -1,15 +1,15 @@
 // tdm list: branches and versions as a plain table.
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "cli.h"
 #include "columns.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "container_change.h"
 #include "container_reading.h"
-#include "damaged_option.h"
 #include "json_text.h"
 #include "output.h"
 #include "time_text.h"
@@ -134,18 +134,18 @@ int run_list(const command_context &context, const list_options &options) {
 
 }  // namespace
 
-void register_list(CLI::App &app, command_context &context) {
+void register_list(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<list_options>();
-    context.take("CONTAINER", options->container, "The container to read");
-    app.add_option("--branch", options->branch, "This branch only")->option_text("NAME");
-    add_json_option(app, context);
-    add_damaged_option(app, options->damaged);
-    context.details =
+    command.take("CONTAINER", options->container, "The container to read");
+    command.value("--branch", "NAME", options->branch, "This branch only");
+    add_json_option(command, context);
+    add_damaged_option(command, options->damaged);
+    command.details =
         "OFF is the version that a branch was made off. A version marked (deleted) is gone,\n"
         "but something still depends on it.";
-    context.exit_codes = "0 listed; 2 wrong usage or trouble.";
-    context.examples = {"tdm list notes.tdm", "tdm list notes.tdm --branch draft --json"};
-    context.run = [&context, options] { return run_list(context, *options); };
+    command.exit_codes = "0 listed; 2 wrong usage or trouble.";
+    command.examples = {"tdm list notes.tdm", "tdm list notes.tdm --branch draft --json"};
+    command.run = [&context, options] { return run_list(context, *options); };
 }
 
 }  // namespace host

@@ -1,17 +1,17 @@
 // tdm log: the tree of versions for people, with what each of them changed.
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "cli.h"
 #include "columns.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "container_change.h"
 #include "container_reading.h"
-#include "damaged_option.h"
 #include "json_text.h"
 #include "output.h"
 #include "progress.h"
@@ -269,28 +269,27 @@ int run_log(const command_context &context, const log_options &options) {
 
 }  // namespace
 
-void register_log(CLI::App &app, command_context &context) {
+void register_log(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<log_options>();
-    context.take("CONTAINER", options->container, "The container to read");
-    app.add_option("--branch", options->branch, "This branch only")->option_text("NAME");
-    app.add_flag("--reverse", options->reverse, "Oldest version first");
-    app.add_option("-n,--max-count", options->most, "At most N versions, the newest")
-        ->check(CLI::Range(0, INT32_MAX))
-        ->option_text("N");
-    app.add_flag("--oneline", options->oneline, "Shorter lines: no dates, nothing aligned");
-    add_json_option(app, context);
-    add_damaged_option(app, options->damaged);
-    allow_one_of(app, {"--oneline", "--json"});
-    context.details =
+    command.take("CONTAINER", options->container, "The container to read");
+    command.value("--branch", "NAME", options->branch, "This branch only");
+    command.flag("--reverse", options->reverse, "Oldest version first");
+    command.number("-n,--max-count", "N", {0, INT32_MAX}, options->most,
+                   "At most N versions, the newest");
+    command.flag("--oneline", options->oneline, "Shorter lines: no dates, nothing aligned");
+    add_json_option(command, context);
+    add_damaged_option(command, options->damaged);
+    command.allow_one_of({"--oneline", "--json"});
+    command.details =
         "Each line: the version, its identifier, its date, the lines it added and deleted\n"
         "against its predecessor, the lines it has in all. Lines are counted as the container\n"
         "stores the change; 'tdm show' and 'tdm diff' look closer and may need fewer. Names in\n"
         "brackets are the branches made off it. An x marks a version that is deleted but kept\n"
         "because something still depends on it. All versions are counted in one pass over the\n"
         "container. On a terminal long names are cut; their identifiers name the versions as well.";
-    context.exit_codes = "0 listed; 2 wrong usage or trouble.";
-    context.examples = {"tdm log notes.tdm", "tdm log notes.tdm --branch draft --oneline -n 5"};
-    context.run = [&context, options] { return run_log(context, *options); };
+    command.exit_codes = "0 listed; 2 wrong usage or trouble.";
+    command.examples = {"tdm log notes.tdm", "tdm log notes.tdm --branch draft --oneline -n 5"};
+    command.run = [&context, options] { return run_log(context, *options); };
 }
 
 }  // namespace host

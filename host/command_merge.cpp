@@ -1,17 +1,18 @@
 // tdm merge: up to 31 contributors into a base.
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
-#include <array>
 #include <memory>
 
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "file_replace.h"
 #include "library_merge.h"
 #include "merge_ask.h"
 #include "merge_run.h"
 #include "merge_words.h"
 #include "output.h"
+#include "usage_error.h"
 
 namespace host {
 
@@ -133,67 +134,54 @@ int run_merge(const command_context &context, command_options *options) {
     return status == status_done ? write_results(context, *options, run) : status;
 }
 
-void declare_decisions(CLI::App &app, command_options *options) {
-    app.add_flag("--ask", options->ask, "Show each conflict and ask, on the terminal");
-    app.add_option("--adjacent", options->adjacent,
-                   "Changes that only touch: conflict (the default) or apply")
-        ->check(CLI::IsMember(std::array<std::string, 2>{"conflict", "apply"}))
-        ->option_text("HOW");
-    app.add_flag("--strict", options->merge.strict,
+void declare_decisions(command_declaration &command, command_options *options) {
+    command.flag("--ask", options->ask, "Show each conflict and ask, on the terminal");
+    command.choice("--adjacent", "HOW", {"conflict", "apply"}, options->adjacent,
+                   "Changes that only touch: conflict (the default) or apply");
+    command.flag("--strict", options->merge.strict,
                  "The same lines inserted in different places are a conflict");
-    app.add_flag("-w,--ignore-blanks", options->merge.ignore_blanks,
+    command.flag("-w,--ignore-blanks", options->merge.ignore_blanks,
                  "Changes of blanks alone are no changes: the base's line stays");
-    app.add_flag("--abort-on-conflict", options->abort_on_conflict,
+    command.flag("--abort-on-conflict", options->abort_on_conflict,
                  "Write nothing where there is a conflict");
-    app.add_option(
-           "--mq", options->mq,
-           "The library's own merge: 0 asks in need, 1 always, 2 never, 3 but for the last file")
-        ->check(CLI::Range(0, 4))
-        ->option_text("N")
-        ->group(more_options);
-    allow_one_of(app, {"--ask", "--mq"});
+    command.number(
+        "--mq", "N", {0, 4}, options->mq,
+        "The library's own merge: 0 asks in need, 1 always, 2 never, 3 but for the last file",
+        option_group::more);
+    command.allow_one_of({"--ask", "--mq"});
 }
 
 }  // namespace
 
-void register_merge(CLI::App &app, command_context &context) {
+void register_merge(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<command_options>();
-    context.take("BASE", options->base, "The text that all contributors started from");
-    context.take_list("FILE", options->names, true, "The contributors, up to 31");
-    app.add_option("-o,--output", options->output, "Write FILE instead of standard output")
-        ->option_text("FILE");
-    declare_decisions(app, options.get());
-    app.add_option("--style", options->style,
-                   "Conflicts: diff3 (with the base, the default), merge or zdiff3")
-        ->check(CLI::IsMember(std::array<std::string, 3>{"merge", "diff3", "zdiff3"}))
-        ->option_text("STYLE");
-    app.add_option("--label", options->labels,
-                   "Names for the markers, of BASE first; may be given for each file")
-        ->option_text("NAME")
-        ->allow_extra_args(false)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-        ->group(more_options);
-    app.add_option("--marker-size", options->merge.markers.size, "Length of the markers (7)")
-        ->check(CLI::Range(1, 1000))
-        ->option_text("N")
-        ->group(more_options);
-    app.add_option("--report", options->report, "Write what was decided where to FILE")
-        ->option_text("FILE")
-        ->group(more_options);
-    add_json_option(app, context);
-    add_replace_options(app, context,
+    command.take("BASE", options->base, "The text that all contributors started from");
+    command.take_list("FILE", options->names, true, "The contributors, up to 31");
+    command.value("-o,--output", "FILE", options->output, "Write FILE instead of standard output");
+    declare_decisions(command, options.get());
+    command.choice("--style", "STYLE", {"merge", "diff3", "zdiff3"}, options->style,
+                   "Conflicts: diff3 (with the base, the default), merge or zdiff3");
+    command.values("--label", "NAME", options->labels,
+                   "Names for the markers, of BASE first; may be given for each file",
+                   option_group::more);
+    command.number("--marker-size", "N", {1, 1000}, options->merge.markers.size,
+                   "Length of the markers (7)", option_group::more);
+    command.value("--report", "FILE", options->report, "Write what was decided where to FILE",
+                  option_group::more);
+    add_json_option(command, context);
+    add_replace_options(command, context,
                         "Replace an existing output; go on when its owner or group cannot be kept");
-    context.details =
+    command.details =
         "Changes that overlap or touch form a region, moved text ties its two places. A region\n"
         "is clean when one file changed it or all changes of it are equal, else a conflict; a\n"
         "change within text that another file moved goes along with it. The merged text is then\n"
         "checked: nothing that a file inserted, deleted or moved is lost or doubled unasked.";
-    context.exit_codes =
+    command.exit_codes =
         "0 clean; 1 conflicts in the output, or the merge was abandoned; 2 wrong usage or\n"
         "trouble, nothing is written.";
-    context.examples = {"tdm merge base.txt mine.txt yours.txt -o merged.txt",
+    command.examples = {"tdm merge base.txt mine.txt yours.txt -o merged.txt",
                         "tdm merge --ask base.txt a.txt b.txt c.txt -o merged.txt"};
-    context.run = [&context, options] { return run_merge(context, options.get()); };
+    command.run = [&context, options] { return run_merge(context, options.get()); };
 }
 
 }  // namespace host

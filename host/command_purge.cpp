@@ -1,12 +1,13 @@
 // tdm purge: removes a version and every line that it alone has brought.
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "confirm.h"
 #include "container_change.h"
 #include "memory_file.h"
@@ -200,25 +201,25 @@ int run_purge(const command_context &context, const purge_options &options) {
 
 }  // namespace
 
-void register_purge(CLI::App &app, command_context &context) {
+void register_purge(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<purge_options>();
-    context.take("CONTAINER", options->container, "The container to change");
-    context.take("VERSION", options->version,
+    command.take("CONTAINER", options->container, "The container to change");
+    command.take("VERSION", options->version,
                  "The version that brought the secret; one that is deleted already will do");
-    app.add_flag("--dry-run", options->dry_run, "Say what would be done; write nothing");
-    app.add_flag("--yes", options->yes, "Do not ask");
-    add_replace_options(app, context, "Go on when the file's owner or group cannot be kept");
-    context.details =
+    command.flag("--dry-run", options->dry_run, "Say what would be done; write nothing");
+    command.flag("--yes", options->yes, "Do not ask");
+    add_replace_options(command, context, "Go on when the file's owner or group cannot be kept");
+    command.details =
         "Deletes VERSION and takes every line out of the file that it inserted and no surviving\n"
         "version holds, and copies of these lines in other deleted versions. Lines that\n"
         "surviving versions hold are listed with them and stay: delete those versions first.\n"
         "Before the container is replaced, every surviving version is compared byte for byte,\n"
         "and the new file is searched for the lines that went. Backups and copies of the old\n"
         "container still have them.";
-    context.exit_codes =
+    command.exit_codes =
         "0 purged; 1 nothing can be purged, or the answer was no; 2 wrong usage or trouble.";
-    context.examples = {"tdm purge notes.tdm main@3 --dry-run", "tdm purge notes.tdm main@3 --yes"};
-    context.run = [&context, options] { return run_purge(context, *options); };
+    command.examples = {"tdm purge notes.tdm main@3 --dry-run", "tdm purge notes.tdm main@3 --yes"};
+    command.run = [&context, options] { return run_purge(context, *options); };
 }
 
 }  // namespace host

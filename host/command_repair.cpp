@@ -1,7 +1,6 @@
 // tdm repair: what can be saved from a damaged container.
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <memory>
@@ -10,7 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "container_reading.h"
 #include "container_repair.h"
 #include "deletion.h"
@@ -18,6 +19,7 @@
 #include "output.h"
 #include "survivor_proof.h"
 #include "terminal.h"
+#include "usage_error.h"
 
 namespace host {
 
@@ -171,15 +173,15 @@ int run_repair(const command_context &context, const repair_options &options) {
 
 }  // namespace
 
-void register_repair(CLI::App &app, command_context &context) {
+void register_repair(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<repair_options>();
-    context.take("CONTAINER", options->container, "The damaged container; it is left alone");
-    app.add_option("-o,--output", options->output, "The new container")->option_text("NEW");
-    app.add_flag("--drop-stray", options->drop_stray,
+    command.take("CONTAINER", options->container, "The damaged container; it is left alone");
+    command.value("-o,--output", "NEW", options->output, "The new container");
+    command.flag("--drop-stray", options->drop_stray,
                  "Lines that belong to no run are nobody's: leave them out");
-    add_dry_run_option(app, context);
-    add_replace_options(app, context, "Replace an existing NEW");
-    context.details =
+    add_dry_run_option(command, context);
+    add_replace_options(command, context, "Replace an existing NEW");
+    command.details =
         "Writes a new container with every version whose text is in no doubt and lists the\n"
         "others with the fault that puts them in doubt. Nothing is guessed: where a fault could\n"
         "have hidden or shown a line of a version, the version counts as lost. A damaged insert\n"
@@ -188,12 +190,12 @@ void register_repair(CLI::App &app, command_context &context) {
         "still be read as it stands, by 'tdm checkout --damaged'. Damages that 'tdm verify' "
         "cannot\n"
         "see are not seen here.";
-    context.exit_codes =
+    command.exit_codes =
         "0 every version is saved; 1 some are lost, or nothing can be saved; 2 wrong usage or\n"
         "trouble.";
-    context.examples = {"tdm repair notes.tdm -o saved.tdm",
+    command.examples = {"tdm repair notes.tdm -o saved.tdm",
                         "tdm repair notes.tdm -o saved.tdm --drop-stray"};
-    context.run = [&context, options] { return run_repair(context, *options); };
+    command.run = [&context, options] { return run_repair(context, *options); };
 }
 
 }  // namespace host

@@ -1,14 +1,14 @@
 // tdm show: one version, its facts and what it changed.
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "comparison.h"
 #include "container_change.h"
 #include "container_reading.h"
-#include "damaged_option.h"
 #include "output.h"
 #include "time_text.h"
 #include "unified_diff.h"
@@ -134,23 +134,22 @@ int run_show(const command_context &context, const show_options &options) {
 
 }  // namespace
 
-void register_show(CLI::App &app, command_context &context) {
+void register_show(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<show_options>();
-    context.take("CONTAINER", options->container, "The container to read");
-    context.take_optional("VERSION", options->version,
+    command.take("CONTAINER", options->container, "The container to read");
+    command.take_optional("VERSION", options->version,
                           "BRANCH@N, BRANCH or an identifier (default: the newest)");
-    app.add_option("-U,--unified", options->context, "Lines of context (default 3)")
-        ->check(CLI::Range(0, INT32_MAX))
-        ->option_text("N");
-    add_damaged_option(app, options->damaged);
-    context.details =
+    command.number("-U,--unified", "N", {0, INT32_MAX}, options->context,
+                   "Lines of context (default 3)");
+    add_damaged_option(command, options->damaged);
+    command.details =
         "Shows the version's facts and, as a unified diff, what it changed against the version\n"
         "before it on its branch, or against its branch point. The lines are counted as the\n"
         "container stores the change, like those of 'tdm log'. The diff below looks closer; where\n"
         "it counts otherwise, its counts stand beside them.";
-    context.exit_codes = "0 shown; 2 wrong usage or trouble.";
-    context.examples = {"tdm show notes.tdm", "tdm show notes.tdm main@3 -U0"};
-    context.run = [&context, options] { return run_show(context, *options); };
+    command.exit_codes = "0 shown; 2 wrong usage or trouble.";
+    command.examples = {"tdm show notes.tdm", "tdm show notes.tdm main@3 -U0"};
+    command.run = [&context, options] { return run_show(context, *options); };
 }
 
 }  // namespace host

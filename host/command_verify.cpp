@@ -1,11 +1,12 @@
 // tdm verify: is a container sound?
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "cli.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "container_check.h"
 #include "container_reading.h"
 #include "json_text.h"
@@ -160,14 +161,13 @@ int run_verify(const command_context &context, const verify_options &options) {
 
 }  // namespace
 
-void register_verify(CLI::App &app, command_context &context) {
+void register_verify(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<verify_options>();
-    context.take_list("CONTAINER", options->containers, true, "The containers to check");
-    app.add_option("--digests", options->digests,
-                   "Compare the texts with those that an earlier --json output describes")
-        ->option_text("FILE");
-    add_json_option(app, context);
-    context.details =
+    command.take_list("CONTAINER", options->containers, true, "The containers to check");
+    command.value("--digests", "FILE", options->digests,
+                  "Compare the texts with those that an earlier --json output describes");
+    add_json_option(command, context);
+    command.details =
         "Checks every record and line of the container and reads the texts of all versions in\n"
         "one pass. The format keeps no checksums. What cannot be seen in the container alone:\n"
         "a byte of text that has become another one; a number that fits as well as the right\n"
@@ -176,12 +176,12 @@ void register_verify(CLI::App &app, command_context &context) {
         "Keep what --json prints: with --digests such changes are found as well.\n"
         "A pipe of up to 4 GiB can be checked by its name, as in\n"
         "'tdm verify <(zcat notes.tdm.gz)'. What is neither a file nor a pipe is no container.";
-    context.exit_codes =
+    command.exit_codes =
         "0 sound; 1 unsound; 2 could not tell: unreadable or empty. Of several containers the\n"
         "worst.";
-    context.examples = {"tdm verify notes.tdm", "tdm verify --json *.tdm > digests",
+    command.examples = {"tdm verify notes.tdm", "tdm verify --json *.tdm > digests",
                         "tdm verify --digests digests *.tdm"};
-    context.run = [&context, options] { return run_verify(context, *options); };
+    command.run = [&context, options] { return run_verify(context, *options); };
 }
 
 }  // namespace host

@@ -1,29 +1,29 @@
-// The table of commands: adding one is a declaration and a line here.
-#include <array>
+// Adding a command is a declaration and a line here.
+#include "commands.h"
 
-#include "cli.h"
+#include <array>
 
 namespace host {
 
-void register_annotate(CLI::App &app, command_context &context);
-void register_branch(CLI::App &app, command_context &context);
-void register_checkin(CLI::App &app, command_context &context);
-void register_checkout(CLI::App &app, command_context &context);
-void register_config(CLI::App &app, command_context &context);
-void register_create(CLI::App &app, command_context &context);
-void register_diff(CLI::App &app, command_context &context);
-void register_git_merge(CLI::App &app, command_context &context);
-void register_import(CLI::App &app, command_context &context);
-void register_list(CLI::App &app, command_context &context);
-void register_merge(CLI::App &app, command_context &context);
-void register_log(CLI::App &app, command_context &context);
-void register_show(CLI::App &app, command_context &context);
-void register_info(CLI::App &app, command_context &context);
-void register_dump(CLI::App &app, command_context &context);
-void register_delete(CLI::App &app, command_context &context);
-void register_purge(CLI::App &app, command_context &context);
-void register_repair(CLI::App &app, command_context &context);
-void register_verify(CLI::App &app, command_context &context);
+void register_annotate(command_declaration &command, command_context &context);
+void register_branch(command_declaration &command, command_context &context);
+void register_checkin(command_declaration &command, command_context &context);
+void register_checkout(command_declaration &command, command_context &context);
+void register_config(command_declaration &command, command_context &context);
+void register_create(command_declaration &command, command_context &context);
+void register_diff(command_declaration &command, command_context &context);
+void register_git_merge(command_declaration &command, command_context &context);
+void register_import(command_declaration &command, command_context &context);
+void register_list(command_declaration &command, command_context &context);
+void register_merge(command_declaration &command, command_context &context);
+void register_log(command_declaration &command, command_context &context);
+void register_show(command_declaration &command, command_context &context);
+void register_info(command_declaration &command, command_context &context);
+void register_dump(command_declaration &command, command_context &context);
+void register_delete(command_declaration &command, command_context &context);
+void register_purge(command_declaration &command, command_context &context);
+void register_repair(command_declaration &command, command_context &context);
+void register_verify(command_declaration &command, command_context &context);
 
 std::span<const command_entry> command_table() {
     static constexpr std::array table = {

@@ -1,11 +1,11 @@
 #include "help.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <string>
+#include <string_view>
 #include <utility>
 
-#include "cli.h"
+#include "commands.h"
 #include "output.h"
 
 namespace host {
@@ -80,9 +80,9 @@ void print_entry(const std::string &left, std::string_view right) {
     print_folded(line, right, left_column);
 }
 
-std::string usage_line(const command_context &context) {
-    std::string line = context.name + " [OPTIONS]";
-    for (const operand &place : context.operands) {
+std::string usage_line(const command_declaration &command) {
+    std::string line = command.name + " [OPTIONS]";
+    for (const operand &place : command.operands) {
         const std::string dots = place.list != nullptr ? "..." : "";
         const std::string name = place.name + dots;
         line += place.required ? " " + name : " [" + name + "]";
@@ -90,56 +90,52 @@ std::string usage_line(const command_context &context) {
     return line;
 }
 
-void print_option(const CLI::Option &option) {
-    std::string left;
-    for (const std::string &name : option.get_snames()) {
-        left += (left.empty() ? "-" : ", -") + name;
+void print_option(const declared_option &option) {
+    std::string left = option.names;
+    if (const size_t comma = left.find(','); comma != left.npos) {
+        left.insert(comma + 1, " ");
     }
-    for (const std::string &name : option.get_lnames()) {
-        left += (left.empty() ? "--" : ", --") + name;
+    if (option.value_name != nullptr) {
+        left.append(" ").append(option.value_name);
     }
-    const std::string &text = option.get_option_text();
-    if (option.get_items_expected_max() > 0) {
-        left += " " + (text.empty() ? std::string("VALUE") : text);
-    }
-    print_entry(left, option.get_description());
+    print_entry(left, option.help);
 }
 
-void print_group(const CLI::App &app, const std::string &group) {
+void print_group(const command_declaration &command, option_group group, const char *title) {
     bool first = true;
-    for (const CLI::Option *option : app.get_options()) {
-        if (option->get_group() == group) {
+    for (const declared_option &option : command.options) {
+        if (option.group == group) {
             if (std::exchange(first, false)) {
-                standard_output().printf("\n%s:\n", group.c_str());
+                standard_output().printf("\n%s:\n", title);
             }
-            print_option(*option);
+            print_option(option);
         }
     }
 }
 
 }  // namespace
 
-void print_help(const CLI::App &app, const command_context &context, bool full) {
+void print_help(const command_declaration &command, bool full) {
     output_writer &out = standard_output();
-    print_folded("Usage: tdm ", usage_line(context), 4);
-    out.printf("\n%s.\n\n", context.summary);
-    for (const operand &place : context.operands) {
+    print_folded("Usage: tdm ", usage_line(command), 4);
+    out.printf("\n%s.\n\n", command.summary);
+    for (const operand &place : command.operands) {
         print_entry(place.name, place.description);
     }
-    print_group(app, "Options");
+    print_group(command, option_group::usual, "Options");
     if (full) {
-        print_group(app, more_options);
-        print_group(app, general_options);
+        print_group(command, option_group::more, "More options");
+        print_group(command, option_group::general, "General options");
         out.write("\n");
-        print_paragraphs(context.details);
-        print_folded("Exit codes: ", context.exit_codes, 0);
+        print_paragraphs(command.details);
+        print_folded("Exit codes: ", command.exit_codes, 0);
     }
     out.write("\nExamples:\n");
-    for (const char *example : context.examples) {
+    for (const char *example : command.examples) {
         out.printf("  %s\n", example);
     }
     if (!full) {
-        out.printf("\nAll of it: tdm %s --help\n", context.name.c_str());
+        out.printf("\nAll of it: tdm %s --help\n", command.name.c_str());
     }
 }
 

@@ -2,17 +2,13 @@
 #ifndef TDM_HOST_HELP_H
 #define TDM_HOST_HELP_H
 
-#include "command_context.h"
-
-namespace CLI {
-class App;
-}
+#include "command_declaration.h"
 
 namespace host {
 
 // Prints the help of one command: usage, operands, options and examples; with `full` also the
 // options that are rarely needed, the details and the exit codes.
-void print_help(const CLI::App &app, const command_context &context, bool full);
+void print_help(const command_declaration &command, bool full);
 
 // Prints the help of tdm itself: the commands and two examples; with `full` also how they agree.
 void print_overview(bool full);

@@ -5,6 +5,7 @@
 #include "both_sides.h"
 #include "cli.h"
 #include "end_signals.h"
+#include "exit_status.h"
 #include "out_of_memory.h"
 
 namespace {

@@ -1,17 +1,16 @@
 #include "time_option.h"
 
-#include <CLI/CLI.hpp>
-
-#include "cli.h"
+#include "command_declaration.h"
+#include "exit_status.h"
 #include "output.h"
 #include "terminal.h"
 #include "time_text.h"
 
 namespace host {
 
-void time_option::declare(CLI::App &app) {
-    app.add_option("--time", text, "Date it: @SECONDS since 1970, or ISO 8601 with clock and zone")
-        ->option_text("TIME");
+void time_option::declare(command_declaration &command) {
+    command.value("--time", "TIME", text,
+                  "Date it: @SECONDS since 1970, or ISO 8601 with clock and zone");
 }
 
 int time_option::get(uint64_t &seconds) const {

@@ -5,16 +5,14 @@
 #include <cstdint>
 #include <string>
 
-namespace CLI {
-class App;
-}
-
 namespace host {
+
+struct command_declaration;
 
 struct time_option {
     std::string text;  // empty: now
 
-    void declare(CLI::App &app);
+    void declare(command_declaration &command);
 
     // 0 with the time in seconds since 1970, or status_trouble after a message.
     [[nodiscard]] int get(uint64_t &seconds) const;

@@ -1,11 +1,12 @@
 // The frame: what is said to right and wrong command lines, and where.
-#include "cli.h"
+#include "commands.h"
 
 #include <gtest/gtest.h>
 
 #include <sstream>
 
 #include "run_command.h"
+#include "terminal.h"
 #include "terminal_run.h"
 
 namespace {
