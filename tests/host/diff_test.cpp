@@ -48,9 +48,9 @@ TEST_F(differences, unified_output_is_as_written_here) {
         EXPECT_EQ(diff(row.base, row.file), header + row.hunks);
     }
     EXPECT_EQ(diff("a\n", "a\n"), "");
-    EXPECT_EQ(tdm({"diff", "-w", "old", "new"}).status, 0);
+    EXPECT_EQ(tdm("diff -w old new").status, 0);
     write_file("new", "a");
-    EXPECT_EQ(tdm({"diff", "-w", "old", "new"}).status, 0);
+    EXPECT_EQ(tdm("diff -w old new").status, 0);
     EXPECT_EQ(diff("a b\nc\n", "a  b\nC\n", {"-w", "-U0"}),
               header + std::string("@@ -2 +2 @@\n-c\n+C\n"));
     EXPECT_EQ(diff(rows[8].base, rows[8].file, {"--no-moves", "-U0"}),
@@ -103,8 +103,8 @@ TEST_F(differences, other_forms_are_as_documented) {
     expect_golden("diff-side-context.txt", diff(base, file, {"-y", "-W", "40", "-U1"}));
     expect_golden("diff-color.txt", diff(base, file, {"--color=always"}));
     write_file("third", base);
-    EXPECT_EQ(tdm({"diff", "--brief", "old", "new", "third"}).out, "old and new differ\n");
-    EXPECT_EQ(tdm({"diff", "--quiet", "old", "new"}).out, "");
+    EXPECT_EQ(tdm("diff --brief old new third").out, "old and new differ\n");
+    EXPECT_EQ(tdm("diff --quiet old new").out, "");
 }
 
 TEST_F(differences, words_of_changed_lines) {
@@ -115,14 +115,14 @@ TEST_F(differences, words_of_changed_lines) {
 TEST_F(differences, versions_of_a_container) {
     write_file("t1", lines_of("a b"));
     write_file("t2", lines_of("a B"));
-    ASSERT_EQ(tdm({"create", "c"}).status, 0);
-    ASSERT_EQ(tdm({"checkin", "c", "t1"}).status, 0);
-    ASSERT_EQ(tdm({"checkin", "c", "t2"}).status, 0);
+    ASSERT_EQ(tdm("create c").status, 0);
+    ASSERT_EQ(tdm("checkin c t1").status, 0);
+    ASSERT_EQ(tdm("checkin c t2").status, 0);
     const std::string hunk = "@@ -1,2 +1,2 @@\n a\n-b\n+B\n";
-    EXPECT_EQ(tdm({"diff", "-c", "c", "main@1", "main@2"}).out, "--- main@1\n+++ main@2\n" + hunk);
-    EXPECT_EQ(tdm({"diff", "-c", "c", "main@1"}).out, "--- main@1\n+++ main@2\n" + hunk);
-    EXPECT_EQ(tdm({"diff", "-c", "c", "main@2", "main"}).status, 0);
-    EXPECT_EQ(tdm({"diff", "-c", "c", "main@7"}).status, 2);
+    EXPECT_EQ(tdm("diff -c c main@1 main@2").out, "--- main@1\n+++ main@2\n" + hunk);
+    EXPECT_EQ(tdm("diff -c c main@1").out, "--- main@1\n+++ main@2\n" + hunk);
+    EXPECT_EQ(tdm("diff -c c main@2 main").status, 0);
+    EXPECT_EQ(tdm("diff -c c main@7").status, 2);
 }
 
 TEST_F(differences, trouble_is_told) {
@@ -134,9 +134,9 @@ TEST_F(differences, trouble_is_told) {
         EXPECT_EQ(result.status, 2) << name;
         EXPECT_NE(result.err, "") << name;
     }
-    EXPECT_EQ(tdm({"diff", "text"}).status, 2);
-    EXPECT_EQ(tdm({"diff", "text", "-"}, {.input = "b\n"}).status, 1);
-    EXPECT_EQ(tdm({"diff", "/dev/null", "text"}, {.output_path = "/dev/full"}).status, 2);
+    EXPECT_EQ(tdm("diff text").status, 2);
+    EXPECT_EQ(tdm("diff text -", {.input = "b\n"}).status, 1);
+    EXPECT_EQ(tdm("diff /dev/null text", {.output_path = "/dev/full"}).status, 2);
 }
 
 TEST_F(differences, terminal_gets_color_and_no_control_bytes) {
@@ -145,7 +145,7 @@ TEST_F(differences, terminal_gets_color_and_no_control_bytes) {
     }
     write_file("old", "a\n");
     write_file("new", "\x1b[2J\r\n");
-    const terminal_result result = on_terminal({"diff", "--no-pager", "old", "new"}, "none", {});
+    const terminal_result result = on_terminal("diff --no-pager old new", "none", {});
     EXPECT_EQ(result.status, 1);
     EXPECT_NE(result.seen.find("\x1b[32m+\\e[2J\\r\x1b[m"), std::string::npos) << result.seen;
 }

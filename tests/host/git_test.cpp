@@ -21,10 +21,10 @@ protected:
         write_file(".gitconfig",
                    "[user]\nname = T\nemail = t@example.org\n[init]\ndefaultBranch = main\n"
                    "[mergetool]\nkeepBackup = false\n[core]\nquotePath = false\n" +
-                       tdm({"config", "git"}).out);
+                       tdm("config git").out);
         write_file(".gitattributes", "* merge=tdm diff=tdm\n");
         write_file(".gitignore", ".gitconfig\n.gitignore\n");
-        EXPECT_EQ(call({"init", "-q"}).status, 0);
+        EXPECT_EQ(call("init -q").status, 0);
         write_file(odd_name, base_);
         write_file("-dash", base_);
         commit("base");
@@ -35,21 +35,25 @@ protected:
         return run(words, {.input = input, .environment = environment_});
     }
 
+    command_result call(const char *words, const std::string &input = {}) {
+        return call(words_of(words), input);
+    }
+
     void commit(const std::string &message) {
-        EXPECT_EQ(call({"add", "-A"}).status, 0);
+        EXPECT_EQ(call("add -A").status, 0);
         EXPECT_EQ(call({"commit", "-q", "-m", message}).status, 0);
     }
 
     // Commits `ours` on main and `theirs` on a branch as the text of `name`, and merges.
     command_result merge(const std::string &name, const std::string &ours,
                          const std::string &theirs) {
-        EXPECT_EQ(call({"checkout", "-q", "-b", "side"}).status, 0);
+        EXPECT_EQ(call("checkout -q -b side").status, 0);
         write_file(name, theirs);
         commit("theirs");
-        EXPECT_EQ(call({"checkout", "-q", "main"}).status, 0);
+        EXPECT_EQ(call("checkout -q main").status, 0);
         write_file(name, ours);
         commit("ours");
-        return call({"merge", "-q", "--no-edit", "side"});
+        return call("merge -q --no-edit side");
     }
 
     const scratch_folder folder_;
@@ -71,7 +75,7 @@ TEST_F(git, driver_leaves_a_conflict_in_the_work_file) {
               "<<<<<<< ours\nX\n||||||| base\na1\n=======\nY\n>>>>>>> theirs\na2\n");
     EXPECT_NE(result.err.find("tdm: -dash:1: conflict: ours and theirs"), std::string::npos)
         << result.err;
-    EXPECT_EQ(call({"status", "--short"}).out, "UU -dash\n");
+    EXPECT_EQ(call("status --short").out, "UU -dash\n");
 }
 
 TEST_F(git, driver_merges_files_that_both_sides_added) {
@@ -90,20 +94,19 @@ TEST_F(git, failing_driver_keeps_both_sides) {
     write_file("b", "theirs\n");
     for (const long limit : {0L, 3L, 10L}) {
         write_file("a", "ours, a long line\n");
-        EXPECT_EQ(tdm({"git-merge", "o", "a", "b", "7", "path"}, {.file_size_limit = limit}).status,
-                  2);
+        EXPECT_EQ(tdm("git-merge o a b 7 path", {.file_size_limit = limit}).status, 2);
         EXPECT_EQ(read_file("a"), "ours, a long line\n");
     }
-    EXPECT_EQ(tdm({"git-merge", "missing", "a", "b", "9", "path", "%S", "%X", "%Y"}).status, 1);
+    EXPECT_EQ(tdm("git-merge missing a b 9 path %S %X %Y").status, 1);
     EXPECT_EQ(read_file("a"),
               "<<<<<<<<< ours\nours, a long line\n=========\ntheirs\n>>>>>>>>> theirs\n");
 }
 
 TEST_F(git, merge_tool_writes_what_was_decided) {
     EXPECT_EQ(merge("added", "one\n", "two\n").status, 1);
-    const command_result refused = call({"mergetool", "-y", "-t", "tdm"});
+    const command_result refused = call("mergetool -y -t tdm");
     EXPECT_NE(refused.status, 0);
-    EXPECT_EQ(call({"status", "--short"}).out, "AA added\n");
+    EXPECT_EQ(call("status --short").out, "AA added\n");
 
     // On a terminal, of the `script` of util-linux: file 3 is theirs.
     write_file("answers", "3\n");
@@ -112,23 +115,23 @@ TEST_F(git, merge_tool_writes_what_was_decided) {
              "(sleep 1; cat answers; sleep 1) | script -qec 'git mergetool -y -t tdm' /dev/null"},
             {.environment = environment_});
     EXPECT_EQ(read_file("added"), "two\n") << asked.out;
-    EXPECT_EQ(call({"diff", "--name-only", "--diff-filter=U"}).out, "");
+    EXPECT_EQ(call("diff --name-only --diff-filter=U").out, "");
 }
 
 TEST_F(git, diff_runs_the_external_command) {
     write_file(odd_name, lines_of("X a2 a3 a4 b1 b2 b3 b4 c1 c2 c3 c4"));
     write_file("-dash", "");
     write_file("new", "n\n");
-    EXPECT_EQ(call({"add", "-A"}).status, 0);
+    EXPECT_EQ(call("add -A").status, 0);
     chmod("new", 0755);
-    EXPECT_EQ(call({"add", "-A"}).status, 0);
-    const command_result patch = call({"diff", "--cached"});
+    EXPECT_EQ(call("add -A").status, 0);
+    const command_result patch = call("diff --cached");
     EXPECT_EQ(patch.status, 0) << patch.err;
     expect_golden("git-diff.txt", patch.out);
-    EXPECT_EQ(call({"reset", "-q", "--hard"}).status, 0);
-    EXPECT_EQ(call({"apply", "--index"}, patch.out).status, 0) << patch.out;
+    EXPECT_EQ(call("reset -q --hard").status, 0);
+    EXPECT_EQ(call("apply --index", patch.out).status, 0) << patch.out;
     EXPECT_TRUE(read_file(odd_name).starts_with("X\n"));
-    EXPECT_EQ(call({"diff", "--cached"}).out, patch.out);
+    EXPECT_EQ(call("diff --cached").out, patch.out);
 
     // Given plainly in the environment, it knows git by its arguments.
     environment_.push_back("GIT_EXTERNAL_DIFF=tdm diff");
@@ -141,13 +144,13 @@ TEST_F(git, diff_runs_the_external_command) {
 
 TEST_F(git, diff_of_an_unmerged_path_and_of_a_binary_file) {
     EXPECT_EQ(merge("-dash", lines_of("X a2"), lines_of("Y a2")).status, 1);
-    const command_result unmerged = call({"diff", "HEAD", "--", "-dash"});
+    const command_result unmerged = call("diff HEAD -- -dash");
     EXPECT_EQ(unmerged.status, 0) << unmerged.err;
-    EXPECT_EQ(call({"reset", "-q", "--hard"}).status, 0);
+    EXPECT_EQ(call("reset -q --hard").status, 0);
     // A line too long for the library, with no newline behind it, is no text either.
     for (const std::string &bytes : {std::string("\0", 1), std::string(8001, 'x')}) {
         write_file(odd_name, bytes);
-        const command_result binary = call({"diff"});
+        const command_result binary = call("diff");
         EXPECT_EQ(binary.status, 0);
         EXPECT_NE(binary.out.find("Binary files"), std::string::npos) << binary.out;
     }

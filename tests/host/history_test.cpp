@@ -10,11 +10,8 @@
 
 namespace {
 
-const command_options dated = [] {
-    command_options options;
-    options.environment = {"SOURCE_DATE_EPOCH=1700000000", "TZ=Asia/Tokyo", "LC_ALL=de_DE.UTF-8"};
-    return options;
-}();
+const command_options dated{
+    .environment = {"SOURCE_DATE_EPOCH=1700000000", "TZ=Asia/Tokyo", "LC_ALL=de_DE.UTF-8"}};
 
 std::string without_identifiers(const std::string &text) {
     return std::regex_replace(text, std::regex("[0-9a-f]{32}"), "IDENTIFIER");
@@ -34,13 +31,12 @@ protected:
         write_file("t2", "a\nB\nc\n^d");
         write_file("t3", "a\nc\ne\n");
         write_file("u1", "a\nb\nx\n");
-        ASSERT_EQ(tdm({"create", "c"}, dated).out, "main@0\n");
-        ASSERT_EQ(tdm({"checkin", "c", "t1"}, dated).out, "main@1\n");
-        ASSERT_EQ(tdm({"checkin", "c", "t2", "--time", "2023-11-15T00:00+01:00"}).out, "main@2\n");
-        ASSERT_EQ(tdm({"checkin", "c", "t3"}, dated).out, "main@3\n");
-        ASSERT_EQ(tdm({"checkin", "c", "u1", "--branch", "dev", "--from", "main@1"}, dated).out,
-                  "dev@1\n");
-        ASSERT_EQ(tdm({"branch", "c", "fix", "dev"}, dated).out, "fix@0\n");
+        ASSERT_EQ(tdm("create c", dated).out, "main@0\n");
+        ASSERT_EQ(tdm("checkin c t1", dated).out, "main@1\n");
+        ASSERT_EQ(tdm("checkin c t2 --time 2023-11-15T00:00+01:00").out, "main@2\n");
+        ASSERT_EQ(tdm("checkin c t3", dated).out, "main@3\n");
+        ASSERT_EQ(tdm("checkin c u1 --branch dev --from main@1", dated).out, "dev@1\n");
+        ASSERT_EQ(tdm("branch c fix dev", dated).out, "fix@0\n");
     }
 
     const scratch_folder folder_;
@@ -55,15 +51,15 @@ TEST_F(history, every_version_comes_back) {
     for (const auto &[version, text] : rows) {
         EXPECT_EQ(tdm({"checkout", "c", version}).out, text) << version;
     }
-    EXPECT_EQ(tdm({"checkout", "c"}).out, "a\nc\ne\n");
+    EXPECT_EQ(tdm("checkout c").out, "a\nc\ne\n");
 }
 
 TEST_F(history, listings_are_as_documented) {
-    expect_golden("list.txt", without_identifiers(tdm({"list", "c"}, dated).out));
-    expect_golden("list.json", without_identifiers(tdm({"list", "c", "--json"}, dated).out));
-    expect_golden("annotate.txt", tdm({"annotate", "c"}, dated).out);
-    expect_golden("annotate-all.txt", tdm({"annotate", "c", "--all", "main@2"}, dated).out);
-    EXPECT_EQ(without_identifiers(tdm({"annotate", "c", "--raw", "--deleted"}).out),
+    expect_golden("list.txt", without_identifiers(tdm("list c", dated).out));
+    expect_golden("list.json", without_identifiers(tdm("list c --json", dated).out));
+    expect_golden("annotate.txt", tdm("annotate c", dated).out);
+    expect_golden("annotate-all.txt", tdm("annotate c --all main@2", dated).out);
+    EXPECT_EQ(without_identifiers(tdm("annotate c --raw --deleted").out),
               "I IDENTIFIER a\nD IDENTIFIER,IDENTIFIER b\nD IDENTIFIER,IDENTIFIER B\n"
               "I IDENTIFIER c\nD IDENTIFIER,IDENTIFIER ^d\nI IDENTIFIER e\n");
 }
@@ -73,13 +69,13 @@ TEST_F(history, columns_are_counted_in_characters) {
         tdm({"checkin", "c", "t1", "--branch", "br\u00e4nches", "--from", "main", "--no-base"})
             .status,
         0);
-    EXPECT_NE(tdm({"list", "c"}).out.find("\nmain@0      2"), std::string::npos);
-    EXPECT_NE(tdm({"annotate", "c"}).out.find("main@1      2"), std::string::npos);
+    EXPECT_NE(tdm("list c").out.find("\nmain@0      2"), std::string::npos);
+    EXPECT_NE(tdm("annotate c").out.find("main@1      2"), std::string::npos);
 }
 
 TEST_F(history, version_may_be_an_identifier_or_its_beginning) {
     std::smatch found;
-    const std::string list = tdm({"list", "c"}).out;
+    const std::string list = tdm("list c").out;
     ASSERT_TRUE(std::regex_search(list, found, std::regex("main@2 .*  ([0-9a-f]{32})")));
     const std::string oid = found[1];
     EXPECT_EQ(tdm({"checkout", "c", oid}).out, "a\nB\nc\n^d");
@@ -90,63 +86,53 @@ TEST_F(history, version_may_be_an_identifier_or_its_beginning) {
 TEST_F(history, refuses_what_would_not_be_a_history) {
     write_file("binary", std::string("a\0b\n", 4));
     write_file("long", std::string(8001, 'x') + "\n");
-    struct row {
-        const char *name;
-        std::vector<std::string> words;
-        const char *said;
-    };
-    const row rows[] = {
-        {"no such branch", {"checkin", "c", "t1", "--branch", "new"}, "(--from VERSION starts it)"},
-        {"branch exists",
-         {"checkin", "c", "t2", "--branch", "dev", "--from", "main"},
-         "exists already"},
-        {"from without branch", {"checkin", "c", "t1", "--from", "main"}, "--from needs --branch"},
-        {"no such point", {"branch", "c", "b", "main@4"}, "main@4"},
-        {"branch exists", {"branch", "c", "main", "main"}, "exists already"},
-        {"name with @", {"branch", "c", "a@1", "main"}, "'@'"},
-        {"name with blank", {"branch", "c", "a b", "main"}, "blank"},
-        {"name too long", {"create", "n", "--branch", std::string(100, 'x')}, "100 bytes"},
-        {"empty name", {"create", "n", "--branch="}, "--branch"},
-        {"name of an identifier", {"create", "n", "--branch", std::string(32, 'a')}, "identifier"},
-        {"beginning too short", {"checkout", "c", "abc"}, "4 characters at least"},
-        {"version with a control byte",
-         {"checkout", "c",
-          "ab\x1b"
-          "cd"},
+    const std::string x100(100, 'x'), a32(32, 'a');
+    const std::pair<std::string, const char *> rows[] = {
+        {"checkin c t1 --branch new", "(--from VERSION starts it)"},
+        {"checkin c t2 --branch dev --from main", "exists already"},
+        {"checkin c t1 --from main", "--from needs --branch"},
+        {"branch c b main@4", "main@4"},
+        {"branch c main main", "exists already"},
+        {"branch c a@1 main", "'@'"},
+        {"create n --branch " + x100, "100 bytes"},
+        {"create n --branch=", "--branch"},
+        {"create n --branch " + a32, "identifier"},
+        {"checkout c abc", "4 characters at least"},
+        {"checkout c ab\x1b"
+         "cd",
          "version ab\\ecd"},
-        {"binary", {"checkin", "c", "binary"}, "no line of text"},
-        {"long line", {"checkin", "c", "long"}, "8000"},
-        {"binary import", {"import", "c", "t1", "binary"}, "no line of text"},
-        {"itself imported", {"import", "c", "t1", "./c"}, "is the same file"},
-        {"missing file", {"import", "c", "t1", "nowhere"}, "No such file"},
-        {"folder", {"checkin", "c", "."}, "directory"},
-        {"bad list", {"import", "c", "--from-list", "t1"}, "tdm: t1:1: not a name"},
-        {"no files", {"import", "c"}, "no files"},
-        {"not a container", {"checkout", "t1"}, "tdm: t1:1: "},
+        {"checkin c binary", "no line of text"},
+        {"checkin c long", "8000"},
+        {"import c t1 binary", "no line of text"},
+        {"import c t1 ./c", "is the same file"},
+        {"import c t1 nowhere", "No such file"},
+        {"checkin c .", "directory"},
+        {"import c --from-list t1", "tdm: t1:1: not a name"},
+        {"import c", "no files"},
+        {"checkout t1", "tdm: t1:1: "},
     };
     const std::string before = read_file("c");
-    for (const row &r : rows) {
-        const command_result result = tdm(r.words);
-        EXPECT_EQ(result.status, 2) << r.name;
-        EXPECT_NE(result.err.find(r.said), std::string::npos) << r.name << ": " << result.err;
-        EXPECT_EQ(read_file("c"), before) << r.name;
+    for (const auto &[words, said] : rows) {
+        const command_result result = tdm(words.c_str());
+        EXPECT_EQ(result.status, 2) << words;
+        EXPECT_NE(result.err.find(said), std::string::npos) << words << ": " << result.err;
+        EXPECT_EQ(read_file("c"), before) << words;
     }
+    EXPECT_NE(tdm({"branch", "c", "a b", "main"}).err.find("blank"), std::string::npos);
 }
 
 TEST_F(history, equal_text_stores_nothing_unless_asked) {
     const std::string before = read_file("c");
-    for (const std::vector<std::string> &words : std::vector<std::vector<std::string>>{
-             {"checkin", "c", "t3"},
-             {"import", "c", "t3", "t3"},
-             {"checkin", "c", "t1", "--branch", "new", "--from", "main@1"}}) {
+    for (const char *words :
+         {"checkin c t3", "import c t3 t3", "checkin c t1 --branch new --from main@1"}) {
         const command_result result = tdm(words);
-        EXPECT_EQ(result.status, 1) << words[0];
+        EXPECT_EQ(result.status, 1) << words;
         EXPECT_NE(result.err.find("nothing to store"), std::string::npos);
         EXPECT_EQ(read_file("c"), before);
     }
-    EXPECT_EQ(tdm({"checkin", "c", "t3", "--allow-same"}).out, "main@4\n");
-    EXPECT_EQ(tdm({"import", "c", "t3", "t3", "--allow-same"}).out, "main@5\nmain@6\n");
-    EXPECT_EQ(tdm({"checkout", "c", "main@5"}).out, "a\nc\ne\n");
+    EXPECT_EQ(tdm("checkin c t3 --allow-same").out, "main@4\n");
+    EXPECT_EQ(tdm("import c t3 t3 --allow-same").out, "main@5\nmain@6\n");
+    EXPECT_EQ(tdm("checkout c main@5").out, "a\nc\ne\n");
 }
 
 TEST_F(history, numbers_stand_above_deleted_ones) {
@@ -154,62 +140,53 @@ TEST_F(history, numbers_stand_above_deleted_ones) {
     const size_t newest = bytes.find("^V ", bytes.find(" 0 3 ") - 36);
     bytes.insert(newest, "^#");
     write_file("c", bytes);
-    ASSERT_NE(tdm({"list", "c"}).out.find("(deleted)"), std::string::npos);
-    EXPECT_EQ(tdm({"branch", "c", "b", "main@3"}).status, 2);
-    EXPECT_EQ(tdm({"checkin", "c", "t1", "--no-base"}).out, "main@4\n");
-    EXPECT_EQ(tdm({"checkout", "c"}).out, "a\nb\nc\n");
+    ASSERT_NE(tdm("list c").out.find("(deleted)"), std::string::npos);
+    EXPECT_EQ(tdm("branch c b main@3").status, 2);
+    EXPECT_EQ(tdm("checkin c t1 --no-base").out, "main@4\n");
+    EXPECT_EQ(tdm("checkout c").out, "a\nb\nc\n");
 }
 
 TEST_F(history, numbers_do_not_begin_again_when_they_are_used_up) {
     const std::string head = "^S db1 fffffffffffffffe\n";
     const std::string rest = "^V v1 0 fffffffffffffffc 0\n^V v0 0 0 0\n^B main 0 0 0\n^E e\n";
     write_file("c", head + rest);
-    const struct {
-        std::vector<std::string> words;
-        const char *said;
-    } rows[] = {
-        {{"import", "c", "t1", "t2", "t3"}, "branch main has no number left"},
-        {{"branch", "c", "b", "main"}, "no number is left for a new branch"},
-        {{"checkin", "c", "t1", "--branch", "b", "--from", "main"}, "no number is left for a new"},
+    const std::pair<const char *, const char *> rows[] = {
+        {"import c t1 t2 t3", "branch main has no number left"},
+        {"branch c b main", "no number is left for a new branch"},
+        {"checkin c t1 --branch b --from main", "no number is left for a new"},
     };
-    for (const auto &row : rows) {
-        const command_result result = tdm(row.words);
-        EXPECT_EQ(result.status, 2) << row.words[0];
-        EXPECT_NE(result.err.find(row.said), std::string::npos) << result.err;
+    for (const auto &[words, said] : rows) {
+        const command_result result = tdm(words);
+        EXPECT_EQ(result.status, 2) << words;
+        EXPECT_NE(result.err.find(said), std::string::npos) << result.err;
         EXPECT_EQ(read_file("c"), head + rest);
     }
     const std::string last = "main@18446744073709551614\n";
-    EXPECT_EQ(tdm({"import", "c", "t1", "t2"}).out, "main@18446744073709551613\n" + last);
-    EXPECT_EQ(tdm({"checkin", "c", "t3"}).status, 2);
-    EXPECT_EQ(tdm({"checkout", "c"}).out, "a\nB\nc\n^d");
+    EXPECT_EQ(tdm("import c t1 t2").out, "main@18446744073709551613\n" + last);
+    EXPECT_EQ(tdm("checkin c t3").status, 2);
+    EXPECT_EQ(tdm("checkout c").out, "a\nB\nc\n^d");
     write_file("c", "^S db1 0\n^V v 1 0 0\n^B b 1 0 0\n" + rest);  // 1 is not named as in use
-    EXPECT_EQ(tdm({"branch", "c", "b2", "main"}).status, 2);
+    EXPECT_EQ(tdm("branch c b2 main").status, 2);
 }
 
 TEST_F(history, default_branch_is_main_or_the_only_one) {
-    ASSERT_EQ(tdm({"create", "d", "--branch", "trunk"}).status, 0);
-    EXPECT_EQ(tdm({"checkin", "d", "t1"}).out, "trunk@1\n");
-    ASSERT_EQ(tdm({"branch", "d", "second", "trunk"}).status, 0);
-    EXPECT_NE(tdm({"checkin", "d", "t2"}).err.find("which branch?"), std::string::npos);
-    EXPECT_EQ(tdm({"checkin", "d", "t2", "--branch", "second"}).out, "second@1\n");
+    ASSERT_EQ(tdm("create d --branch trunk").status, 0);
+    EXPECT_EQ(tdm("checkin d t1").out, "trunk@1\n");
+    ASSERT_EQ(tdm("branch d second trunk").status, 0);
+    EXPECT_NE(tdm("checkin d t2").err.find("which branch?"), std::string::npos);
+    EXPECT_EQ(tdm("checkin d t2 --branch second").out, "second@1\n");
 }
 
 TEST_F(history, text_may_come_from_standard_input_or_a_pipe) {
-    command_options piped;
-    piped.input = "from\nstdin";
-    EXPECT_EQ(tdm({"checkin", "c", "-"}, piped).out, "main@4\n");
-    EXPECT_EQ(tdm({"checkout", "c", "-o", "-"}).out, "from\nstdin");
-    const std::string pipe = std::string("'") + TDM_COMMAND + "' checkin c <(echo from pipe)";
-    EXPECT_EQ(run({"bash", "-c", pipe}).out, "main@5\n");
-    EXPECT_EQ(tdm({"checkout", "c"}).out, "from pipe\n");
-    const std::string pipes = std::string("echo 1 | '") + TDM_COMMAND +
-                              "' import c - t1 <(echo 2) && '" + TDM_COMMAND +
-                              "' checkout c main@6";
-    EXPECT_EQ(run({"bash", "-c", pipes}).out, "main@6\nmain@7\nmain@8\n1\n");
-    EXPECT_EQ(tdm({"checkout", "c"}).out, "2\n");
-    for (const char *words : {"- -", "/dev/stdin - ", "--from-list - /dev/stdin"}) {
-        const std::string twice = std::string("echo 1 | '") + TDM_COMMAND + "' import c " + words;
-        EXPECT_EQ(run({"bash", "-c", twice}).status, 2) << words;
+    EXPECT_EQ(tdm("checkin c -", {.input = "from\nstdin"}).out, "main@4\n");
+    EXPECT_EQ(tdm("checkout c -o -").out, "from\nstdin");
+    EXPECT_EQ(shell("$TDM checkin c <(echo from pipe)").out, "main@5\n");
+    EXPECT_EQ(tdm("checkout c").out, "from pipe\n");
+    EXPECT_EQ(shell("echo 1 | $TDM import c - t1 <(echo 2) && $TDM checkout c main@6").out,
+              "main@6\nmain@7\nmain@8\n1\n");
+    EXPECT_EQ(tdm("checkout c").out, "2\n");
+    for (const std::string words : {"- -", "/dev/stdin - ", "--from-list - /dev/stdin"}) {
+        EXPECT_EQ(shell("echo 1 | $TDM import c " + words).status, 2) << words;
     }
 }
 
@@ -217,20 +194,15 @@ TEST_F(history, damaged_container_is_told_with_its_line_and_nothing_is_built_on_
     std::string bytes = read_file("c");
     write_file("c", bytes.substr(0, bytes.size() - 3));
     const std::string cut = read_file("c");
-    for (const std::vector<std::string> &words :
-         std::vector<std::vector<std::string>>{{"checkin", "c", "t1"},
-                                               {"branch", "c", "b", "main"},
-                                               {"import", "c", "t1"},
-                                               {"checkout", "c"},
-                                               {"annotate", "c"},
-                                               {"list", "c"}}) {
+    for (const char *words :
+         {"checkin c t1", "branch c b main", "import c t1", "checkout c", "annotate c", "list c"}) {
         const command_result result = tdm(words);
-        EXPECT_EQ(result.status, 2) << words[0];
+        EXPECT_EQ(result.status, 2) << words;
         EXPECT_TRUE(std::regex_search(result.err, std::regex("^tdm: c:[0-9]+: "))) << result.err;
         EXPECT_EQ(result.out, "");
         EXPECT_EQ(read_file("c"), cut);
     }
-    const command_result forced = tdm({"checkout", "c", "main@1", "--damaged"});
+    const command_result forced = tdm("checkout c main@1 --damaged");
     EXPECT_EQ(forced.status, 0) << forced.err;
     EXPECT_NE(forced.err.find("is damaged; it is read all the same"), std::string::npos);
     EXPECT_TRUE(forced.out.starts_with("a\nb\n")) << forced.out;
@@ -240,7 +212,7 @@ TEST(import, stores_the_same_as_checking_in_one_by_one) {
     for (const unsigned seed : seeds(sanitized ? 1 : 5)) {
         text_maker make{.random = std::mt19937(seed), .repeated = 0.5, .quoted = 0.2};
         const scratch_folder folder;
-        ASSERT_EQ(tdm({"create", "one"}).status + tdm({"create", "all"}).status, 0);
+        ASSERT_EQ(tdm("create one").status + tdm("create all").status, 0);
         std::vector<std::string> words = {"import", "-q", "all", "--allow-same"};
         std::vector<std::string> texts = {""};
         for (int i = 1; i <= 25; i++) {
@@ -276,7 +248,7 @@ TEST(import, stores_the_same_as_checking_in_one_by_one) {
 TEST(import, sees_a_version_that_reads_otherwise) {
     const scratch_folder folder;
     text_maker make{.random = std::mt19937(7), .repeated = 0.5, .quoted = 0.2};
-    ASSERT_EQ(tdm({"create", "c"}).status, 0);
+    ASSERT_EQ(tdm("create c").status, 0);
     std::vector<std::string> words = {"import", "-q", "c", "--allow-same"};
     std::vector<std::string> texts = {""};
     for (int i = 1; i <= 30; i++) {

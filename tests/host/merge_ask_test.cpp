@@ -19,11 +19,10 @@ protected:
     }
 
     terminal_result merge(const std::vector<std::string> &answers,
-                          const std::vector<std::string> &options = {"--ask"}) {
-        std::vector<std::string> words = {"merge", "base", "x", "y", "-f", "-o", "out"};
-        words.insert(words.end(), options.begin(), options.end());
+                          const std::string &options = "--ask") {
         write_file("edit.sh", "echo edited >\"$1\"\n");
-        return on_terminal(words, "made in file", answers, {"EDITOR=sh edit.sh", "VISUAL="});
+        return on_terminal("merge base x y -f -o out " + options, "made in file", answers,
+                           {"EDITOR=sh edit.sh", "VISUAL="});
     }
 
     const scratch_folder folder_;
@@ -57,20 +56,20 @@ TEST_F(asking, answers_decide) {
 TEST_F(asking, abandoned_merge_leaves_no_output) {
     EXPECT_EQ(merge({"y", "n", "a"}).status, 1);
     EXPECT_EQ(merge({"\x04"}).status, 1);  // end of input
-    EXPECT_EQ(merge({"y"}, {"--ask", "--no-input"}).status, 2);
-    EXPECT_EQ(merge({"a"}, {"--mq", "1"}).status, 1);
+    EXPECT_EQ(merge({"y"}, "--ask --no-input").status, 2);
+    EXPECT_EQ(merge({"a"}, "--mq 1").status, 1);
     EXPECT_EQ(files_in("."), (std::vector<std::string>{"base", "edit.sh", "x", "y"}));
 }
 
 TEST_F(asking, library_merge_asks_and_keeps_regions_whole) {
-    EXPECT_EQ(merge({"y", "n", "n", "y"}, {"--mq", "0"}).status, 0);
+    EXPECT_EQ(merge({"y", "n", "n", "y"}, "--mq 0").status, 0);
     EXPECT_EQ(read_file("out"), lines_of("a X c d f"));
 
     // Everything declined, the library's decisions would still drop g and h.
     write_file("base", lines_of("a b c d e f g h i j"));
     write_file("x", lines_of("a b C D E F g h i j"));
     write_file("y", lines_of("a b c d E2 F2 G2 H2 i j"));
-    const terminal_result lossy = merge({"n", "n", "n", "n", "n", "n"}, {"--mq", "0"});
+    const terminal_result lossy = merge({"n", "n", "n", "n", "n", "n"}, "--mq 0");
     EXPECT_EQ(lossy.status, 1) << lossy.seen;
     const std::string out = read_file("out");
     for (const char *line : {"\nF\n", "\ng\n", "\nh\n", "\nH2\n"}) {

@@ -20,10 +20,19 @@ std::string text_of_version(const host::container_view &view, host::version_id i
     return rooted && !broken ? text : "cannot be read";
 }
 
-random_history::random_history(unsigned seed, int steps)
+std::string constructed(const std::string &container, const std::string &oid, uint32_t flags) {
+    const std::string out = container + ".out";
+    EXPECT_EQ(tdm_construct_ver(container.c_str(), out.c_str(), oid.c_str(), flags), 0) << oid;
+    return read_file(out);
+}
+
+random_history::random_history(unsigned seed, int steps, size_t lines)
     : branches{"main"}, make_{.random = std::mt19937(seed), .repeated = 0.3, .quoted = 0.1} {
     EXPECT_EQ(tdm_create_elem(time, "element", "main", "oid0", path().c_str()), 0);
     versions[{0, 0}] = {"oid0", "", {}};
+    if (lines > 0) {
+        store(0, {0, 0}, joined(make_.text(lines)));
+    }
     for (int i = 0; i < steps; i++) {
         step();
     }

@@ -22,9 +22,13 @@ struct modelled_version {
 // The text that the weave gives for a version, or "cannot be read".
 std::string text_of_version(const host::container_view &view, host::version_id id);
 
+// The library's own reconstruction; with `flags` 1 every line begins with "I OID ".
+std::string constructed(const std::string &container, const std::string &oid, uint32_t flags = 0);
+
 class random_history {
 public:
-    explicit random_history(unsigned seed, int steps = 0);
+    // With `lines` the first version has as many.
+    explicit random_history(unsigned seed, int steps = 0, size_t lines = 0);
 
     // One check-in, new branch or check-in of the same text; fails the test when the library does.
     void step();

@@ -18,14 +18,24 @@ namespace {
 const std::string first_text = "one\ntwo\nthree\n";
 const std::string second_text = "one\n2\nthree\nfour\n";
 
+// Version 2; user::rw-, user:1234:r--, group::r--, mask::rw-, other::---.
+constexpr uint32_t access_list[] = {2,          0x60001, 0xffffffff, 0x60002, 1234,      0x40004,
+                                    0xffffffff, 0x60010, 0xffffffff, 0x20,    0xffffffff};
+
+mode_t mode_of(const char *path) {
+    struct stat status {};
+    EXPECT_EQ(stat(path, &status), 0);
+    return status.st_mode & 07777;
+}
+
 // A folder with a container of one stored version and the text of the next.
 class replacement : public testing::Test {
 protected:
     void SetUp() override {
         write_file("first", first_text);
         write_file("second", second_text);
-        ASSERT_EQ(tdm({"create", "c"}).status, 0);
-        ASSERT_EQ(tdm({"checkin", "c", "first"}).status, 0);
+        ASSERT_EQ(tdm("create c").status, 0);
+        ASSERT_EQ(tdm("checkin c first").status, 0);
         old_bytes_ = read_file("c");
     }
 
@@ -55,21 +65,14 @@ protected:
     std::string old_bytes_;
 };
 
-command_result traced(const std::vector<std::string> &strace_options) {
-    std::vector<std::string> words = {"strace", "-qq", "-f"};
-    words.insert(words.end(), strace_options.begin(), strace_options.end());
-    for (const char *word : {TDM_COMMAND, "checkin", "c", "second", "--no-base"}) {
-        words.emplace_back(word);
-    }
-    // The leak check of a sanitizer build cannot run in a traced process.
-    command_options options;
-    options.environment = {"ASAN_OPTIONS=detect_leaks=0", "TMPDIR=."};
-    return run(words, options);
+// A check-in of the second text under strace with these options.
+command_result traced(const std::string &strace_options) {
+    return shell("TMPDIR=. strace -qq -f " + strace_options + " $TDM checkin c second --no-base");
 }
 
 // How often the check-in makes each system call.
 std::map<std::string, int> count_system_calls() {
-    traced({"-o", "trace"});
+    traced("-o trace");
     std::map<std::string, int> counts;
     std::istringstream lines(read_file("trace"));
     for (std::string line; std::getline(lines, line);) {
@@ -83,10 +86,9 @@ std::map<std::string, int> count_system_calls() {
     return counts;
 }
 
-std::vector<std::string> injection(const std::string &call, const std::string &what, int n) {
-    return {"-o", "/dev/null",
-            "-e", "trace=" + call,
-            "-e", "inject=" + call + ":" + what + ":when=" + std::to_string(n)};
+std::string injection(const std::string &call, const std::string &what, int n) {
+    return "-o /dev/null -e trace=" + call + " -e inject=" + call + ":" + what +
+           ":when=" + std::to_string(n);
 }
 
 TEST_F(replacement, killed_at_any_system_call_it_leaves_the_old_or_the_new_container) {
@@ -109,17 +111,15 @@ TEST_F(replacement, killed_at_any_system_call_it_leaves_the_old_or_the_new_conta
     EXPECT_TRUE(sanitized || (seen_new > 0 && seen_leftovers > 0));
     // What the killed runs left behind goes with the next one.
     write_file("c", old_bytes_);
-    EXPECT_EQ(tdm({"checkin", "c", "second"}).status, 0);
+    EXPECT_EQ(tdm("checkin c second").status, 0);
     EXPECT_EQ(leftovers(), 0u);
 }
 
 TEST_F(replacement, signal_that_ends_it_removes_the_temporary_file) {
-    const std::string ignoring = std::string(
-                                     "trap '' HUP; strace -o /dev/null -e trace=fsync -e "
-                                     "inject=fsync:signal=HUP:when=1 '") +
-                                 TDM_COMMAND + "' checkin c second";
-    EXPECT_EQ(
-        run({"bash", "-c", ignoring}, {.environment = {"ASAN_OPTIONS=detect_leaks=0"}}).status, 0);
+    EXPECT_EQ(shell("trap '' HUP; strace -o /dev/null -e trace=fsync "
+                    "-e inject=fsync:signal=HUP:when=1 $TDM checkin c second")
+                  .status,
+              0);
     EXPECT_TRUE(is_new());
     write_file("c", old_bytes_);
     for (const auto &[name, number] : {std::pair("INT", 2), std::pair("TERM", 15), {"HUP", 1}}) {
@@ -132,14 +132,10 @@ TEST_F(replacement, signal_that_ends_it_removes_the_temporary_file) {
 
 TEST_F(replacement, container_that_is_cut_while_it_is_read_is_told) {
     write_file("long", std::string(20000, '\n'));
-    ASSERT_EQ(tdm({"checkin", "-q", "c", "long"}).status, 0);
-    const std::string script = std::string(
-                                   "strace -o /dev/null -P $PWD/c -e trace=mmap -e "
-                                   "inject=mmap:delay_exit=1000000 '") +
-                               TDM_COMMAND + "' list c & sleep 0.5; truncate -s 0 c; wait $!";
-    command_options options;
-    options.environment = {"ASAN_OPTIONS=detect_leaks=0"};
-    const command_result result = run({"bash", "-c", script}, options);
+    ASSERT_EQ(tdm("checkin -q c long").status, 0);
+    const command_result result = shell(
+        "strace -o /dev/null -P $PWD/c -e trace=mmap -e inject=mmap:delay_exit=1000000 $TDM "
+        "list c & sleep 0.5; truncate -s 0 c; wait $!");
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.err, "tdm: a file was cut short while it was being read; gave up\n");
 }
@@ -151,9 +147,7 @@ TEST_F(replacement, temporary_file_of_a_dead_command_goes_though_it_may_only_be_
         chmod(name.c_str(), 0444);
     }
     chmod(".", 0777);
-    command_options nobody;
-    nobody.unprivileged = true;
-    tdm({"checkin", "c", "second", "--dry-run"}, nobody);
+    tdm("checkin c second --dry-run", {.unprivileged = true});
     EXPECT_EQ(leftovers(), 0u);
 }
 
@@ -182,7 +176,7 @@ TEST_F(replacement, failing_system_call_is_told_and_changes_nothing) {
 }
 
 TEST_F(replacement, failed_close_of_the_private_temporary_file_is_told) {
-    traced({"-o", "trace"});
+    traced("-o trace");
     const std::string trace = read_file("trace");
     EXPECT_NE(trace.find("O_CREAT|O_EXCL|O_NOFOLLOW|O_CLOEXEC, 0600)"), std::string::npos);
     int closes = 1;
@@ -200,14 +194,12 @@ TEST_F(replacement, failed_close_of_the_private_temporary_file_is_told) {
 TEST_F(replacement, descriptors_without_paths_of_their_own_are_written_all_the_same) {
     const std::filesystem::path bin = std::filesystem::path(TDM_COMMAND).parent_path();
     const auto without = [&](const std::string &arguments) {
-        return run(
-            {"unshare", "-m", "sh", "-c",
-             "mount -t tmpfs none /proc && LD_LIBRARY_PATH='" +
-                 (bin.parent_path() / "lib").string() + "' '" + TDM_COMMAND + "' " + arguments},
-            {.input = second_text,
-             .environment = {"ASAN_OPTIONS=detect_leaks=0", "TMPDIR=" + folder_.path()}});
+        return shell(
+            "unshare -m sh -c \"mount -t tmpfs none /proc && TMPDIR=$PWD LD_LIBRARY_PATH='" +
+                (bin.parent_path() / "lib").string() + "' $TDM " + arguments + "\"",
+            {.input = second_text});
     };
-    if (sanitized || run({"unshare", "-m", "mount", "-t", "tmpfs", "none", "/proc"}).status != 0) {
+    if (sanitized || shell("unshare -m mount -t tmpfs none /proc").status != 0) {
         GTEST_SKIP() << "needs leave to mount, and a build that starts without /proc";
     }
     EXPECT_EQ(without("checkin c -").status, 0);
@@ -218,14 +210,13 @@ TEST_F(replacement, descriptors_without_paths_of_their_own_are_written_all_the_s
     EXPECT_EQ(without("merge first first - -o merged").status, 0);
     EXPECT_EQ(read_file("merged"), second_text);
     EXPECT_EQ(without("delete c main@1 --yes").status, 0);
-    EXPECT_EQ(tdm({"checkout", "c"}).out, second_text);
+    EXPECT_EQ(tdm("checkout c").out, second_text);
     EXPECT_EQ(files_in("."), (std::vector<std::string>{"c", "first", "merged", "out", "second"}));
 }
 
 TEST_F(replacement, full_disk_changes_nothing) {
-    command_options options;
-    options.file_size_limit = static_cast<long>(old_bytes_.size());
-    const command_result result = tdm({"checkin", "c", "second"}, options);
+    const command_result result =
+        tdm("checkin c second", {.file_size_limit = static_cast<long>(old_bytes_.size())});
     EXPECT_EQ(result.status, 2);
     EXPECT_NE(result.err.find("File too large"), std::string::npos) << result.err;
     EXPECT_TRUE(is_old());
@@ -233,8 +224,7 @@ TEST_F(replacement, full_disk_changes_nothing) {
 }
 
 TEST_F(replacement, closed_standard_output_does_not_let_data_into_the_container) {
-    const std::string script = std::string("'") + TDM_COMMAND + "' checkin c second >&- 2>err <&-";
-    EXPECT_EQ(run({"bash", "-c", script}).status, 2);
+    EXPECT_EQ(shell("$TDM checkin c second >&- 2>err <&-").status, 2);
     EXPECT_EQ(read_file("err"),
               "tdm: main@2 is stored, but <stdout> could not be written: "
               "Bad file descriptor\n");
@@ -242,18 +232,17 @@ TEST_F(replacement, closed_standard_output_does_not_let_data_into_the_container)
 }
 
 TEST_F(replacement, dry_run_changes_nothing) {
-    const command_result result = tdm({"checkin", "c", "second", "--dry-run"});
+    const command_result result = tdm("checkin c second --dry-run");
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err, "tdm: c: would be replaced\ntdm: main@2 would be the new version\n");
-    EXPECT_EQ(tdm({"create", "new", "--dry-run", "-q"}).err, "tdm: new: would be created\n");
+    EXPECT_EQ(tdm("create new --dry-run -q").err, "tdm: new: would be created\n");
     EXPECT_TRUE(is_old());
     EXPECT_EQ(files_in("."), (std::vector<std::string>{"c", "first", "second"}));
 }
 
 TEST_F(replacement, no_check_in_of_many_at_once_is_lost) {
-    const std::string script = std::string("for i in $(seq 32); do echo $i > t$i; '") +
-                               TDM_COMMAND + "' checkin -q c t$i || echo failed & done; wait";
-    const command_result result = run({"bash", "-c", script});
+    const command_result result = shell(
+        "for i in $(seq 32); do echo $i > t$i; $TDM checkin -q c t$i || echo failed & done; wait");
     EXPECT_EQ(result.out, "") << result.err;
     std::map<std::string, int> texts;
     for (int version = 2; version <= 33; version++) {
@@ -267,7 +256,7 @@ TEST_F(replacement, no_check_in_of_many_at_once_is_lost) {
 TEST_F(replacement, waits_for_the_lock_and_says_so) {
     const int descriptor = open("c", O_RDONLY);
     ASSERT_EQ(flock(descriptor, LOCK_EX), 0);
-    const command_result result = tdm({"checkin", "c", "second", "--lock-timeout", "0.1"});
+    const command_result result = tdm("checkin c second --lock-timeout 0.1");
     close(descriptor);
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.err,
@@ -277,23 +266,21 @@ TEST_F(replacement, waits_for_the_lock_and_says_so) {
 }
 
 TEST_F(replacement, keeps_mode_owner_and_access_list) {
-    // Version 2; user::rw-, user:1234:rw-, group::r--, mask::rw-, other::---.
-    const uint32_t list[] = {2,          0x60001, 0xffffffff, 0x60002, 1234,      0x40004,
-                             0xffffffff, 0x60010, 0xffffffff, 0x20,    0xffffffff};
     const char *key = "system.posix_acl_access";
-    ASSERT_EQ(setxattr("c", key, list, sizeof list, 0), 0) << "the folder must keep access lists";
+    ASSERT_EQ(setxattr("c", key, access_list, sizeof access_list, 0), 0)
+        << "the folder must keep access lists";
     ASSERT_EQ(setxattr("c", "user.note", "kept", 4, 0), 0);
     const bool root = geteuid() == 0;
     ASSERT_EQ(root ? chown("c", 1234, 4321) : 0, 0);
     ASSERT_EQ(chmod("c", 02660), 0);
-    ASSERT_EQ(tdm({"checkin", "c", "second"}).status, 0);
+    ASSERT_EQ(tdm("checkin c second").status, 0);
     struct stat now {};
     ASSERT_EQ(stat("c", &now), 0);
     EXPECT_EQ(now.st_mode & 07777, 02660u);
     EXPECT_TRUE(!root || (now.st_uid == 1234 && now.st_gid == 4321));
     uint32_t kept[16] = {};
-    EXPECT_EQ(getxattr("c", key, kept, sizeof kept), static_cast<ssize_t>(sizeof list));
-    EXPECT_EQ(memcmp(kept, list, sizeof list), 0);
+    EXPECT_EQ(getxattr("c", key, kept, sizeof kept), static_cast<ssize_t>(sizeof access_list));
+    EXPECT_EQ(memcmp(kept, access_list, sizeof access_list), 0);
     char note[8] = {};
     EXPECT_EQ(getxattr("c", "user.note", note, sizeof note), 4);
 }
@@ -303,27 +290,22 @@ TEST_F(replacement, stops_when_the_owner_cannot_be_kept) {
         GTEST_SKIP() << "needs root, to make a file that belongs to somebody else";
     }
     ASSERT_EQ(chmod(".", 0777) + chmod("c", 04676) + chmod("second", 0644), 0);
-    command_options nobody;
-    nobody.unprivileged = true;
-    const command_result refused = tdm({"checkin", "c", "second"}, nobody);
+    const command_options nobody{.unprivileged = true};
+    const command_result refused = tdm("checkin c second", nobody);
     EXPECT_EQ(refused.status, 2);
     EXPECT_EQ(refused.err, "tdm: c: its owner cannot be kept (--force goes on)\n");
     EXPECT_TRUE(is_old());
     EXPECT_EQ(leftovers(), 0u);
-    const command_result forced = tdm({"checkin", "c", "second", "--force"}, nobody);
+    const command_result forced = tdm("checkin c second --force", nobody);
     EXPECT_EQ(forced.status, 0) << forced.err;
     EXPECT_TRUE(is_new());
     // Neither the set-id bit nor the group's rights pass to somebody else.
-    struct stat now {};
-    ASSERT_EQ(stat("c", &now), 0);
-    EXPECT_EQ(now.st_mode & 07777, 0666u);
+    EXPECT_EQ(mode_of("c"), 0666u);
 }
 
 TEST_F(replacement, folder_without_write_permission_is_told) {
     ASSERT_EQ(chmod(".", 0555) + chmod("c", 0666) + chmod("second", 0644), 0);
-    command_options nobody;
-    nobody.unprivileged = true;
-    const command_result result = tdm({"checkin", "c", "second"}, nobody);
+    const command_result result = tdm("checkin c second", {.unprivileged = true});
     chmod(".", 0755);
     EXPECT_EQ(result.status, 2);
     EXPECT_NE(result.err.find("cannot create a file beside it"), std::string::npos) << result.err;
@@ -333,99 +315,81 @@ TEST_F(replacement, folder_without_write_permission_is_told) {
 TEST_F(replacement, link_stays_and_its_target_is_replaced) {
     mkdir("sub", 0755);
     symlink("../c", "sub/link");
-    EXPECT_EQ(tdm({"checkin", "sub/link", "second"}).status, 0);
+    EXPECT_EQ(tdm("checkin sub/link second").status, 0);
     EXPECT_TRUE(std::filesystem::is_symlink("sub/link"));
     EXPECT_TRUE(is_new());
 }
 
 TEST_F(replacement, hard_links_part_only_when_asked) {
     ASSERT_EQ(link("c", "other"), 0);
-    const command_result refused = tdm({"checkin", "c", "second"});
+    const command_result refused = tdm("checkin c second");
     EXPECT_EQ(refused.status, 2);
     EXPECT_NE(refused.err.find("--break-links"), std::string::npos);
     EXPECT_TRUE(is_old());
-    EXPECT_EQ(tdm({"checkin", "c", "second", "--break-links"}).status, 0);
+    EXPECT_EQ(tdm("checkin c second --break-links").status, 0);
     EXPECT_TRUE(is_new());
     EXPECT_EQ(read_file("other"), old_bytes_);
 }
 
 TEST_F(replacement, refuses_what_must_not_be_replaced) {
-    struct row {
-        std::vector<std::string> words;
-        const char *said;
-    };
     mkdir("folder", 0755);
     symlink("nowhere", "dangling");
-    const row rows[] = {
-        {{"checkin", "folder", "second"}, "is not a regular file"},
-        {{"checkin", "missing", "second"}, "No such file"},
-        {{"checkin", "c", "c"}, "is the same file as c"},
-        {{"checkout", "c", "-o", "second"}, "has changes that are in no version"},
-        {{"checkout", "c", "-o", "c", "--force"}, "is the same file as c"},
-        {{"checkout", "c", "-o", "/dev/null", "--force"}, "is not a regular file"},
-        {{"checkout", "c", "-o", "dangling"}, "symbolic link to a file that does not exist"},
-        {{"checkout", "c", "-o", "none/x"}, "No such file"},
-        {{"create", "c", "--force"}, "unknown option"},
-        {{"create", "c"}, "exists already"},
+    const std::pair<const char *, const char *> rows[] = {
+        {"checkin folder second", "is not a regular file"},
+        {"checkin missing second", "No such file"},
+        {"checkin c c", "is the same file as c"},
+        {"checkout c -o second", "has changes that are in no version"},
+        {"checkout c -o c --force", "is the same file as c"},
+        {"checkout c -o /dev/null --force", "is not a regular file"},
+        {"checkout c -o dangling", "symbolic link to a file that does not exist"},
+        {"checkout c -o none/x", "No such file"},
+        {"create c --force", "unknown option"},
+        {"create c", "exists already"},
     };
-    for (const row &r : rows) {
-        const command_result result = tdm(r.words);
-        EXPECT_EQ(result.status, 2) << r.said;
-        EXPECT_NE(result.err.find(r.said), std::string::npos) << result.err;
-        EXPECT_TRUE(is_old()) << r.said;
+    for (const auto &[words, said] : rows) {
+        const command_result result = tdm(words);
+        EXPECT_EQ(result.status, 2) << said;
+        EXPECT_NE(result.err.find(said), std::string::npos) << result.err;
+        EXPECT_TRUE(is_old()) << said;
         EXPECT_EQ(read_file("second"), second_text);
     }
     EXPECT_EQ(leftovers(), 0u);
 }
 
 TEST_F(replacement, output_file_is_replaced_with_force_and_new_ones_obey_the_umask) {
-    ASSERT_EQ(tdm({"checkout", "c", "-o", "out"}).status, 0);
+    ASSERT_EQ(tdm("checkout c -o out").status, 0);
     EXPECT_EQ(read_file("out"), first_text);
-    const mode_t mask = umask(0);
-    umask(mask);
-    struct stat status {};
-    ASSERT_EQ(stat("out", &status), 0);
-    EXPECT_EQ(status.st_mode & 0777, 0666 & ~mask);
+    EXPECT_EQ(mode_of("out"), 0644u);
     write_file("out", "precious");
     chmod("out", 0600);
-    ASSERT_EQ(tdm({"checkout", "c", "-o", "out", "--force"}).status, 0);
+    ASSERT_EQ(tdm("checkout c -o out --force").status, 0);
     EXPECT_EQ(read_file("out"), first_text);
-    ASSERT_EQ(stat("out", &status), 0);
-    EXPECT_EQ(status.st_mode & 0777, 0600u);
+    EXPECT_EQ(mode_of("out"), 0600u);
 }
 
 TEST_F(replacement, new_file_is_read_by_no_more_than_what_it_is_made_from) {
     write_file("base", first_text);
-    // The folder lets the user 1234 in.
-    const uint32_t list[] = {2,          0x70001, 0xffffffff, 0x60002, 1234,      0x40004,
-                             0xffffffff, 0x60010, 0xffffffff, 0x20,    0xffffffff};
-    ASSERT_EQ(setxattr(".", "system.posix_acl_default", list, sizeof list, 0), 0);
-    ASSERT_EQ(tdm({"create", "fresh"}).status, 0);
+    ASSERT_EQ(setxattr(".", "system.posix_acl_default", access_list, sizeof access_list, 0), 0);
+    ASSERT_EQ(tdm("create fresh").status, 0);
     ASSERT_EQ(chmod("second", 0600) + chmod("c", 0640) + chmod("fresh", 0644), 0);
-    struct row {
-        std::vector<std::string> words;
-        const char *file;
+    const struct {
+        const char *words, *file;
         mode_t mode;
+    } rows[] = {
+        {"checkin fresh second", "fresh", 0600},
+        {"checkout c -o out", "out", 0640},
+        {"repair c -o saved", "saved", 0640},
+        {"merge base first second -o merged", "merged", 0600},
+        {"checkin c second", "c", 0640},  // it has a text already
     };
-    const row rows[] = {
-        {{"checkin", "fresh", "second"}, "fresh", 0600},
-        {{"checkout", "c", "-o", "out"}, "out", 0640},
-        {{"repair", "c", "-o", "saved"}, "saved", 0640},
-        {{"merge", "base", "first", "second", "-o", "merged"}, "merged", 0600},
-        {{"checkin", "c", "second"}, "c", 0640},  // it has a text already
-    };
-    const mode_t mask = umask(022);
-    for (const row &r : rows) {
+    for (const auto &r : rows) {
         const command_result result = tdm(r.words);
         EXPECT_EQ(result.status, 0) << result.err;
         EXPECT_EQ(result.err.find("gets the mode 0600") != std::string::npos,
                   std::string(r.file) == "fresh");
-        struct stat status {};
-        ASSERT_EQ(stat(r.file, &status), 0);
-        EXPECT_EQ(status.st_mode & 0777, r.mode) << r.file;
+        EXPECT_EQ(mode_of(r.file), r.mode) << r.file;
         EXPECT_LT(getxattr(r.file, "system.posix_acl_access", nullptr, 0), 0) << r.file;
     }
-    umask(mask);
 }
 
 TEST_F(replacement, what_others_do_meanwhile_is_refused_and_only_dead_files_of_ours_go) {
@@ -437,25 +401,18 @@ TEST_F(replacement, what_others_do_meanwhile_is_refused_and_only_dead_files_of_o
     }
     const int held = open(living.c_str(), O_RDONLY);
     ASSERT_EQ(flock(held, LOCK_EX), 0);
-    struct row {
-        const char *words, *act, *said;
-    };
     const char *nothing = "nothing is replaced";
-    const row rows[] = {
+    const struct {
+        const char *words, *act, *said;
+    } rows[] = {
         {"checkin c second", "echo x >>c", nothing},
         {"checkin c second", "ln c other", nothing},
         {"checkin c second", "find . -name '.tdm-*[0-9a-f]' ! -name '*aaaaaa' -delete", nothing},
         {"checkout c -o out", "echo precious >out", "File exists"}};
     for (const auto &[words, act, said] : rows) {
         write_file("c", old_bytes_);
-        const std::string script = std::string(
-                                       "strace -o /dev/null -e trace=fsync -e "
-                                       "inject=fsync:delay_enter=1000000:when=1 '") +
-                                   TDM_COMMAND + "' " + words + " & sleep 0.6; " + act +
-                                   "; wait $!";
-        command_options options;
-        options.environment = {"ASAN_OPTIONS=detect_leaks=0"};
-        const command_result result = run({"bash", "-c", script}, options);
+        const command_result result =
+            shell("$SLOW $TDM " + std::string(words) + " & sleep 0.5; " + act + "; wait $!");
         EXPECT_EQ(result.status, 2) << act;
         EXPECT_NE(result.err.find(said), std::string::npos) << result.err;
         EXPECT_FALSE(is_new()) << act;

@@ -9,9 +9,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
+#include <iterator>
 #include <regex>
 #include <sstream>
 #include <stdexcept>
@@ -101,18 +100,6 @@ std::string command_for_all() {
 
 }  // namespace
 
-scratch_folder::scratch_folder() : before_(std::filesystem::current_path()) {
-    char path[] = "/tmp/tdm-test-XXXXXX";
-    path_ = mkdtemp(path);
-    std::filesystem::current_path(path_);
-}
-
-scratch_folder::~scratch_folder() {
-    std::filesystem::current_path(before_);
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
 command_result run(const std::vector<std::string> &words, const command_options &options) {
     const int input = input_descriptor(options.input);
     const int out = options.output_path.empty()
@@ -143,24 +130,23 @@ command_result tdm(const std::vector<std::string> &arguments, const command_opti
     return run(words, options);
 }
 
-void write_file(const std::string &path, const std::string &bytes) {
-    std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<long>(bytes.size()));
+std::vector<std::string> words_of(const std::string &text) {
+    std::istringstream in(text);
+    return {std::istream_iterator<std::string>(in), {}};
 }
 
-std::string read_file(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream bytes;
-    bytes << file.rdbuf();
-    return bytes.str();
+command_result tdm(const char *arguments, const command_options &options) {
+    return tdm(words_of(arguments), options);
 }
 
-std::vector<std::string> files_in(const std::string &folder) {
-    std::vector<std::string> names;
-    for (const auto &entry : std::filesystem::directory_iterator(folder)) {
-        names.push_back(entry.path().filename());
+command_result shell(const std::string &script, command_options options) {
+    // The leak check of a sanitizer build cannot run in a traced process.
+    for (const char *setting :
+         {"ASAN_OPTIONS=detect_leaks=0", "TDM=" TDM_COMMAND,
+          "SLOW=strace -o /dev/null -e trace=fsync -e inject=fsync:delay_enter=800000:when=1"}) {
+        options.environment.emplace_back(setting);
     }
-    std::sort(names.begin(), names.end());
-    return names;
+    return run({"bash", "-c", script}, options);
 }
 
 // JSON with each object and array that is short enough on one line.

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "files.h"
+
 // A sanitizer build starts slowly and makes system calls of its own.
 #ifdef __SANITIZE_ADDRESS__
 constexpr bool sanitized = true;
@@ -26,29 +28,18 @@ struct command_options {
     long file_size_limit = -1;                  // RLIMIT_FSIZE in bytes
 };
 
-// A new empty folder that is the working directory until the object goes, with all that is in it.
-class scratch_folder {
-public:
-    scratch_folder();
-    ~scratch_folder();
-    scratch_folder(const scratch_folder &) = delete;
-    scratch_folder &operator=(const scratch_folder &) = delete;
-    const std::string &path() const { return path_; }
-
-private:
-    std::string path_;
-    std::string before_;
-};
-
 // Runs `words` (the first is the program) and waits for its end.
 command_result run(const std::vector<std::string> &words, const command_options &options = {});
 
-// Runs the command under test with these arguments.
+// Runs the command under test with these arguments; or with those of a text, at whose blanks it is
+// divided.
 command_result tdm(const std::vector<std::string> &arguments, const command_options &options = {});
+command_result tdm(const char *arguments, const command_options &options = {});
+std::vector<std::string> words_of(const std::string &text);
 
-void write_file(const std::string &path, const std::string &bytes);
-std::string read_file(const std::string &path);
-std::vector<std::string> files_in(const std::string &folder);  // names, dot files included, sorted
+// Runs a script of bash, for which $TDM is the command under test and $SLOW, in front of it, holds
+// it up for a while where the new file is whole and has not replaced the old one.
+command_result shell(const std::string &script, command_options options = {});
 
 // Compares with tests/golden/NAME, or rewrites that file when TDM_UPDATE_GOLDEN is set. JSON
 // stands in the file on fewer lines than it was printed on.

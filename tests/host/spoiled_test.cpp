@@ -83,15 +83,14 @@ constexpr const char *sound =
     "four\n^D 0 2 1\nb\n^I 0 2 2\n^Q ^q\n^I 1 1 1\ndraft\nx\n^D 0 3 1\nc\nd\n^I 0 3 1\n^N end\n";
 
 // Runs the command in a process of its own, with the library's and the command's code in it.
-int run_spoiled(const std::vector<std::string> &words, spoil how, size_t line) {
+int run_spoiled(const std::string &words, spoil how, size_t line) {
     const pid_t child = fork();
     if (child == 0) {
         plan = {how, line, false};
         const int quiet = open("/dev/null", O_WRONLY);
         dup2(quiet, STDOUT_FILENO);
         dup2(open("told", O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
-        std::vector<std::string> copies{"tdm"};
-        copies.insert(copies.end(), words.begin(), words.end());
+        std::vector<std::string> copies = words_of("tdm " + words);
         std::vector<char *> arguments;
         for (std::string &word : copies) {
             arguments.push_back(word.data());
@@ -107,17 +106,16 @@ int run_spoiled(const std::vector<std::string> &words, spoil how, size_t line) {
 
 TEST(spoiled, whatever_is_written_wrong_is_refused_before_it_counts) {
     const struct {
-        std::vector<std::string> words;
-        const char *target;
+        const char *words, *target;
         std::string shown_by_none;  // a line that no living version needs
     } rows[] = {
-        {{"checkin", "c", "text"}, "c", {}},
-        {{"checkin", "c", "text", "--branch", "new", "--from", "main@2"}, "c", {}},
-        {{"import", "c", "text", "text2"}, "c", {}},
-        {{"branch", "c", "new", "main@2"}, "c", {}},
-        {{"delete", "c", "main@1", "draft@2", "--yes"}, "c", "b\n"},
-        {{"purge", "c", "main@4", "--yes"}, "c", {}},
-        {{"repair", "bad", "-f", "-o", "saved"}, "saved", "^#^V ver3 0 3 4\n"},
+        {"checkin c text", "c", {}},
+        {"checkin c text --branch new --from main@2", "c", {}},
+        {"import c text text2", "c", {}},
+        {"branch c new main@2", "c", {}},
+        {"delete c main@1 draft@2 --yes", "c", "b\n"},
+        {"purge c main@4 --yes", "c", {}},
+        {"repair bad -f -o saved", "saved", "^#^V ver3 0 3 4\n"},
     };
     const scratch_folder folder;
     const std::string text = "a\nfour\nnew\n^q\n";
@@ -128,7 +126,7 @@ TEST(spoiled, whatever_is_written_wrong_is_refused_before_it_counts) {
     write_file("bad", bad);
     write_file("saved", "before\n");
     for (const auto &row : rows) {
-        SCOPED_TRACE(row.words[0]);
+        SCOPED_TRACE(row.words);
         write_file("c", sound);
         const std::string old = read_file(row.target);
         ASSERT_LT(run_spoiled(row.words, spoil::drop, SIZE_MAX), 2) << read_file("told");
@@ -146,7 +144,7 @@ TEST(spoiled, whatever_is_written_wrong_is_refused_before_it_counts) {
             }
         }
         EXPECT_EQ(files_in("."), names);
-        if (row.words[0] == "import") {
+        if (std::string(row.words).starts_with("import")) {
             write_file("c", sound);
             EXPECT_EQ(run_spoiled(row.words, spoil::source, 0), 2);
             write_file("text", text);
@@ -154,10 +152,10 @@ TEST(spoiled, whatever_is_written_wrong_is_refused_before_it_counts) {
         write_file(row.target, old);
     }
     // All survivors are right, but the version's line is in the file still.
-    ASSERT_EQ(tdm({"delete", "c", "main@1", "--yes", "-q"}).status, 0);
+    ASSERT_EQ(tdm("delete c main@1 --yes -q").status, 0);
     write_file("unpurged", read_file("c"));
     write_file("c", sound);
-    EXPECT_EQ(run_spoiled({"purge", "c", "main@1", "--yes"}, spoil::unpurged, 0), 2);
+    EXPECT_EQ(run_spoiled("purge c main@1 --yes", spoil::unpurged, 0), 2);
     EXPECT_EQ(read_file("c"), sound);
 }
 

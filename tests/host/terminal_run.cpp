@@ -9,20 +9,23 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "run_command.h"
+
 namespace {
 
-[[noreturn]] void become(const std::vector<std::string> &arguments,
+[[noreturn]] void become(const std::string &arguments,
                          const std::vector<std::string> &environment) {
-    std::vector<char *> words = {const_cast<char *>(TDM_COMMAND)};
-    for (const std::string &word : arguments) {
-        words.push_back(const_cast<char *>(word.c_str()));
+    std::vector<std::string> words = words_of(TDM_COMMAND " " + arguments);
+    std::vector<char *> pointers;
+    for (std::string &word : words) {
+        pointers.push_back(word.data());
     }
-    words.push_back(nullptr);
+    pointers.push_back(nullptr);
     setenv("TERM", "xterm", 1);
     for (const std::string &setting : environment) {
         putenv(const_cast<char *>(setting.c_str()));
     }
-    execv(TDM_COMMAND, words.data());
+    execv(TDM_COMMAND, pointers.data());
     _exit(127);
 }
 
@@ -50,7 +53,7 @@ bool has_terminals() {
     return found;
 }
 
-terminal_result on_terminal(const std::vector<std::string> &arguments, const std::string &prompt,
+terminal_result on_terminal(const std::string &arguments, const std::string &prompt,
                             const std::vector<std::string> &answers,
                             const std::vector<std::string> &environment) {
     int terminal = -1;

@@ -13,9 +13,10 @@ struct terminal_result {
 // Whether pseudo terminals are to be had. A container or chroot without devpts has none.
 bool has_terminals();
 
+// Runs the command under test with the words of `arguments`.
 // Types answers[i] and a line's end when `prompt` has been seen for the i-th time; after the last
 // answer the terminal stays open until the command ends. Waits 20 seconds at most.
-terminal_result on_terminal(const std::vector<std::string> &arguments, const std::string &prompt,
+terminal_result on_terminal(const std::string &arguments, const std::string &prompt,
                             const std::vector<std::string> &answers,
                             const std::vector<std::string> &environment = {});
 

@@ -27,9 +27,9 @@ protected:
             GTEST_SKIP() << "no extended attributes here";
         }
         unlink("c");
-        ASSERT_EQ(tdm({"create", "c"}).status, 0);
+        ASSERT_EQ(tdm("create c").status, 0);
         for (const char *text : {"1\n2\n3\n4\n5\n", "1\nB\n3\n4\n5\n", "1\nB\n3\n4\nE\n"}) {
-            ASSERT_EQ(tdm({"checkin", "c", "-"}, {.input = text}).status, 0);
+            ASSERT_EQ(tdm("checkin c -", {.input = text}).status, 0);
         }
     }
 
@@ -45,36 +45,31 @@ protected:
 const std::string newest_text = "1\nB\n3\n4\nE\n";
 
 TEST_F(update, checkout_replaces_what_a_version_keeps_and_nothing_else) {
-    struct row {
-        const char *text;
-        bool kept;
-    };
-    const row rows[] = {{"1\nB\n3\n4\n5\n", true},
-                        {"", true},
-                        {"1\nB\n3\n4\n5", false},
-                        {"1\n2\n3\n4\nE\n", false},
-                        {"1\nB\n4\n3\n5\n", false}};
-    for (const row &r : rows) {
+    const std::pair<const char *, bool> rows[] = {{"1\nB\n3\n4\n5\n", true},
+                                                  {"", true},
+                                                  {"1\nB\n3\n4\n5", false},
+                                                  {"1\n2\n3\n4\nE\n", false},
+                                                  {"1\nB\n4\n3\n5\n", false}};
+    for (const auto &[text, kept] : rows) {
         unlink("f");
-        write_file("f", r.text);
-        const command_result result = tdm({"checkout", "c", "main@1", "-o", "f"});
-        EXPECT_EQ(result.status, r.kept ? 0 : 2) << r.text;
-        EXPECT_EQ(result.err.find("no version of c") == std::string::npos, r.kept) << result.err;
-        EXPECT_EQ(read_file("f"), r.kept ? "1\n2\n3\n4\n5\n" : r.text);
-        EXPECT_EQ(tdm({"checkout", "c", base_of("f")}).out, r.kept ? read_file("f") : "");
+        write_file("f", text);
+        const command_result result = tdm("checkout c main@1 -o f");
+        EXPECT_EQ(result.status, kept ? 0 : 2) << text;
+        EXPECT_EQ(result.err.find("no version of c") == std::string::npos, kept) << result.err;
+        EXPECT_EQ(read_file("f"), kept ? "1\n2\n3\n4\n5\n" : text);
+        EXPECT_EQ(tdm({"checkout", "c", base_of("f")}).out, kept ? read_file("f") : "");
     }
     // What only a deleted version has kept is kept no longer.
     write_file("f", "1\nB\n3\n4\nE\n");
-    ASSERT_EQ(tdm({"delete", "c", "main@3", "--yes"}).status, 0);
-    EXPECT_EQ(tdm({"checkout", "c", "-o", "f"}).status, 2);
+    ASSERT_EQ(tdm("delete c main@3 --yes").status, 0);
+    EXPECT_EQ(tdm("checkout c -o f").status, 2);
 }
 
 TEST_F(update, file_that_may_only_be_read_is_replaced_and_marked) {
     ASSERT_EQ(chmod(".", 0777) + chmod("c", 0644), 0);  // the texts came from a private file
-    ASSERT_EQ(tdm({"checkout", "c", "-o", "f"}, {.unprivileged = true}).status, 0);
+    ASSERT_EQ(tdm("checkout c -o f", {.unprivileged = true}).status, 0);
     chmod("f", 0444);
-    const command_result result =
-        tdm({"checkout", "c", "main@1", "-o", "f"}, {.unprivileged = true});
+    const command_result result = tdm("checkout c main@1 -o f", {.unprivileged = true});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(tdm({"checkout", "c", base_of("f")}).out, read_file("f"));
@@ -84,109 +79,100 @@ TEST_F(update, file_that_may_only_be_read_is_replaced_and_marked) {
 }
 
 TEST_F(update, text_that_changes_before_the_rename_stays) {
-    ASSERT_EQ(tdm({"checkout", "c", "-o", "f"}).status, 0);
+    ASSERT_EQ(tdm("checkout c -o f").status, 0);
     // Same size and time: only the bytes tell.
-    const std::string script = std::string(
-                                   "strace -o /dev/null -e trace=fsync -e "
-                                   "inject=fsync:delay_enter=700000:when=1 '") +
-                               TDM_COMMAND +
-                               "' checkout c main@1 -o f & sleep 0.4; cp -p f t; echo X | dd of=f "
-                               "conv=notrunc status=none; touch -r t f; wait $!";
-    const command_result result =
-        run({"bash", "-c", script}, {.environment = {"ASAN_OPTIONS=detect_leaks=0"}});
+    const command_result result = shell(
+        "$SLOW $TDM checkout c main@1 -o f & sleep 0.4; cp -p f t; echo X | dd of=f conv=notrunc "
+        "status=none; touch -r t f; wait $!");
     EXPECT_EQ(result.status, 2);
     EXPECT_NE(result.err.find("changed by somebody else"), std::string::npos) << result.err;
     EXPECT_EQ(read_file("f"), "X\nB\n3\n4\nE\n");
 }
 
 TEST_F(update, checkin_is_held_against_what_the_file_was_made_from) {
-    struct row {
-        std::vector<std::string> words;
+    ASSERT_EQ(tdm("branch c dev main@1").status, 0);
+    ASSERT_EQ(tdm("branch c dev2 dev@0").status, 0);
+    const struct {
+        std::string words;
         int status;
         const char *said;
-    };
-    ASSERT_EQ(tdm({"branch", "c", "dev", "main@1"}).status, 0);
-    ASSERT_EQ(tdm({"branch", "c", "dev2", "dev@0"}).status, 0);
-    const row rows[] = {
-        {{}, 1, "f: was made from main@1, not from main@3"},
-        {{}, 1, "tdm: 2 versions came since:\ntdm:   main@3  20"},
-        {{}, 1, "--merge stores both together, --no-base"},
-        {{"--base", "main@2"}, 1, "tdm: 1 version came since:"},
-        {{"--base", "main@3"}, 0, "main@4"},
-        {{"--no-base"}, 0, "main@4"},
-        {{"--branch", "dev"}, 0, "dev@1"},
-        {{"--branch", "dev2"}, 0, "dev2@1"},
-        {{"--branch", "dev", "--base", "main"}, 1, "f: was made from main@3, not from dev@0"},
-        {{"--branch", "new", "--from", "main@1"}, 0, "new@1"},
-        {{"--branch", "new", "--from", "main@2"}, 1, "not from main@2"},
-        {{"--base", "main@9"}, 2, "no version main@9"},
-        {{"--base", "main", "--no-base"}, 2, "exclude each other"},
-        {{"--merge", "--no-base"}, 2, "exclude each other"},
-        {{"--update"}, 2, "--update needs --merge"},
+    } rows[] = {
+        {"", 1, "f: was made from main@1, not from main@3"},
+        {"", 1, "tdm: 2 versions came since:\ntdm:   main@3  20"},
+        {"", 1, "--merge stores both together, --no-base"},
+        {"--base main@2", 1, "tdm: 1 version came since:"},
+        {"--base main@3", 0, "main@4"},
+        {"--no-base", 0, "main@4"},
+        {"--branch dev", 0, "dev@1"},
+        {"--branch dev2", 0, "dev2@1"},
+        {"--branch dev --base main", 1, "f: was made from main@3, not from dev@0"},
+        {"--branch new --from main@1", 0, "new@1"},
+        {"--branch new --from main@2", 1, "not from main@2"},
+        {"--base main@9", 2, "no version main@9"},
+        {"--base main --no-base", 2, "exclude each other"},
+        {"--merge --no-base", 2, "exclude each other"},
+        {"--update", 2, "--update needs --merge"},
     };
     edit("f", "X\n");
     const std::string before = read_file("c");
-    for (const row &r : rows) {
-        std::vector<std::string> words = {"checkin", "c", "f", "--dry-run"};
-        words.insert(words.end(), r.words.begin(), r.words.end());
-        const command_result result = tdm(words);
+    for (const auto &r : rows) {
+        const command_result result = tdm(("checkin c f --dry-run " + r.words).c_str());
         EXPECT_EQ(result.status, r.status) << result.err;
         EXPECT_NE(result.err.find(r.said), std::string::npos) << result.err;
     }
-    EXPECT_EQ(tdm({"checkin", "c", "f"}).status, 1);
+    EXPECT_EQ(tdm("checkin c f").status, 1);
     EXPECT_EQ(read_file("c"), before);
-    EXPECT_EQ(tdm({"checkin", "c", "-", "--merge", "--update"}).status, 2);
-    EXPECT_EQ(tdm({"checkin", "c", "-", "--merge"}).status, 2);
+    EXPECT_EQ(tdm("checkin c - --merge --update").status, 2);
+    EXPECT_EQ(tdm("checkin c - --merge").status, 2);
 }
 
 TEST_F(update, mark_follows_what_is_stored_and_foreign_ones_are_told) {
     edit("f", "X\n");
-    ASSERT_EQ(tdm({"checkin", "c", "f", "--no-base", "--dry-run"}).status, 0);
-    EXPECT_EQ(tdm({"checkin", "c", "f"}).status, 1);
-    ASSERT_EQ(tdm({"checkin", "c", "f", "--no-base"}).out, "main@4\n");
+    ASSERT_EQ(tdm("checkin c f --no-base --dry-run").status, 0);
+    EXPECT_EQ(tdm("checkin c f").status, 1);
+    ASSERT_EQ(tdm("checkin c f --no-base").out, "main@4\n");
     EXPECT_EQ(tdm({"checkout", "c", base_of("f")}).out, read_file("f"));
     write_file("f", "next\n");
-    EXPECT_EQ(tdm({"checkin", "c", "f"}).out, "main@5\n");
+    EXPECT_EQ(tdm("checkin c f").out, "main@5\n");
     // A text that is the newest all the same is made from it from now on.
     edit("f", "");
     write_file("f", "next\n");
-    const command_result same = tdm({"checkin", "c", "f"});
+    const command_result same = tdm("checkin c f");
     EXPECT_EQ(same.status, 1);
     EXPECT_NE(same.err.find("nothing to store"), std::string::npos) << same.err;
     EXPECT_EQ(tdm({"checkout", "c", base_of("f")}).out, "next\n");
     setxattr("f", attribute, "elsewhere", 9, 0);
     write_file("f", "over\n");
-    const command_result foreign = tdm({"checkin", "c", "f"});
+    const command_result foreign = tdm("checkin c f");
     EXPECT_EQ(foreign.out, "main@6\n");
     EXPECT_NE(foreign.err.find("version elsewhere, which is not one of c"), std::string::npos);
-    ASSERT_EQ(tdm({"delete", "c", "main@6", "--yes"}).status, 0);
-    EXPECT_EQ(tdm({"checkin", "c", "f", "--merge"}).status, 2);
-    EXPECT_EQ(tdm({"checkin", "c", "f"}).status, 0);
+    ASSERT_EQ(tdm("delete c main@6 --yes").status, 0);
+    EXPECT_EQ(tdm("checkin c f --merge").status, 2);
+    EXPECT_EQ(tdm("checkin c f").status, 0);
 }
 
 TEST_F(update, merge_stores_what_is_clean_and_leaves_conflicts_in_the_file) {
     edit("f", "5\nmine\n");
     write_file("f", "0\n" + read_file("f"));  // conflicts with the newest at the end alone
-    ASSERT_EQ(tdm({"checkin", "c", "f", "--merge"}).status, 1);
+    ASSERT_EQ(tdm("checkin c f --merge").status, 1);
     EXPECT_EQ(read_file("f"), "0\n1\n2\n3\n4\n5\nmine\n");
-    ASSERT_EQ(tdm({"checkin", "c", "f", "--merge", "--update"}).status, 1);
+    ASSERT_EQ(tdm("checkin c f --merge --update").status, 1);
     EXPECT_EQ(read_file("f"),
               "0\n1\nB\n3\n4\n<<<<<<< f\n5\nmine\n||||||| main@1\n5\n=======\nE\n>>>>>>> main@3\n");
     EXPECT_EQ(tdm({"checkout", "c", base_of("f")}).out, newest_text);
-    EXPECT_NE(tdm({"checkin", "c", "f", "--dry-run"}).err.find("f:6: a conflict"),
-              std::string::npos);
+    EXPECT_NE(tdm("checkin c f --dry-run").err.find("f:6: a conflict"), std::string::npos);
 
     edit("f", "5\n");
     write_file("f", "0\n" + read_file("f"));
     const std::string mark = base_of("f");
-    ASSERT_EQ(tdm({"checkin", "c", "f", "--merge", "--update", "--dry-run"}).status, 0);
-    ASSERT_EQ(tdm({"checkin", "c", "f", "--merge"}).out, "main@4\n");
-    EXPECT_EQ(tdm({"checkout", "c"}).out, "0\n" + newest_text);
+    ASSERT_EQ(tdm("checkin c f --merge --update --dry-run").status, 0);
+    ASSERT_EQ(tdm("checkin c f --merge").out, "main@4\n");
+    EXPECT_EQ(tdm("checkout c").out, "0\n" + newest_text);
     EXPECT_EQ(base_of("f"), mark) << "the file lacks what came since";
-    EXPECT_EQ(tdm({"checkin", "c", "f", "--merge", "--update"}).status, 1) << "nothing new";
+    EXPECT_EQ(tdm("checkin c f --merge --update").status, 1) << "nothing new";
     EXPECT_EQ(read_file("f"), "0\n" + newest_text);
     write_file("f", "0\n" + newest_text + "more\n");
-    ASSERT_EQ(tdm({"checkin", "c", "f", "--merge", "--update"}).out, "main@5\n");
+    ASSERT_EQ(tdm("checkin c f --merge --update").out, "main@5\n");
 }
 
 TEST_F(update, file_that_changes_during_a_merge_stays_and_nothing_is_stored) {
@@ -194,9 +180,9 @@ TEST_F(update, file_that_changes_during_a_merge_stays_and_nothing_is_stored) {
     write_file("f", "0\n" + read_file("f"));
     const std::string before = read_file("c");
     // The container's lock is held until the file that was read is another one.
-    const std::string script = std::string("flock c sleep 0.8 & sleep 0.2; '") + TDM_COMMAND +
-                               "' checkin -q c f --merge --update & sleep 0.2; echo X >f; wait $!";
-    const command_result result = run({"bash", "-c", script});
+    const command_result result = shell(
+        "flock c sleep 0.8 & sleep 0.2; $TDM checkin -q c f --merge --update & sleep 0.2; "
+        "echo X >f; wait $!");
     EXPECT_EQ(result.status, 2);
     EXPECT_NE(result.err.find("changed by somebody else"), std::string::npos) << result.err;
     EXPECT_EQ(read_file("f"), "X\n");

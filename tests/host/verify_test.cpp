@@ -5,9 +5,7 @@
 #include <algorithm>
 
 #include "container_check.h"
-#include "kept_digests.h"
-#include "random_history.h"
-#include "record_line.h"
+#include "run_command.h"
 #include "structure.h"
 #include "weave_soundness.h"
 
@@ -126,7 +124,7 @@ TEST(verify, names_the_line_of_every_kind_of_damage) {
     const scratch_folder folder;
     write_file("c", sound);
     write_file("text", "a\nnew\n");
-    EXPECT_EQ(tdm({"verify", "c"}).out, "c: sound, 6 versions\n");
+    EXPECT_EQ(tdm("verify c").out, "c: sound, 6 versions\n");
     for (const damage_row &row : damages) {
         SCOPED_TRACE(row.name);
         write_file("c", replaced(row));
@@ -140,8 +138,8 @@ TEST(verify, names_the_line_of_every_kind_of_damage) {
             });
         EXPECT_TRUE(told) << complaints_of(check);
         EXPECT_TRUE(host::scan_structure(view).has_value());
-        EXPECT_EQ(tdm({"checkout", "c", "main"}).status, 2);
-        EXPECT_EQ(tdm({"checkin", "c", "text", "--dry-run"}).status, 2);
+        EXPECT_EQ(tdm("checkout c main").status, 2);
+        EXPECT_EQ(tdm("checkin c text --dry-run").status, 2);
     }
 }
 
@@ -152,24 +150,22 @@ TEST(verify, tells_what_is_no_container_from_a_damaged_one) {
     write_file("text", "text\n");
     write_file("sound", sound);
     struct {
-        std::vector<std::string> names;
+        const char *names;
         int status;
         const char *words;
     } const rows[] = {
-        {{"empty"}, 2, "empty: is empty"},
-        {{"pipe"}, 2, "pipe: is empty"},
-        {{"."}, 2, "Is a directory"},
-        {{"none"}, 2, "No such file"},
-        {{"/dev/zero"}, 2, "neither a regular file nor a pipe"},
-        {{"--digests", ".", "sound"}, 2, ".: cannot be read: Is a directory"},
-        {{"text"}, 1, "no version can be read"},
-        {{"none", "text", "sound"}, 2, "sound, 6 versions"},
-        {{"text", "sound"}, 1, "text:1: the first line"},
+        {"empty", 2, "empty: is empty"},
+        {"pipe", 2, "pipe: is empty"},
+        {".", 2, "Is a directory"},
+        {"none", 2, "No such file"},
+        {"/dev/zero", 2, "neither a regular file nor a pipe"},
+        {"--digests . sound", 2, ".: cannot be read: Is a directory"},
+        {"text", 1, "no version can be read"},
+        {"none text sound", 2, "sound, 6 versions"},
+        {"text sound", 1, "text:1: the first line"},
     };
     for (const auto &row : rows) {
-        std::vector<std::string> words = {"verify"};
-        words.insert(words.end(), row.names.begin(), row.names.end());
-        const command_result result = tdm(words);
+        const command_result result = tdm((std::string("verify ") + row.names).c_str());
         EXPECT_EQ(result.status, row.status) << row.words;
         EXPECT_NE((result.out + result.err).find(row.words), std::string::npos) << result.err;
     }
@@ -189,119 +185,15 @@ TEST(verify, finds_what_is_lost_and_repair_keeps_what_hangs_on_it) {
     };
     const scratch_folder folder;
     write_file("c", sound);
-    write_file("digests", tdm({"verify", "c", "--json"}).out);
+    write_file("digests", tdm("verify c --json").out);
     for (const auto &row : rows) {
         write_file("c", replaced({"", row.from, row.to, 0, ""}));
-        EXPECT_NE(tdm({"verify", "c"}).err.find(row.found), std::string::npos) << row.found;
-        EXPECT_TRUE(tdm({"repair", "c", "-fo", "new"}).out.starts_with(row.lost)) << row.lost;
+        EXPECT_NE(tdm("verify c").err.find(row.found), std::string::npos) << row.found;
+        EXPECT_TRUE(tdm("repair c -fo new").out.starts_with(row.lost)) << row.lost;
         EXPECT_NE(read_file("new").find(row.repaired), std::string::npos) << read_file("new");
     }
-    EXPECT_NE(tdm({"verify", "new", "--digests", "digests"}).err.find("main@2 is not there any"),
+    EXPECT_NE(tdm("verify new --digests digests").err.find("main@2 is not there any"),
               std::string::npos);
-}
-
-// Whether every version is there, by its name or its identifier, with its text.
-bool texts_are_the_same(const container_view &view, const host_tests::random_history &history) {
-    return std::all_of(history.versions.begin(), history.versions.end(), [&](const auto &entry) {
-        const auto &[id, version] = entry;
-        const host::version_record *found = host::find_version_by_oid(view, version.oid);
-        found = found != nullptr ? found : host::find_version(view, id);
-        return found != nullptr && host_tests::text_of_version(view, found->id) == version.text;
-    });
-}
-
-enum class place { plain_text, text, number, swallowed, other };
-
-// Where a byte was changed: in a line that is plain text before and after it; in one that is text
-// before and after it, marked or not; in a number of a record that is well formed after it; the
-// newline before a delete record, which makes the record a part of the text; or anywhere else.
-place place_of_change(const std::string &before, const std::string &after, size_t at) {
-    const size_t first = at == 0 ? 0 : before.rfind('\n', at - 1) + 1;
-    const size_t end = before.find('\n', at) + 1;
-    const char old_kind = host::record_kind(std::string_view(before).substr(first, end - first));
-    const char new_kind = host::record_kind(std::string_view(after).substr(first, end - first));
-    if (at + 1 == end) {
-        const bool swallows = host::holds_text(old_kind) && before.compare(end, 3, "^D ") == 0;
-        return swallows ? place::swallowed : place::other;
-    }
-    if (after[at] == '\n') {
-        return place::other;
-    }
-    if (host::holds_text(old_kind) && host::holds_text(new_kind)) {
-        return old_kind == 0 && new_kind == 0 ? place::plain_text : place::text;
-    }
-    return old_kind == new_kind && at - first >= host::record_prefix ? place::number : place::other;
-}
-
-struct change_counts {
-    int found = 0;
-    int harmless = 0;    // no version's text is another one
-    int in_text = 0;     // a byte of a text line became another byte of a text line
-    int in_numbers = 0;  // a number of a record became one that fits as well
-    int swallowed = 0;   // a delete record became a part of the line before it
-
-    int unseen() const { return in_text + in_numbers + swallowed; }
-};
-
-void judge_change(const host_tests::random_history &history, const std::string &bytes,
-                  const std::string &changed, size_t at, const host::kept_digests &kept,
-                  change_counts *counts) {
-    SCOPED_TRACE("byte " + std::to_string(at) + " is now " + changed.substr(at, 20));
-    write_file("changed", changed);
-    container_view view;
-    ASSERT_EQ(host::open_container(std::string("changed"), &view), 0);
-    const place where = place_of_change(bytes, changed, at);
-    host::container_check check = host::check_container(view, true, {});
-    const int unseen = counts->unseen();
-    if (!check.faults.empty()) {
-        EXPECT_TRUE(where != place::plain_text || changed[at] == '\0') << complaints_of(check);
-        EXPECT_FALSE(host::is_plainly_sound(view)) << complaints_of(check);
-        counts->found++;
-    } else if (texts_are_the_same(view, history)) {
-        counts->harmless++;
-    } else if (where == place::plain_text || where == place::text) {
-        counts->in_text++;
-    } else if (where == place::number) {
-        counts->in_numbers++;
-    } else {
-        EXPECT_EQ(where, place::swallowed);
-        counts->swallowed++;
-    }
-    if (counts->unseen() != unseen) {
-        kept.compare(view, &check);
-        EXPECT_FALSE(check.faults.empty()) << "not even the digests show it";
-    }
-}
-
-// The format has no checksums. A byte of text may become another one; the version or the count in a
-// record may become another one that makes a weave as a check-in could have written it; a delete
-// record may become text. Nothing else may change a text unseen; and kept digests show these, too.
-TEST(verify, finds_single_byte_changes_that_change_a_text) {
-    constexpr std::string_view likely = "^0123456789abcdef \nIDQNVBE#";
-    constexpr unsigned histories = 4;
-    constexpr int changes = 1000 / histories;
-    const scratch_folder folder;
-    change_counts counts;
-    for (const unsigned seed : seeds(histories)) {
-        host_tests::random_history history(seed, 30);
-        const std::string bytes = read_file(history.path());
-        host::kept_digests kept;
-        write_file("digests", tdm({"verify", "--json", history.path()}).out);
-        ASSERT_EQ(kept.read("digests"), 0);
-        for (int i = 0; i < changes; i++) {
-            const size_t at = history.pick(static_cast<unsigned>(bytes.size()));
-            const char byte = history.pick(2) == 0
-                                  ? likely[history.pick(static_cast<unsigned>(likely.size()))]
-                                  : static_cast<char>(history.pick(256));
-            std::string changed = bytes;
-            changed[at] = byte;
-            judge_change(history, bytes, changed, at, kept, &counts);
-        }
-    }
-    std::printf("%d found, %d harmless, %d in text, %d in numbers, %d swallowed\n", counts.found,
-                counts.harmless, counts.in_text, counts.in_numbers, counts.swallowed);
-    EXPECT_GT(counts.found, 300);
-    EXPECT_LT(counts.in_numbers + counts.swallowed, 30);
 }
 
 }  // namespace
