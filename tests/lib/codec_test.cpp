@@ -75,56 +75,32 @@ TEST_F(codec, reports_a_failed_write_once) {
 }
 
 TEST_F(codec, decodes_what_the_c_library_would) {
-    std::vector<std::string> numbers = {"0",
-                                        "1 2",
-                                        "db1 3",
-                                        "0xAbC +7 -1",
-                                        "-0x2 3 4 junk",
-                                        "0x",
-                                        "0xg 1 2",
-                                        "+ 1",
-                                        "-",
-                                        "",
-                                        "  1\t2\v3\n",
-                                        "ffffffffffffffff 10000000000000000 1",
-                                        "-10000000000000000 1 1",
-                                        "00x12 1 1",
-                                        "1,2",
-                                        "g",
-                                        "0x 0x 0x",
-                                        "1 2 3",
-                                        "1 2 ",
-                                        "0X1F 0 00000000000000000000001"};
+    std::vector<std::string> lines;
+    for (const char *numbers :
+         {"0xAbC +7 -1", "-0x2 3 4 junk", "0xg 1 2", "  1\t2\v3\n", "-10000000000000000 1 1",
+          "ffffffffffffffff 10000000000000000 1", "00x12 1 1", "0x 0x 0x", "1 2 ",
+          "0X1F 0 00000000000000000000001"}) {
+        lines.push_back(std::string("^V v ") + numbers);
+    }
     // Runs of plain digits are read in a way of their own, as long as they cannot overflow.
     for (const size_t digits : {14U, 15U, 16U, 17U}) {
         const std::string large = std::string("fedcba98765432101").substr(0, digits);
         for (const char *end : {"", "\n", " \n", "g\n"}) {
             for (const std::string &fields :
                  {large + " 1 2", "1 " + large + " 2", "1 2 " + large, "0" + large + " 1 2"}) {
-                numbers.push_back(fields + end);
+                lines.push_back("^V v " + fields + end);
             }
-        }
-    }
-    for (const std::string &fields : numbers) {
-        const std::string line = "^I " + fields;
-        uint64_t ours[3] = {9, 9, 9};
-        uint64_t theirs[3] = {9, 9, 9};
-        const int expected =
-            sscanf(fields.c_str(), "%lx %lx %lx\n", &theirs[0], &theirs[1], &theirs[2]) == 3 ? 0
-                                                                                             : 1;
-        EXPECT_EQ(tdm_cntutl_decode_insert(line.c_str(), &ours[0], &ours[1], &ours[2]), expected)
-            << line;
-        if (expected == 0) {
-            EXPECT_TRUE(std::equal(ours, ours + 3, theirs)) << line;
         }
     }
     const std::string_view alphabet = "0x1aF-+ \tg\n";
     for (const unsigned seed : seeds(20000)) {
         std::mt19937 random(seed);
-        std::string line = "^V ";
+        lines.emplace_back("^V ");
         for (auto n = random() % 24; n > 0; --n) {
-            line += alphabet[random() % alphabet.size()];
+            lines.back() += alphabet[random() % alphabet.size()];
         }
+    }
+    for (const std::string &line : lines) {
         char our_oid[112] = "";
         char their_oid[112] = "";
         uint64_t ours[3] = {};

@@ -7,11 +7,6 @@ namespace {
 
 class container : public test::scratch {
 protected:
-    std::string construct(const std::string &file, const char *oid, uint32_t flags = 0) {
-        EXPECT_EQ(tdm_construct_ver(file.c_str(), path("out").c_str(), oid, flags), 0) << oid;
-        return read(path("out"));
-    }
-
     std::string element() {
         const std::string file = path("element");
         EXPECT_EQ(tdm_create_elem(0x7b, "elA", "brA", "verA", file.c_str()), 0);
@@ -336,8 +331,6 @@ TEST_F(container, listing_and_dump_refuse_bad_records) {
          "c line 2: Bad control record: ^E " + oid_112 + "\n"},
         {"no element record", "^S db1 0\n", true, false, "Unexpected end-of-file reading \"c\".\n"},
     };
-    const std::filesystem::path before = std::filesystem::current_path();
-    std::filesystem::current_path(path(""));
     for (const auto &row : rows) {
         write("c", row.bytes);
         const std::string info = test::messages_of(
@@ -349,7 +342,6 @@ TEST_F(container, listing_and_dump_refuse_bad_records) {
         testing::internal::GetCapturedStdout();
         EXPECT_EQ(dump, row.dump ? row.message : "") << row.name;
     }
-    std::filesystem::current_path(before);
 }
 
 }  // namespace

@@ -6,25 +6,6 @@ namespace {
 
 class diff_stream : public test::session_test {
 protected:
-    /// The whole stream, a block a row: kind, file, base lines, other lines, moved lines.
-    static std::string blocks(tdm_session *s) {
-        static constexpr const char *names[] = {"unchanged", "change",       "insert",
-                                                "delete",    "moved_insert", "moved_delete"};
-        uint64_t head = 0;
-        uint64_t tail = 0;
-        EXPECT_EQ(tdm_init_diff_stream(s, &head, &tail), 0);
-        std::string rows;
-        for (diff_block b{}; next(s, &b);) {
-            const auto range = [](int32_t first, int32_t last) {
-                return " " + std::to_string(first) + "-" + std::to_string(last);
-            };
-            rows += names[b.kind] + std::string(" f") + std::to_string(b.file_index) +
-                    range(b.base_first, b.base_last) + range(b.other_first, b.other_last) +
-                    (b.kind > 3 ? range(b.moved_first, b.moved_last) : "") + "\n";
-        }
-        return rows;
-    }
-
     static bool next(tdm_session *s, diff_block *b) {
         uint32_t end = 0;
         EXPECT_EQ(tdm_get_next_diff(s, &end, b), 0);
@@ -39,45 +20,6 @@ std::string numbers(int first, int last) {
         text += std::to_string(i) + "\n";
     }
     return text;
-}
-
-TEST_F(diff_stream, gives_the_documented_orders) {
-    const struct {
-        const char *name;
-        test::texts files;
-        std::string blocks;
-    } rows[] = {
-        {"halves swapped",
-         {numbers(1, 100), numbers(51, 100) + numbers(1, 50)},
-         "moved_delete f1 1-50 0-0 51-100\nunchanged f1 51-100 1-50\n"
-         "moved_insert f1 100-100 51-100 1-50\n"},
-        {"one line to the top",
-         {numbers(1, 100), "61\n" + numbers(1, 60) + numbers(62, 100)},
-         "moved_insert f1 0-0 1-1 61-61\nunchanged f1 1-60 2-61\n"
-         "moved_delete f1 61-61 61-61 1-1\nunchanged f1 62-100 62-100\n"},
-        {"counts of crossed blocks decide",
-         {numbers(1, 60), numbers(31, 40) + numbers(1001, 1030) + numbers(1, 10) + numbers(21, 30) +
-                              numbers(11, 20) + numbers(41, 60)},
-         "moved_insert f1 0-0 1-10 31-40\ninsert f1 0-0 11-40\nunchanged f1 1-10 41-50\n"
-         "moved_delete f1 11-20 50-50 61-70\nunchanged f1 21-30 51-60\n"
-         "moved_delete f1 31-40 60-60 1-10\nmoved_insert f1 40-40 61-70 11-20\n"
-         "unchanged f1 41-60 71-90\n"},
-        {"insertions of all files come first",
-         {"a\nb\nc\n", "a\nnew\nb\nc\n", "a\nB\nc\n"},
-         "insert f1 1-1 2-2\nchange f2 2-2 2-2\nunchanged f1 2-2 3-3\nunchanged f1 3-3 4-4\n"
-         "unchanged f2 3-3 3-3\n"},
-        {"an empty base", {"", "a\n", "b\nc\n"}, "insert f1 0-0 1-1\ninsert f2 0-0 1-2\n"},
-        {"an empty file",
-         {"a\nb\nx\n", "", "b\ny\n"},
-         "delete f1 1-1 0-0\ndelete f2 1-1 0-0\ndelete f1 2-2 0-0\nunchanged f2 2-2 1-1\n"
-         "delete f1 3-3 0-0\nchange f2 3-3 2-2\n"},
-    };
-    for (const auto &row : rows) {
-        test::session all(write_all(row.files));
-        ASSERT_EQ(all.compare(), 0) << row.name;
-        EXPECT_EQ(blocks(all.s), row.blocks) << row.name;
-        EXPECT_EQ(blocks(all.s), row.blocks) << row.name << ", once more";
-    }
 }
 
 TEST_F(diff_stream, remembers_a_moved_insertion_when_it_is_given_up) {
@@ -158,26 +100,56 @@ test::texts files_of_set(unsigned seed) {
     return files;
 }
 
-/// A set's blocks in a line: seed, common lines, and a word a block: "ucidID" for the kinds.
-std::string line_of_set(unsigned seed, tdm_session *s, bool identical) {
+/// The whole stream in a line: common lines, and a word a block: "ucidID" for the kinds, file, base
+/// lines, other lines, moved lines.
+std::string blocks(tdm_session *s) {
     const auto range = [](int32_t first, int32_t last) {
         return std::to_string(first) + (first == last ? "" : "-" + std::to_string(last));
     };
-    std::string line = std::to_string(seed);
-    if (identical) {
-        return line + " identical\n";
-    }
     uint64_t head = 0;
     uint64_t tail = 0;
     EXPECT_EQ(tdm_init_diff_stream(s, &head, &tail), 0);
-    line += " " + std::to_string(head) + "-" + std::to_string(tail);
+    std::string line = std::to_string(head) + "-" + std::to_string(tail);
     uint32_t end = 0;
     for (diff_block b{}; tdm_get_next_diff(s, &end, &b) == 0 && end == 0;) {
         line += std::string(" ") + "ucidID"[b.kind] + std::to_string(b.file_index) + ":" +
                 range(b.base_first, b.base_last) + "," + range(b.other_first, b.other_last) +
                 (b.kind > 3 ? "," + range(b.moved_first, b.moved_last) : "");
     }
-    return line + "\n";
+    return line;
+}
+
+TEST_F(diff_stream, gives_the_documented_orders) {
+    const struct {
+        const char *name;
+        test::texts files;
+        std::string blocks;
+    } rows[] = {
+        {"halves swapped",
+         {numbers(1, 100), numbers(51, 100) + numbers(1, 50)},
+         "0-0 D1:1-50,0,51-100 u1:51-100,1-50 I1:100,51-100,1-50"},
+        {"one line to the top",
+         {numbers(1, 100), "61\n" + numbers(1, 60) + numbers(62, 100)},
+         "0-0 I1:0,1,61 u1:1-60,2-61 D1:61,61,1 u1:62-100,62-100"},
+        {"counts of crossed blocks decide",
+         {numbers(1, 60), numbers(31, 40) + numbers(1001, 1030) + numbers(1, 10) + numbers(21, 30) +
+                              numbers(11, 20) + numbers(41, 60)},
+         "0-0 I1:0,1-10,31-40 i1:0,11-40 u1:1-10,41-50 D1:11-20,50,61-70 u1:21-30,51-60 "
+         "D1:31-40,60,1-10 I1:40,61-70,11-20 u1:41-60,71-90"},
+        {"insertions of all files come first",
+         {"a\nb\nc\n", "a\nnew\nb\nc\n", "a\nB\nc\n"},
+         "1-0 i1:1,2 c2:2,2 u1:2,3 u1:3,4 u2:3,3"},
+        {"an empty base", {"", "a\n", "b\nc\n"}, "0-0 i1:0,1 i2:0,1-2"},
+        {"an empty file",
+         {"a\nb\nx\n", "", "b\ny\n"},
+         "0-0 d1:1,0 d2:1,0 d1:2,0 u2:2,1 d1:3,0 c2:3,2"},
+    };
+    for (const auto &row : rows) {
+        test::session all(write_all(row.files));
+        ASSERT_EQ(all.compare(), 0) << row.name;
+        EXPECT_EQ(blocks(all.s), row.blocks) << row.name;
+        EXPECT_EQ(blocks(all.s), row.blocks) << row.name << ", once more";
+    }
 }
 
 // The distances and counts by which lines are paired and moved text is told are fixed. A slow model
@@ -196,13 +168,14 @@ TEST_F(diff_stream, gives_the_blocks_written_down) {
         uint32_t same = 9;
         EXPECT_EQ(tdm_is_same_as_base(all.s, 1, &same), 0);
         EXPECT_TRUE(seed % 5 == 0 || (same == 1) == (files[1] == files[0])) << seed;
-        const std::string found = line_of_set(seed, all.s, all.identical != 0);
+        const std::string found =
+            std::to_string(seed) + " " + (all.identical != 0 ? "identical" : blocks(all.s)) + "\n";
         all_found += found;
         EXPECT_EQ(found, wanted);
     }
     EXPECT_GT(all_found.size(), 10000U);
     if (std::getenv("TDM_UPDATE_GOLDEN") != nullptr) {
-        std::ofstream(golden) << all_found;
+        write_file(golden, all_found);
     }
 }
 

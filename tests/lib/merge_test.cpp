@@ -73,165 +73,74 @@ protected:
     }
 };
 
-std::string separated(const std::string &report) {
-    return report + "============\n============\n";
+/// A report written short: "!" and "+" for a decision taken unasked or asked, "=" between regions.
+std::string told(std::string_view written) {
+    std::string report;
+    for (const char c : written) {
+        report += c == '!'   ? "*** Automatic: Applying "
+                  : c == '+' ? "Applying "
+                  : c == '=' ? "============\n============\n"
+                  : c == ']' ? "]\n"
+                             : std::string(1, c);
+    }
+    return report;
 }
 
 TEST_F(merge, decides_and_asks_as_documented) {
     const std::string base = test::letters("abcdefghij");
-    const auto change = [](const char *letters) { return test::letters(letters); };
     const struct {
-        const char *name;
-        test::texts contributors;
+        const char *name, *second, *third;  // "=" for the base's text, "-" for none
         int mq;
-        const char *answers, *text, *asked;
-        std::string report;
+        const char *answers, *text, *asked, *report;
     } rows[] = {
-        {"one inserts",
-         {change("abcdefghiXj"), base},
-         0,
-         "",
-         "abcdefghiXj",
-         "",
-         separated("*** Automatic: Applying INSERT from file 2 [line 10]\n")},
-        {"both insert the same",
-         {change("abXYcdefghij"), change("abXYcdefghij")},
-         0,
-         "",
-         "abXYcdefghij",
-         "",
-         separated("*** Automatic: Applying INSERT from file 3 [lines 3-4]\n")},
-        {"both delete the same",
-         {change("abcghij"), change("abcghij")},
-         0,
-         "",
-         "abcghij",
-         "",
-         separated("*** Automatic: Applying DELETION from file 3 [deleting base lines 4-6]\n")},
-        {"only the second changes",
-         {base, change("abcdEFghij")},
-         0,
-         "",
-         "abcdEFghij",
-         "",
-         separated("*** Automatic: Applying CHANGE from file 3 [lines 5-6]\n")},
-        {"different changes, first taken",
-         {change("abXdefghij"), change("abYdefghij")},
-         0,
-         "yn",
-         "abXdefghij",
-         "c2y c3n ",
-         separated("Applying CHANGE from file 2 [line 3]\n")},
-        {"different changes, both taken",
-         {change("abXdefghij"), change("abYdefghij")},
-         0,
-         "yy",
-         "abXYdefghij",
-         "c2y c3n ",
-         separated("Applying CHANGE from file 2 [line 3]\nApplying CHANGE from file 3 [line 3]\n")},
-        {"different changes, none taken",
-         {change("aXYdefghij"), change("aZdefghij")},
-         0,
-         "nn",
-         "abcdefghij",
-         "c2y c3y ",
-         separated("Keeping ORIGINAL text from file 1 (BASE) [lines 2-3]\n")},
-        {"a deletion taken, then a change",
-         {change("abdefghij"), change("abXdefghij")},
-         0,
-         "yn",
-         "abdefghij",
-         "d2y c3n ",
-         separated("Applying DELETION from file 2 [deleting base line 3]\n")},
-        {"a change taken: a deletion is not asked for",
-         {change("abXdefghij"), change("abdefghij")},
-         0,
-         "y",
-         "abXdefghij",
-         "c2y ",
-         separated("Applying CHANGE from file 2 [line 3]\n")},
-        {"an insertion right before a change",
-         {change("aXbcdefghij"), change("aBcdefghij")},
-         0,
-         "yy",
-         "aXBcdefghij",
-         "i2y ",
-         separated("Applying INSERT from file 2 [line 2]\n") +
-             separated("*** Automatic: Applying CHANGE from file 3 [line 2]\n")},
-        {"an insertion right behind a change",
-         {change("aBcdefghij"), change("abXcdefghij")},
-         0,
-         "y",
-         "aBXcdefghij",
-         "i3y ",
-         separated("*** Automatic: Applying CHANGE from file 2 [line 2]\n") +
-             separated("Applying INSERT from file 3 [line 3]\n")},
-        {"an insertion right behind a change of several lines",
-         {change("aBCdefghij"), change("abcXdefghij")},
-         0,
-         "y",
-         "aBCXdefghij",
-         "i3y ",
-         separated("*** Automatic: Applying CHANGE from file 2 [lines 2-3]\n") +
-             separated("Applying INSERT from file 3 [line 4]\n")},
-        {"different insertions, none taken",
-         {change("aXbcdefghij"), change("aYbcdefghij")},
-         0,
-         "nn",
-         "abcdefghij",
-         "i2y i3y ",
-         separated("")},
-        {"mode 1 asks",
-         {change("abcdefghiXj"), base},
-         1,
-         "y",
-         "abcdefghiXj",
-         "i2y ",
-         separated("Applying INSERT from file 2 [line 10]\n")},
-        {"mode 3 trusts the last file",
-         {base, change("abcdeFghij")},
-         3,
-         "",
-         "abcdeFghij",
-         "",
-         separated("*** Automatic: Applying CHANGE from file 3 [line 6]\n")},
-        {"mode 3 asks about others",
-         {change("abcdeFghij"), base},
-         3,
-         "y",
-         "abcdeFghij",
-         "c2y ",
-         separated("Applying CHANGE from file 2 [line 6]\n")},
-        {"mode 2 never asks",
-         {change("abXdefghij"), change("abYdefghij")},
-         2,
-         "",
-         aborted,
-         "",
+        {"one inserts", "abcdefghiXj", "=", 0, "", "abcdefghiXj", "",
+         "!INSERT from file 2 [line 10]="},
+        {"both insert the same", "abXYcdefghij", "abXYcdefghij", 0, "", "abXYcdefghij", "",
+         "!INSERT from file 3 [lines 3-4]="},
+        {"both delete the same", "abcghij", "abcghij", 0, "", "abcghij", "",
+         "!DELETION from file 3 [deleting base lines 4-6]="},
+        {"only the second changes", "=", "abcdEFghij", 0, "", "abcdEFghij", "",
+         "!CHANGE from file 3 [lines 5-6]="},
+        {"different changes, first taken", "abXdefghij", "abYdefghij", 0, "yn", "abXdefghij",
+         "c2y c3n ", "+CHANGE from file 2 [line 3]="},
+        {"different changes, both taken", "abXdefghij", "abYdefghij", 0, "yy", "abXYdefghij",
+         "c2y c3n ", "+CHANGE from file 2 [line 3]+CHANGE from file 3 [line 3]="},
+        {"different changes, none taken", "aXYdefghij", "aZdefghij", 0, "nn", "=", "c2y c3y ",
+         "Keeping ORIGINAL text from file 1 (BASE) [lines 2-3]="},
+        {"a deletion taken, then a change", "abdefghij", "abXdefghij", 0, "yn", "abdefghij",
+         "d2y c3n ", "+DELETION from file 2 [deleting base line 3]="},
+        {"a change taken: a deletion is not asked for", "abXdefghij", "abdefghij", 0, "y",
+         "abXdefghij", "c2y ", "+CHANGE from file 2 [line 3]="},
+        {"an insertion right before a change", "aXbcdefghij", "aBcdefghij", 0, "yy", "aXBcdefghij",
+         "i2y ", "+INSERT from file 2 [line 2]=!CHANGE from file 3 [line 2]="},
+        {"an insertion right behind a change", "aBcdefghij", "abXcdefghij", 0, "y", "aBXcdefghij",
+         "i3y ", "!CHANGE from file 2 [line 2]=+INSERT from file 3 [line 3]="},
+        {"an insertion right behind a change of several lines", "aBCdefghij", "abcXdefghij", 0, "y",
+         "aBCXdefghij", "i3y ", "!CHANGE from file 2 [lines 2-3]=+INSERT from file 3 [line 4]="},
+        {"different insertions, none taken", "aXbcdefghij", "aYbcdefghij", 0, "nn", "=", "i2y i3y ",
+         "="},
+        {"mode 1 asks", "abcdefghiXj", "=", 1, "y", "abcdefghiXj", "i2y ",
+         "+INSERT from file 2 [line 10]="},
+        {"mode 3 trusts the last file", "=", "abcdeFghij", 3, "", "abcdeFghij", "",
+         "!CHANGE from file 3 [line 6]="},
+        {"mode 3 asks about others", "abcdeFghij", "=", 3, "y", "abcdeFghij", "c2y ",
+         "+CHANGE from file 2 [line 6]="},
+        {"mode 2 never asks", "abXdefghij", "abYdefghij", 2, "", "-", "",
          "*** No Automatic Decision Possible\n*** Aborting...\n"},
-        {"an abort",
-         {change("abXdefghij"), change("abYdefghij")},
-         0,
-         "a",
-         aborted,
-         "c2y ",
-         "*** Aborting...\n"},
-        {"a single contributor is always asked about",
-         {change("abXdefghij")},
-         0,
-         "y",
-         "abXdefghij",
-         "c2y ",
-         separated("Applying CHANGE from file 2 [line 3]\n")},
+        {"an abort", "abXdefghij", "abYdefghij", 0, "a", "-", "c2y ", "*** Aborting...\n"},
+        {"a single contributor is always asked about", "abXdefghij", "-", 0, "y", "abXdefghij",
+         "c2y ", "+CHANGE from file 2 [line 3]="},
     };
     for (const auto &row : rows) {
-        test::texts files = row.contributors;
-        files.insert(files.begin(), base);
+        const auto text_of = [&](const std::string &text) {
+            return text == "=" ? base : text == "-" ? aborted : test::letters(text);
+        };
+        test::texts files = {base, text_of(row.second), text_of(row.third)};
+        files.resize(files[2] == aborted ? 2 : 3);
         const result found = run(files, row.mq, row.answers);
-        const bool ended = row.text == std::string(aborted);
-        EXPECT_EQ(found.text, ended ? aborted : test::letters(row.text)) << row.name;
+        EXPECT_EQ(found.text, text_of(row.text)) << row.name;
         EXPECT_EQ(found.asked, row.asked) << row.name;
-        EXPECT_EQ(found.report, row.report) << row.name;
+        EXPECT_EQ(found.report, told(row.report)) << row.name;
         if (row.mq == 1) {
             EXPECT_EQ(run(files, 4, row.answers).asked, row.asked) << row.name << ", mode 4";
         }
@@ -249,13 +158,12 @@ TEST_F(merge, asks_by_itself_when_nobody_else_does) {
         EXPECT_EQ(merge_session(all.s, 0, 0, nullptr), 0);
     }
     EXPECT_EQ(read(path("out")), test::letters("aXbcdefgij"));
-    EXPECT_EQ(shown.contents(),
-              "Do you want the INSERTION made in file 2? " +
-                  separated("Applying INSERT from file 2 [line 2]\n") +
-                  "Do you want the CHANGE made in file 2? " +
-                  separated("Keeping ORIGINAL text from file 1 (BASE) [line 4]\n") +
-                  "Do you want the DELETION made in file 2? " +
-                  separated("Applying DELETION from file 2 [deleting base line 8]\n"));
+    EXPECT_EQ(shown.contents(), "Do you want the INSERTION made in file 2? " +
+                                    told("+INSERT from file 2 [line 2]=") +
+                                    "Do you want the CHANGE made in file 2? " +
+                                    told("Keeping ORIGINAL text from file 1 (BASE) [line 4]=") +
+                                    "Do you want the DELETION made in file 2? " +
+                                    told("+DELETION from file 2 [deleting base line 8]="));
 }
 
 TEST_F(merge, compares_and_writes_the_files_own_bytes_under_conversion) {
@@ -350,6 +258,21 @@ TEST_F(merge, keeps_long_lines_and_a_missing_last_newline) {
     EXPECT_EQ(run(files).text, files[1]);
 }
 
+/// Calls with no file growing beyond so many bytes, and keeps the messages back.
+template <typename Call>
+void limited(rlim_t bytes, Call &&call) {
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit small = {bytes, before.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    test::messages_of([&] {
+        setrlimit(RLIMIT_FSIZE, &small);
+        call();
+        setrlimit(RLIMIT_FSIZE, &before);
+    });
+    std::signal(SIGXFSZ, handler);
+}
+
 TEST_F(merge, never_overwrites_and_leaves_no_half_output) {
     const test::texts files = {test::letters("abc"), test::letters("aXc"), test::letters("abc")};
     write("out", "precious");
@@ -360,19 +283,10 @@ TEST_F(merge, never_overwrites_and_leaves_no_half_output) {
     EXPECT_EQ(read(path("out")), "precious");
 
     std::filesystem::remove(path("out"));
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit tiny = {2, before.rlim_max};
-    const auto handler = signal(SIGXFSZ, SIG_IGN);
     int status = 0;
     testing::internal::CaptureStdout();
-    test::messages_of([&] {
-        setrlimit(RLIMIT_FSIZE, &tiny);
-        status = merge_session(all.s, 0, 0);
-        setrlimit(RLIMIT_FSIZE, &before);
-    });
+    limited(2, [&] { status = merge_session(all.s, 0, 0); });
     testing::internal::GetCapturedStdout();
-    signal(SIGXFSZ, handler);
     EXPECT_EQ(status, 1);
     EXPECT_FALSE(std::filesystem::exists(path("out")));
 }
@@ -389,19 +303,12 @@ TEST_F(merge, keeps_no_output_that_an_early_write_missed) {
     const std::string out = path("out");
     merge_report *const r = tdm_merge_init_report(all.s, out.c_str(), 0, answer, nullptr, 0);
     ASSERT_NE(r, nullptr);
-    struct rlimit kept {};
-    getrlimit(RLIMIT_FSIZE, &kept);
-    const struct rlimit small { 100, kept.rlim_max };
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &small);
     bool failed = false;
-    test::messages_of([&] {
+    limited(100, [&] {
         while (tdm_get_next_diff(all.s, &end, &b) == 0 && end == 0) {
             failed = tdm_merge_queue_diff(r, &b) != 0 || failed;
         }
     });
-    setrlimit(RLIMIT_FSIZE, &kept);
-    std::signal(SIGXFSZ, handler);
     ASSERT_TRUE(failed);
     testing::internal::CaptureStdout();
     EXPECT_EQ(tdm_merge_term(r, 0), 1);

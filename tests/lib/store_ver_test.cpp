@@ -1,7 +1,5 @@
 // Check-in: the records it writes, what it refuses, and whole histories against a model that keeps
 // every text.
-#include <map>
-
 #include "small_texts.h"
 #include "support.h"
 
@@ -31,45 +29,6 @@ protected:
         return result;
     }
 
-    std::string construct(const std::string &oid, uint32_t flags = 0) {
-        EXPECT_EQ(tdm_construct_ver(file_.c_str(), path("out").c_str(), oid.c_str(), flags), 0)
-            << oid;
-        return read(path("out"));
-    }
-
-    /// Deletes the first half of the oids by the first list, the others by the second.
-    int erase(const std::vector<std::string> &names) {
-        const std::string next = path("c" + std::to_string(++count_));
-        std::vector<const char *> oids;
-        for (const std::string &name : names) {
-            oids.push_back(name.c_str());
-        }
-        const auto half = static_cast<int32_t>(oids.size() / 2);
-        const int result = tdm_delete_versions_and_branches(
-            file_.c_str(), next.c_str(), half, oids.data(),
-            static_cast<int32_t>(oids.size()) - half, oids.data() + half);
-        if (result == 0) {
-            file_ = next;
-        }
-        return result;
-    }
-
-    /// The annotated text without its tags; only the mark of a missing last newline is gone there.
-    std::string plain_text_of_annotation(const std::string &oid, const std::string &text) {
-        const std::string annotated = construct(oid, 1);
-        std::string plain;
-        for (size_t at = 0; at < annotated.size();) {
-            const size_t end = annotated.find('\n', at) + 1;
-            const size_t start = annotated.find(' ', at + 2) + 1;
-            plain += annotated.substr(start, end - start);
-            at = end;
-        }
-        if (!text.empty() && text.back() != '\n') {
-            plain.pop_back();
-        }
-        return plain;
-    }
-
     [[nodiscard]] std::string weave() const {
         const std::string all = read(file_);
         return all.substr(all.find('\n', all.find("\n^E ") + 1) + 1);
@@ -90,10 +49,10 @@ TEST_F(store_ver, weaves_the_differences_in) {
               "^I 0 3 1\n^Q ^top\n^I 0 1 3\na\n^D 0 2 1\nb\n^I 0 2 1\nX\nc\n^I 0 3 1\n^N last\n");
     ASSERT_EQ(check_in("b1", 1, "a\n", "side", "main", 2), 0);
     EXPECT_EQ(read(file_).substr(0, 34), "^S db1 1\n^V b1 1 1 7\n^B side 1 0 2");
-    EXPECT_EQ(construct("v1"), "a\nb\nc\n");
-    EXPECT_EQ(construct("v2"), "a\nX\nc\n");
-    EXPECT_EQ(construct("v3"), "^top\na\nX\nc\nlast");
-    EXPECT_EQ(construct("b1"), "a\n");
+    EXPECT_EQ(construct(file_, "v1"), "a\nb\nc\n");
+    EXPECT_EQ(construct(file_, "v2"), "a\nX\nc\n");
+    EXPECT_EQ(construct(file_, "v3"), "^top\na\nX\nc\nlast");
+    EXPECT_EQ(construct(file_, "b1"), "a\n");
 }
 
 TEST_F(store_ver, tells_identical_texts) {
@@ -117,7 +76,7 @@ TEST_F(store_ver, takes_a_changed_line_for_changed_whatever_its_hash) {
             const std::string text = "x\n" + line + "\ny\n" + line + "z\n" + pad + "\n";
             ++number;
             ASSERT_EQ(check_in("v" + std::to_string(number), number, text), 0);
-            EXPECT_EQ(construct("v" + std::to_string(number)), text);
+            EXPECT_EQ(construct(file_, "v" + std::to_string(number)), text);
         }
     }
 }
@@ -147,7 +106,7 @@ TEST_F(store_ver, refuses_what_it_could_not_give_back) {
             test::messages_of(
                 [&] { EXPECT_EQ(check_in(oid, number + 1, text), row.good ? 0 : -1) << row.name; });
             if (row.good) {
-                EXPECT_EQ(construct(oid), text) << row.name;
+                EXPECT_EQ(construct(file_, oid), text) << row.name;
                 ++number;
             }
         }
@@ -156,16 +115,19 @@ TEST_F(store_ver, refuses_what_it_could_not_give_back) {
 
 TEST_F(store_ver, refuses_before_it_writes) {
     ASSERT_EQ(check_in("v1", 1, "a\n"), 0);
+    write_file(file_, read_file(file_).insert(9, "^#^V v9 0 9 7\n"));
     const struct {
         const char *oid, *branch, *base;
         uint64_t number;
         std::string message;
     } rows[] = {
         {"v1b", "main", nullptr, 1,
-         "Version 0x1 is not the highest on its branch <0x0,0x1> in \"" + file_ + "\"\n"},
+         "Version 0x1 is not the highest on its branch <0x0,0x9> in \"" + file_ + "\"\n"},
+        {"v9b", "main", nullptr, 9,
+         "Version 0x9 is not the highest on its branch <0x0,0x9> in \"" + file_ + "\"\n"},
         {"vx", "none", "nobase", 1, "Specified branch does not exist\n"},
         {"vx", "none", nullptr, 1, "Specified branch does not exist\n"},
-        {"v x", "main", nullptr, 2, "Can't parse malformed object-id v x\n"},
+        {"v x", "main", nullptr, 10, "Can't parse malformed object-id v x\n"},
         {"vx", "a b", "main", 1, "Can't parse malformed object-id a b\n"},
     };
     for (const auto &row : rows) {
@@ -177,86 +139,14 @@ TEST_F(store_ver, refuses_before_it_writes) {
     uint32_t identical = 0;
     const std::string text = path("text");
     EXPECT_EQ(test::messages_of([&] {
-                  EXPECT_EQ(tdm_store_ver(1, "v", "main", 2, path("no/c").c_str(), nullptr, nullptr,
-                                          1, file_.c_str(), text.c_str(), 0, &identical),
+                  EXPECT_EQ(tdm_store_ver(1, "v", "main", 10, path("no/c").c_str(), nullptr,
+                                          nullptr, 1, file_.c_str(), text.c_str(), 0, &identical),
                             2);
-                  EXPECT_EQ(tdm_store_ver(1, "v", "main", 2, path("n").c_str(), nullptr, nullptr, 1,
-                                          path("none").c_str(), text.c_str(), 0, &identical),
+                  EXPECT_EQ(tdm_store_ver(1, "v", "main", 10, path("n").c_str(), nullptr, nullptr,
+                                          1, path("none").c_str(), text.c_str(), 0, &identical),
                             2);
               }),
               "");
-}
-
-/// An element kept as whole texts.
-struct model {
-    struct version {
-        std::string branch;
-        uint64_t number;
-        std::string text;
-    };
-    std::map<std::string, version> versions;  // by oid
-    std::map<std::string, uint64_t> highest;  // by branch: number ever used
-};
-
-TEST_F(store_ver, keeps_every_survivor_of_a_branching_history) {
-    for (const unsigned seed : seeds(2)) {
-        text_maker make{.random = std::mt19937(seed), .repeated = 0.4, .quoted = 0.2};
-        // Every second history goes over several of the blocks that containers are read in.
-        const bool large = seed % 2 == 0;
-        const std::string first = large ? joined(make.text(9000)) + std::string(8000, 'x') + "\n" +
-                                              joined(make.text(9000))
-                                        : "";
-        SetUp();
-        ASSERT_EQ(check_in("v0a", 1, first), 0);
-        model m;
-        m.versions = {{"v0", {"main", 0, ""}}, {"v0a", {"main", 1, first}}};
-        m.highest["main"] = 1;
-        for (int step = 1; step <= (large ? 24 : 80); ++step) {
-            const std::string oid = "v" + std::to_string(step);
-            const auto from =
-                std::next(m.versions.begin(), static_cast<long>(make.below(m.versions.size())));
-            if (make.chance(0.25) && from->first != "v0") {
-                ASSERT_EQ(erase({from->first}), 0);
-                m.versions.erase(from);
-            } else {
-                const std::string branch = make.chance(0.2) ? "branch" + oid : from->second.branch;
-                const uint64_t number = m.highest[branch] += 1 + make.below(2);
-                const std::string text = make.changed(from->second.text);
-                ASSERT_EQ(check_in(oid, number, text, branch, from->second.branch.c_str(),
-                                   from->second.number),
-                          0);
-                m.versions[oid] = {branch, number, text};
-                ASSERT_EQ(plain_text_of_annotation(oid, text), text) << oid;
-            }
-            // Every output is forced to disk: all versions are looked at now and then only.
-            for (const auto &[name, version] : m.versions) {
-                if (step % 8 == 0 || make.chance(0.1)) {
-                    ASSERT_EQ(construct(name), version.text) << name << " after " << oid;
-                }
-            }
-        }
-    }
-}
-
-TEST_F(store_ver, deletion_keeps_what_others_depend_on) {
-    ASSERT_EQ(check_in("v1", 1, "a\nb\n"), 0);
-    ASSERT_EQ(check_in("v2", 2, "a\nb\nc\n"), 0);
-    ASSERT_EQ(check_in("b1", 1, "a\nb\nc\nd\n", "side", "main", 2), 0);
-    ASSERT_EQ(check_in("v3", 3, "b\nc\n"), 0);
-    EXPECT_EQ(test::messages_of([&] { EXPECT_EQ(erase({"side"}), -1); }),
-              "Version 0x1 is still active on branch 0x1 in \"" + file_ + "\"\n");
-    ASSERT_EQ(erase({"v1", "v3"}), 0);
-    const std::string dropped_top =
-        "^S db1 1\n^V b1 1 1 7\n^B side 1 0 2\n^V v2 0 2 7\n^#^V v1 0 1 7\n^V v0 0 0 1\n"
-        "^B main 0 0 0\n^E el\n^I 0 1 2\na\nb\n^I 0 2 1\nc\n^I 1 1 1\nd\n";
-    EXPECT_EQ(read(file_), dropped_top);
-    ASSERT_EQ(erase({"v2"}), 0);
-    EXPECT_EQ(construct("b1"), "a\nb\nc\nd\n");
-    EXPECT_EQ(test::messages_of([&] { EXPECT_EQ(check_in("v2b", 2, "x\n"), -1); }),
-              "Version 0x2 is not the highest on its branch <0x0,0x2> in \"" + file_ + "\"\n");
-    // v2 was a branch point: its text stays until the branch goes, and is then dropped unasked.
-    ASSERT_EQ(erase({"b1"}), 0);
-    EXPECT_EQ(read(file_), "^S db1 1\n^V v0 0 0 1\n^B main 0 0 0\n^E el\n");
 }
 
 }  // namespace

@@ -5,46 +5,36 @@
 #include <gtest/gtest.h>
 #include <norviktdm/tdm.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <string_view>
+
+#include "files.h"
 
 namespace test {
 
 /// A folder of its own for each test, removed at the end.
 class scratch : public testing::Test {
 protected:
-    scratch() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "tdm-test-XXXXXX").string();
-        folder_ = mkdtemp(pattern.data());
+    [[nodiscard]] std::string path(const std::string &name) const {
+        return folder_.path() + "/" + name;
     }
-    ~scratch() override { std::filesystem::remove_all(folder_); }
-
-    [[nodiscard]] std::string path(std::string_view name) const {
-        return folder_ + "/" + std::string(name);
+    std::string write(const std::string &name, std::string_view bytes) const {
+        write_file(path(name), bytes);
+        return path(name);
     }
+    static std::string read(const std::string &file) { return read_file(file); }
+    [[nodiscard]] size_t files_in_folder() const { return files_in(folder_.path()).size(); }
 
-    std::string write(std::string_view name, std::string_view bytes) const {
-        std::string file = path(name);
-        std::ofstream(file, std::ios::binary) << bytes;
-        return file;
-    }
-
-    static std::string read(const std::string &file) {
-        std::ifstream in(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
-    }
-
-    [[nodiscard]] size_t files_in_folder() const {
-        const std::filesystem::directory_iterator all(folder_);
-        return static_cast<size_t>(std::distance(begin(all), end(all)));
+    /// A version's text; with flags the annotation.
+    std::string construct(const std::string &file, const std::string &oid, uint32_t flags = 0) {
+        EXPECT_EQ(tdm_construct_ver(file.c_str(), path("out").c_str(), oid.c_str(), flags), 0)
+            << oid;
+        return read(path("out"));
     }
 
 private:
-    std::string folder_;
+    const scratch_folder folder_;
 };
 
 /// What a call prints on standard error.
