@@ -5,9 +5,9 @@
 
 #include "command_declaration.h"
 #include "container_change.h"
+#include "escaped_text.h"
 #include "output.h"
 #include "structure.h"
-#include "terminal.h"
 #include "time_text.h"
 #include "usage_error.h"
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "escaped_text.h"
 #include "exit_status.h"
-#include "terminal.h"
 #include "version_text.h"
 
 namespace host {

@@ -6,6 +6,7 @@
 #include "command_declaration.h"
 #include "common_options.h"
 #include "container_change.h"
+#include "escaped_text.h"
 #include "output.h"
 
 namespace host {

@@ -12,6 +12,7 @@
 #include "command_context.h"
 #include "command_declaration.h"
 #include "commands.h"
+#include "escaped_text.h"
 #include "help.h"
 #include "option_parser.h"
 #include "out_of_memory.h"

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "terminal.h"
+#include "escaped_text.h"
 
 namespace host {
 

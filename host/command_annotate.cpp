@@ -14,8 +14,10 @@
 #include "common_options.h"
 #include "container_change.h"
 #include "container_reading.h"
+#include "escaped_text.h"
 #include "memory_file.h"
 #include "output.h"
+#include "pager.h"
 #include "time_text.h"
 
 namespace host {

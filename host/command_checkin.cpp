@@ -11,11 +11,11 @@
 #include "command_context.h"
 #include "command_declaration.h"
 #include "container_change.h"
+#include "escaped_text.h"
 #include "merge_words.h"
 #include "output.h"
 #include "proof.h"
 #include "random_oid.h"
-#include "terminal.h"
 #include "working_file.h"
 
 namespace host {

@@ -3,6 +3,7 @@
 
 #include "command_context.h"
 #include "command_declaration.h"
+#include "escaped_text.h"
 #include "output.h"
 #include "usage_error.h"
 

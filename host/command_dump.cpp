@@ -12,8 +12,10 @@
 #include "command_context.h"
 #include "command_declaration.h"
 #include "container_reading.h"
+#include "escaped_text.h"
 #include "output.h"
 #include "owned_descriptor.h"
+#include "pager.h"
 #include "terminal.h"
 
 namespace host {

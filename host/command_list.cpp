@@ -10,8 +10,10 @@
 #include "common_options.h"
 #include "container_change.h"
 #include "container_reading.h"
+#include "escaped_text.h"
 #include "json_text.h"
 #include "output.h"
+#include "pager.h"
 #include "time_text.h"
 
 namespace host {

@@ -10,10 +10,10 @@
 #include "common_options.h"
 #include "confirm.h"
 #include "container_change.h"
+#include "escaped_text.h"
 #include "memory_file.h"
 #include "output.h"
 #include "purge.h"
-#include "terminal.h"
 
 namespace host {
 

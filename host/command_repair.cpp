@@ -15,10 +15,10 @@
 #include "container_reading.h"
 #include "container_repair.h"
 #include "deletion.h"
+#include "escaped_text.h"
 #include "file_replace.h"
 #include "output.h"
 #include "survivor_proof.h"
-#include "terminal.h"
 #include "usage_error.h"
 
 namespace host {

@@ -9,12 +9,12 @@
 #include "common_options.h"
 #include "container_check.h"
 #include "container_reading.h"
+#include "escaped_text.h"
 #include "json_text.h"
 #include "kept_digests.h"
 #include "output.h"
 #include "progress.h"
 #include "random_oid.h"
-#include "terminal.h"
 
 namespace host {
 

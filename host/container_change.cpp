@@ -4,10 +4,10 @@
 #include <cerrno>
 #include <utility>
 
+#include "escaped_text.h"
 #include "output.h"
 #include "random_oid.h"
 #include "structure.h"
-#include "terminal.h"
 
 namespace host {
 

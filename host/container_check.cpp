@@ -4,9 +4,9 @@
 #include <map>
 #include <string>
 
+#include "escaped_text.h"
 #include "header_check.h"
 #include "output.h"
-#include "terminal.h"
 
 namespace host {
 namespace {

@@ -11,8 +11,8 @@
 #include <cstring>
 #include <utility>
 
+#include "escaped_text.h"
 #include "header_reader.h"
-#include "terminal.h"
 
 namespace host {
 namespace {
@@ -168,7 +168,7 @@ int open_container(int descriptor, const std::string &name, container_view *out)
     if (const int error = unseen != 0 ? unseen : out->bytes.load(descriptor); error != 0) {
         return error;
     }
-    read_header(out);
+    read_header(out->bytes.view(), out);
     return 0;
 }
 

@@ -6,8 +6,8 @@
 
 #include "container_change.h"
 #include "container_check.h"
+#include "escaped_text.h"
 #include "output.h"
-#include "terminal.h"
 
 namespace host {
 namespace {

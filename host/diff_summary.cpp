@@ -2,8 +2,8 @@
 #include <array>
 
 #include "diff_output.h"
+#include "escaped_text.h"
 #include "json_text.h"
-#include "terminal.h"
 
 namespace host {
 

@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
+#include "escaped_text.h"
 #include "exit_status.h"
 #include "output.h"
-#include "terminal.h"
 
 namespace host {
 

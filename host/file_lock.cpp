@@ -12,6 +12,7 @@
 #include <ctime>
 #include <utility>
 
+#include "exit_status.h"
 #include "output.h"
 
 namespace host {
@@ -136,7 +137,7 @@ private:
 };
 
 // Waits in the kernel's queue, where those who wait are served in their order and at once.
-int wait_for_lock(const locked_file &file, const command_context &context, double deadline,
+int wait_for_lock(const locked_file &file, const replace_options &options, double deadline,
                   bool &told) {
     if (flock(file.descriptor.get(), LOCK_EX | LOCK_NB) == 0) {
         return status_done;
@@ -144,7 +145,7 @@ int wait_for_lock(const locked_file &file, const command_context &context, doubl
     if (errno != EWOULDBLOCK && errno != EINTR) {
         return say_errno(file.name, "cannot be locked", errno);
     }
-    if (!context.quiet && !std::exchange(told, true)) {
+    if (!options.quiet && !std::exchange(told, true)) {
         say_of_file(file.name, "waiting for another command to finish with it");
     }
     const wake_up_call end_of_waiting(deadline);
@@ -171,9 +172,9 @@ bool names_same_file(int folder, const char *base, const struct stat &status) {
            now.st_ino == status.st_ino;
 }
 
-int lock_file(const std::string &name, bool may_be_new, const command_context &context,
+int lock_file(const std::string &name, bool may_be_new, const replace_options &options,
               locked_file *out) {
-    const double deadline = monotonic_seconds() + context.lock_timeout;
+    const double deadline = monotonic_seconds() + options.lock_timeout;
     bool told = false;
     for (;;) {
         locked_file file;
@@ -191,9 +192,9 @@ int lock_file(const std::string &name, bool may_be_new, const command_context &c
         if (fstat(file.descriptor.get(), &file.status) != 0) {
             return say_errno(name, "cannot be read", errno);
         }
-        status = check_kind(file, context.break_links);
+        status = check_kind(file, options.break_links);
         if (status == status_done) {
-            status = wait_for_lock(file, context, deadline, told);
+            status = wait_for_lock(file, options, deadline, told);
         }
         if (status != status_done) {
             return status;

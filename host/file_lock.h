@@ -7,8 +7,8 @@
 
 #include <string>
 
-#include "command_context.h"
 #include "owned_descriptor.h"
+#include "replace_options.h"
 
 namespace host {
 
@@ -30,7 +30,7 @@ struct locked_file {
 // --break-links, a file with several names. Waits for another command's lock as long as
 // --lock-timeout says. Returns 0, or status_trouble after a message.
 [[nodiscard]] int lock_file(const std::string &name, bool may_be_new,
-                            const command_context &context, locked_file *out);
+                            const replace_options &options, locked_file *out);
 
 // Whether the name still leads to the locked file and nobody has written to it since.
 [[nodiscard]] bool is_unchanged(const locked_file &file);

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "escaped_text.h"
+#include "exit_status.h"
 #include "file_attributes.h"
 #include "out_of_memory.h"
 #include "output.h"
@@ -31,7 +33,7 @@ nlink_t links_of(const locked_file &file) {
 }  // namespace
 
 int file_replacement::lock(const std::string &name) {
-    const int status = lock_file(name, false, context_, &file_);
+    const int status = lock_file(name, false, options_, &file_);
     if (status != status_done) {
         return status;
     }
@@ -41,11 +43,11 @@ int file_replacement::lock(const std::string &name) {
 }
 
 int file_replacement::lock_output(const std::string &name, bool must_be_new) {
-    const int status = lock_file(name, true, context_, &file_);
+    const int status = lock_file(name, true, options_, &file_);
     if (status != status_done) {
         return status;
     }
-    if (file_.exists && (must_be_new || !context_.force)) {
+    if (file_.exists && (must_be_new || !options_.force)) {
         say_of_file(name, must_be_new ? "exists already" : "exists already (--force replaces it)");
         return status_trouble;
     }
@@ -78,7 +80,7 @@ int file_replacement::commit(const std::function<int(int descriptor)> &prove) {
         return say_errno(file_.name, "the new file cannot be written", error);
     }
     int status = prove ? prove(temporary_.descriptor()) : int{status_done};
-    if (status == status_done && context_.dry_run) {
+    if (status == status_done && options_.dry_run) {
         say_of_file(file_.name, file_.exists ? "would be replaced" : "would be created");
         return status_done;
     }
@@ -107,11 +109,11 @@ int file_replacement::set_attributes() {
     }
     mode_t narrowed = 0;
     int status =
-        copy_attributes(file_.descriptor.get(), file_.status, target, file_.name, context_.force);
+        copy_attributes(file_.descriptor.get(), file_.status, target, file_.name, options_.force);
     if (status == status_done && narrows_) {
         status = narrow_file_mode(target, file_.name, rights_, &narrowed);
     }
-    if (narrowed != 0 && !context_.quiet) {
+    if (narrowed != 0 && !options_.quiet) {
         char mode[16];
         std::snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(narrowed));
         say_of_file(file_.name, std::string("gets the mode ") + mode +
@@ -142,7 +144,7 @@ int file_replacement::put_in_place() {
     if (last_look_ && last_look_() != status_done) {
         return status_trouble;
     }
-    const bool may_not_part = file_.exists && !context_.break_links;
+    const bool may_not_part = file_.exists && !options_.break_links;
     if (may_not_part && links_of(file_) > 1) {
         say_of_file(file_.name,
                     "has got another hard link meanwhile, which would part "

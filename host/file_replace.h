@@ -15,10 +15,10 @@
 #include <string>
 #include <utility>
 
-#include "command_context.h"
 #include "descriptor_path.h"
 #include "file_attributes.h"
 #include "file_lock.h"
+#include "replace_options.h"
 #include "shown_path.h"
 #include "temporary_file.h"
 
@@ -26,7 +26,7 @@ namespace host {
 
 class file_replacement {
 public:
-    explicit file_replacement(const command_context &context) : context_(context) {}
+    explicit file_replacement(const replace_options &options) : options_(options) {}
 
     // For a file that must exist, such as a container.
     [[nodiscard]] int lock(const std::string &name);
@@ -37,7 +37,7 @@ public:
     // For an output file whose old text the caller looks at: whether it may be replaced is the
     // caller's to say.
     [[nodiscard]] int lock_any(const std::string &name) {
-        return lock_file(name, true, context_, &file_);
+        return lock_file(name, true, options_, &file_);
     }
 
     // The locked file. Its descriptor is open for reading when it exists.
@@ -78,7 +78,7 @@ private:
     [[nodiscard]] int force_to_disk();
     [[nodiscard]] int put_in_place();
 
-    const command_context &context_;
+    const replace_options &options_;
     locked_file file_;
     shown_path shown_file_;  // messages name neither path, but the file that the user gave
     shown_path shown_temporary_;

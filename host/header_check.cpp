@@ -6,7 +6,7 @@
 #include <unordered_set>
 #include <utility>
 
-#include "terminal.h"
+#include "escaped_text.h"
 
 namespace host {
 namespace {

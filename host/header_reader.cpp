@@ -14,7 +14,7 @@ constexpr std::size_t most_damages = 100;
 
 struct header_reader {
     std::string_view data;
-    container_view *out;
+    container_header *out;
     std::size_t offset = 0;
     uint64_t line_number = 0;
 
@@ -81,7 +81,7 @@ bool read_status(header_reader *in) {
     if (!in->next(&line)) {
         return false;
     }
-    container_view *out = in->out;
+    container_header *out = in->out;
     const spelling form = record_kind(line) == 'S'
                               ? decode_status(line, &out->format, &out->highest_branch)
                               : spelling::malformed;
@@ -156,14 +156,14 @@ bool take_header_line(header_reader *in) {
 
 }  // namespace
 
-void read_header(container_view *view) {
-    header_reader in{view->bytes.view(), view};
-    view->weave_offset = in.data.size();
+void read_header(std::string_view container, container_header *header) {
+    header_reader in{container, header};
+    header->weave_offset = in.data.size();
     if (!read_status(&in)) {
         return;
     }
     while (take_header_line(&in)) {
-        if (view->header_damages.size() == most_damages) {
+        if (header->header_damages.size() == most_damages) {
             in.fail(in.line_number, "too much damage to read on");
             in.end_header(in.data.size(), in.line_number + 1);
             return;

@@ -1,14 +1,17 @@
-// Reads the header of a container into the view's records.
+// Reads the header of a container.
 #ifndef TDM_HOST_HEADER_READER_H
 #define TDM_HOST_HEADER_READER_H
 
-#include "container_view.h"
+#include <string_view>
+
+#include "header_records.h"
 
 namespace host {
 
-// Fills in everything of `view` that comes after its bytes. Reads on behind a damage, so that all
-// of them are told and the sound records can be used; gives up on a file that is no container.
-void read_header(container_view *view);
+// Fills in `header`, empty before, from the bytes of a container, which must outlive it. Reads on
+// behind a damage, so that all of them are told and the sound records can be used; gives up on a
+// file that is no container.
+void read_header(std::string_view container, container_header *header);
 
 }  // namespace host
 

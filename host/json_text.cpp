@@ -1,7 +1,7 @@
 #include "json_text.h"
 
+#include "escaped_text.h"
 #include "output.h"
-#include "terminal.h"
 
 namespace host {
 

@@ -1,11 +1,11 @@
 #include "kept_digests.h"
 
+#include "escaped_text.h"
 #include "exit_status.h"
 #include "file_lock.h"
 #include "json_text.h"
 #include "output.h"
 #include "random_oid.h"
-#include "terminal.h"
 
 namespace host {
 

@@ -9,6 +9,7 @@
 
 #include "columns.h"
 #include "edit_text.h"
+#include "escaped_text.h"
 #include "merge_words.h"
 #include "output.h"
 #include "terminal.h"

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "escaped_text.h"
 #include "exit_status.h"
 #include "output.h"
-#include "terminal.h"
 
 namespace host {
 

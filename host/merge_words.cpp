@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "escaped_text.h"
 #include "output.h"
-#include "terminal.h"
 
 namespace host {
 

@@ -10,9 +10,9 @@
 #include <cstring>
 #include <utility>
 
+#include "escaped_text.h"
 #include "exit_status.h"
 #include "out_of_memory.h"
-#include "terminal.h"
 
 namespace host {
 

@@ -1,11 +1,11 @@
 #include "replaced_text.h"
 
 #include "base_attribute.h"
+#include "escaped_text.h"
 #include "exit_status.h"
 #include "living_version.h"
 #include "output.h"
 #include "proof.h"
-#include "terminal.h"
 
 namespace host {
 

@@ -4,7 +4,7 @@
 #include <cctype>
 #include <utility>
 
-#include "terminal.h"
+#include "escaped_text.h"
 
 namespace host {
 

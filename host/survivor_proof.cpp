@@ -4,7 +4,7 @@
 #include <cstring>
 #include <vector>
 
-#include "terminal.h"
+#include "escaped_text.h"
 #include "weave_cursor.h"
 
 namespace host {

@@ -13,6 +13,7 @@
 
 #include "descriptor_path.h"
 #include "end_signals.h"
+#include "exit_status.h"
 #include "output.h"
 #include "random_oid.h"
 

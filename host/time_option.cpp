@@ -1,9 +1,9 @@
 #include "time_option.h"
 
 #include "command_declaration.h"
+#include "escaped_text.h"
 #include "exit_status.h"
 #include "output.h"
-#include "terminal.h"
 #include "time_text.h"
 
 namespace host {

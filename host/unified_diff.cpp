@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <span>
 
-#include "terminal.h"
+#include "escaped_text.h"
 
 namespace host {
 

@@ -1,9 +1,9 @@
 #include "version_text.h"
 
+#include "escaped_text.h"
 #include "exit_status.h"
 #include "output.h"
 #include "structure.h"
-#include "terminal.h"
 
 namespace host {
 

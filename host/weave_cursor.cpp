@@ -4,8 +4,8 @@
 #include <cstring>
 #include <utility>
 
+#include "escaped_text.h"
 #include "line_hash.h"
-#include "terminal.h"
 
 namespace host {
 namespace {

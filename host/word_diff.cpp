@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "diff_output.h"
+#include "escaped_text.h"
 #include "gap_match.h"
-#include "terminal.h"
 
 namespace host {
 

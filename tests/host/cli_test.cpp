@@ -5,6 +5,8 @@
 
 #include <sstream>
 
+#include "escaped_text.h"
+#include "pager.h"
 #include "run_command.h"
 #include "terminal.h"
 #include "terminal_run.h"

@@ -1,0 +1,112 @@
+#include "escaped_text.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+
+namespace host {
+
+namespace {
+
+// Decodes the UTF-8 character at the start of `text` and returns its length; 0 when there is none
+// (cut, overlong, a surrogate, beyond U+10FFFF).
+size_t decode_utf8(std::string_view text, uint32_t &character) {
+    const auto byte = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
+    const uint8_t lead = byte(0);
+    if (lead < 0x80) {
+        character = lead;
+        return 1;
+    }
+    const size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
+    if (lead < 0xc2 || lead > 0xf4 || text.size() < length) {
+        return 0;
+    }
+    character = lead & (0x7fU >> length);
+    for (size_t i = 1; i < length; i++) {
+        if ((byte(i) & 0xc0) != 0x80) {
+            return 0;
+        }
+        character = (character << 6) | (byte(i) & 0x3fU);
+    }
+    constexpr uint32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    const bool surrogate = character >= 0xd800 && character <= 0xdfff;
+    return character < smallest[length] || character > 0x10ffff || surrogate ? 0 : length;
+}
+
+// Characters beyond ASCII that steer a terminal or turn the reading direction.
+bool is_steering(uint32_t c) {
+    return (c >= 0x80 && c <= 0x9f) || c == 0x61c || (c >= 0x200b && c <= 0x200f) ||
+           (c >= 0x2028 && c <= 0x202e) || (c >= 0x2060 && c <= 0x2069) || c == 0xfeff;
+}
+
+void append_escaped_byte(std::string &out, uint8_t byte) {
+    char buffer[8];
+    switch (byte) {
+        case '\n':
+            out += "\\n";
+            return;
+        case '\t':
+            out += "\\t";
+            return;
+        case '\r':
+            out += "\\r";
+            return;
+        case 0x1b:
+            out += "\\e";
+            return;
+        default:
+            std::snprintf(buffer, sizeof buffer, "\\x%02x", byte);
+            out += buffer;
+    }
+}
+
+std::string escape(std::string_view text, bool name) {
+    std::string out;
+    out.reserve(text.size());
+    while (!text.empty()) {
+        uint32_t c = 0;
+        const size_t length = decode_utf8(text, c);
+        const auto first = static_cast<uint8_t>(text[0]);
+        if (length == 0 || c < 0x20 || c == 0x7f) {
+            if (!name && (c == '\t' || (c == '\n' && text.size() == 1)) && length == 1) {
+                out += text[0];
+            } else {
+                append_escaped_byte(out, first);
+            }
+        } else if (is_steering(c)) {
+            char buffer[16];
+            std::snprintf(buffer, sizeof buffer, "\\u{%x}", c);
+            out += buffer;
+        } else if (c == '\\' && name) {
+            out += "\\\\";
+        } else {
+            out += text.substr(0, length);
+        }
+        text.remove_prefix(length == 0 ? 1 : length);
+    }
+    return out;
+}
+
+}  // namespace
+
+std::string escape_name(std::string_view text) {
+    return escape(text, true);
+}
+
+std::string escape_text(std::string_view text) {
+    return escape(text, false);
+}
+
+bool is_utf8(std::string_view text) {
+    while (!text.empty()) {
+        uint32_t c = 0;
+        const size_t length = decode_utf8(text, c);
+        if (length == 0) {
+            return false;
+        }
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
+}  // namespace host

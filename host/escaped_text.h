@@ -1,0 +1,23 @@
+// Text made harmless to show: bytes that a terminal would obey are made visible.
+#ifndef TDM_HOST_ESCAPED_TEXT_H
+#define TDM_HOST_ESCAPED_TEXT_H
+
+#include <string>
+#include <string_view>
+
+namespace host {
+
+// `text` with every byte that a terminal would obey or cannot show made visible: control bytes as
+// \n, \t, \e, \xNN; bytes that are no UTF-8 as \xNN; control and direction-changing characters as
+// \u{NNNN}; a backslash as two. The result is printable UTF-8 and names one input only.
+std::string escape_name(std::string_view text);
+
+// The same for a line of text shown to people: a newline at its end, tabs and backslashes stay.
+std::string escape_text(std::string_view text);
+
+// Whether `text` is UTF-8 throughout.
+bool is_utf8(std::string_view text);
+
+}  // namespace host
+
+#endif
