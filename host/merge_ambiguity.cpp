@@ -1,6 +1,7 @@
 #include "merge_ambiguity.h"
 
 #include <algorithm>
+#include <string>
 
 #include "edit_slide.h"
 

@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "merge_regions.h"
+#include "merge_input.h"
 
 namespace host {
 

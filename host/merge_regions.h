@@ -17,25 +17,9 @@
 #include <string_view>
 #include <vector>
 
-#include "edit.h"
-#include "text_lines.h"
+#include "merge_input.h"
 
 namespace host {
-
-// The texts of a merge and what every contributor changed; contributors count from 0.
-struct merge_input {
-    const text_lines *base = nullptr;
-    std::vector<const text_lines *> files;
-    std::vector<file_edits> changes;
-    // For each contributor the first one that has the same text, most often itself.
-    std::vector<int32_t> same_as;
-    line_equality equality = line_equality::exact;
-};
-
-struct place_edit {
-    int32_t contributor = 0;
-    int32_t edit = 0;  // index into the contributor's edits
-};
 
 // Base lines base_first .. base_end - 1, and the edits of them. Places are in base order and do
 // not overlap.
@@ -109,10 +93,6 @@ struct place_version {
     std::string_view bytes() const { return text->range(first, end); }
 };
 place_version version_at(const merge_input &in, const merge_place &place, int32_t contributor);
-
-inline const edit &edit_at(const merge_input &in, const place_edit &e) {
-    return in.changes[static_cast<size_t>(e.contributor)].edits[static_cast<size_t>(e.edit)];
-}
 
 inline const edit_fact &fact_of(const merge_plan &plan, const place_edit &e) {
     return plan.facts[static_cast<size_t>(e.contributor)][static_cast<size_t>(e.edit)];
