@@ -73,43 +73,49 @@ void print_table(const container_view &view, const version_list &versions) {
     }
 }
 
-json_object describe_version(const container_view &view, const version_record &version) {
-    json_object object = json_object::object();
-    set_text(object, "name", version_name(view, version.id));
-    set_text(object, "branch", branch_name(view, version.id.branch));
-    object["number"] = version.id.number;
-    set_text(object, "identifier", version.oid);
-    object["time"] = version.time;
-    object["date"] = time_text(version.time);
-    object["deleted"] = version.deleted;
-    return object;
+void describe_branch(json_writer &json, const container_view &view, const branch_record &branch) {
+    json.begin_object();
+    json.text("name", branch.oid);
+    json.field("number", branch.number);
+    if (branch.number == 0) {
+        json.null("off");
+    } else {
+        json.text("off", version_name(view, branch.parent));
+    }
+    json.end();
+}
+
+void describe_version(json_writer &json, const container_view &view,
+                      const version_record &version) {
+    json.begin_object();
+    json.text("name", version_name(view, version.id));
+    json.text("branch", branch_name(view, version.id.branch));
+    json.field("number", version.id.number);
+    json.text("identifier", version.oid);
+    json.field("time", version.time);
+    json.text("date", time_text(version.time));
+    json.field("deleted", version.deleted);
+    json.end();
 }
 
 void print_machine_form(const container_view &view, const branch_record *only,
                         const version_list &versions) {
-    json_object document = json_document(list_schema);
-    set_text(document, "container", view.name);
-    set_text(document, "element", view.element_oid);
-    document["branches"] = json_object::array();
+    json_writer json(list_schema);
+    json.text("container", view.name);
+    json.text("element", view.element_oid);
+    json.begin_array("branches");
     for (auto branch = view.branches.rbegin(); branch != view.branches.rend(); ++branch) {
-        if (branch->deleted || (only != nullptr && only->number != branch->number)) {
-            continue;
+        if (!branch->deleted && (only == nullptr || only->number == branch->number)) {
+            describe_branch(json, view, *branch);
         }
-        json_object object = json_object::object();
-        set_text(object, "name", branch->oid);
-        object["number"] = branch->number;
-        if (branch->number == 0) {
-            object["off"] = nullptr;
-        } else {
-            set_text(object, "off", version_name(view, branch->parent));
-        }
-        document["branches"].push_back(object);
     }
-    document["versions"] = json_object::array();
+    json.end();
+    json.begin_array("versions");
     for (const version_record *version : versions) {
-        document["versions"].push_back(describe_version(view, *version));
+        describe_version(json, view, *version);
     }
-    print_json(document);
+    json.end();
+    json.print();
 }
 
 int run_list(const command_context &context, const list_options &options) {

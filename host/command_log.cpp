@@ -190,55 +190,63 @@ private:
     std::size_t name_ = 0;
 };
 
-json_object describe_branch(const container_view &view, const branch_record &branch) {
-    json_object object = json_object::object();
-    set_text(object, "name", branch.oid);
-    object["number"] = branch.number;
+void describe_branch(json_writer &json, const container_view &view, const branch_record &branch) {
+    json.begin_object();
+    json.text("name", branch.oid);
+    json.field("number", branch.number);
     if (branch.number == 0) {
-        object["off"] = nullptr;
+        json.null("off");
     } else {
-        set_text(object, "off", version_name(view, branch.parent));
+        json.text("off", version_name(view, branch.parent));
     }
-    return object;
+    json.end();
 }
 
-json_object describe_version(const container_view &view, const logged_version &version) {
+void describe_version(json_writer &json, const container_view &view,
+                      const logged_version &version) {
     const version_record &record = *version.record;
-    json_object object = json_object::object();
-    set_text(object, "name", version_name(view, record.id));
-    set_text(object, "branch", branch_name(view, record.id.branch));
-    object["number"] = record.id.number;
-    set_text(object, "identifier", record.oid);
-    object["time"] = record.time;
-    object["date"] = time_text(record.time);
-    object["deleted"] = record.deleted;
-    object["lines_added"] = version.change.added;
-    object["lines_deleted"] = version.change.deleted;
-    object["lines"] = version.text.lines;
-    object["bytes"] = version.text.bytes;
-    return object;
+    json.begin_object();
+    json.text("name", version_name(view, record.id));
+    json.text("branch", branch_name(view, record.id.branch));
+    json.field("number", record.id.number);
+    json.text("identifier", record.oid);
+    json.field("time", record.time);
+    json.text("date", time_text(record.time));
+    json.field("deleted", record.deleted);
+    json.field("lines_added", version.change.added);
+    json.field("lines_deleted", version.change.deleted);
+    json.field("lines", version.text.lines);
+    json.field("bytes", version.text.bytes);
+    json.end();
+}
+
+// Calls `use` with each element, newest first as they stand, or the other way round.
+template <class list, class user>
+void in_order(const list &elements, bool reverse, const user &use) {
+    if (reverse) {
+        std::for_each(elements.rbegin(), elements.rend(), use);
+    } else {
+        std::for_each(elements.begin(), elements.end(), use);
+    }
 }
 
 void print_machine_form(const container_view &view, const branch_record *only,
                         const log_options &options, const version_log &log) {
-    json_object document = json_document(log_schema);
-    set_text(document, "container", view.name);
-    set_text(document, "element", view.element_oid);
-    document["branches"] = json_object::array();
-    for (const branch_record &branch : view.branches) {
+    json_writer json(log_schema);
+    json.text("container", view.name);
+    json.text("element", view.element_oid);
+    json.begin_array("branches");
+    in_order(view.branches, options.reverse, [&](const branch_record &branch) {
         if (!branch.deleted && (only == nullptr || only->number == branch.number)) {
-            document["branches"].push_back(describe_branch(view, branch));
+            describe_branch(json, view, branch);
         }
-    }
-    document["versions"] = json_object::array();
-    for (const logged_version &version : log) {
-        document["versions"].push_back(describe_version(view, version));
-    }
-    if (options.reverse) {
-        std::reverse(document["branches"].begin(), document["branches"].end());
-        std::reverse(document["versions"].begin(), document["versions"].end());
-    }
-    print_json(document);
+    });
+    json.end();
+    json.begin_array("versions");
+    in_order(log, options.reverse,
+             [&](const logged_version &version) { describe_version(json, view, version); });
+    json.end();
+    json.print();
 }
 
 int run_log(const command_context &context, const log_options &options) {

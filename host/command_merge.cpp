@@ -112,7 +112,7 @@ int write_results(const command_context &context, const command_options &options
         status = write_file(context, options.report, report_text(run, options.merge), run);
     }
     if (status == status_done && context.json) {
-        print_json(merge_json(run, options.merge, options.output));
+        print_merge_json(run, options.merge, options.output);
     }
     return status != status_done ? status : clean ? status_done : status_negative;
 }

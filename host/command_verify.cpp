@@ -29,39 +29,40 @@ struct verify_options {
     std::string digests;
 };
 
-json_object describe_versions(const container_view &view, const container_check &check) {
-    json_object versions = json_object::array();
-    for (const version_record &version : view.versions) {
-        if (version.deleted) {
-            continue;
-        }
-        const uint32_t position = position_of(check.scan.tree, version.id);
-        const text_step &text = check.scan.totals[position];
-        json_object object = json_object::object();
-        set_text(object, "name", version_name(view, version.id));
-        set_text(object, "identifier", version.oid);
-        object["in_doubt"] = !is_trusted(check, version);
-        object["lines"] = text.lines;
-        object["bytes"] = text.bytes;
-        object["digest"] = hexadecimal(text.offset);
-        versions.push_back(std::move(object));
-    }
-    return versions;
+void describe_version(json_writer &json, const container_view &view, const container_check &check,
+                      const version_record &version) {
+    const uint32_t position = position_of(check.scan.tree, version.id);
+    const text_step &text = check.scan.totals[position];
+    json.begin_object();
+    json.text("name", version_name(view, version.id));
+    json.text("identifier", version.oid);
+    json.field("in_doubt", !is_trusted(check, version));
+    json.field("lines", text.lines);
+    json.field("bytes", text.bytes);
+    json.text("digest", hexadecimal(text.offset));
+    json.end();
 }
 
-json_object describe(const container_view &view, const container_check &check) {
-    json_object object = json_object::object();
-    set_text(object, "container", view.name);
-    object["sound"] = check.faults.empty();
-    object["complaints"] = json_object::array();
+void describe(json_writer &json, const container_view &view, const container_check &check) {
+    json.begin_object();
+    json.text("container", view.name);
+    json.field("sound", check.faults.empty());
+    json.begin_array("complaints");
     for (const weave_fault &fault : check.faults) {
-        json_object complaint = json_object::object();
-        complaint["line"] = fault.what.line;
-        set_text(complaint, "reason", fault.what.reason);
-        object["complaints"].push_back(std::move(complaint));
+        json.begin_object();
+        json.field("line", fault.what.line);
+        json.text("reason", fault.what.reason);
+        json.end();
     }
-    object["versions"] = describe_versions(view, check);
-    return object;
+    json.end();
+    json.begin_array("versions");
+    for (const version_record &version : view.versions) {
+        if (!version.deleted) {
+            describe_version(json, view, check, version);
+        }
+    }
+    json.end();
+    json.end();
 }
 
 void tell_complaints(const container_view &view, const container_check &check) {
@@ -96,19 +97,19 @@ void tell_summary(const container_view &view, const container_check &check) {
     standard_output().write(text + "\n");
 }
 
-int leave_unjudged(const std::string &name, json_object *document) {
-    if (document != nullptr) {
-        json_object object = json_object::object();
-        set_text(object, "container", name);
-        object["sound"] = nullptr;
-        document->push_back(std::move(object));
+int leave_unjudged(const std::string &name, json_writer *json) {
+    if (json != nullptr) {
+        json->begin_object();
+        json->text("container", name);
+        json->null("sound");
+        json->end();
     }
     return status_trouble;
 }
 
-// Judges one container; with a document, describes it there and says nothing.
+// Judges one container; with `json`, describes it there and says nothing.
 int verify_one(const command_context &context, const std::string &name, const kept_digests *kept,
-               json_object *document) {
+               json_writer *json) {
     container_reading input;
     const container_view &view = input.view;
     int status = open_to_judge(name, &input);
@@ -117,20 +118,20 @@ int verify_one(const command_context &context, const std::string &name, const ke
         status = status_trouble;
     }
     if (status != status_done) {
-        return leave_unjudged(name, document);
+        return leave_unjudged(name, json);
     }
     progress bar(context, "verifying", view.bytes.view().size());
     container_check check =
-        check_container(view, document != nullptr || kept != nullptr,
+        check_container(view, json != nullptr || kept != nullptr,
                         [&](uint64_t bytes) { bar.at(view.weave_offset + bytes); });
     if (kept != nullptr) {
         kept->compare(view, &check);
     }
     if (unless_changed(input, status_done) != status_done) {
-        return leave_unjudged(name, document);
+        return leave_unjudged(name, json);
     }
-    if (document != nullptr) {
-        document->push_back(describe(view, check));
+    if (json != nullptr) {
+        describe(*json, view, check);
     } else {
         tell_complaints(view, check);
         if (!context.quiet) {
@@ -141,8 +142,8 @@ int verify_one(const command_context &context, const std::string &name, const ke
 }
 
 int run_verify(const command_context &context, const verify_options &options) {
-    json_object document = json_document(verify_schema);
-    json_object &containers = document["containers"] = json_object::array();
+    json_writer json(verify_schema);
+    json.begin_array("containers");
     kept_digests kept;
     const bool compares = !options.digests.empty();
     if (compares && kept.read(options.digests) != status_done) {
@@ -151,10 +152,11 @@ int run_verify(const command_context &context, const verify_options &options) {
     int status = status_done;
     for (const std::string &name : options.containers) {
         status = std::max(status, verify_one(context, name, compares ? &kept : nullptr,
-                                             context.json ? &containers : nullptr));
+                                             context.json ? &json : nullptr));
     }
     if (context.json) {
-        print_json(document);
+        json.end();
+        json.print();
     }
     return status;
 }

@@ -42,33 +42,40 @@ std::string bar(const line_sums &sums, bool color) {
     return color ? "\x1b[32m" + added + "\x1b[31m" + gone + "\x1b[m" : added + gone;
 }
 
-json_object range_json(int32_t first, int32_t end) {
-    json_object range = json_object::object();
-    range["first"] = first + 1;
-    range["count"] = end - first;
-    return range;
+void describe_range(json_writer &json, const char *key, int32_t first, int32_t end) {
+    json.begin_object(key);
+    json.field("first", first + 1);
+    json.field("count", end - first);
+    json.end();
 }
 
-json_object file_json(const file_difference &d, size_t number) {
+void describe_file(json_writer &json, const file_difference &d, size_t number) {
     const line_sums sums = sums_of(d.edits, true);
-    json_object file = json_object::object();
-    file["file"] = number;
-    set_text(file, "name", d.file_label);
-    file["same"] = d.edits.edits.empty();
-    file["inserted"] = sums.inserted + sums.moved;
-    file["deleted"] = sums.deleted + sums.moved;
-    file["moved"] = sums.moved;
-    file["edits"] = json_object::array();
+    json.begin_object();
+    json.field("file", number);
+    json.text("name", d.file_label);
+    json.field("same", d.edits.edits.empty());
+    json.field("inserted", sums.inserted + sums.moved);
+    json.field("deleted", sums.deleted + sums.moved);
+    json.field("moved", sums.moved);
+    json.begin_array("edits");
     for (const edit &e : d.edits.edits) {
-        file["edits"].push_back({{"base", range_json(e.base_first, e.base_end)},
-                                 {"file", range_json(e.file_first, e.file_end)}});
+        json.begin_object();
+        describe_range(json, "base", e.base_first, e.base_end);
+        describe_range(json, "file", e.file_first, e.file_end);
+        json.end();
     }
-    file["moves"] = json_object::array();
+    json.end();
+    json.begin_array("moves");
     for (const line_run &run : d.edits.moves) {
-        file["moves"].push_back(
-            {{"base", run.base_first + 1}, {"file", run.file_first + 1}, {"count", run.count}});
+        json.begin_object();
+        json.field("base", run.base_first + 1);
+        json.field("file", run.file_first + 1);
+        json.field("count", run.count);
+        json.end();
     }
-    return file;
+    json.end();
+    json.end();
 }
 
 }  // namespace
@@ -117,15 +124,16 @@ void write_blocks(output_writer &out, const std::vector<diff_block> &blocks) {
 }
 
 void write_diff_json(const std::vector<file_difference> &files) {
-    json_object json = json_document(1);
-    json["same"] = std::all_of(files.begin(), files.end(),
-                               [](const file_difference &d) { return d.edits.edits.empty(); });
-    set_text(json, "base", files.front().base_label);
-    json["files"] = json_object::array();
+    json_writer json(1);
+    json.field("same", std::all_of(files.begin(), files.end(),
+                                   [](const file_difference &d) { return d.edits.edits.empty(); }));
+    json.text("base", files.front().base_label);
+    json.begin_array("files");
     for (size_t i = 0; i < files.size(); i++) {
-        json["files"].push_back(file_json(files[i], i + 1));
+        describe_file(json, files[i], i + 1);
     }
-    print_json(json);
+    json.end();
+    json.print();
 }
 
 }  // namespace host

@@ -8,31 +8,6 @@ namespace host {
 
 namespace {
 
-// Decodes the UTF-8 character at the start of `text` and returns its length; 0 when there is none
-// (cut, overlong, a surrogate, beyond U+10FFFF).
-size_t decode_utf8(std::string_view text, uint32_t &character) {
-    const auto byte = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
-    const uint8_t lead = byte(0);
-    if (lead < 0x80) {
-        character = lead;
-        return 1;
-    }
-    const size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-    if (lead < 0xc2 || lead > 0xf4 || text.size() < length) {
-        return 0;
-    }
-    character = lead & (0x7fU >> length);
-    for (size_t i = 1; i < length; i++) {
-        if ((byte(i) & 0xc0) != 0x80) {
-            return 0;
-        }
-        character = (character << 6) | (byte(i) & 0x3fU);
-    }
-    constexpr uint32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
-    const bool surrogate = character >= 0xd800 && character <= 0xdfff;
-    return character < smallest[length] || character > 0x10ffff || surrogate ? 0 : length;
-}
-
 // Characters beyond ASCII that steer a terminal or turn the reading direction.
 bool is_steering(uint32_t c) {
     return (c >= 0x80 && c <= 0x9f) || c == 0x61c || (c >= 0x200b && c <= 0x200f) ||
@@ -88,6 +63,29 @@ std::string escape(std::string_view text, bool name) {
 }
 
 }  // namespace
+
+size_t decode_utf8(std::string_view text, uint32_t &character) {
+    const auto byte = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
+    const uint8_t lead = byte(0);
+    if (lead < 0x80) {
+        character = lead;
+        return 1;
+    }
+    const size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
+    if (lead < 0xc2 || lead > 0xf4 || text.size() < length) {
+        return 0;
+    }
+    character = lead & (0x7fU >> length);
+    for (size_t i = 1; i < length; i++) {
+        if ((byte(i) & 0xc0) != 0x80) {
+            return 0;
+        }
+        character = (character << 6) | (byte(i) & 0x3fU);
+    }
+    constexpr uint32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    const bool surrogate = character >= 0xd800 && character <= 0xdfff;
+    return character < smallest[length] || character > 0x10ffff || surrogate ? 0 : length;
+}
 
 std::string escape_name(std::string_view text) {
     return escape(text, true);

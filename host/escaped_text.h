@@ -2,6 +2,8 @@
 #ifndef TDM_HOST_ESCAPED_TEXT_H
 #define TDM_HOST_ESCAPED_TEXT_H
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -14,6 +16,10 @@ std::string escape_name(std::string_view text);
 
 // The same for a line of text shown to people: a newline at its end, tabs and backslashes stay.
 std::string escape_text(std::string_view text);
+
+// Decodes the UTF-8 character at the start of `text`, which is not empty, and returns its length; 0
+// when there is none (cut, overlong, a surrogate, beyond U+10FFFF).
+std::size_t decode_utf8(std::string_view text, std::uint32_t &character);
 
 // Whether `text` is UTF-8 throughout.
 bool is_utf8(std::string_view text);

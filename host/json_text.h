@@ -3,26 +3,54 @@
 #ifndef TDM_HOST_JSON_TEXT_H
 #define TDM_HOST_JSON_TEXT_H
 
-// Without memory an object is half made for a moment; the exception tells, no assertion should.
-#define JSON_ASSERT(condition) static_cast<void>(0)
-#include <nlohmann/json.hpp>
+#include <concepts>
+#include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace host {
 
-// To be made by json_object::object() or json_object::array(): one that becomes either by its first
-// member is left torn when there is no memory for it.
-using json_object = nlohmann::ordered_json;
+// Writes one JSON document, a field a line, each level indented by two blanks more. Fields take a
+// key, which is written as it is, and stand in objects; elements have none and stand in arrays.
+// What is begun must be ended.
+class json_writer {
+public:
+    // Begins the document's object; its first field is the schema number of its form.
+    explicit json_writer(int schema);
 
-// A new object whose first field is the schema number of its form.
-json_object json_document(int schema);
+    void begin_object() { begin("", '{'); }
+    void begin_object(std::string_view key) { begin(key, '{'); }
+    void begin_array(std::string_view key) { begin(key, '['); }
+    void end();  // of the object or array begun last
 
-// Sets object[key] to `bytes`. Bytes that are not UTF-8 show as U+FFFD there, and the exact bytes
-// follow in object[key + "_base64"]; that field is absent when the text is UTF-8.
-void set_text(json_object &object, const char *key, std::string_view bytes);
+    void null(std::string_view key) { put(key, "null"); }
+    // A number, true or false.
+    template <std::integral value>
+    void field(std::string_view key, value number) {
+        if constexpr (std::same_as<value, bool>) {
+            put(key, number ? "true" : "false");
+        } else {
+            put(key, std::to_string(number));
+        }
+    }
+    void element(std::integral auto number) { field("", number); }
 
-// Writes the object to standard output, indented by two blanks, with a newline.
-void print_json(const json_object &object);
+    // A text. Bytes that are not UTF-8 show as U+FFFD there, and the exact bytes follow in a field
+    // KEY_base64, which is absent when the text is UTF-8.
+    void text(std::string_view key, std::string_view bytes);
+
+    // Ends the document and writes it to standard output, with a newline.
+    void print();
+
+private:
+    void begin(std::string_view key, char bracket);
+    void start_value(std::string_view key);
+    void put(std::string_view key, std::string_view value);
+
+    std::string text_;
+    std::string ends_;   // the brackets that are missing, the innermost last
+    bool empty_ = true;  // nothing stands in the innermost object or array yet
+};
 
 }  // namespace host
 

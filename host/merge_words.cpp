@@ -4,6 +4,7 @@
 #include <array>
 
 #include "escaped_text.h"
+#include "json_text.h"
 #include "output.h"
 
 namespace host {
@@ -155,53 +156,61 @@ const char *reason_of(conflict_reason reason) {
     return names[static_cast<size_t>(reason)];
 }
 
-json_object json_range(int32_t first, int32_t end) {
-    json_object range = json_object::object();
-    range["first"] = first + 1;
-    range["count"] = end - first;
-    return range;
+void describe_range(json_writer &json, int32_t first, int32_t end) {
+    json.field("first", first + 1);
+    json.field("count", end - first);
 }
 
-json_object json_place(const merge_run &run, const merge_region &region, int32_t index) {
+void describe_range(json_writer &json, const char *key, int32_t first, int32_t end) {
+    json.begin_object(key);
+    describe_range(json, first, end);
+    json.end();
+}
+
+void describe_place(json_writer &json, const merge_run &run, const merge_region &region,
+                    int32_t index) {
     const merge_place &place = run.plan.places[static_cast<size_t>(index)];
     const placed_text &placed = run.merged.places[static_cast<size_t>(index)];
-    json_object json = json_object::object();
-    json["markers"] = placed.conflict;
-    json["base"] = json_range(place.base_first, place.base_end);
-    json["output"] = json_range(placed.first_line, placed.end_line);
-    json["versions"] = json_object::array();
+    json.begin_object();
+    json.field("markers", placed.conflict);
+    describe_range(json, "base", place.base_first, place.base_end);
+    describe_range(json, "output", placed.first_line, placed.end_line);
+    json.begin_array("versions");
     for (const int32_t k : region.contributors) {
         const place_version version = version_at(run.in, place, k);
         if (!version.of_base) {
-            json_object file = json_object::object();
-            file["file"] = k + 1;
-            file.update(json_range(version.first, version.end));
-            json["versions"].push_back(file);
+            json.begin_object();
+            json.field("file", k + 1);
+            describe_range(json, version.first, version.end);
+            json.end();
         }
     }
-    return json;
+    json.end();
+    json.end();
 }
 
-json_object json_region(const merge_run &run, const merge_options &options,
-                        const merge_region &region) {
-    json_object json = json_object::object();
-    json["outcome"] = outcome_of(region);
+void describe_region(json_writer &json, const merge_run &run, const merge_options &options,
+                     const merge_region &region) {
+    json.begin_object();
+    json.text("outcome", outcome_of(region));
     if (is_conflict(region)) {
-        json["reason"] = reason_of(region.conflict);
+        json.text("reason", reason_of(region.conflict));
     }
-    json["files"] = json_object::array();
+    json.begin_array("files");
     for (const int32_t k : region.contributors) {
-        json["files"].push_back(k + 1);
+        json.element(k + 1);
     }
+    json.end();
     if (!is_conflict(region) && region.answer.empty()) {
-        json["taken"] = region.taken + 1;
+        json.field("taken", region.taken + 1);
     }
-    set_text(json, "words", region_words(run, options, region));
-    json["places"] = json_object::array();
+    json.text("words", region_words(run, options, region));
+    json.begin_array("places");
     for (const int32_t place : region.places) {
-        json["places"].push_back(json_place(run, region, place));
+        describe_place(json, run, region, place);
     }
-    return json;
+    json.end();
+    json.end();
 }
 
 }  // namespace
@@ -321,33 +330,35 @@ std::string report_text(const merge_run &run, const merge_options &options) {
     return report;
 }
 
-json_object merge_json(const merge_run &run, const merge_options &options,
-                       std::string_view output) {
-    json_object json = json_document(1);
-    json["clean"] = is_clean(run.plan);
-    json["conflicts"] = run.merged.conflicts;
-    set_text(json, "output", output);
-    json["inputs"] = json_object::array();
+void print_merge_json(const merge_run &run, const merge_options &options, std::string_view output) {
+    json_writer json(1);
+    json.field("clean", is_clean(run.plan));
+    json.field("conflicts", run.merged.conflicts);
+    json.text("output", output);
+    json.begin_array("inputs");
     for (const text_file &file : run.files) {
-        json_object input = json_object::object();
-        set_text(input, "name", file.name);
-        json["inputs"].push_back(input);
+        json.begin_object();
+        json.text("name", file.name);
+        json.end();
     }
-    json["regions"] = json_object::array();
+    json.end();
+    json.begin_array("regions");
     for (const merge_region &region : run.plan.regions) {
         if (!region.places.empty()) {
-            json["regions"].push_back(json_region(run, options, region));
+            describe_region(json, run, options, region);
         }
     }
-    json["repeated"] = json_object::array();
+    json.end();
+    json.begin_array("repeated");
     for (const repeated_lines &lines : run.verdict.repeated) {
-        json_object repeated = json_object::object();
-        repeated["first"] = lines.first + 1;
-        repeated["second"] = lines.second + 1;
-        repeated["count"] = lines.count;
-        json["repeated"].push_back(repeated);
+        json.begin_object();
+        json.field("first", lines.first + 1);
+        json.field("second", lines.second + 1);
+        json.field("count", lines.count);
+        json.end();
     }
-    return json;
+    json.end();
+    json.print();
 }
 
 }  // namespace host

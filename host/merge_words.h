@@ -7,7 +7,6 @@
 #include <string_view>
 #include <vector>
 
-#include "json_text.h"
 #include "merge_run.h"
 
 namespace host {
@@ -30,8 +29,8 @@ void say_conflicts(const merge_run &run, const merge_options &options, std::stri
 // Every region with its places, a line a place; the text of --report.
 std::string report_text(const merge_run &run, const merge_options &options);
 
-// The same for machines; docs/json.md describes it.
-json_object merge_json(const merge_run &run, const merge_options &options, std::string_view output);
+// Prints the same for machines; docs/json.md describes it.
+void print_merge_json(const merge_run &run, const merge_options &options, std::string_view output);
 
 }  // namespace host
 
