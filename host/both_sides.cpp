@@ -5,12 +5,15 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cinttypes>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "end_signals.h"
 #include "exit_status.h"
+#include "file_lock.h"
 #include "out_of_memory.h"
 #include "owned_descriptor.h"
 
@@ -81,6 +84,45 @@ void write_sides(const both_sides &sides, int ours, int theirs, sides_writer *ou
     out->write_marker('>', sides.marker_size, sides.theirs_label);
 }
 
+// Makes a name in the folder of `path` that nobody can foresee.
+int name_beside(const char *path, char (&beside)[PATH_MAX]) {
+    const char *slash = std::strrchr(path, '/');
+    const int folder = slash == nullptr ? 0 : static_cast<int>(slash + 1 - path);
+    uint64_t random[2];
+    if (getentropy(random, sizeof random) != 0) {
+        return errno;
+    }
+    const int length = std::snprintf(beside, sizeof beside, "%.*s.tdm-%016" PRIx64 "%016" PRIx64,
+                                     folder, path, random[0], random[1]);
+    return length > 0 && length < int{sizeof beside} ? 0 : ENAMETOOLONG;
+}
+
+// Writes the new file `beside` and gives it the name of ours; an errno value when it cannot.
+int replace_by_sides(const both_sides &sides, int ours, int theirs, const char *beside) {
+    const int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
+    const owned_descriptor out(open(beside, flags, 0600));
+    if (!out.is_open()) {
+        return errno;
+    }
+    sides_writer writer(out.get());
+    write_sides(sides, ours, theirs, &writer);
+    struct stat old {
+    }, written{};
+    if (fstat(ours, &old) != 0 || fchmod(out.get(), old.st_mode & 07777) != 0 ||
+        fsync(out.get()) != 0 || fstat(out.get(), &written) != 0) {
+        writer.fail(errno);
+    }
+    const bool is_there = names_same_file(AT_FDCWD, beside, written);
+    writer.fail(is_there ? 0 : ESTALE);
+    if (writer.error() == 0 && std::rename(beside, sides.ours) != 0) {
+        writer.fail(errno);
+    }
+    if (writer.error() != 0 && is_there) {
+        unlink(beside);
+    }
+    return writer.error();
+}
+
 both_sides given_sides;
 
 int keep_given_sides() {
@@ -99,37 +141,19 @@ void say_sides_are_kept() noexcept {
 }
 
 int write_both_sides(const both_sides &sides) noexcept {
-    char beside[PATH_MAX];
-    const int length = std::snprintf(beside, sizeof beside, "%s.tdm", sides.ours);
-    if (length < 0 || static_cast<size_t>(length) >= sizeof beside) {
-        return ENAMETOOLONG;
-    }
     const owned_descriptor ours(open(sides.ours, O_RDONLY | O_CLOEXEC));
     if (!ours.is_open()) {
         return errno;
     }
     const owned_descriptor theirs(open(sides.theirs, O_RDONLY | O_CLOEXEC));
-    const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW;
-    const int out = open(beside, flags, 0600);
-    if (out < 0) {
-        return errno;
+    char beside[PATH_MAX];
+    if (const int error = name_beside(sides.ours, beside); error != 0) {
+        return error;
     }
-    sides_writer writer(out);
-    struct stat status {};
-    if (fstat(ours.get(), &status) != 0 || fchmod(out, status.st_mode & 07777) != 0) {
-        writer.fail(errno);
-    }
-    write_sides(sides, ours.get(), theirs.get(), &writer);
-    if (close(out) != 0) {
-        writer.fail(errno);
-    }
-    if (writer.error() == 0 && std::rename(beside, sides.ours) != 0) {
-        writer.fail(errno);
-    }
-    if (writer.error() != 0) {
-        unlink(beside);
-    }
-    return writer.error();
+    remove_at_end_signal(beside);
+    const int error = replace_by_sides(sides, ours.get(), theirs.get(), beside);
+    keep_at_end_signal(beside);
+    return error;
 }
 
 int (*last_resort_for(int argc, char **argv) noexcept)() {

@@ -3,10 +3,6 @@
 // Git reads the file of our side whatever the exit status is, and takes every status but 0 for a
 // conflict. So nothing may go wrong without both sides standing in that file: on any trouble they
 // are written there whole, between markers.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <memory>
@@ -15,6 +11,7 @@
 #include "both_sides.h"
 #include "command_context.h"
 #include "command_declaration.h"
+#include "file_replace.h"
 #include "merge_run.h"
 #include "merge_words.h"
 #include "out_of_memory.h"
@@ -52,25 +49,14 @@ void settle_options(driver_options *options) {
     }
 }
 
-// Beside and renamed, so that a kill leaves the old text or the new; git has made the file just
-// now, in a folder of its own choice, so that it has neither links nor attributes to keep.
-int replace_ours(const std::string &name, std::string_view text) {
-    const std::string beside = name + ".tdm";
-    const int descriptor =
-        open(beside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0666);
-    if (descriptor < 0) {
-        return say_errno(name, "cannot write", errno);
+int replace_ours(const command_context &context, const std::string &name, std::string_view text) {
+    file_replacement replacement(context);
+    if (replacement.lock_any(name) != status_done || replacement.begin() != status_done) {
+        return status_trouble;
     }
-    output_writer writer(owned_descriptor(descriptor), name);
+    output_writer writer(replacement.temporary_descriptor(), name);
     writer.write(text);
-    int status = writer.finish();
-    if (status == status_done && std::rename(beside.c_str(), name.c_str()) != 0) {
-        status = say_errno(name, "cannot replace", errno);
-    }
-    if (status != status_done) {
-        unlink(beside.c_str());
-    }
-    return status;
+    return writer.finish() == status_done ? replacement.commit({}) : int{status_trouble};
 }
 
 int keep_both_sides(const driver_options &options) {
@@ -98,10 +84,9 @@ int merge_into_ours(const command_context &context, const driver_options &option
     }
     run.plan = plan_merge(run.in, options.merge.apply_adjacent);
     if (finish_merge(options.merge, &run) != status_done ||
-        replace_ours(options.ours, run.merged.text) != status_done) {
+        replace_ours(context, options.ours, run.merged.text) != status_done) {
         return status_trouble;
     }
-    note_replaced();
     if (!context.quiet) {
         say_conflicts(run, options.merge, options.path);
     }

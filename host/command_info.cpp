@@ -52,6 +52,7 @@ int prove_listing(const info_options &options, const container_reading &containe
 int list_into_file(const command_context &context, const info_options &options,
                    const container_reading &container) {
     file_replacement replacement(context);
+    replacement.made_from(container.view.rights);
     if (replacement.lock_output(options.output) != status_done ||
         replacement.refuse_same(options.container) != status_done ||
         replacement.begin() != status_done ||

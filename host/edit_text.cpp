@@ -1,41 +1,21 @@
 #include "edit_text.h"
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 
+#include "container_view.h"
+#include "descriptor_path.h"
 #include "exit_status.h"
 #include "output.h"
-#include "text_file.h"
+#include "private_file.h"
 
 namespace host {
 
 namespace {
-
-struct scratch_file {
-    std::string path;
-    ~scratch_file() {
-        if (!path.empty()) {
-            unlink(path.c_str());
-        }
-    }
-};
-
-int make_scratch(const std::string &text, scratch_file *file) {
-    const char *folder = std::getenv("TMPDIR");
-    std::string path =
-        std::string(folder != nullptr && *folder != '\0' ? folder : "/tmp") + "/tdm-merge-XXXXXX";
-    const int descriptor = mkstemp(path.data());
-    if (descriptor < 0) {
-        return say_errno(path, "cannot create", errno);
-    }
-    file->path = path;
-    output_writer writer(owned_descriptor(descriptor), path);
-    writer.write(text);
-    return writer.finish();
-}
 
 std::string editor_command() {
     for (const char *variable : {"VISUAL", "EDITOR"}) {
@@ -68,13 +48,23 @@ int run_editor(const std::string &path) {
 }  // namespace
 
 int edit_text(std::string *text) {
-    scratch_file file;
-    text_file edited;
-    if (make_scratch(*text, &file) != status_done || run_editor(file.path) != status_done ||
-        open_text_file(file.path, &edited) != status_done || read_lines(&edited) != status_done) {
+    private_file file;
+    int error = file.create();
+    error = error != 0 ? error : write_bytes(file.descriptor(), *text);
+    if (error != 0) {
+        return say_errno("the text to edit", "cannot be written", error);
+    }
+    if (run_editor(file.path()) != status_done) {
         return status_trouble;
     }
-    *text = edited.bytes.view();
+    // Many editors write a new file and rename it.
+    const owned_descriptor edited(open(file.path().c_str(), O_RDONLY | O_CLOEXEC));
+    file_bytes bytes;
+    error = edited.is_open() ? bytes.load(edited.get()) : errno;
+    if (error != 0) {
+        return say_errno("the edited text", "cannot be read", error);
+    }
+    *text = bytes.view();
     return status_done;
 }
 

@@ -6,7 +6,7 @@
 
 namespace host {
 
-// Puts `text` into a temporary file, runs $VISUAL, $EDITOR or vi on it and reads it back; 0, or
+// Puts `text` into a private file, runs $VISUAL, $EDITOR or vi on it and reads it back; 0, or
 // status_trouble after a message with the text as it was.
 [[nodiscard]] int edit_text(std::string *text);
 

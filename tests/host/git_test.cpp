@@ -92,6 +92,8 @@ TEST_F(git, failing_driver_keeps_both_sides) {
     // A write that fails in the middle: git's file still holds our side whole.
     write_file("o", "base\n");
     write_file("b", "theirs\n");
+    write_file("a.tdm", "somebody's");
+    const size_t files = files_in(".").size() + 1;  // and a
     for (const long limit : {0L, 3L, 10L}) {
         write_file("a", "ours, a long line\n");
         EXPECT_EQ(tdm("git-merge o a b 7 path", {.file_size_limit = limit}).status, 2);
@@ -100,6 +102,8 @@ TEST_F(git, failing_driver_keeps_both_sides) {
     EXPECT_EQ(tdm("git-merge missing a b 9 path %S %X %Y").status, 1);
     EXPECT_EQ(read_file("a"),
               "<<<<<<<<< ours\nours, a long line\n=========\ntheirs\n>>>>>>>>> theirs\n");
+    EXPECT_EQ(files_in(".").size(), files);
+    EXPECT_EQ(read_file("a.tdm"), "somebody's");
 }
 
 TEST_F(git, merge_tool_writes_what_was_decided) {

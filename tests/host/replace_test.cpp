@@ -379,6 +379,7 @@ TEST_F(replacement, new_file_is_read_by_no_more_than_what_it_is_made_from) {
         {"checkin fresh second", "fresh", 0600},
         {"checkout c -o out", "out", 0640},
         {"repair c -o saved", "saved", 0640},
+        {"info c -o listing", "listing", 0640},
         {"merge base first second -o merged", "merged", 0600},
         {"checkin c second", "c", 0640},  // it has a text already
     };
