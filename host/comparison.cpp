@@ -35,7 +35,7 @@ int compare_files(std::vector<text_file> *files, const char *operation, bool ign
                   after_compare after, comparison *out) {
     std::vector<const char *> paths;
     for (const text_file &file : *files) {
-        paths.push_back(file.path.c_str());
+        paths.push_back(file.path.path().c_str());
     }
     tdm_session *session = nullptr;
     if (tdm_create_session(static_cast<int>(paths.size()), paths.data(), &session) != 0) {

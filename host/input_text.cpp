@@ -40,9 +40,8 @@ int input_text::read(const std::string &name) {
     if (name == "-") {
         return read(STDIN_FILENO, name);
     }
-    owned_descriptor opened;
-    return open_to_read(name, &opened) == status_done ? read(opened.get(), name)
-                                                      : int{status_trouble};
+    const int status = open_to_read(name, &file_);
+    return status == status_done ? read(file_.get(), name) : status;
 }
 
 int input_text::read(int descriptor, const std::string &name) {
@@ -60,8 +59,12 @@ int input_text::read(int descriptor, const std::string &name) {
     if (error != 0) {
         return say_errno(shown, "cannot be read", error);
     }
-    path_ = name;
-    return regular && !standard ? int{status_done} : put_into_memory_file(shown);
+    if (!regular || standard) {
+        return put_into_memory_file(shown);
+    }
+    error = file_path_.read_from(descriptor);
+    shown_ = shown_path(file_path_.path(), name);
+    return error == 0 ? int{status_done} : say_errno(shown, "cannot be read", error);
 }
 
 int input_text::take(std::string text) {
@@ -72,7 +75,6 @@ int input_text::take(std::string text) {
 int input_text::put_into_memory_file(std::string_view name) {
     int error = memory_.create(name);
     error = error != 0 ? error : memory_.write(text_);
-    path_ = memory_.path();
     return error == 0 ? int{status_done} : say_errno(name, "cannot be held in memory", error);
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "descriptor_path.h"
 #include "file_attributes.h"
 #include "memory_file.h"
 
@@ -16,7 +17,8 @@ public:
     // Reads the file `name`, "-" for standard input; 0, or status_trouble after a message.
     [[nodiscard]] int read(const std::string &name);
 
-    // The same from an open file, of which it keeps nothing; a regular one must be at its start.
+    // The same from an open file, which must be at its start and stay open as long as this object
+    // when it is a regular one.
     [[nodiscard]] int read(int descriptor, const std::string &name);
 
     // Takes a text that comes from no file.
@@ -24,9 +26,11 @@ public:
 
     const std::string &text() const { return text_; }
 
-    // The path of a file that holds the text: the file read, or for standard input, a pipe and the
-    // like a file in memory that lives as long as this object.
-    const std::string &path() const { return path_; }
+    // The path of a file that holds the text, as long as this object lives: the file that was
+    // opened, or for standard input, a pipe and the like one in memory.
+    const std::string &path() const {
+        return can_be_read_again() ? file_path_.path() : memory_.path();
+    }
 
     // Who may read the file that the text was read from.
     const granted_rights &rights() const { return rights_; }
@@ -38,7 +42,9 @@ private:
     [[nodiscard]] int put_into_memory_file(std::string_view name);
 
     std::string text_;
-    std::string path_;
+    owned_descriptor file_;
+    descriptor_path file_path_;  // of the file, and how messages call it
+    shown_path shown_;
     granted_rights rights_;
     memory_file memory_;
 };

@@ -19,22 +19,19 @@ namespace {
 // The file whose descriptor `input` becomes is empty and in memory.
 int make_copy(text_file *file) {
     file->input = owned_descriptor(memfd_create("tdm", MFD_CLOEXEC));
-    file->is_copy = true;
     return file->input.is_open() ? 0 : errno;
 }
 
-// When the copy has its text.
-int name_copy(text_file *file) {
-    const int error = file->copy.read_from(file->input.get());
-    file->path = file->copy.path();
-    file->shown = shown_path(file->path, file->name);
-    return error;
+int copy_into_memory(int from, text_file *file) {
+    const int error = make_copy(file);
+    return error != 0 ? error : copy_bytes(from, file->input.get());
 }
 
-int copy_into_memory(int from, text_file *file) {
-    int error = make_copy(file);
-    error = error != 0 ? error : copy_bytes(from, file->input.get());
-    return error != 0 ? error : name_copy(file);
+// When `input` has its text.
+int give_path(text_file *file) {
+    const int error = file->path.read_from(file->input.get());
+    file->shown = shown_path(file->path.path(), file->name);
+    return error;
 }
 
 }  // namespace
@@ -57,7 +54,6 @@ int refuse_spent_input(const std::vector<std::string> &names) {
 
 int open_text_file(const std::string &name, text_file *out) {
     out->name = name;
-    out->path = name;
     const bool is_standard_input = name == "-";
     owned_descriptor opened;
     if (!is_standard_input) {
@@ -74,11 +70,13 @@ int open_text_file(const std::string &name, text_file *out) {
     if (const int error = out->rights.add(from); error != 0) {
         return say_errno(name, "cannot see who may read it", error);
     }
+    int error = 0;
     if (!is_standard_input && S_ISREG(status.st_mode)) {
         out->input = std::move(opened);
-        return status_done;
+    } else {
+        error = copy_into_memory(from, out);
     }
-    const int error = copy_into_memory(from, out);
+    error = error != 0 ? error : give_path(out);
     return error == 0 ? status_done : say_errno(name, "cannot read", error);
 }
 
@@ -86,7 +84,7 @@ int hold_text(const std::string &name, std::string_view text, text_file *out) {
     out->name = name;
     int error = make_copy(out);
     error = error != 0 ? error : write_bytes(out->input.get(), text);
-    error = error != 0 ? error : name_copy(out);
+    error = error != 0 ? error : give_path(out);
     return error == 0 ? status_done : say_errno(name, "cannot hold", error);
 }
 

@@ -1,5 +1,4 @@
-// A file that is compared or merged: its bytes and lines, and the path by which the library opens
-// it too.
+// A file that is compared or merged: opened once, for its bytes and lines and for the library.
 #ifndef TDM_HOST_TEXT_FILE_H
 #define TDM_HOST_TEXT_FILE_H
 
@@ -17,21 +16,19 @@ namespace host {
 
 struct text_file {
     std::string name;  // as the user gave it
-    std::string path;  // what the library opens; differs from the name for what is no regular file
     file_bytes bytes;  // these two after read_lines
     text_lines lines;
-    owned_descriptor input;
-    granted_rights rights;  // of the file that was opened
-    shown_path shown;       // where messages would tell `path`
-    bool is_copy = false;   // `input` holds the text in memory, and `copy` is its path
-    descriptor_path copy;
+    owned_descriptor input;  // the one opening; of what is no regular file, a copy in memory
+    granted_rights rights;   // of the file that was opened
+    descriptor_path path;    // by which the library reads it
+    shown_path shown;        // its messages show the name
 };
 
 // Refuses names that lead to the same stream: standard input ("-") and pipes can be read once, and
 // a second reading would find an empty text. 0, or status_trouble after a message; nothing is read.
 [[nodiscard]] int refuse_spent_input(const std::vector<std::string> &names);
 
-// Opens `name`. A regular file is left where it is; "-" (standard input), a pipe or a device is
+// Opens `name`. A regular file stays where it is; "-" (standard input), a pipe or a device is
 // copied into memory, which makes /dev/null an empty text. 0, or status_trouble after a message.
 [[nodiscard]] int open_text_file(const std::string &name, text_file *out);
 
