@@ -1,6 +1,7 @@
 #include "time_text.h"
 
 #include <charconv>
+#include <chrono>
 #include <cstdlib>
 #include <ctime>
 
@@ -9,41 +10,11 @@
 
 namespace host {
 
+namespace chrono = std::chrono;
+
 namespace {
 
-constexpr int64_t seconds_a_day = 86400;
 constexpr uint64_t end_of_year_9999 = 253402300799;
-
-// Days from 1970-01-01 to a date of the Gregorian calendar, and back; years run from March, so
-// that the leap day is the last of its year.
-int64_t days_from_date(int64_t year, int64_t month, int64_t day) {
-    year -= month <= 2;
-    const int64_t era = (year >= 0 ? year : year - 399) / 400;
-    const int64_t year_of_era = year - era * 400;
-    const int64_t day_of_year = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-    return era * 146097 + year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year -
-           719468;
-}
-
-void date_from_days(int64_t days, int64_t &year, int64_t &month, int64_t &day) {
-    days += 719468;
-    const int64_t era = (days >= 0 ? days : days - 146096) / 146097;
-    const int64_t day_of_era = days - era * 146097;
-    const int64_t year_of_era =
-        (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
-    const int64_t day_of_year =
-        day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
-    const int64_t shifted_month = (5 * day_of_year + 2) / 153;
-    day = day_of_year - (153 * shifted_month + 2) / 5 + 1;
-    month = shifted_month + (shifted_month < 10 ? 3 : -9);
-    year = year_of_era + era * 400 + (month <= 2);
-}
-
-int days_of_month(int64_t year, int64_t month) {
-    constexpr int days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    const bool leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-    return days[month - 1] + (month == 2 && leap);
-}
 
 // Takes text apart from the front; every step says whether it found what it sought.
 struct text_scanner {
@@ -58,7 +29,7 @@ struct text_scanner {
     }
 
     // Exactly `digits` decimal digits.
-    bool take_number(size_t digits, int64_t &value) {
+    bool take_number(size_t digits, int &value) {
         if (rest.size() < digits) {
             return false;
         }
@@ -85,8 +56,8 @@ struct text_scanner {
 };
 
 // A date and a clock have separators in all places or in none: the extended or the basic form.
-bool take_date(text_scanner &text, bool &basic, int64_t &days) {
-    int64_t year = 0, month = 0, day = 0;
+bool take_date(text_scanner &text, bool &basic, chrono::sys_days &date) {
+    int year = 0, month = 0, day = 0;
     if (!text.take_number(4, year)) {
         return false;
     }
@@ -94,16 +65,16 @@ bool take_date(text_scanner &text, bool &basic, int64_t &days) {
     if (!text.take_number(2, month) || !(basic || text.take('-')) || !text.take_number(2, day)) {
         return false;
     }
-    if (month < 1 || month > 12 || day < 1 || day > days_of_month(year, month)) {
-        return false;
-    }
-    days = days_from_date(year, month, day);
-    return true;
+    const chrono::year_month_day found{chrono::year(year),
+                                       chrono::month(static_cast<unsigned>(month)),
+                                       chrono::day(static_cast<unsigned>(day))};
+    date = found;
+    return found.ok();
 }
 
 // Hours and minutes, then perhaps seconds, and of these perhaps a fraction, which is dropped.
-bool take_clock(text_scanner &text, bool basic, int64_t &seconds, bool &leap) {
-    int64_t hour = 0, minute = 0, second = 0;
+bool take_clock(text_scanner &text, bool basic, chrono::seconds &clock, bool &leap) {
+    int hour = 0, minute = 0, second = 0;
     if (!text.take_number(2, hour) || !(basic || text.take(':')) || !text.take_number(2, minute)) {
         return false;
     }
@@ -113,14 +84,14 @@ bool take_clock(text_scanner &text, bool basic, int64_t &seconds, bool &leap) {
             return false;
         }
     }
-    seconds = (hour * 60 + minute) * 60 + second;
+    clock = chrono::hours(hour) + chrono::minutes(minute) + chrono::seconds(second);
     leap = second == 60;
     return hour < 24 && minute < 60 && second <= 60;
 }
 
 // Z, +02, +0200 or +02:00, and nothing after it.
-bool take_zone(text_scanner &text, int64_t &offset) {
-    offset = 0;
+bool take_zone(text_scanner &text, chrono::seconds &offset) {
+    offset = {};
     if (text.take('Z') || text.take('z')) {
         return text.rest.empty();
     }
@@ -128,7 +99,7 @@ bool take_zone(text_scanner &text, int64_t &offset) {
     if (!west && !text.take('+')) {
         return false;
     }
-    int64_t hours = 0, minutes = 0;
+    int hours = 0, minutes = 0;
     if (!text.take_number(2, hours)) {
         return false;
     }
@@ -138,7 +109,7 @@ bool take_zone(text_scanner &text, int64_t &offset) {
             return false;
         }
     }
-    offset = (hours * 60 + minutes) * 60 * (west ? -1 : 1);
+    offset = (chrono::hours(hours) + chrono::minutes(minutes)) * (west ? -1 : 1);
     return text.rest.empty() && hours < 24 && minutes < 60;
 }
 
@@ -149,7 +120,7 @@ bool parse_seconds(std::string_view text, uint64_t &seconds) {
 }
 
 // Writes a number over the zeros that end before `end`.
-void put_digits(std::string &text, size_t end, int64_t value) {
+void put_digits(std::string &text, size_t end, long value) {
     for (; value > 0; value /= 10) {
         text[--end] = static_cast<char>('0' + value % 10);
     }
@@ -163,9 +134,9 @@ bool may_be_date(std::string_view digits) {
     }
     text_scanner scanner{digits};
     bool basic = false;
-    int64_t days = 0;
+    chrono::sys_days date;
     return (digits.starts_with("19") || digits.starts_with("20")) &&
-           take_date(scanner, basic, days);
+           take_date(scanner, basic, date);
 }
 
 }  // namespace
@@ -179,8 +150,9 @@ bool parse_time(std::string_view text, uint64_t &seconds) {
     }
     text_scanner scanner{text};
     bool basic = false, leap = false;
-    int64_t days = 0, clock = 0, offset = 0;
-    if (!take_date(scanner, basic, days) ||
+    chrono::sys_days date;
+    chrono::seconds clock{}, offset{};
+    if (!take_date(scanner, basic, date) ||
         !(scanner.take('T') || scanner.take('t') || scanner.take(' ')) ||
         !take_clock(scanner, basic, clock, leap)) {
         return false;
@@ -189,27 +161,28 @@ bool parse_time(std::string_view text, uint64_t &seconds) {
     if (!take_zone(scanner, offset)) {
         return false;
     }
-    const int64_t result = days * seconds_a_day + clock - offset;
-    seconds = static_cast<uint64_t>(result);
+    const chrono::sys_seconds result = date + clock - offset;
+    seconds = static_cast<uint64_t>(result.time_since_epoch().count());
     // A leap second is the last of a day in UTC, and counts as the first of the next.
-    return result >= 0 && (!leap || result % seconds_a_day == 0);
+    return result >= chrono::sys_seconds{} &&
+           (!leap || result == chrono::floor<chrono::days>(result));
 }
 
 std::string time_text(uint64_t seconds) {
     if (seconds > end_of_year_9999) {
         return "@" + std::to_string(seconds);
     }
-    const auto time = static_cast<int64_t>(seconds);
-    int64_t year = 0, month = 0, day = 0;
-    date_from_days(time / seconds_a_day, year, month, day);
-    const int64_t clock = time % seconds_a_day;
+    const chrono::sys_seconds time{chrono::seconds(seconds)};
+    const auto day = chrono::floor<chrono::days>(time);
+    const chrono::year_month_day date(day);
+    const chrono::hh_mm_ss clock(time - day);
     std::string text = "0000-00-00T00:00:00Z";
-    put_digits(text, 4, year);
-    put_digits(text, 7, month);
-    put_digits(text, 10, day);
-    put_digits(text, 13, clock / 3600);
-    put_digits(text, 16, clock / 60 % 60);
-    put_digits(text, 19, clock % 60);
+    put_digits(text, 4, int{date.year()});
+    put_digits(text, 7, unsigned{date.month()});
+    put_digits(text, 10, unsigned{date.day()});
+    put_digits(text, 13, clock.hours().count());
+    put_digits(text, 16, clock.minutes().count());
+    put_digits(text, 19, clock.seconds().count());
     return text;
 }
 
