@@ -1,6 +1,9 @@
 #include "columns.h"
 
+#include <utf8proc.h>
+
 #include <algorithm>
+#include <cstdint>
 
 #include "escaped_text.h"
 
@@ -8,14 +11,29 @@ namespace host {
 
 namespace {
 
-bool begins_character(char c) {
-    return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;
+struct shown_character {
+    size_t bytes;
+    size_t columns;
+};
+
+// The first character of escaped text, which is not empty.
+shown_character first_character(std::string_view escaped) {
+    uint32_t character = 0;
+    const size_t bytes = decode_utf8(escaped, character);
+    const int columns = utf8proc_charwidth(static_cast<utf8proc_int32_t>(character));
+    return {bytes, static_cast<size_t>(columns)};
 }
 
 }  // namespace
 
 size_t count_columns(std::string_view escaped) {
-    return static_cast<size_t>(std::count_if(escaped.begin(), escaped.end(), begins_character));
+    size_t columns = 0;
+    while (!escaped.empty()) {
+        const shown_character next = first_character(escaped);
+        columns += next.columns;
+        escaped.remove_prefix(next.bytes);
+    }
+    return columns;
 }
 
 std::string widened(std::string escaped, size_t columns) {
@@ -24,32 +42,33 @@ std::string widened(std::string escaped, size_t columns) {
     return escaped;
 }
 
-std::string fit_column(std::string_view line, int width) {
+std::string fit_column(std::string_view line, int columns) {
+    const auto width = static_cast<size_t>(columns);
     if (line.ends_with('\n')) {
         line.remove_suffix(1);
     }
     std::string out;
-    int column = 0;
-    size_t last_start = 0;  // of the character in the last column
-    for (const char c : escape_text(line)) {
-        if (c == '\t') {
-            do {
-                last_start = out.size();
-                out += ' ';
-            } while (++column % 8 != 0 && column < width);
-            continue;
+    size_t column = 0;
+    // The longest beginning that leaves a column for the mark of what is cut.
+    size_t kept = 0, kept_columns = 0;
+    const std::string escaped = escape_text(line);
+    for (std::string_view rest = escaped; !rest.empty();) {
+        const bool tab = rest[0] == '\t';
+        const shown_character next = first_character(rest);
+        if (column + (tab ? 1 : next.columns) > width) {
+            out.resize(kept);
+            return out.append(width - 1 - kept_columns, ' ') + '>';
         }
-        if (begins_character(c)) {
-            if (column >= width) {
-                out.resize(last_start);
-                return out + '>';
-            }
-            last_start = out.size();
-            column++;
+        const size_t blanks = tab ? std::min(8 - column % 8, width - column) : 0;
+        out.append(blanks, ' ').append(tab ? "" : rest.substr(0, next.bytes));
+        column += tab ? blanks : next.columns;
+        if (column < width) {
+            kept = out.size();
+            kept_columns = column;
         }
-        out += c;
+        rest.remove_prefix(next.bytes);
     }
-    return out.append(static_cast<size_t>(width - column > 0 ? width - column : 0), ' ');
+    return out.append(width - column, ' ');
 }
 
 }  // namespace host

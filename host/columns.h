@@ -1,22 +1,24 @@
-// Texts side by side on a terminal or a page.
+// Texts side by side on a terminal or a page. A character takes the columns that terminals give it:
+// two for a wide one, none for one that joins the character before it.
 #ifndef TDM_HOST_COLUMNS_H
 #define TDM_HOST_COLUMNS_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
 namespace host {
 
-// The columns that escaped text takes: a character counts as one.
-size_t count_columns(std::string_view escaped);
+// The columns that escaped text takes.
+std::size_t count_columns(std::string_view escaped);
 
 // Escaped text with blanks behind it, `columns` wide at least.
-std::string widened(std::string escaped, size_t columns);
+std::string widened(std::string escaped, std::size_t columns);
 
-// A line of text made to fill exactly `width` columns: control bytes shown as escape_text does,
-// tabs at every eighth column, the newline dropped, what is too long cut with ">" in the last
-// column, what is short filled with blanks. A character counts as one column.
-std::string fit_column(std::string_view line, int width);
+// A line of text made to fill exactly `columns` columns (1 at least): control bytes shown as
+// escape_text does, tabs at every eighth column, the newline dropped, what is too long cut with ">"
+// in the last column, what is short filled with blanks.
+std::string fit_column(std::string_view line, int columns);
 
 }  // namespace host
 

@@ -1,5 +1,7 @@
 #include "escaped_text.h"
 
+#include <utf8proc.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -65,26 +67,12 @@ std::string escape(std::string_view text, bool name) {
 }  // namespace
 
 size_t decode_utf8(std::string_view text, uint32_t &character) {
-    const auto byte = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
-    const uint8_t lead = byte(0);
-    if (lead < 0x80) {
-        character = lead;
-        return 1;
-    }
-    const size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-    if (lead < 0xc2 || lead > 0xf4 || text.size() < length) {
-        return 0;
-    }
-    character = lead & (0x7fU >> length);
-    for (size_t i = 1; i < length; i++) {
-        if ((byte(i) & 0xc0) != 0x80) {
-            return 0;
-        }
-        character = (character << 6) | (byte(i) & 0x3fU);
-    }
-    constexpr uint32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
-    const bool surrogate = character >= 0xd800 && character <= 0xdfff;
-    return character < smallest[length] || character > 0x10ffff || surrogate ? 0 : length;
+    utf8proc_int32_t found = 0;
+    const utf8proc_ssize_t length =
+        utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t *>(text.data()),
+                         static_cast<utf8proc_ssize_t>(text.size()), &found);
+    character = static_cast<uint32_t>(found);
+    return length > 0 ? static_cast<size_t>(length) : 0;
 }
 
 std::string escape_name(std::string_view text) {

@@ -210,10 +210,18 @@ TEST(edit_list, lines_that_agree_only_in_their_ends_differ) {
 
 TEST(columns, lines_are_made_to_fit) {
     const std::pair<std::string, std::string> rows[] = {
-        {"ab\n", "ab    "},     {"abcdef", "abcdef"},
-        {"abcdefg", "abcde>"},  {"\tx", "     >"},
-        {"a\x1b\n", "a\\e   "}, {"\u00e4\u00f6\n", "\u00e4\u00f6    "},
-        {"", "      "},         {"abcde\u00e4\u00f6", "abcde>"},
+        {"ab\n", "ab    "},
+        {"abcdef", "abcdef"},
+        {"abcdefg", "abcde>"},
+        {"\tx", "     >"},
+        {"a\x1b\n", "a\\e   "},
+        {"\u00e4\u00f6\n", "\u00e4\u00f6    "},
+        {"", "      "},
+        {"abcde\u00e4\u00f6", "abcde>"},
+        {"\u4e2d\u6587\n", "\u4e2d\u6587  "},
+        {"abcd\u4e2d\u6587", "abcd >"},
+        {"abcde\u4e2d", "abcde>"},
+        {"e\u0301\u4e2d\n", "e\u0301\u4e2d   "},
     };
     for (const auto &[line, fitted] : rows) {
         EXPECT_EQ(host::fit_column(line, 6), fitted);
