@@ -11,8 +11,8 @@
 #include "container_change.h"
 #include "file_replace.h"
 #include "output.h"
-#include "proof.h"
 #include "random_oid.h"
+#include "record_text.h"
 #include "time_option.h"
 
 namespace host {
@@ -33,11 +33,8 @@ int prove_new_container(const std::string &name, int descriptor, const create_op
     if (error != 0) {
         return say_errno(name, "the new container cannot be read", error);
     }
-    container_view none;
-    none.format = known_formats;
-    const std::string expected =
-        status_record_text(none, false) + version_record_text({version, {0, 0}, time}) +
-        branch_record_text({options.branch, 0, {0, 0}}) + "^E " + element + "\n";
+    const std::string expected = status_line(0) + version_line(version, {0, 0}, time) +
+                                 branch_line(options.branch, 0, {0, 0}) + element_line(element);
     if (bytes.view() != expected) {
         say_of_file(name, "the new container is refused: it does not read back as written");
         return status_trouble;

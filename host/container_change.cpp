@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "container_limits.h"
 #include "escaped_text.h"
 #include "output.h"
 #include "random_oid.h"
@@ -51,7 +52,7 @@ const branch_record *require_branch(const container_view &view, std::string_view
 }
 
 int check_new_branch_name(const container_view *view, const std::string &name) {
-    constexpr size_t longest_name = 99;
+    constexpr size_t longest_name = format::longest_written_oid;
     const std::string shown = "branch name '" + escape_name(name) + "' ";
     if (name.empty() || name.size() > longest_name) {
         say("%shas %zu bytes; 1 to %zu are allowed", shown.c_str(), name.size(), longest_name);

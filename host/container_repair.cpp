@@ -1,18 +1,16 @@
 #include "container_repair.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <map>
 #include <numeric>
 #include <set>
 #include <unordered_map>
 
+#include "record_text.h"
 #include "weave_rewrite.h"
 
 namespace host {
 namespace {
-
-constexpr uint64_t written_format = 0xdb1;
 
 // The first fault that puts each version in doubt, by position. A version is passed only once: each
 // position leads to the next one that has no reason yet.
@@ -48,13 +46,6 @@ struct header_line {
     uint64_t line = 0;  // where it stood; 0 for a record that was lost
     std::string text;
 };
-
-std::string hex(uint64_t value) {
-    char digits[17];
-    const int size =
-        std::snprintf(digits, sizeof digits, "%llx", static_cast<unsigned long long>(value));
-    return {digits, static_cast<std::size_t>(size)};
-}
 
 // Whether every record stands where its readers look for it: the versions of a branch from the
 // newest down and then the branch, a branch above the version that it was made off.
@@ -132,13 +123,13 @@ public:
         if (!is_in_order(lines_)) {
             std::stable_sort(lines_.begin(), lines_.end(), stands_before);
         }
-        out->write("^S " + hex(written_format) + " " + hex(highest_branch()) + "\n");
+        out->write(status_line(highest_branch()));
         for (const header_line &line : lines_) {
             out->write(line.text);
         }
         const std::string element(is_writable(view_.element_oid) ? view_.element_oid
                                                                  : lost_element);
-        out->write("^E " + element + "\n");
+        out->write(element_line(element));
     }
 
 private:
@@ -162,14 +153,13 @@ private:
         const bool kept = alive || owners_.contains(id) || points_.contains(id);
         if (kept && seen_.insert(id).second) {
             const bool good = is_writable(version.oid) && (alive || oids_[version.oid] == 1);
-            lines_.push_back({id,
-                              false,
-                              {},
-                              version.line,
-                              (alive ? "^V " : "^#^V ") +
-                                  (good ? std::string(version.oid) : lost_identifier(id)) + " " +
-                                  hex(id.branch) + " " + hex(id.number) + " " + hex(version.time) +
-                                  "\n"});
+            lines_.push_back(
+                {id,
+                 false,
+                 {},
+                 version.line,
+                 (alive ? "" : std::string(format::comment_prefix)) +
+                     version_line(good ? version.oid : lost_identifier(id), id, version.time)});
         }
     }
 
@@ -180,7 +170,7 @@ private:
              false,
              {},
              0,
-             "^#^V " + lost_identifier(id) + " " + hex(id.branch) + " " + hex(id.number) + " 0\n"});
+             std::string(format::comment_prefix) + version_line(lost_identifier(id), id, 0)});
     }
 
     void add_branch(uint64_t number) {
@@ -188,13 +178,12 @@ private:
         const version_id parent = record == nullptr || number == 0 ? version_id{} : record->parent;
         const std::string name = record != nullptr && is_writable(record->oid)
                                      ? std::string(record->oid)
-                                     : "lost-branch-" + hex(number);
+                                     : "lost-branch-" + hexadecimal(number);
         lines_.push_back({{number, 0},
                           true,
                           parent,
                           record == nullptr ? 0 : record->line,
-                          "^B " + name + " " + hex(number) + " " + hex(parent.branch) + " " +
-                              hex(parent.number) + "\n"});
+                          branch_line(name, number, parent)});
     }
 
     uint64_t highest_branch() const {
@@ -225,7 +214,7 @@ bool repair_verdict::worth_writing() const {
 }
 
 std::string lost_identifier(version_id id) {
-    return "lost-" + hex(id.branch) + "-" + hex(id.number);
+    return "lost-" + hexadecimal(id.branch) + "-" + hexadecimal(id.number);
 }
 
 repair_verdict judge_versions(const container_view &view, const container_check &check,

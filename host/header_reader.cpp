@@ -82,12 +82,12 @@ bool read_status(header_reader *in) {
         return false;
     }
     container_header *out = in->out;
-    const spelling form = record_kind(line) == 'S'
+    const spelling form = format::kind_of(line) == format::kind_status
                               ? decode_status(line, &out->format, &out->highest_branch)
                               : spelling::malformed;
     if (form == spelling::malformed) {
         in->fail(1, "the first line is not a container's status record");
-        return in->data.substr(in->offset).starts_with('^');
+        return in->data.substr(in->offset).starts_with(format::record_mark);
     }
     if (out->format != known_formats) {
         in->fail(1, "the status record names a format that is not known");
@@ -96,7 +96,7 @@ bool read_status(header_reader *in) {
 }
 
 void take_object(header_reader *in, std::string_view record, bool commented) {
-    const bool version = record_kind(record) == 'V';
+    const bool version = format::kind_of(record) == format::kind_version;
     object_fields fields;
     const spelling form = decode_object(record, &fields);
     if (!in->accept(form, version ? "a version record" : "a branch record")) {
@@ -129,26 +129,26 @@ bool take_header_line(header_reader *in) {
         in->end_header(in->data.size(), in->line_number + 1);
         return false;
     }
-    const bool commented = line.starts_with("^#");
-    const std::string_view record = commented ? line.substr(2) : line;
-    const char kind = record_kind(record);
+    bool commented = false;
+    const std::string_view record = format::without_comment(line, &commented);
+    const char kind = format::kind_of(record);
     if (line.size() > longest_line + 1 || line.find('\0') != std::string_view::npos) {
         in->fail(in->line_number, "not a line of text");
-    } else if (kind == 'V' || kind == 'B') {
+    } else if (kind == format::kind_version || kind == format::kind_branch) {
         take_object(in, record, commented);
-    } else if (kind == 'E' && !commented) {
+    } else if (kind == format::kind_element && !commented) {
         if (in->accept_and_note(decode_element(record, &in->out->element_oid),
                                 "an element record")) {
             in->check_oid(in->out->element_oid);
         }
         in->end_header(in->offset, in->line_number + 1);
         return false;
-    } else if ((kind == 'I' || kind == 'D') && !commented) {
+    } else if (format::counts_lines(kind) && !commented) {
         in->fail(in->line_number, "the element record is missing before this line");
         in->end_header(start, in->line_number);
         return false;
     } else {
-        in->out->torn_header = in->out->torn_header || !line.starts_with('^');
+        in->out->torn_header = in->out->torn_header || !line.starts_with(format::record_mark);
         in->fail(in->line_number, "neither a version nor a branch nor the element record");
     }
     return true;

@@ -10,15 +10,11 @@
 #include <string_view>
 #include <vector>
 
+#include "lineage_member.h"
+
 namespace host {
 
-// A version: branch and number, both as in the container.
-struct version_id {
-    uint64_t branch = 0;
-    uint64_t number = 0;
-    friend bool operator==(const version_id &, const version_id &) = default;
-    friend auto operator<=>(const version_id &, const version_id &) = default;
-};
+using format::version_id;
 
 struct version_id_hash {
     std::size_t operator()(const version_id &id) const {

@@ -1,11 +1,10 @@
 #include "import_weave.h"
 
-#include <cinttypes>
-#include <cstdio>
 #include <cstring>
 #include <utility>
 
 #include "record_line.h"
+#include "record_text.h"
 #include "structure.h"
 
 namespace host {
@@ -34,7 +33,7 @@ import_weave::import_weave(const container_view &view, const std::vector<version
     while (!rest.empty()) {
         const std::string_view line = rest.substr(0, length_of_lines(rest, 1));
         rest.remove_prefix(line.size());
-        const char kind = record_kind(line);
+        const char kind = format::kind_of(line);
         if (holds_text(kind)) {
             if (skip == 0) {
                 show(line, 1);
@@ -46,7 +45,7 @@ import_weave::import_weave(const container_view &view, const std::vector<version
         }
         run_fields run;
         if (decode_run(line, &run) != spelling::malformed &&
-            in_lineage(lineage, {run.branch, run.version}) == (kind == 'D')) {
+            in_lineage(lineage, {run.branch, run.version}) == (kind == format::kind_delete)) {
             skip += run.count;
         }
         hide(line);
@@ -125,20 +124,18 @@ void import_weave::keep_until(uint64_t line) {
 }
 
 void import_weave::add_record(char kind, uint64_t count) {
-    char buffer[80];
-    const int size =
-        std::snprintf(buffer, sizeof buffer, "^%c %" PRIx64 " %" PRIx64 " %" PRIx64 "\n", kind,
-                      id_.branch, id_.number, count);
-    hide(owned_.emplace_back(buffer, static_cast<size_t>(size)));
+    std::string record;
+    format::encode_run(kind, id_.branch, id_.number, count, host::append_to{record});
+    hide(owned_.emplace_back(std::move(record)));
 }
 
 void import_weave::delete_until(uint64_t line) {
-    add_record('D', line - line_);
+    add_record(format::kind_delete, line - line_);
     move_until(line, false);
 }
 
 void import_weave::insert(std::string stored, uint64_t lines) {
-    add_record('I', lines);
+    add_record(format::kind_insert, lines);
     show(owned_.emplace_back(std::move(stored)), lines);
 }
 

@@ -77,8 +77,8 @@ void say_why_no_text(const char *path) try {
     }
     for (uint64_t number = 1; !rest.empty(); number++) {
         const std::string_view line = rest.substr(0, rest.find('\n'));
-        const size_t stored = line.size() + (line.starts_with('^') ? 1 : 0);
-        if (stored > host::longest_line || line.find('\0') != std::string_view::npos) {
+        if (!format::can_be_read_back(rest.substr(0, line.size() + 1)) ||
+            line.find('\0') != std::string_view::npos) {
             host::say_of_line(name, number, "is no line of text: " + reason_of_line(line));
             return;
         }

@@ -1,15 +1,13 @@
 #include "proof.h"
 
 #include <algorithm>
-#include <cinttypes>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <vector>
 
 #include "exit_status.h"
 #include "output.h"
 #include "record_line.h"
+#include "record_text.h"
 #include "structure.h"
 
 namespace host {
@@ -41,14 +39,14 @@ size_t added_length(std::string_view text, const added_records &added) {
     uint64_t lines = 0;
     do {
         const std::string_view line = text.substr(length, line_length(text.substr(length)));
-        const char kind = record_kind(line);
+        const char kind = format::kind_of(line);
         run_fields run;
-        if (kind == 'I' || kind == 'D') {
+        if (format::counts_lines(kind)) {
             if (decode_run(line, &run) == spelling::malformed || run.branch != added.branch ||
                 run.version < added.first) {
                 return 0;
             }
-            lines += kind == 'I' ? run.count : 0;
+            lines += kind == format::kind_insert ? run.count : 0;
         } else if (line.empty() || lines == 0 || !holds_text(kind)) {
             return 0;
         } else {
@@ -80,17 +78,6 @@ bool differs_by_additions_only(std::string_view old, std::string_view fresh,
     }
 }
 
-std::string printed(const char *format, ...) __attribute__((format(printf, 1, 2)));
-
-std::string printed(const char *format, ...) {
-    char buffer[512];
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(buffer, sizeof buffer, format, arguments);
-    va_end(arguments);
-    return buffer;
-}
-
 int refused(const container_view &view, const char *reason) {
     say_of_file(view.name, std::string("the new container is refused: ") + reason);
     return status_trouble;
@@ -99,20 +86,15 @@ int refused(const container_view &view, const char *reason) {
 }  // namespace
 
 std::string status_record_text(const container_view &old, bool adds_branch) {
-    return printed("^S %" PRIx64 " %" PRIx64 "\n", old.format,
-                   old.highest_branch + (adds_branch ? 1 : 0));
+    return status_line(old.highest_branch + (adds_branch ? 1 : 0));
 }
 
 std::string version_record_text(const version_record &version) {
-    const std::string oid(version.oid);
-    return printed("^V %s %" PRIx64 " %" PRIx64 " %" PRIx64 "\n", oid.c_str(), version.id.branch,
-                   version.id.number, version.time);
+    return version_line(version.oid, version.id, version.time);
 }
 
 std::string branch_record_text(const branch_record &branch) {
-    const std::string oid(branch.oid);
-    return printed("^B %s %" PRIx64 " %" PRIx64 " %" PRIx64 "\n", oid.c_str(), branch.number,
-                   branch.parent.branch, branch.parent.number);
+    return branch_line(branch.oid, branch.number, branch.parent);
 }
 
 bool version_equals(const container_view &view, version_id id, std::string_view text) {

@@ -38,7 +38,7 @@ struct version_walk {
 const char *end_of_plain(const char *at, const char *end) {
     const char *from = at;
     while (from != end) {
-        const char *caret = find_byte(from, end, '^');
+        const char *caret = find_byte(from, end, format::record_mark);
         if (caret == nullptr) {
             return end;
         }
@@ -51,7 +51,7 @@ const char *end_of_plain(const char *at, const char *end) {
 }
 
 bool walk_plain(version_walk *walk) {
-    while (walk->skip > 0 && walk->at != walk->end && *walk->at != '^') {
+    while (walk->skip > 0 && walk->at != walk->end && *walk->at != format::record_mark) {
         const char *newline = find_byte(walk->at, walk->end, '\n');
         walk->at = newline == nullptr ? walk->end : newline + 1;
         walk->skip--;
@@ -67,11 +67,12 @@ bool walk_plain(version_walk *walk) {
 // A line that begins with `^`; false when the record cannot be read or the sink has enough.
 bool walk_record(version_walk *walk, std::string_view record, std::span<const version_id> lineage,
                  bool *malformed) {
-    const char kind = record_kind(record);
-    if (kind == 'I' || kind == 'D') {
+    const char kind = format::kind_of(record);
+    if (format::counts_lines(kind)) {
         run_fields run;
         *malformed = decode_run(record, &run) == spelling::malformed;
-        if (!*malformed && in_lineage(lineage, {run.branch, run.version}) == (kind == 'D')) {
+        if (!*malformed &&
+            in_lineage(lineage, {run.branch, run.version}) == (kind == format::kind_delete)) {
             walk->skip += run.count;
         }
         return !*malformed;
@@ -89,14 +90,6 @@ bool walk_record(version_walk *walk, std::string_view record, std::span<const ve
 
 }  // namespace
 
-bool in_lineage(std::span<const version_id> lineage, version_id id) {
-    const auto above = [](const version_id &bound, uint64_t branch) {
-        return bound.branch > branch;
-    };
-    const auto found = std::lower_bound(lineage.begin(), lineage.end(), id.branch, above);
-    return found != lineage.end() && found->branch == id.branch && found->number >= id.number;
-}
-
 std::optional<damage> scan_structure(const container_view &view) {
     if (is_plainly_sound(view)) {
         return std::nullopt;
@@ -110,7 +103,7 @@ std::optional<damage> walk_version(const container_view &view, std::span<const v
     const std::string_view weave = view.bytes.view().substr(view.weave_offset);
     version_walk walk{weave.data(), weave.data() + weave.size(), 0, sink};
     while (walk.at != walk.end) {
-        if (*walk.at != '^') {
+        if (*walk.at != format::record_mark) {
             if (!walk_plain(&walk)) {
                 return std::nullopt;
             }

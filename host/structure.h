@@ -18,9 +18,7 @@ namespace host {
 // at first sight (weave_soundness.h) costs one pass, O(bytes); all else is looked at as verify does.
 [[nodiscard]] std::optional<damage> scan_structure(const container_view &view);
 
-// Whether a record of that version belongs to the versions of that lineage, which is as lineage_of
-// gives it. O(log of the lineage's length).
-[[nodiscard]] bool in_lineage(std::span<const version_id> lineage, version_id id);
+using format::in_lineage;
 
 // Receives the text of a version in order; returns false to end the walk.
 using text_sink = std::function<bool(std::string_view piece)>;

@@ -89,18 +89,14 @@ private:
     }
 
     bool store_line(std::string_view line, std::string &stored) const {
-        const bool whole = line.back() == '\n';
-        const bool quoted = whole && line.front() == '^';
-        // A quoted line must still fit the reader together with its mark.
-        const size_t limit = longest_line - (quoted ? record_prefix : 0);
-        if (line.size() - (whole ? 1 : 0) > limit || line.find('\0') != std::string_view::npos) {
+        if (!format::can_be_read_back(line) || line.find('\0') != std::string_view::npos) {
             say_of_line(name_, static_cast<uint64_t>(line_),
                         "not a line of text that can be stored");
             return false;
         }
-        stored += quoted ? "^Q " : whole ? "" : "^N ";
+        stored += format::prefix_of_text(line);
         stored += line;
-        stored += whole ? "" : "\n";
+        stored += line.back() == '\n' ? "" : "\n";
         return true;
     }
 

@@ -34,7 +34,7 @@ uint64_t power(uint64_t base, uint64_t exponent) {
 }
 
 const char *record_word(char kind) {
-    return kind == 'I' ? "an insert record" : "a delete record";
+    return kind == format::kind_insert ? "an insert record" : "a delete record";
 }
 
 }  // namespace
@@ -78,14 +78,14 @@ void weave_cursor::pass_line(std::string_view line) {
 }
 
 const char *weave_cursor::line_fault(std::string_view line) const {
-    const std::size_t allowance = line.starts_with("^N ") ? record_prefix : 0;
     if (line.back() != '\n') {
         return "the file ends in the middle of this line";
     }
     if (nul_ < line.data() + line.size()) {
         return "a NUL byte";
     }
-    return line.size() - 1 > longest_line + allowance ? "a line of more than 8000 bytes" : nullptr;
+    return line.size() - 1 > format::longest_stored(line) ? "a line of more than 8000 bytes"
+                                                          : nullptr;
 }
 
 // Deletions whose last line has been passed cover nothing any more.
@@ -192,7 +192,7 @@ void weave_cursor::take_record(std::string_view line, char kind) {
     if (const char *reason = line_fault(line)) {
         fault(line_, reason, all());
     }
-    if (kind != 'I' && kind != 'D') {
+    if (!format::counts_lines(kind)) {
         fault(line_, "a record that does not belong into the weave", all());
         return;
     }
@@ -205,10 +205,10 @@ void weave_cursor::take_record(std::string_view line, char kind) {
     const tree_place place = place_of(tree_, id);
     if (place.position != no_position) {
         change_counts &changes = changes_[place.position];
-        (kind == 'I' ? changes.added : changes.deleted) += record.fields.count;
+        (kind == format::kind_insert ? changes.added : changes.deleted) += record.fields.count;
     }
     check_owner(kind, id, place);
-    if (kind == 'I') {
+    if (kind == format::kind_insert) {
         open_insert(record.fields, place.members, record.ordinal);
     } else {
         begin_delete(record.fields, place.members, record.ordinal);
@@ -219,7 +219,7 @@ void weave_cursor::pass_stray_lines() {
     activate_announced();
     const uint64_t first = line_;
     uint64_t count = 0;
-    while (at_ != end_ && holds_text(record_kind(line_here()))) {
+    while (at_ != end_ && holds_text(format::kind_of(line_here()))) {
         pass_line(line_here());
         count++;
     }
@@ -240,15 +240,16 @@ void weave_cursor::check_under_deletion(open_run *run) {
 
 // What is wrong with the way a marked text line is written, or null.
 const char *weave_cursor::spelling_fault(std::string_view line, char kind) const {
-    if (kind == 'T') {
+    if (kind == format::kind_marked_text) {
         return "a text line marked ^T, which none is written with";
     }
     if (line.size() <= record_prefix || line[2] != ' ') {
         return "a marked text line without the blank behind its mark";
     }
     const std::string_view text = text_of(line);
-    if (kind == 'Q') {
-        return text.starts_with('^') ? nullptr : "a quoted line that does not begin with ^";
+    if (kind == format::kind_quoted) {
+        return text.starts_with(format::record_mark) ? nullptr
+                                                     : "a quoted line that does not begin with ^";
     }
     return text.empty() ? "an unterminated line without text" : nullptr;
 }
@@ -268,7 +269,7 @@ void weave_cursor::take_marked(char kind, weave_stretch *out, text_step *step) {
              text.size(),
              fingerprints_ ? fingerprint_base : 1,
              fingerprints_ ? hash_line(text) : 0,
-             kind == 'N' ? line_ : 0,
+             kind == format::kind_unended ? line_ : 0,
              line_};
     pass_line(line);
 }
@@ -276,7 +277,7 @@ void weave_cursor::take_marked(char kind, weave_stretch *out, text_step *step) {
 // Takes plain lines, `most` at most; a faulty one alone.
 void weave_cursor::take_plain(uint64_t most, weave_stretch *out, text_step *step) {
     const char *const first = at_;
-    while (out->lines < most && at_ != end_ && *at_ != '^') {
+    while (out->lines < most && at_ != end_ && *at_ != format::record_mark) {
         const std::string_view line = line_here();
         const char *reason = line_fault(line);
         if (reason != nullptr && out->lines > 0) {
@@ -303,7 +304,7 @@ void weave_cursor::take_plain(uint64_t most, weave_stretch *out, text_step *step
 
 void weave_cursor::take_stretch(weave_stretch *out) {
     open_run &run = runs_.back();
-    const char kind = *at_ == '^' ? at_[1] : '\0';
+    const char kind = *at_ == format::record_mark ? at_[1] : '\0';
     if (announced_ &&
         (kind != 0 || !is_ancestor(run.id, run.members, announced_->by, announced_->members))) {
         activate_announced();
@@ -364,8 +365,9 @@ bool weave_cursor::next(weave_stretch *out) {
             finish();
             break;
         }
-        const std::string_view line = *at_ == '^' ? line_here() : std::string_view();
-        const char kind = record_kind(line);
+        const std::string_view line =
+            *at_ == format::record_mark ? line_here() : std::string_view();
+        const char kind = format::kind_of(line);
         if (!holds_text(kind)) {
             take_record(line, kind);
             pass_line(line);

@@ -2,16 +2,18 @@
 
 #include <algorithm>
 
+#include "record_encode.h"
+
 namespace host {
 namespace {
 
 // A marked line is written as lines of its text are.
 void write_lines(std::string_view bytes, char kind, output_writer *out) {
     const std::string_view text = text_of(bytes);
-    if (kind == 'T') {
-        out->write("^Q ");
+    if (kind == format::kind_marked_text) {
+        out->write(format::quoted_prefix);
         out->write(text);
-    } else if (kind == 'Q' && !text.starts_with('^')) {
+    } else if (kind == format::kind_quoted && !text.starts_with(format::record_mark)) {
         out->write(text);
     } else {
         out->write(bytes);
@@ -47,7 +49,8 @@ void weave_rewrite::take_records() {
         const position_range members = members_of(tree_, {fields.branch, fields.version});
         records_.resize(record.ordinal + 1);
         // A run keeps the lines that come; a deletion loses those that go.
-        records_[record.ordinal] = {record.kind, fields, record.kind == 'I' ? 0 : fields.count,
+        records_[record.ordinal] = {record.kind, fields,
+                                    record.kind == format::kind_insert ? 0 : fields.count,
                                     !survivors_.any_in(members)};
         pieces_.push_back({record.bytes, record.ordinal, 0});
     }
@@ -113,10 +116,8 @@ void weave_rewrite::write(output_writer *out) const {
         if (part.record == SIZE_MAX) {
             write_lines(part.bytes, part.kind, out);
         } else if (const counted_record &record = records_[part.record]; stays(record)) {
-            out->printf("^%c %llx %llx %llx\n", record.kind,
-                        static_cast<unsigned long long>(record.fields.branch),
-                        static_cast<unsigned long long>(record.fields.version),
-                        static_cast<unsigned long long>(record.kept));
+            format::encode_run(record.kind, record.fields.branch, record.fields.version,
+                               record.kept, [out](std::string_view line) { out->write(line); });
         }
     }
 }

@@ -4,11 +4,11 @@
 #include "weave_soundness.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <vector>
 
 #include "listed_versions.h"
+#include "record_decode.h"
 #include "record_line.h"
 
 namespace host {
@@ -18,34 +18,6 @@ namespace {
 constexpr std::size_t most_deletions = 12;
 // Each is compared with all that follows it, which is little: they are the last lines of texts.
 constexpr std::size_t most_unended = 8;
-
-// A digit as the encoders write it, or -1.
-constexpr std::array<int8_t, 256> digit_values = [] {
-    std::array<int8_t, 256> values{};
-    for (std::size_t i = 0; i < values.size(); i++) {
-        const auto byte = static_cast<int>(i);
-        const bool decimal = byte >= '0' && byte <= '9';
-        const bool letter = byte >= 'a' && byte <= 'f';
-        values[i] = static_cast<int8_t>(decimal ? byte - '0' : letter ? byte - 'a' + 10 : -1);
-    }
-    return values;
-}();
-
-// A number as the encoders write it; the byte `end` follows it and is passed. What is before the end
-// of the bytes is known to hold a newline.
-inline bool take_number(const char **at, char end, uint64_t *out) {
-    constexpr std::ptrdiff_t most_digits = 16;
-    const char *const first = *at;
-    const char *next = first;
-    uint64_t value = 0;
-    for (int digit; (digit = digit_values[static_cast<unsigned char>(*next)]) >= 0; next++) {
-        value = value << 4 | static_cast<uint64_t>(digit);
-    }
-    *out = value;
-    *at = next + 1;
-    const std::ptrdiff_t digits = next - first;
-    return *next == end && digits > 0 && digits <= most_digits && (*first != '0' || digits == 1);
-}
 
 class soundness_pass {
 public:
@@ -63,7 +35,7 @@ public:
         }
         bool sound = true;
         while (sound && at_ != end_) {
-            sound = *at_ == '^' ? take_marked_line() : take_plain_lines();
+            sound = *at_ == format::record_mark ? take_marked_line() : take_plain_lines();
         }
         return sound && runs_.empty() && deletions_.empty();
     }
@@ -92,13 +64,21 @@ private:
 
     bool take_marked_line() {
         const char kind = at_[1];
-        if (kind == 'I' || kind == 'D') {
+        if (format::counts_lines(kind)) {
             return take_record(kind);
         }
         const char *next = find('\n') + 1;
         const std::string_view line(at_, static_cast<std::size_t>(next - at_));
         at_ = next;
         return take_marked_text(line, kind);
+    }
+
+    // What is before the end of the bytes is known to hold a newline.
+    bool take_number(char end, uint64_t *value) {
+        format::terminated_bytes bytes{at_};
+        const bool taken = format::take_written_number(&bytes, value) && bytes.front() == end;
+        at_ = bytes.at + 1;
+        return taken;
     }
 
     bool take_record(char kind) {
@@ -108,8 +88,8 @@ private:
             return false;
         }
         at_ += record_prefix;
-        if (!take_number(&at_, ' ', &id.branch) || !take_number(&at_, ' ', &id.number) ||
-            !take_number(&at_, '\n', &count) || count == 0) {
+        if (!take_number(' ', &id.branch) || !take_number(' ', &id.number) ||
+            !take_number('\n', &count) || count == 0) {
             return false;
         }
         if (id == version_id{0, 0} || (id != known_ && !listed_.lists(id))) {
@@ -119,7 +99,7 @@ private:
         if (!runs_.empty() && !listed_.descends(id, runs_.back().id)) {
             return false;
         }
-        if (kind == 'D') {
+        if (kind == format::kind_delete) {
             return take_deletion(id, count);
         }
         runs_.push_back({id, count});
@@ -253,11 +233,12 @@ private:
 
     bool take_marked_text(std::string_view line, char kind) {
         const std::string_view text = text_of(line);
-        const bool marked = (kind == 'Q' || kind == 'N') && line.size() > record_prefix &&
-                            line[2] == ' ' && (kind == 'Q' ? text.starts_with('^') : !text.empty());
-        const std::size_t allowance = kind == 'N' ? record_prefix : 0;
-        return marked && line.size() - 1 <= longest_line + allowance && !runs_.empty() &&
-               pass(1, kind == 'N');
+        const bool marked =
+            (kind == format::kind_quoted || kind == format::kind_unended) &&
+            line.size() > record_prefix && line[2] == ' ' &&
+            (kind == format::kind_quoted ? text.starts_with(format::record_mark) : !text.empty());
+        return marked && line.size() - 1 <= format::longest_stored(line) && !runs_.empty() &&
+               pass(1, kind == format::kind_unended);
     }
 
     bool take_plain_lines() {
@@ -273,7 +254,7 @@ private:
     // Passes plain lines up to the next record or the end, `wanted` at most. False at one too long.
     bool pass_plain(uint64_t wanted, uint64_t *taken) {
         const char *at = at_;
-        while (*taken < wanted && at != end_ && *at != '^') {
+        while (*taken < wanted && at != end_ && *at != format::record_mark) {
             const char *newline = static_cast<const char *>(
                 std::memchr(at, '\n', static_cast<std::size_t>(end_ - at)));
             if (newline - at > static_cast<std::ptrdiff_t>(longest_line)) {

@@ -149,7 +149,7 @@ int annotate_run(annotation_state *a, bool is_insert, const lineage *l, const co
     if (decode_run(c, &run) != 0) {
         return 1;
     }
-    const bool member = in_lineage(l, run.version.branch, run.version.version);
+    const bool member = in_lineage(l, run.version);
     if (member != is_insert && add_to_skip(c, run, &a->skip) != 0) {
         return 1;
     }
@@ -170,8 +170,9 @@ int walk_annotated(annotation_state *a, const lineage *l, container_input *c, te
             if (annotate_text(a, text, o) != 0) {
                 return 1;
             }
-        } else if (is_record(c->line, 'I') || is_record(c->line, 'D')) {
-            if (annotate_run(a, c->line[1] == 'I', l, c) != 0) {
+        } else if (is_record(c->line, format::kind_insert) ||
+                   is_record(c->line, format::kind_delete)) {
+            if (annotate_run(a, c->line[1] == format::kind_insert, l, c) != 0) {
                 return 1;
             }
         }

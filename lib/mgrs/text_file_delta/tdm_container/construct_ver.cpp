@@ -13,22 +13,22 @@ namespace {
 constexpr char operation[] = "construct_version";
 
 /// Finds the living version with this oid in the header.
-int find_version_by_oid(container_input *c, const char *oid, version_number *version) {
+int find_version_by_oid(container_input *c, const char *oid, version_id *version) {
     for (;;) {
         bool at_eof = false;
         if (next_line(c, &at_eof) != 0) {
             return 1;
         }
-        if (at_eof || is_record(c->line, 'E')) {
+        if (at_eof || is_record(c->line, format::kind_element)) {
             report_failure(message::no_such_version);
             return 1;
         }
-        if (!is_record(c->line, 'V')) {
+        if (!is_record(c->line, format::kind_version)) {
             continue;
         }
         oid_buffer found;
         uint64_t created = 0;
-        if (tdm_cntutl_decode_cre_ver(c->line.data(), found, &version->branch, &version->version,
+        if (tdm_cntutl_decode_cre_ver(c->line.data(), found, &version->branch, &version->number,
                                       &created) != 0) {
             report_bad_record(c->in.file_name, c->line.data());
             return 1;
@@ -50,7 +50,7 @@ int tdm_construct_ver(const char *container_path, const char *output_path, const
     }
     uint64_t format = 0;
     uint64_t highest_branch = 0;
-    tdm::version_number version{};
+    tdm::version_id version{};
     tdm::lineage lineage;
     if (tdm::find_status_control_record(&container, &format, &highest_branch) != 0 ||
         tdm::find_version_by_oid(&container, version_oid, &version) != 0 ||

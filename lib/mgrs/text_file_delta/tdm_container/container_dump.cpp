@@ -31,31 +31,31 @@ void print_record(const listed_record &r, std::string_view text) {
     const auto b = static_cast<long>(r.second);
     const auto count = static_cast<long>(r.third);
     switch (r.kind) {
-        case '#':
+        case format::kind_comment:
             printf("[[Commented out record]] %.*s", length, line);
             return;
-        case 'B':
+        case format::kind_branch:
             printf("[[New branch: branch %ld created off branch %ld version %ld, oid %s]] %.*s", a,
                    b, count, r.oid, length, line);
             return;
-        case 'D':
+        case format::kind_delete:
             printf("[[Delete on branch %lu version %lu, %ld lines]] %.*s", r.first, r.second, count,
                    length, line);
             return;
-        case 'E':
+        case format::kind_element:
             printf("[[New element, oid %s]] %.*s", r.oid, length, line);
             return;
-        case 'I':
+        case format::kind_insert:
             printf("[[Insert on branch %lu version %lu, %ld lines]] %.*s", r.first, r.second, count,
                    length, line);
             return;
-        case 'N':
+        case format::kind_unended:
             printf("[[Text (no newline)]] %.*s", length, line);
             return;
-        case 'Q':
+        case format::kind_quoted:
             printf("[[Text (quoted)    ]] %.*s", length, line);
             return;
-        case 'V':
+        case format::kind_version:
             printf("[[New version: branch %ld, version %ld, created %08X, oid %s]] %.*s", a, b,
                    static_cast<unsigned>(r.third), r.oid, length, line);
             return;
@@ -77,8 +77,8 @@ int dump_lines(container_input *c, bool check_printable) {
             check_printable_bytes(c, line_number);
         }
         listed_record r;
-        if (read_listed_record(c, line_number, longest_read_oid, &r) != 0 ||
-            ((r.kind == 'I' || r.kind == 'D') && read_listed_run(c, line_number, &r) != 0)) {
+        if (read_listed_record(c, line_number, format::longest_read_oid, &r) != 0 ||
+            (format::counts_lines(r.kind) && read_listed_run(c, line_number, &r) != 0)) {
             return dump_failed;
         }
         print_record(r, c->line);

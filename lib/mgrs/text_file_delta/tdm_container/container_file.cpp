@@ -140,7 +140,7 @@ int accept_line(container_input *c, size_t length, size_t text_length, bool ende
     char *const start = c->block + c->next;
     c->line = {start, text_length};
     c->next += length;
-    if (*start == '^' || !ended) {
+    if (*start == format::record_mark || !ended) {
         terminate_line(c);
     }
     return 0;
@@ -155,7 +155,8 @@ int take_line(container_input *c, size_t length, bool at_eof) {
     // Without a newline only the byte behind the text tells that it ends there.
     const bool ended = !has_nul && start[length - 1] == '\n';
     const size_t looked_at = text_length + (ended ? 0 : 1);
-    const bool no_newline_line = length >= 3 && std::memcmp(start, "^N ", 3) == 0;
+    const bool no_newline_line =
+        std::string_view(start, length).starts_with(format::unended_prefix);
     while (looked_at > static_cast<size_t>(c->in.capacity - 2)) {
         const int capacity = next_line_capacity(c->in.capacity, no_newline_line);
         if (capacity == 0) {
@@ -280,7 +281,7 @@ int find_status_control_record(container_input *c, uint64_t *format, uint64_t *h
         terminate_line(c);
     }
     const char *const line = c->line.data();
-    if (at_eof || !is_record(c->line, 'S') ||
+    if (at_eof || !is_record(c->line, format::kind_status) ||
         tdm_cntutl_decode_status(line, format, highest_branch) != 0) {
         report_bad_record(c->in.file_name, at_eof ? "<EOF>" : line);
     } else if (*format != known_formats) {

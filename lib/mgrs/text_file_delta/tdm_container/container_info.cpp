@@ -16,7 +16,7 @@ constexpr char operation[] = "get_cont_info";
 constexpr char no_oid[] = "NIL";
 constexpr uint32_t branch_buckets = 127;
 constexpr uint32_t version_buckets = 1024;
-constexpr uint32_t oid_data_size = longest_written_oid + 1;
+constexpr uint32_t oid_data_size = format::longest_written_oid + 1;
 
 struct oid_tables {
     oid_tables() = default;
@@ -32,8 +32,7 @@ struct oid_tables {
     }
 
     hash_table *branches = ht_int_create(branch_buckets, oid_data_size);
-    hash_table *versions =
-        ht_flen_create(version_buckets, oid_data_size, 1, sizeof(version_number));
+    hash_table *versions = ht_flen_create(version_buckets, oid_data_size, 1, sizeof(version_id));
 };
 
 const char *branch_oid(const oid_tables &tables, uint64_t branch) {
@@ -43,7 +42,7 @@ const char *branch_oid(const oid_tables &tables, uint64_t branch) {
                                                                     : no_oid;
 }
 
-const char *version_oid(const oid_tables &tables, version_number version) {
+const char *version_oid(const oid_tables &tables, version_id version) {
     void *key = nullptr;
     void *data = nullptr;
     return ht_flen_lookup(tables.versions, &version, &key, &data) != 0 ? static_cast<char *>(data)
@@ -62,12 +61,12 @@ int keep_oid(void *data, const char *oid) {
 int learn(const listed_record &r, const oid_tables &tables) {
     void *key = nullptr;
     void *data = nullptr;
-    if (r.kind == 'V') {
-        const version_number version{r.first, r.second};
+    if (r.kind == format::kind_version) {
+        const version_id version{r.first, r.second};
         ht_flen_enter(tables.versions, &version, &key, &data);
         return keep_oid(data, r.oid);
     }
-    if (r.kind == 'B') {
+    if (r.kind == format::kind_branch) {
         ht_int_enter(tables.branches, r.first, &key, &data);
         return keep_oid(data, r.oid);
     }
@@ -77,11 +76,11 @@ int learn(const listed_record &r, const oid_tables &tables) {
 /// Single writes are not checked: the flush at the end reports what could not be written.
 void list(const listed_record &r, const oid_tables &tables, FILE *out) {
     switch (r.kind) {
-        case 'V':
+        case format::kind_version:
             fprintf(out, "V %s %ld %s %08X\n", r.oid, static_cast<long>(r.second),
                     branch_oid(tables, r.first), static_cast<unsigned>(r.third));
             return;
-        case 'B':
+        case format::kind_branch:
             if (r.first == 0) {
                 fprintf(out, "B %s %s %s %s %s\n", r.oid, no_oid, no_oid, no_oid, no_oid);
             } else {
@@ -116,10 +115,11 @@ int pass(container_input *c, const oid_tables &tables, FILE *out) {
             return 1;
         }
         listed_record r;
-        if (read_listed_record(c, line_number, longest_written_oid, &r) != 0) {
+        if (read_listed_record(c, line_number, format::longest_written_oid, &r) != 0) {
             return 1;
         }
-        if (r.kind != 'V' && r.kind != 'B' && r.kind != 'E') {
+        if (r.kind != format::kind_version && r.kind != format::kind_branch &&
+            r.kind != format::kind_element) {
             continue;
         }
         if (out == nullptr) {
@@ -129,7 +129,7 @@ int pass(container_input *c, const oid_tables &tables, FILE *out) {
             continue;
         }
         list(r, tables, out);
-        if (r.kind == 'E') {
+        if (r.kind == format::kind_element) {
             return 0;
         }
     }

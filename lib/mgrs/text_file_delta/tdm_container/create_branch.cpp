@@ -51,7 +51,7 @@ int tdm_create_branch(uint64_t create_time, const char *branch_oid, const char *
         return opened;
     }
     line_stream *const out = &new_container.out;
-    if (tdm_cntutl_encode_status(out, tdm::container_format, branch) != 0 ||
+    if (tdm_cntutl_encode_status(out, format::known_format, branch) != 0 ||
         tdm_cntutl_encode_cre_ver(out, version_oid, branch, 0, create_time) != 0 ||
         tdm_cntutl_encode_cre_bra(out, branch_oid, branch, parent.branch, parent_version) != 0) {
         return tdm::status_failed;

@@ -15,7 +15,7 @@ int tdm_create_elem(uint64_t create_time, const char *element_oid, const char *b
         return opened;
     }
     line_stream *const out = &container.out;
-    if (tdm_cntutl_encode_status(out, tdm::container_format, 0) != 0 ||
+    if (tdm_cntutl_encode_status(out, format::known_format, 0) != 0 ||
         tdm_cntutl_encode_cre_ver(out, version_oid, 0, 0, create_time) != 0 ||
         tdm_cntutl_encode_cre_bra(out, branch_oid, 0, 0, 0) != 0 ||
         tdm_cntutl_encode_cre_ele(out, element_oid) != 0) {

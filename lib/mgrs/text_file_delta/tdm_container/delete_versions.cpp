@@ -190,9 +190,9 @@ int pass_weave(container_input *c, const version_table *versions, text_output *o
         int status = 0;
         if (stored_text(c->line, true, &text)) {
             status = pass_text(&stack, &out);
-        } else if (is_record(c->line, 'D')) {
+        } else if (is_record(c->line, format::kind_delete)) {
             status = pass_deletion(c, versions, &out);
-        } else if (is_record(c->line, 'I')) {
+        } else if (is_record(c->line, format::kind_insert)) {
             status = pass_insertion(c, versions, &stack, &out);
         }
         if (status != 0) {
@@ -226,7 +226,7 @@ int tdm_delete_versions_and_branches(const char *container_path, const char *new
     }
     tdm::doomed_set doomed;
     tdm::version_table versions;
-    if (tdm_cntutl_encode_status(&new_container.out, tdm::container_format, highest_branch) != 0 ||
+    if (tdm_cntutl_encode_status(&new_container.out, format::known_format, highest_branch) != 0 ||
         tdm::fill_doomed(&doomed, first, second) != 0 ||
         tdm::create_ver_ht(nullptr, &old_container, &new_container, doomed.oids, false,
                            &versions) != 0 ||

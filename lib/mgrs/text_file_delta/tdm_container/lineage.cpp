@@ -3,12 +3,11 @@
 #include "tdm_container/lineage.h"
 
 #include <algorithm>
-#include <cinttypes>
-#include <cstdio>
 #include <cstring>
 #include <span>
 
 #include "messages/messages.h"
+#include "record_encode.h"
 #include "tdm_container/codec.h"
 #include "tdm_session/grow_array.h"
 
@@ -17,7 +16,7 @@ namespace {
 
 constexpr uint64_t first_capacity = 8;
 
-int append_pair(lineage *l, lineage_pair pair) {
+int append_pair(lineage *l, version_id pair) {
     if (array_reserve(&l->pairs, static_cast<uint64_t>(l->count)) != 0) {
         report_out_of_memory();
         return 1;
@@ -26,8 +25,8 @@ int append_pair(lineage *l, lineage_pair pair) {
     return 0;
 }
 
-bool before(const lineage_pair &a, const lineage_pair &b) {
-    return a.branch != b.branch ? a.branch > b.branch : a.bound > b.bound;
+bool before(const version_id &a, const version_id &b) {
+    return a.branch != b.branch ? a.branch > b.branch : a.number > b.number;
 }
 
 void order_pairs(lineage *l) {
@@ -44,30 +43,30 @@ int bad_record(const container_input *c) {
 
 /// The check that a version number is new, made on the first version record of its branch: that is
 /// the newest one, whether it lives or is commented out.
-int check_version_is_new(const container_input *c, version_number version, bool *pending) {
+int check_version_is_new(const container_input *c, version_id version, bool *pending) {
     bool commented = false;
     const std::string_view record = without_comment(c->line, &commented);
-    if (is_record(c->line, 'E')) {
+    if (is_record(c->line, format::kind_element)) {
         *pending = false;
         return 0;
     }
-    if (!is_record(record, 'V')) {
+    if (!is_record(record, format::kind_version)) {
         return 0;
     }
     oid_buffer oid;
-    version_number found;
+    version_id found;
     uint64_t created = 0;
-    if (tdm_cntutl_decode_cre_ver(record.data(), oid, &found.branch, &found.version, &created) !=
+    if (tdm_cntutl_decode_cre_ver(record.data(), oid, &found.branch, &found.number, &created) !=
         0) {
         return bad_record(c);
     }
     if (found.branch != version.branch) {
         return 0;
     }
-    if (version.version <= found.version) {
+    if (version.number <= found.number) {
         // The text's %x takes unsigned ints; the numbers are 64 bits wide.
-        report_failure(message::version_not_highest, static_cast<unsigned>(version.version),
-                       static_cast<unsigned>(version.branch), static_cast<unsigned>(found.version),
+        report_failure(message::version_not_highest, static_cast<unsigned>(version.number),
+                       static_cast<unsigned>(version.branch), static_cast<unsigned>(found.number),
                        c->in.file_name);
         return 1;
     }
@@ -81,19 +80,13 @@ lineage::~lineage() {
     array_release(&pairs);
 }
 
-bool in_lineage(const lineage *l, uint64_t branch, uint64_t version) {
-    const std::span pairs(l->pairs, static_cast<size_t>(l->count));
-    const auto found =
-        std::partition_point(pairs.begin(), pairs.end(),
-                             [branch](const lineage_pair &pair) { return pair.branch > branch; });
-    return found != pairs.end() && found->branch == branch && found->bound >= version;
-}
-
 int next_branch_number(const container_input *c, uint64_t highest, uint64_t met, uint64_t *branch) {
     if (met > highest || highest == UINT64_MAX) {
-        char record[64];
-        std::snprintf(record, sizeof record, "^S %" PRIx64 " %" PRIx64, known_formats, highest);
-        report_bad_record(c->in.file_name, record);
+        format::encode_status(known_formats, highest, [c](std::string_view record) {
+            char shown[64] = {};
+            std::memcpy(shown, record.data(), record.find('\n'));
+            report_bad_record(c->in.file_name, shown);
+        });
         return 1;
     }
     *branch = highest + 1;
@@ -107,7 +100,7 @@ int find_branch_by_oid(container_input *c, const char *oid, bool missing_ok, bra
         if (next_line(c, &at_eof) != 0) {
             return 1;
         }
-        if (at_eof || is_record(c->line, 'E')) {
+        if (at_eof || is_record(c->line, format::kind_element)) {
             if (missing_ok) {
                 place->branch = highest;
                 return 2;
@@ -115,7 +108,7 @@ int find_branch_by_oid(container_input *c, const char *oid, bool missing_ok, bra
             report_failure(message::no_such_branch);
             return 1;
         }
-        if (!is_record(c->line, 'B')) {
+        if (!is_record(c->line, format::kind_branch)) {
             continue;
         }
         oid_buffer found;
@@ -130,16 +123,16 @@ int find_branch_by_oid(container_input *c, const char *oid, bool missing_ok, bra
     }
 }
 
-int construct_lineage(container_input *c, version_number version, bool check_new,
-                      version_number start, lineage *l) {
-    l->pairs = array_create<lineage_pair>(first_capacity);
+int construct_lineage(container_input *c, version_id version, bool check_new, version_id start,
+                      lineage *l) {
+    l->pairs = array_create<version_id>(first_capacity);
     if (l->pairs == nullptr) {
         report_out_of_memory();
         return 1;
     }
-    l->pairs[l->count++] = {version.branch, version.version};
+    l->pairs[l->count++] = {version.branch, version.number};
     if (start.branch != version.branch) {
-        l->pairs[l->count++] = {start.branch, start.version};
+        l->pairs[l->count++] = {start.branch, start.number};
     }
     if (rewind_container(c) != 0) {
         return 1;
@@ -160,7 +153,7 @@ int construct_lineage(container_input *c, version_number version, bool check_new
         if (pending && check_version_is_new(c, version, &pending) != 0) {
             return 1;
         }
-        if (current == 0 || !is_record(c->line, 'B')) {
+        if (current == 0 || !is_record(c->line, format::kind_branch)) {
             continue;
         }
         oid_buffer oid;

@@ -3,15 +3,12 @@
 
 #include <cstdint>
 
+#include "lineage_member.h"
 #include "tdm_container/container_file.h"
 
 namespace tdm {
 
-/// Records of `branch` up to and including version `bound` belong to the lineage.
-struct lineage_pair {
-    uint64_t branch;
-    uint64_t bound;
-};
+using format::version_id;
 
 /// The first pair is the version itself, each further one the branch point of the branch before it.
 /// Branch numbers fall from pair to pair: a branch is always numbered above the one it was made
@@ -23,11 +20,13 @@ struct lineage {
     ~lineage();
 
     int32_t count = 0;
-    lineage_pair *pairs = nullptr;  // a grow_array
+    version_id *pairs = nullptr;  // a grow_array
 };
 
-/// Whether a record of this branch and version belongs to the lineage. Logarithmic in branch depth.
-bool in_lineage(const lineage *l, uint64_t branch, uint64_t version);
+/// Whether a record of this version belongs to the lineage. Logarithmic in branch depth.
+inline bool in_lineage(const lineage *l, version_id id) {
+    return format::in_lineage({l->pairs, static_cast<size_t>(l->count)}, id);
+}
 
 /// A branch record's numbers.
 struct branch_place {
@@ -50,18 +49,13 @@ struct branch_place {
 [[nodiscard]] int next_branch_number(const container_input *c, uint64_t highest, uint64_t met,
                                      uint64_t *branch);
 
-struct version_number {
-    uint64_t branch;
-    uint64_t version;
-};
-
 /// Works out the lineage of `version`, from the start of the container.
 /// @param check_new  also refuse a version that is not above every recorded one of its branch,
 ///                   deleted ones included.
 /// @param start      where tracing starts: the version itself, or the branch point of a branch that
 ///                   does not exist yet.
 /// @returns 0, the container standing wherever tracing ended; 1 after a reported failure.
-[[nodiscard]] int construct_lineage(container_input *c, version_number version, bool check_new,
-                                    version_number start, lineage *l);
+[[nodiscard]] int construct_lineage(container_input *c, version_id version, bool check_new,
+                                    version_id start, lineage *l);
 
 }  // namespace tdm

@@ -18,30 +18,30 @@ int read_listed_record(const container_input *c, long line_number, size_t longes
                        listed_record *r) {
     const char *const line = c->line.data();
     *r = {};
-    if (line[0] != '^') {
+    if (line[0] != format::record_mark) {
         return 0;
     }
     r->kind = line[1];
     switch (r->kind) {
-        case '#':
-        case 'D':
-        case 'I':
-        case 'N':
-        case 'Q':
-        case 'T':
+        case format::kind_comment:
+        case format::kind_delete:
+        case format::kind_insert:
+        case format::kind_unended:
+        case format::kind_quoted:
+        case format::kind_marked_text:
             return 0;
-        case 'V':
-        case 'B':
+        case format::kind_version:
+        case format::kind_branch:
             if (tdm_cntutl_decode_cre_bra(line, r->oid, &r->first, &r->second, &r->third) != 0) {
                 break;
             }
             return std::strlen(r->oid) <= longest_oid ? 0 : bad_record(c, line_number);
-        case 'E':
+        case format::kind_element:
             if (tdm_cntutl_decode_cre_ele(line, r->oid) != 0) {
                 break;
             }
             return std::strlen(r->oid) <= longest_oid ? 0 : bad_record(c, line_number);
-        case 'S':
+        case format::kind_status:
             report_failure(message::status_must_be_first);
             break;
         default:

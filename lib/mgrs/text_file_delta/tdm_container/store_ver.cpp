@@ -106,7 +106,7 @@ int reconstruct_predecessor(container_input *c, const lineage *l, temporary_file
 
 int write_header(container_input *c, const new_version &v, const placement &place, text_output *o) {
     line_stream *const out = &o->out;
-    if (tdm_cntutl_encode_status(out, container_format, place.highest_branch) != 0 ||
+    if (tdm_cntutl_encode_status(out, format::known_format, place.highest_branch) != 0 ||
         tdm_cntutl_encode_cre_ver(out, v.version_oid, place.branch, v.version, v.create_time) !=
             0) {
         return 1;
@@ -115,7 +115,10 @@ int write_header(container_input *c, const new_version &v, const placement &plac
                                                          place.base_branch, v.predecessor) != 0) {
         return 1;
     }
-    return skip_old_status(c, 1) != 0 || copy_structure_until_ctrl_kind('E', c, o) != 0 ? 1 : 0;
+    return skip_old_status(c, 1) != 0 ||
+                   copy_structure_until_ctrl_kind(format::kind_element, c, o) != 0
+               ? 1
+               : 0;
 }
 
 /// The copy of the old weave into the new container, led by the differences.
@@ -124,7 +127,7 @@ struct weave_copy {
     text_output *o;
     const lineage *l;
     tdm_session *session;
-    version_number version;
+    version_id version;
     const char *text_path;
     int32_t base_pos;  // lines of the predecessor copied so far
 };
@@ -137,7 +140,7 @@ int copy_lines(const weave_copy &w, int32_t count) {
 int weave_deletion(weave_copy *w, const diff_block &block) {
     const int32_t count = block.base_last - block.base_first + 1;
     if (copy_lines(*w, block.base_first - 1 - w->base_pos) != 0 ||
-        tdm_cntutl_encode_delete(&w->o->out, w->version.branch, w->version.version,
+        tdm_cntutl_encode_delete(&w->o->out, w->version.branch, w->version.number,
                                  static_cast<uint64_t>(int64_t{count})) != 0 ||
         copy_lines(*w, count) != 0) {
         return 1;
@@ -148,7 +151,7 @@ int weave_deletion(weave_copy *w, const diff_block &block) {
 
 int weave_insertion(const weave_copy &w, const diff_block &block) {
     const int32_t count = block.other_last - block.other_first + 1;
-    if (tdm_cntutl_encode_insert(&w.o->out, w.version.branch, w.version.version,
+    if (tdm_cntutl_encode_insert(&w.o->out, w.version.branch, w.version.number,
                                  static_cast<uint64_t>(int64_t{count})) != 0) {
         return 1;
     }
@@ -160,7 +163,7 @@ int weave_insertion(const weave_copy &w, const diff_block &block) {
         }
         const std::string_view text = line;
         // Stored, with its prefix, it would be over the limit that is told.
-        if (!can_be_read_back(text)) {
+        if (!format::can_be_read_back(text)) {
             report_line_too_long(w.text_path);
             return 1;
         }

@@ -16,7 +16,7 @@ constexpr uint32_t bucket_count = 511;
 constexpr uint32_t growth_factor = 5;
 constexpr uint32_t version_data_size = 32;
 constexpr uint32_t branch_data_size = 16;
-static_assert(sizeof(version_entry) <= version_data_size && sizeof(version_number) == 16);
+static_assert(sizeof(version_entry) <= version_data_size && sizeof(version_id) == 16);
 
 /// The surviving version of a branch that was seen last: while the header is read the nearest newer
 /// one, at its end the oldest.
@@ -96,7 +96,7 @@ int bad_record(const header_pass &pass) {
 
 /// A version that stays reachable, alive or as a branch point, is what older ones of its branch
 /// are represented by.
-int note_surviving(const header_pass &pass, version_number version, const char *oid,
+int note_surviving(const header_pass &pass, version_id version, const char *oid,
                    version_entry *entry) {
     if (pass.copy_oids) {
         entry->oid = mem_area_strdup(pass.area, oid);
@@ -109,16 +109,16 @@ int note_surviving(const header_pass &pass, version_number version, const char *
     if (branch == nullptr) {
         return 1;
     }
-    *branch = {version.version, entry->oid};
+    *branch = {version.number, entry->oid};
     return 0;
 }
 
 int judge_version(const header_pass &pass, const char *record, bool commented,
                   disposition *verdict) {
     oid_buffer oid;
-    version_number version;
+    version_id version;
     uint64_t created = 0;
-    if (tdm_cntutl_decode_cre_ver(record, oid, &version.branch, &version.version, &created) != 0) {
+    if (tdm_cntutl_decode_cre_ver(record, oid, &version.branch, &version.number, &created) != 0) {
         return bad_record(pass);
     }
     auto *entry = enter<version_entry>(pass.versions, version);
@@ -160,7 +160,7 @@ int judge_deleted_branch(const header_pass &pass, uint64_t branch, bool commente
                        static_cast<unsigned>(branch), pass.c->in.file_name);
         return 1;
     }
-    auto *first = lookup<version_entry>(pass.versions, version_number{branch, 0});
+    auto *first = lookup<version_entry>(pass.versions, version_id{branch, 0});
     if (first == nullptr) {
         constexpr int reported_line = 769;
         report_inconsistency(container_unit, reported_line);
@@ -186,8 +186,8 @@ int judge_branch(const header_pass &pass, const char *record, bool commented,
         *verdict = disposition::drop;
         return 0;
     }
-    auto *point = enter<version_entry>(pass.versions,
-                                       version_number{place.parent_branch, place.parent_version});
+    auto *point =
+        enter<version_entry>(pass.versions, version_id{place.parent_branch, place.parent_version});
     if (point == nullptr) {
         return 1;
     }
@@ -201,7 +201,7 @@ int rewrite(text_output *rewritten, std::string_view record, disposition verdict
         case disposition::drop:
             return 0;
         case disposition::comment_out:
-            if (write_text(rewritten, "^#") != 0) {
+            if (write_text(rewritten, format::comment_prefix) != 0) {
                 return 1;
             }
             [[fallthrough]];
@@ -224,17 +224,17 @@ int read_header(const header_pass &pass, text_output *rewritten) {
         bool commented = false;
         const std::string_view record = without_comment(pass.c->line, &commented);
         auto verdict = disposition::keep;
-        if (is_record(record, 'V')) {
+        if (is_record(record, format::kind_version)) {
             if (judge_version(pass, record.data(), commented, &verdict) != 0) {
                 return 1;
             }
-        } else if (is_record(record, 'B')) {
+        } else if (is_record(record, format::kind_branch)) {
             if (judge_branch(pass, record.data(), commented, &verdict) != 0) {
                 return 1;
             }
         }
         // Any other line without its newline is the last one, and the header then has no end.
-        const bool last = is_record(record, 'E');
+        const bool last = is_record(record, format::kind_element);
         if (rewritten != nullptr &&
             ((last && check_line_end(pass.c) != 0) || rewrite(rewritten, record, verdict) != 0)) {
             return 1;
@@ -247,13 +247,13 @@ int read_header(const header_pass &pass, text_output *rewritten) {
 
 }  // namespace
 
-const version_entry *find_version(const version_table *table, version_number version) {
+const version_entry *find_version(const version_table *table, version_id version) {
     return lookup<version_entry>(table->entries, version);
 }
 
 int create_ver_ht(mem_area *area, container_input *c, text_output *rewritten, hash_table *doomed,
                   bool copy_oids, version_table *table) {
-    table->entries = create_dynamic(version_data_size, sizeof(version_number));
+    table->entries = create_dynamic(version_data_size, sizeof(version_id));
     branch_table branches;
     branches.entries = create_dynamic(branch_data_size, sizeof(uint64_t));
     if (table->entries == nullptr || branches.entries == nullptr) {

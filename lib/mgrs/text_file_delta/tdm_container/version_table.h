@@ -20,7 +20,7 @@ struct version_entry {
     uint64_t successor;  // for a deleted version the number of that nearest newer one, 0: none
 };
 
-/// Owner of a table keyed by version_number.
+/// Owner of a table keyed by version_id.
 struct version_table {
     version_table() = default;
     version_table(const version_table &) = delete;
@@ -35,7 +35,7 @@ struct version_table {
 };
 
 /// The entry of a version, or null when the header does not list it.
-const version_entry *find_version(const version_table *table, version_number version);
+const version_entry *find_version(const version_table *table, version_id version);
 
 /// Reads the header, from the status record or the line after it up to the element record.
 /// @param area      takes copies of oids; may be null when none are asked for.

@@ -17,14 +17,14 @@ int count_run(const container_input *c, const lineage *l, bool is_insert, uint64
     if (decode_run(c, &run) != 0) {
         return 1;
     }
-    const bool member = in_lineage(l, run.version.branch, run.version.version);
+    const bool member = in_lineage(l, run.version);
     return member == is_insert ? 0 : add_to_skip(c, run, skip);
 }
 
 }  // namespace
 
 int decode_run(const container_input *c, run_record *run) {
-    if (tdm_cntutl_decode_insert(c->line.data(), &run->version.branch, &run->version.version,
+    if (tdm_cntutl_decode_insert(c->line.data(), &run->version.branch, &run->version.number,
                                  &run->line_count) != 0) {
         report_bad_record(c->in.file_name, c->line.data());
         return 1;
@@ -61,7 +61,8 @@ int copy_until_n_lines(bool copy, uint32_t annotation_flags, uint64_t n, const l
         std::string_view text;
         if (!stored_text(c->line, false, &text)) {
             const char kind = c->line.size() > 1 ? c->line[1] : '\0';
-            if ((kind == 'I' || kind == 'D') && count_run(c, l, kind == 'I', &skip) != 0) {
+            if (format::counts_lines(kind) &&
+                count_run(c, l, kind == format::kind_insert, &skip) != 0) {
                 return 1;
             }
         } else if (skip != 0) {
@@ -89,8 +90,10 @@ int copy_structure_until_ctrl_kind(char kind, container_input *c, text_output *o
         if (copy_line(&out) != 0) {
             return 1;
         }
-        const bool ordinary_text = c->line[0] != '^' || is_record(c->line, 'T');
-        if (kind == 'T' ? ordinary_text : kind != 0 && is_record(c->line, kind)) {
+        const bool ordinary_text =
+            c->line[0] != format::record_mark || is_record(c->line, format::kind_marked_text);
+        if (kind == format::kind_marked_text ? ordinary_text
+                                             : kind != 0 && is_record(c->line, kind)) {
             break;
         }
     }

@@ -32,7 +32,7 @@ inline constexpr uint32_t annotation_mask = annotate_version | annotate_deleted 
 
 /// An insert or delete record of the weave.
 struct run_record {
-    version_number version;
+    version_id version;
     uint64_t line_count;
 };
 

@@ -138,8 +138,7 @@ line_start backward_source::starts_line(int k, uint64_t bytes_from_end) const {
 /// Whether the line reader takes a line of that length.
 bool is_text_length(std::string_view line) {
     const size_t newline = line.back() == '\n' ? 1 : 0;
-    const size_t allowance = line.starts_with("^N ") ? no_newline_prefix : 0;
-    return line.size() <= longest_line + allowance + newline;
+    return line.size() <= format::longest_stored(line) + newline;
 }
 
 /// The line before the tail of file k. Only the file's very last line may lack its newline.

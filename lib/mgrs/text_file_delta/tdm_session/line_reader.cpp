@@ -60,7 +60,8 @@ int replace_buffer(line_stream *in, int capacity) {
 }
 
 int grow_buffer(line_stream *in) {
-    const int capacity = next_line_capacity(in->capacity, std::strncmp(in->line, "^N ", 3) == 0);
+    const int capacity = next_line_capacity(
+        in->capacity, std::string_view(in->line).starts_with(format::unended_prefix));
     if (capacity == 0) {
         report_line_too_long(in->file_name);
         return 1;

@@ -6,12 +6,14 @@
 
 #include <cstddef>
 
+#include "text_line.h"
+
 namespace tdm {
 
-/// Longest line that is text: bytes before its newline. A stored line without a final newline
-/// (`^N `) may be longer by its prefix.
-inline constexpr int longest_line = 8000;
-inline constexpr int no_newline_prefix = 3;
+/// Longest line that is text, newline not counted, and what one stored without its newline may have
+/// more.
+inline constexpr int longest_line = format::longest_line;
+inline constexpr int no_newline_prefix = format::unended_prefix.size();
 
 inline constexpr off_t position_unknown = -1;
 
