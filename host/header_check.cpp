@@ -120,10 +120,14 @@ void check_branch_point(header_check *check, const branch_record &branch) {
     }
     if (branch.parent.branch >= branch.number) {
         check->fault(branch.line, name + " is made off a branch that is not older", whole);
-    } else if (find_version(check->view, branch.parent) == nullptr) {
-        check->fault(branch.line,
-                     name + " is made off " + check->name(branch.parent) + ", which does not exist",
-                     whole);
+        return;
+    }
+    const version_record *point = find_version(check->view, branch.parent);
+    const std::string made_off = name + " is made off " + check->name(branch.parent) + ", which ";
+    if (point == nullptr) {
+        check->fault(branch.line, made_off + "does not exist", whole);
+    } else if (point->line < branch.line) {
+        check->fault(branch.line, made_off + "stands above it", whole);
     }
 }
 

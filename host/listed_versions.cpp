@@ -52,7 +52,11 @@ void listed_versions::take_branch(const branch_record &record) {
         branch.commented = true;
         return;
     }
-    if (branch.record != nullptr || branch.count == 0 || record.number > view_.highest_branch) {
+    const branch_facts *parent = record.number == 0 ? nullptr : find(record.parent.branch);
+    const bool below_point =
+        parent != nullptr && parent->count > 0 && record.parent.number >= parent->lowest;
+    if (branch.record != nullptr || branch.count == 0 || record.number > view_.highest_branch ||
+        below_point) {
         sound_ = false;
     }
     branch.record = &record;

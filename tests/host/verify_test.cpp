@@ -180,6 +180,9 @@ TEST(verify, finds_what_is_lost_and_repair_keeps_what_hangs_on_it) {
         // Draft hangs on main@2.
         {"ver1", "ver2", "c:7: the identifier ver2 stands in line 8 again", "lost: main@2 (line 7",
          "^B draft 1 0 2\n^#^V ver3 0 3 4\n^#^V lost-0-2 0 2 3\n^#^V lost-0-1 0 1 2\n"},
+        {"^B draft 1 0 2", "^B draft 1 0 4",
+         "c:5: branch draft is made off main@4, which stands above",
+         "lost: draft@1 to draft@2, 2 versions (line 5", "^#^V ver3 0 3 4\n^V ver2"},
         {"^V ver2 0 2 3\n", "", "c:5: branch draft is made off main@2", "lost: draft@2 (line 3",
          "^S db1 1\n^V ver4 0 4 7\n^#^V ver3 0 3 4\n^#^V lost-0-2 0 2 0\n^V ver1"},
     };
