@@ -6,17 +6,17 @@
 #include <cstring>
 
 #include "targets.h"
+#include "text_lines.h"
 
 namespace fuzz {
 
 std::vector<std::string> split(std::string_view text) {
-    std::vector<std::string> lines;
-    while (!text.empty()) {
-        const size_t end = std::min(text.find('\n'), text.size() - 1) + 1;
-        lines.emplace_back(text.substr(0, end));
-        text.remove_prefix(end);
+    const host::text_lines lines = host::split_lines(text);
+    std::vector<std::string> out;
+    for (int32_t i = 0; i < lines.count(); i++) {
+        out.emplace_back(lines.line(i));
     }
-    return lines;
+    return out;
 }
 
 std::string join(const std::vector<std::string> &lines) {
@@ -92,14 +92,22 @@ void change_number(std::string *line, choices *random) {
     if (places.empty()) {
         return;
     }
+    constexpr const char *values[] = {"0",
+                                      "1",
+                                      "2",
+                                      "3",
+                                      "4",
+                                      "5",
+                                      "6",
+                                      "7",
+                                      "8",
+                                      "9",
+                                      "1a",
+                                      "fffffffffffffffe",
+                                      "ffffffffffffffff"};
     const size_t at = random->of(places);
     const size_t end = std::min(line->find_first_not_of("0123456789abcdef", at), line->size());
-    unsigned long long value = std::strtoull(line->substr(at, end - at).c_str(), nullptr, 16);
-    constexpr unsigned long long odd[] = {0, 1, 0xffffffff, ~0ull, ~0ull - 1};
-    value = random->below(8) == 0 ? random->of(odd) : value + random->below(5) - 2;
-    char digits[20];
-    (void)std::snprintf(digits, sizeof digits, "%llx", value);
-    line->replace(at, end - at, digits);
+    line->replace(at, end - at, random->of(values));
 }
 
 // A version less, one more on the newest of a branch, or one on a branch of its own: what the

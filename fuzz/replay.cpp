@@ -42,13 +42,13 @@ extern "C" size_t LLVMFuzzerMutate(uint8_t *data, size_t size, size_t) {
     if (size > 0) {
         data[random.below(size)] = static_cast<uint8_t>(random.below(256));
     }
-    return size;
+    return random.below(3) == 0 ? random.below(size) : size;
 }
 
 int main(int argc, char **argv) {
     std::vector<std::string> originals;
     for (const auto &entry : std::filesystem::directory_iterator(argv[2])) {
-        originals.push_back(fuzz::read_file(entry.path()));
+        originals.push_back(read_file(entry.path()));
     }
     LLVMFuzzerInitialize(&argc, &argv);
     std::signal(SIGABRT, show_input);

@@ -4,8 +4,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <list>
 
 #include "cli.h"
@@ -24,10 +22,9 @@ constexpr struct {
     std::string_view name;
     void (*run)(std::string_view);
 } targets[] = {
-    {"reader", fuzz::reader},   {"annotate", fuzz::annotate}, {"delete", fuzz::delete_versions},
-    {"purge", fuzz::purge},     {"repair", fuzz::repair},     {"checkin", fuzz::checkin},
-    {"compare", fuzz::compare}, {"stream", fuzz::stream},     {"merge", fuzz::merge},
-    {"options", fuzz::options}};
+    {"reader", fuzz::reader}, {"annotate", fuzz::annotate}, {"delete", fuzz::delete_versions},
+    {"purge", fuzz::purge},   {"repair", fuzz::repair},     {"checkin", fuzz::checkin},
+    {"stream", fuzz::stream}, {"merge", fuzz::merge},       {"options", fuzz::options}};
 
 void remove_scratch() {
     std::error_code ignored;
@@ -108,19 +105,6 @@ void require(bool holds, const std::string &words) {
 
 choices::choices(std::string_view seed)
     : random(static_cast<unsigned>(std::hash<std::string_view>()(seed) % 2147483629u + 1)) {}
-
-std::string read_file(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-void write_file(const std::string &path, std::string_view bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-
-size_t count_files() {
-    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator("."), {}));
-}
 
 int run(std::vector<std::string> words) {
     words.insert(words.begin(), "tdm");

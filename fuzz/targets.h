@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "container_check.h"
+#include "files.h"
 #include "memory_file.h"
 
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv);
@@ -33,7 +34,6 @@ void checkin(std::string_view input);
 void delete_versions(std::string_view input);
 void purge(std::string_view input);
 void repair(std::string_view input);
-void compare(std::string_view input);
 void stream(std::string_view input);
 void merge(std::string_view input);
 void options(std::string_view input);
@@ -55,9 +55,6 @@ struct choices {
     }
 };
 
-std::string read_file(const std::string &path);
-void write_file(const std::string &path, std::string_view bytes);
-size_t count_files();
 // Runs the command in the scratch folder, which is the working directory; its exit status.
 int run(std::vector<std::string> words);
 // Lets go of the temporary files that the library has asked for.

@@ -2,32 +2,11 @@
 #include <algorithm>
 
 #include "comparison.h"
-#include "moved_text.h"
 #include "targets.h"
 
 namespace fuzz {
 
 namespace {
-
-std::string replayed(const host::text_lines &base, const host::text_lines &file,
-                     const std::vector<host::edit> &edits) {
-    std::string text;
-    int32_t base_line = 0;
-    int32_t file_line = 0;
-    for (const host::edit &edit : edits) {
-        require(edit.base_first > base_line || (edit.base_first == 0 && text.empty()),
-                "edits that touch");
-        require(edit.base_first - base_line == edit.file_first - file_line &&
-                    edit.base_end >= edit.base_first && edit.file_end >= edit.file_first &&
-                    edit.base_end + edit.file_end > edit.base_first + edit.file_first,
-                "edits out of step");
-        text += base.range(base_line, edit.base_first);
-        text += file.range(edit.file_first, edit.file_end);
-        base_line = edit.base_end;
-        file_line = edit.file_end;
-    }
-    return text += base.range(base_line, base.count());
-}
 
 // Lines first .. last, from 1.
 std::string_view take(const host::text_lines &text, int32_t first, int32_t last) {
@@ -100,37 +79,6 @@ void check_lines(const std::vector<std::string> &texts, const std::string &resul
 }
 
 }  // namespace
-
-// Replaying a file's edits on the base gives the file; edits are in order and apart; moved lines
-// are equal, and in what an edit removes and an edit inserts.
-void compare(std::string_view input) {
-    const auto texts = texts_of_input(input, 2, 4);
-    std::vector<host::text_file> files(texts.size());
-    for (size_t i = 0; i < texts.size(); i++) {
-        require(host::hold_text("text", texts[i], &files[i]) == 0, "no memory file");
-    }
-    host::comparison compared;
-    require(host::compare_files(&files, "compare", false, host::after_compare::close_session,
-                                &compared) == 0,
-            "texts that cannot be compared");
-    const host::text_lines &base = files[0].lines;
-    for (size_t i = 1; i < files.size(); i++) {
-        const host::text_lines &file = files[i].lines;
-        const host::file_edits found = host::edits_of(compared, files, i, {});
-        require(replayed(base, file, found.edits) == texts[i], "the edits do not give the file");
-        require(found.edits.empty() == (texts[i] == texts[0]), "edits of equal texts");
-        for (const host::line_run &move : found.moves) {
-            for (int32_t n = 0; n < move.count; n++) {
-                const int32_t from = move.base_first + n;
-                const int32_t to = move.file_first + n;
-                require(base.line(from) == file.line(to), "moved lines differ");
-                require(host::edit_removing(found.edits, from) >= 0 &&
-                            host::edit_inserting(found.edits, to) >= 0,
-                        "a moved line that is in no edit");
-            }
-        }
-    }
-}
 
 // The library's blocks of each file, in their order, walk the base without a gap and give the file.
 void stream(std::string_view input) {

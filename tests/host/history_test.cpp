@@ -4,7 +4,6 @@
 #include <random>
 #include <regex>
 
-#include "history_proof.h"
 #include "run_command.h"
 #include "small_texts.h"
 
@@ -41,18 +40,6 @@ protected:
 
     const scratch_folder folder_;
 };
-
-TEST_F(history, every_version_comes_back) {
-    const std::pair<const char *, std::string> rows[] = {
-        {"main@0", ""},          {"main@1", "a\nb\nc\n"}, {"main@2", "a\nB\nc\n^d"},
-        {"main@3", "a\nc\ne\n"}, {"main", "a\nc\ne\n"},   {"dev@1", "a\nb\nx\n"},
-        {"fix@0", "a\nb\nx\n"},  {"fix", "a\nb\nx\n"},
-    };
-    for (const auto &[version, text] : rows) {
-        EXPECT_EQ(tdm({"checkout", "c", version}).out, text) << version;
-    }
-    EXPECT_EQ(tdm("checkout c").out, "a\nc\ne\n");
-}
 
 TEST_F(history, listings_are_as_documented) {
     expect_golden("list.txt", without_identifiers(tdm("list c", dated).out));
@@ -242,34 +229,6 @@ TEST(import, stores_the_same_as_checking_in_one_by_one) {
             }
         }
         EXPECT_EQ(weave_of("all"), weave_of("one"));
-    }
-}
-
-TEST(import, sees_a_version_that_reads_otherwise) {
-    const scratch_folder folder;
-    text_maker make{.random = std::mt19937(7), .repeated = 0.5, .quoted = 0.2};
-    ASSERT_EQ(tdm("create c").status, 0);
-    std::vector<std::string> words = {"import", "-q", "c", "--allow-same"};
-    std::vector<std::string> texts = {""};
-    for (int i = 1; i <= 30; i++) {
-        texts.push_back(make.changed(texts.back() + "more\n"));
-        words.push_back("t" + std::to_string(i));
-        write_file(words.back(), texts.back());
-    }
-    ASSERT_EQ(tdm(words).status, 0);
-    // A run without lines changes no version, but is a fault.
-    const std::string bytes = read_file("c");
-    for (const std::string &tail : {std::string(), std::string("^I 0 1e 0\n")}) {
-        write_file("c", bytes + tail);
-        host::container_view view;
-        ASSERT_EQ(host::open_container("c", &view), 0);
-        for (size_t other = 5; other <= 30; other++) {
-            host::history_proof proof(view, {0, 5}, 26);
-            for (size_t i = 5; i <= other; i++) {
-                const std::string text = i == other ? texts[i] + "x\n" : texts[i];
-                EXPECT_EQ(proof.next_equals(text), i != other) << i << tail;
-            }
-        }
     }
 }
 

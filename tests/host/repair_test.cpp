@@ -17,59 +17,47 @@ using host::container_view;
 using host_tests::constructed;
 using host_tests::random_history;
 
-enum class damage_kind { byte, digit, removed_byte, added_byte, dropped, doubled, swapped, count };
-
+// A line of the container, from 0, and what stands there instead: nothing, one line or two.
 struct damage_case {
-    damage_kind kind;
-    size_t at;    // of the byte, or the start of the record
-    size_t past;  // behind the lines that it touches
-    char byte;
+    size_t line;
+    std::vector<std::string> instead;
 };
 
-size_t line_end(const std::string &bytes, size_t at) {
-    const size_t newline = bytes.find('\n', at);
-    return newline == std::string::npos ? bytes.size() : newline + 1;
-}
-
-bool is_record(const std::string &bytes, size_t at) {
-    return bytes[at] == '^' && bytes[at + 1] != 'Q' && bytes[at + 1] != 'N';
-}
-
-damage_case random_damage(const std::string &bytes, random_history &history) {
+damage_case random_damage(const std::vector<std::string> &lines, random_history &history) {
     constexpr std::string_view likely = "^0123456789abcdef \nIDQNVBE#";
     const auto pick = [&](size_t below) { return history.pick(static_cast<unsigned>(below)); };
-    const auto kind = static_cast<damage_kind>(pick(static_cast<size_t>(damage_kind::count)));
-    size_t at = pick(bytes.size());
-    if (kind != damage_kind::byte && kind != damage_kind::removed_byte &&
-        kind != damage_kind::added_byte) {
-        at = at == 0 ? 0 : line_end(bytes, at - 1) % bytes.size();
-        for (; !is_record(bytes, at); at = line_end(bytes, at) % bytes.size()) {
-        }
+    const auto is_record = [&](size_t i) {
+        return lines[i][0] == '^' && lines[i][1] != 'Q' && lines[i][1] != 'N';
+    };
+    const unsigned kind = pick(6);
+    size_t at = pick(lines.size());
+    while (kind >= 3 && !is_record(at)) {
+        at = pick(lines.size());
     }
-    size_t past = line_end(bytes, at);
-    at += kind == damage_kind::digit ? pick(past - at - 1) : 0;
-    past = kind == damage_kind::swapped ? line_end(bytes, past) : past;
-    return {kind, at, past, likely[pick(likely.size())]};
+    const std::string &line = lines[at];
+    const size_t byte = pick(line.size());
+    std::string changed = line;
+    switch (kind) {
+        case 0:
+            return {at, {changed.erase(byte, 1)}};
+        case 1:
+            return {at, {changed.insert(byte, 1, likely[pick(likely.size())])}};
+        case 3:
+            return {at, {}};
+        case 4:
+            return {at, {line, line}};
+        default:
+            changed[kind == 5 ? std::min(byte, line.size() - 2) : byte] =
+                likely[pick(likely.size())];
+            return {at, {changed}};
+    }
 }
 
-std::string damaged(std::string bytes, const damage_case &damage) {
-    const size_t size = line_end(bytes, damage.at) - damage.at;
-    const std::string line = bytes.substr(damage.at, size);
-    switch (damage.kind) {
-        case damage_kind::removed_byte:
-            return bytes.erase(damage.at, 1);
-        case damage_kind::added_byte:
-            return bytes.insert(damage.at, 1, damage.byte);
-        case damage_kind::dropped:
-            return bytes.erase(damage.at, size);
-        case damage_kind::doubled:
-            return bytes.insert(damage.at, line);
-        case damage_kind::swapped:
-            return bytes.erase(damage.at, size).insert(damage.past - size, line);
-        default:
-            bytes[damage.at] = damage.byte;
-            return bytes;
+std::string damaged(std::vector<std::string> lines, const std::vector<damage_case> &all) {
+    for (const damage_case &damage : all) {
+        lines[damage.line] = joined(damage.instead);
     }
+    return joined(lines);
 }
 
 // The history's container after some versions have been deleted.
@@ -167,15 +155,16 @@ TEST(repair, saves_no_version_with_another_text) {
         random_history history(seed, 12 + static_cast<int>(seed % 20));
         const std::string bytes =
             seed % 2 == 0 ? pruned_container(history) : read_file(history.path());
+        const std::vector<std::string> lines = split_lines(bytes);
         host::kept_digests kept;
         write_file("whole", bytes);
         write_file("digests", tdm("verify --json whole").out);
         ASSERT_EQ(kept.read("digests"), 0);
         for (int round = 0; round < rounds; round++) {
             SCOPED_TRACE(round);
-            const damage_case first = random_damage(bytes, history);
-            const damage_case second = random_damage(bytes, history);
-            const std::string once = damaged(bytes, second);
+            const damage_case first = random_damage(lines, history);
+            const damage_case second = random_damage(lines, history);
+            const std::string once = damaged(lines, {second});
             const judgement one = judge(once, history, kept);
             unseen += one.unseen ? 1 : 0;
             seen += one.sound ? 0 : 1;
@@ -185,8 +174,9 @@ TEST(repair, saves_no_version_with_another_text) {
             EXPECT_EQ(one.wrong, "");
             saved += one.saved;
             total += history.versions.size();
-            if (first.past <= second.at && !judge(damaged(bytes, first), history, kept).sound) {
-                EXPECT_EQ(judge(damaged(once, first), history, kept).wrong, "") << "two damages";
+            if (first.line != second.line && !judge(damaged(lines, {first}), history, kept).sound) {
+                EXPECT_EQ(judge(damaged(lines, {first, second}), history, kept).wrong, "")
+                    << "two damages";
             }
         }
     }

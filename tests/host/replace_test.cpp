@@ -214,32 +214,6 @@ TEST_F(replacement, descriptors_without_paths_of_their_own_are_written_all_the_s
     EXPECT_EQ(files_in("."), (std::vector<std::string>{"c", "first", "merged", "out", "second"}));
 }
 
-TEST_F(replacement, full_disk_changes_nothing) {
-    const command_result result =
-        tdm("checkin c second", {.file_size_limit = static_cast<long>(old_bytes_.size())});
-    EXPECT_EQ(result.status, 2);
-    EXPECT_NE(result.err.find("File too large"), std::string::npos) << result.err;
-    EXPECT_TRUE(is_old());
-    EXPECT_EQ(leftovers(), 0u);
-}
-
-TEST_F(replacement, closed_standard_output_does_not_let_data_into_the_container) {
-    EXPECT_EQ(shell("$TDM checkin c second >&- 2>err <&-").status, 2);
-    EXPECT_EQ(read_file("err"),
-              "tdm: main@2 is stored, but <stdout> could not be written: "
-              "Bad file descriptor\n");
-    EXPECT_TRUE(is_new());
-}
-
-TEST_F(replacement, dry_run_changes_nothing) {
-    const command_result result = tdm("checkin c second --dry-run");
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err, "tdm: c: would be replaced\ntdm: main@2 would be the new version\n");
-    EXPECT_EQ(tdm("create new --dry-run -q").err, "tdm: new: would be created\n");
-    EXPECT_TRUE(is_old());
-    EXPECT_EQ(files_in("."), (std::vector<std::string>{"c", "first", "second"}));
-}
-
 TEST_F(replacement, no_check_in_of_many_at_once_is_lost) {
     const command_result result = shell(
         "for i in $(seq 32); do echo $i > t$i; $TDM checkin -q c t$i || echo failed & done; wait");
@@ -251,18 +225,6 @@ TEST_F(replacement, no_check_in_of_many_at_once_is_lost) {
     EXPECT_EQ(texts.size(), 32u);
     EXPECT_FALSE(texts.contains(""));
     EXPECT_EQ(leftovers(), 0u);
-}
-
-TEST_F(replacement, waits_for_the_lock_and_says_so) {
-    const int descriptor = open("c", O_RDONLY);
-    ASSERT_EQ(flock(descriptor, LOCK_EX), 0);
-    const command_result result = tdm("checkin c second --lock-timeout 0.1");
-    close(descriptor);
-    EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(result.err,
-              "tdm: c: waiting for another command to finish with it\n"
-              "tdm: c: another command holds it; gave up waiting (--lock-timeout)\n");
-    EXPECT_TRUE(is_old());
 }
 
 TEST_F(replacement, keeps_mode_owner_and_access_list) {
@@ -312,48 +274,58 @@ TEST_F(replacement, folder_without_write_permission_is_told) {
     EXPECT_TRUE(is_old());
 }
 
-TEST_F(replacement, link_stays_and_its_target_is_replaced) {
-    mkdir("sub", 0755);
-    symlink("../c", "sub/link");
-    EXPECT_EQ(tdm("checkin sub/link second").status, 0);
-    EXPECT_TRUE(std::filesystem::is_symlink("sub/link"));
-    EXPECT_TRUE(is_new());
-}
-
-TEST_F(replacement, hard_links_part_only_when_asked) {
-    ASSERT_EQ(link("c", "other"), 0);
-    const command_result refused = tdm("checkin c second");
-    EXPECT_EQ(refused.status, 2);
-    EXPECT_NE(refused.err.find("--break-links"), std::string::npos);
-    EXPECT_TRUE(is_old());
-    EXPECT_EQ(tdm("checkin c second --break-links").status, 0);
-    EXPECT_TRUE(is_new());
-    EXPECT_EQ(read_file("other"), old_bytes_);
-}
-
-TEST_F(replacement, refuses_what_must_not_be_replaced) {
-    mkdir("folder", 0755);
-    symlink("nowhere", "dangling");
-    const std::pair<const char *, const char *> rows[] = {
-        {"checkin folder second", "is not a regular file"},
-        {"checkin missing second", "No such file"},
-        {"checkin c c", "is the same file as c"},
-        {"checkout c -o second", "has changes that are in no version"},
-        {"checkout c -o c --force", "is the same file as c"},
-        {"checkout c -o /dev/null --force", "is not a regular file"},
-        {"checkout c -o dangling", "symbolic link to a file that does not exist"},
-        {"checkout c -o none/x", "No such file"},
-        {"create c --force", "unknown option"},
-        {"create c", "exists already"},
+TEST_F(replacement, is_done_or_refused_as_written_here) {
+    const std::string waits = "c: waiting for another command to finish with it\n";
+    const struct {
+        const char *script;
+        int status;
+        std::string said;
+        bool replaces = false;
+    } rows[] = {
+        {"$TDM checkin c second --dry-run", 0,
+         "c: would be replaced\ntdm: main@2 would be the new version\n"},
+        {"$TDM create new --dry-run -q", 0, "new: would be created\n"},
+        {"prlimit --fsize=200 $TDM checkin c second", 2,
+         "File too large\ntdm: c: nothing is checked in\n"},
+        {"$TDM checkin c second >&- <&-", 2,
+         "main@2 is stored, but <stdout> could not be written: Bad file descriptor\n", true},
+        {"flock c sleep 0.6 & sleep 0.2; $TDM checkin c second --lock-timeout 0.1", 2,
+         waits + "tdm: c: another command holds it; gave up waiting (--lock-timeout)\n"},
+        {"flock c sleep 0.6 & sleep 0.2; $TDM checkin c second", 0, waits, true},
+        {"flock c sleep 0.6 & sleep 0.2; $TDM checkin c second -q", 0, "", true},
+        {"mkdir sub; ln -s ../c sub/link; $TDM checkin sub/link second && test -L sub/link", 0, "",
+         true},
+        {"ln c other; $TDM checkin c second", 2,
+         "c: has several hard links, which would part (--break-links goes on)\n"},
+        {"ln c other; $TDM checkin c second --break-links; grep -q two other", 0, "", true},
+        {"mkdir folder; $TDM checkin folder second", 2, "folder: is not a regular file"},
+        {"$TDM checkin missing second", 2, "missing: cannot be opened: No such file"},
+        {"$TDM checkin c c", 2, "c: is the same file as c"},
+        {"$TDM checkout c -o second", 2, "second: has changes that are in no version"},
+        {"$TDM checkout c -o c --force", 2, "c: is the same file as c"},
+        {"$TDM checkout c -o /dev/null --force", 2, "/dev/null: is not a regular file"},
+        {"ln -s nowhere dangling; $TDM checkout c -o dangling", 2,
+         "dangling: is a symbolic link to a file that does not exist"},
+        {"$TDM checkout c -o none/x", 2, "none: cannot be found: No such file"},
+        {"$TDM create c --force", 2, "unknown option"},
+        {"$TDM create c", 2, "c: exists already"},
+        {"$TDM info c -o c --force", 2, "c: is the same file as c"},
     };
-    for (const auto &[words, said] : rows) {
-        const command_result result = tdm(words);
-        EXPECT_EQ(result.status, 2) << said;
-        EXPECT_NE(result.err.find(said), std::string::npos) << result.err;
-        EXPECT_TRUE(is_old()) << said;
-        EXPECT_EQ(read_file("second"), second_text);
+    for (const auto &row : rows) {
+        const command_result result = shell(row.script);
+        EXPECT_EQ(result.status, row.status) << row.script << result.err;
+        EXPECT_EQ(result.err.empty(), row.said.empty()) << row.script << result.err;
+        EXPECT_NE(result.err.find(row.said), std::string::npos) << result.err;
+        EXPECT_EQ(read_file("second"), second_text) << row.script;
+        EXPECT_TRUE(row.replaces ? is_new() : is_old()) << row.script;
+        write_file("c", old_bytes_);
+        std::filesystem::remove("second");  // with what it says of a version
+        write_file("second", second_text);
+        for (const char *made : {"new", "sub", "other", "folder", "dangling"}) {
+            std::filesystem::remove_all(made);
+        }
+        EXPECT_EQ(files_in("."), (std::vector<std::string>{"c", "first", "second"}));
     }
-    EXPECT_EQ(leftovers(), 0u);
 }
 
 TEST_F(replacement, output_file_is_replaced_with_force_and_new_ones_obey_the_umask) {

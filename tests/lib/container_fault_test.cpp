@@ -16,7 +16,7 @@ constexpr service services[] = {service::memory,         service::hash_enter, se
 struct operation {
     const char *name;
     std::string meets;  // one letter a service that it calls, in the order above
-    std::function<int(const std::string &container, const std::string &output)> run;
+    std::function<int(const char *from, const char *to)> run;
 };
 
 class container_faults : public test::scratch {
@@ -44,7 +44,7 @@ protected:
         int result = 0;
         const std::string said = test::messages_of([&] {
             const test::failing fault(which, n);
-            result = op.run(container_, output);
+            result = op.run(container_.c_str(), output.c_str());
             met = test::failing::met();
         });
         const std::string where = std::string(op.name) + ", call " + std::to_string(n);
@@ -74,43 +74,33 @@ protected:
 };
 
 TEST_F(container_faults, leave_nothing_behind) {
+    uint32_t identical = 0;
+    const char *const oids[] = {"b1", "bB"};
     const operation operations[] = {
         {"create", "mf",
-         [](const std::string & /*container*/, const std::string &output) {
-             return tdm_create_elem(1, "e", "b", "v", output.c_str());
-         }},
+         [](const char *, const char *to) { return tdm_create_elem(1, "e", "b", "v", to); }},
         {"check-in", "mhstf",
-         [&](const std::string &container, const std::string &output) {
-             uint32_t identical = 0;
-             return tdm_store_ver(9, "a3", "bA", 3, output.c_str(), nullptr, nullptr, 1,
-                                  container.c_str(), text_.c_str(), 0, &identical);
+         [&](const char *from, const char *to) {
+             return tdm_store_ver(9, "a3", "bA", 3, to, nullptr, nullptr, 1, from, text_.c_str(), 0,
+                                  &identical);
          }},
         {"branch", "mf",
-         [](const std::string &container, const std::string &output) {
-             return tdm_create_branch(9, "bC", "c0", output.c_str(), "bA", nullptr, 1,
-                                      container.c_str());
+         [](const char *from, const char *to) {
+             return tdm_create_branch(9, "bC", "c0", to, "bA", nullptr, 1, from);
          }},
         {"construct", "mfn",
-         [](const std::string &container, const std::string &output) {
-             return tdm_construct_ver(container.c_str(), output.c_str(), "b1", 0);
-         }},
+         [](const char *from, const char *to) { return tdm_construct_ver(from, to, "b1", 0); }},
         {"annotate", "mhfn",
-         [](const std::string &container, const std::string &output) {
-             return tdm_construct_ver(container.c_str(), output.c_str(), "b1", 7);
-         }},
+         [](const char *from, const char *to) { return tdm_construct_ver(from, to, "b1", 7); }},
         {"delete", "mhf",
-         [](const std::string &container, const std::string &output) {
-             const char *const oids[] = {"b1", "bB"};
-             return tdm_delete_versions_and_branches(container.c_str(), output.c_str(), 1, oids, 1,
-                                                     oids + 1);
+         [&](const char *from, const char *to) {
+             return tdm_delete_versions_and_branches(from, to, 1, oids, 1, oids + 1);
          }},
         {"info", "mhf",
-         [](const std::string &container, const std::string &output) {
-             return tdm_get_cont_info(container.c_str(), output.c_str());
-         }},
+         [](const char *from, const char *to) { return tdm_get_cont_info(from, to); }},
     };
     for (const operation &op : operations) {
-        ASSERT_EQ(op.run(container_, path("output")), 0) << op.name;
+        ASSERT_EQ(op.run(container_.c_str(), path("output").c_str()), 0) << op.name;
         const std::string golden = read(path("output"));
         ASSERT_NE(golden, "") << op.name;
         std::string met;

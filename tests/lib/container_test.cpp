@@ -140,22 +140,6 @@ TEST_F(container, damage_gives_a_status_and_a_message) {
     }
 }
 
-TEST_F(container, cut_anywhere_never_crashes) {
-    const std::string whole = branched;
-    for (size_t n = 0; n < whole.size(); ++n) {
-        const std::string file = write("c", whole.substr(0, n));
-        for (const char *oid : {"a2", "b1"}) {
-            for (const uint32_t flags : {0U, 7U}) {
-                test::messages_of([&] {
-                    const int result =
-                        tdm_construct_ver(file.c_str(), path("out").c_str(), oid, flags);
-                    EXPECT_TRUE(result == 0 || result == -1) << n;
-                });
-            }
-        }
-    }
-}
-
 TEST_F(container, is_never_overwritten_by_what_reads_it) {
     const std::string file = write("c", branched);
     const std::string alias = path("alias");

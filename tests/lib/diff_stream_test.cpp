@@ -119,39 +119,6 @@ std::string blocks(tdm_session *s) {
     return line;
 }
 
-TEST_F(diff_stream, gives_the_documented_orders) {
-    const struct {
-        const char *name;
-        test::texts files;
-        std::string blocks;
-    } rows[] = {
-        {"halves swapped",
-         {numbers(1, 100), numbers(51, 100) + numbers(1, 50)},
-         "0-0 D1:1-50,0,51-100 u1:51-100,1-50 I1:100,51-100,1-50"},
-        {"one line to the top",
-         {numbers(1, 100), "61\n" + numbers(1, 60) + numbers(62, 100)},
-         "0-0 I1:0,1,61 u1:1-60,2-61 D1:61,61,1 u1:62-100,62-100"},
-        {"counts of crossed blocks decide",
-         {numbers(1, 60), numbers(31, 40) + numbers(1001, 1030) + numbers(1, 10) + numbers(21, 30) +
-                              numbers(11, 20) + numbers(41, 60)},
-         "0-0 I1:0,1-10,31-40 i1:0,11-40 u1:1-10,41-50 D1:11-20,50,61-70 u1:21-30,51-60 "
-         "D1:31-40,60,1-10 I1:40,61-70,11-20 u1:41-60,71-90"},
-        {"insertions of all files come first",
-         {"a\nb\nc\n", "a\nnew\nb\nc\n", "a\nB\nc\n"},
-         "1-0 i1:1,2 c2:2,2 u1:2,3 u1:3,4 u2:3,3"},
-        {"an empty base", {"", "a\n", "b\nc\n"}, "0-0 i1:0,1 i2:0,1-2"},
-        {"an empty file",
-         {"a\nb\nx\n", "", "b\ny\n"},
-         "0-0 d1:1,0 d2:1,0 d1:2,0 u2:2,1 d1:3,0 c2:3,2"},
-    };
-    for (const auto &row : rows) {
-        test::session all(write_all(row.files));
-        ASSERT_EQ(all.compare(), 0) << row.name;
-        EXPECT_EQ(blocks(all.s), row.blocks) << row.name;
-        EXPECT_EQ(blocks(all.s), row.blocks) << row.name << ", once more";
-    }
-}
-
 // The distances and counts by which lines are paired and moved text is told are fixed. A slow model
 // agreed with every line of the file, and with thousands more.
 TEST_F(diff_stream, gives_the_blocks_written_down) {

@@ -212,23 +212,6 @@ TEST_F(merge, tells_of_a_source_that_was_cut_after_the_comparison) {
     }
 }
 
-TEST_F(merge, does_not_depend_on_the_order_of_contributors_that_agree) {
-    const std::string base = test::letters("abcdefghij");
-    const struct {
-        std::string one, other, text;
-    } rows[] = {
-        {"aBcdefghij", "abcdefghIj", "aBcdefghIj"}, {"bcdefghij", "abcdefghijk", "bcdefghijk"},
-        {"abXcdefghij", "abcdefgj", "abXcdefgj"},   {"aXdefghij", "aXdefghij", "aXdefghij"},
-        {"efghabcdij", "abcdefghiJ", "efghabcdiJ"},
-    };
-    for (const auto &row : rows) {
-        const std::string one = test::letters(row.one);
-        const std::string other = test::letters(row.other);
-        EXPECT_EQ(run({base, one, other}).text, test::letters(row.text)) << row.text;
-        EXPECT_EQ(run({base, other, one}).text, test::letters(row.text)) << row.text;
-    }
-}
-
 TEST_F(merge, takes_the_only_changed_file_whole_whatever_it_did) {
     for (const unsigned seed : seeds(120)) {
         text_maker make{.random = std::mt19937(seed), .repeated = 0.3, .doubles = true};

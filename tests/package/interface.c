@@ -1,6 +1,5 @@
 /* A host in C: walks the public interface from a new element to a merge, in the current folder.
  * Prints the place of the first answer that is not as documented, and ends with 1. */
-#include <norviktdm/runtime.h>
 #include <norviktdm/tdm.h>
 #include <stdio.h>
 #include <string.h>
@@ -53,28 +52,6 @@ static int keeps_a_history(void) {
     return 0;
 }
 
-static int reads_and_writes_records(void) {
-    line_stream out = {.file_name = "records", .op_is_operation = 1, .op_name = "create_version"};
-    out.stream = fopen(out.file_name, "w");
-    EXPECT(out.stream != NULL);
-    EXPECT(tdm_cntutl_encode_status(&out, known_formats, 2) == 0);
-    EXPECT(tdm_cntutl_encode_cre_ver(&out, "oid", 1, 2, 3) == 0);
-    EXPECT(tdm_cntutl_encode_text(&out, "^x") == 0);
-    EXPECT(fclose(out.stream) == 0 && holds("records", "^S db1 2\n^V oid 1 2 3\n^N ^x\n"));
-
-    line_stream in = {.file_name = "records"};
-    int at_eof = 1;
-    uint64_t format = 0;
-    uint64_t highest = 0;
-    in.stream = fopen(in.file_name, "r");
-    EXPECT(in.stream != NULL && tdm_read_long_line(&in, &at_eof) == 0 && at_eof == 0);
-    EXPECT(tdm_cntutl_decode_status(in.line, &format, &highest) == 0);
-    EXPECT(format == 0xdb1 && highest == 2);
-    fclose(in.stream);
-    mem_free(in.line);
-    return 0;
-}
-
 static int compares_and_merges(void) {
     const char *const names[] = {"base", "mine", "yours"};
     tdm_session *session = NULL;
@@ -106,23 +83,6 @@ static int compares_and_merges(void) {
     return 0;
 }
 
-static int serves_a_host(void) {
-    void *data = NULL;
-    hash_table *table = ht_str_create(8, sizeof(int), 0);
-    char line[128] = "";
-    EXPECT(table != NULL && ht_str_enter(table, "key", NULL, &data) == 0);
-    EXPECT(ht_str_lookup(table, "key", NULL, &data) == 1 &&
-           ht_str_lookup(table, "x", NULL, &data) == 0);
-    ht_delete(&table);
-    EXPECT(table == NULL);
-    libnorviktdm_sprintf_verid(line);
-    EXPECT(strncmp(line, "libnorviktdm  ", 14) == 0);
-    EXPECT(_tdm_text_file_delta_msg_table.count == 54);
-    EXPECT(str_cmp_ignore_whitespace("a = b\n", "a=b\n") == 0);
-    return 0;
-}
-
 int main(void) {
-    return keeps_a_history() || reads_and_writes_records() || compares_and_merges() ||
-           serves_a_host();
+    return keeps_a_history() || compares_and_merges();
 }
