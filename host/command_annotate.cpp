@@ -33,7 +33,16 @@ struct annotate_options {
     bool damaged = false;
 
     // The library's flags: 1 the version's own lines, 2 deleted ones, 4 those of other branches.
-    uint32_t flags() const { return all ? 7 : deleted ? 3 : 1; }
+    uint32_t flags() const {
+        uint32_t bits = tdm_annotate_lines;
+        if (deleted || all) {
+            bits |= tdm_annotate_deleted;
+        }
+        if (all) {
+            bits |= tdm_annotate_all;
+        }
+        return bits;
+    }
 };
 
 // A line of the library's listing: "I OID TEXT", "D OID,DELETER TEXT" or "U OID TEXT".

@@ -10,8 +10,6 @@ namespace host {
 
 namespace {
 
-enum block_kind : uint32_t { block_unchanged = 0, block_moved_insert = 4 };
-
 struct pair_texts {
     const text_lines &base;
     const text_lines &file;
@@ -86,11 +84,11 @@ paired_lines gather_runs(const pair_texts &texts, uint32_t file_index,
     paired_lines pairs;
     add_checked(texts, {0, 0, static_cast<int32_t>(ends.head_lines)}, &pairs.in_place);
     for (const diff_block &b : blocks) {
-        if (b.file_index == file_index && b.kind == block_unchanged) {
+        if (b.file_index == file_index && b.kind == tdm_diff_unchanged) {
             add_checked(texts,
                         {b.base_first - 1, b.other_first - 1, b.base_last - b.base_first + 1},
                         &pairs.in_place);
-        } else if (b.file_index == file_index && b.kind == block_moved_insert) {
+        } else if (b.file_index == file_index && b.kind == tdm_diff_moved_insert) {
             add_checked(texts,
                         {b.moved_first - 1, b.other_first - 1, b.other_last - b.other_first + 1},
                         &pairs.crossing);

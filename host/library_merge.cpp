@@ -11,12 +11,10 @@ namespace host {
 
 namespace {
 
-constexpr uint64_t answer_abort = 1;
-constexpr uint64_t answer_yes = 4;
-constexpr uint64_t allowed_answers = 13;  // abort, yes, no
+constexpr uint64_t allowed_answers = msg_answer_abort | msg_answer_yes | msg_answer_no;
 
 bool is_insertion(const diff_block &b) {
-    return b.kind == 2 || b.kind == 4;
+    return b.kind == tdm_diff_insert || b.kind == tdm_diff_moved_insert;
 }
 
 struct region_record {
@@ -70,14 +68,16 @@ int write_block(merge_report *, tdm_session *, const diff_block *b, int base_tex
     return 0;
 }
 
-int question_kind(const diff_block &b) {
-    return is_insertion(b) ? 2 : b.kind == 1 ? 1 : 3;
+tdm_difference_kind question_kind(const diff_block &b) {
+    return is_insertion(b)             ? tdm_diff_insert
+           : b.kind == tdm_diff_change ? tdm_diff_change
+                                       : tdm_diff_delete;
 }
 
 uint64_t ask_about(tdm_session *, const diff_block *b, uint64_t default_answer) {
     if (!can_ask(current->context)) {
         current->cannot_ask = true;
-        return answer_abort;
+        return msg_answer_abort;
     }
     const int32_t place = place_of(current->run.plan, *b);
     const auto region =
@@ -91,8 +91,8 @@ uint64_t ask_about(tdm_session *, const diff_block *b, uint64_t default_answer) 
     const int file = static_cast<int>(b->file_index);
     const std::string question = question_text(question_kind(*b), file + 1);
     const uint64_t answer = msg_prompt_yes_no(0, question.c_str(), allowed_answers, default_answer);
-    if (answer == answer_yes && std::find(record.accepted.begin(), record.accepted.end(),
-                                          file - 1) == record.accepted.end()) {
+    if (answer == msg_answer_yes && std::find(record.accepted.begin(), record.accepted.end(),
+                                              file - 1) == record.accepted.end()) {
         record.accepted.push_back(file - 1);
     }
     return answer;

@@ -22,7 +22,6 @@
 namespace {
 
 constexpr int catalogue_is_the_format = -1;
-constexpr int report_severity = 0;
 constexpr int failure_severity = 6;
 constexpr int internal_error_number = 34;
 
@@ -54,7 +53,7 @@ void print_report(const std::string &text) {
     }
     static const auto next =
         reinterpret_cast<void (*)(int, const void *, int, ...)>(dlsym(RTLD_NEXT, "msg_print"));
-    next(report_severity, format.c_str(), catalogue_is_the_format);
+    next(msg_severity_report, format.c_str(), catalogue_is_the_format);
 }
 
 std::string reason_of_line(std::string_view line) {
@@ -92,7 +91,7 @@ void say_why_no_text(const char *path) try {
 
 void print(int severity, const char *format, va_list arguments) try {
     const std::string text = host::formatted(format, arguments);
-    if (severity == report_severity) {
+    if (severity == msg_severity_report) {
         print_report(text);
     } else {
         host::pass_on_words(host::with_shown_paths(text));

@@ -18,8 +18,6 @@ namespace host {
 
 namespace {
 
-enum change_kind { kind_change = 1, kind_insertion = 2, kind_deletion = 3 };
-
 constexpr int32_t most_rows = 20;  // of a place, unless all are asked for
 constexpr const char *answer_help =
     "y yes, n no, a abandon the merge, b take the base, 1-9... take that file (the base is 1),\n"
@@ -84,7 +82,7 @@ void show_region(const conversation &c, const merge_region &region, bool whole) 
     }
 }
 
-change_kind kind_of(const merge_run &run, const merge_region &region, int32_t contributor) {
+tdm_difference_kind kind_of(const merge_run &run, const merge_region &region, int32_t contributor) {
     bool removes = false;
     bool inserts = false;
     for (const int32_t i : region.places) {
@@ -93,7 +91,7 @@ change_kind kind_of(const merge_run &run, const merge_region &region, int32_t co
         removes = removes || (!version.of_base && place.base_end > place.base_first);
         inserts = inserts || (!version.of_base && version.end > version.first);
     }
-    return removes && inserts ? kind_change : inserts ? kind_insertion : kind_deletion;
+    return removes && inserts ? tdm_diff_change : inserts ? tdm_diff_insert : tdm_diff_delete;
 }
 
 // False when the editor failed or left markers: then the question stands.
@@ -172,7 +170,7 @@ reply ask_one(const conversation &c, const merge_region &region, int32_t contrib
 int ask_region(const conversation &c, merge_region *region) {
     std::vector<int32_t> accepted;
     for (const int32_t k : region->contributors) {
-        if (!accepted.empty() && kind_of(c.run, *region, k) == kind_deletion) {
+        if (!accepted.empty() && kind_of(c.run, *region, k) == tdm_diff_delete) {
             continue;
         }
         reply answer = ask_one(c, *region, k, accepted.empty());
@@ -229,10 +227,10 @@ bool can_ask(const command_context &context) {
     return true;
 }
 
-std::string question_text(int kind, int file_number) {
-    const char *what = kind == kind_change      ? "CHANGE"
-                       : kind == kind_insertion ? "INSERTION"
-                                                : "DELETION";
+std::string question_text(tdm_difference_kind kind, int file_number) {
+    const char *what = kind == tdm_diff_change   ? "CHANGE"
+                       : kind == tdm_diff_insert ? "INSERTION"
+                                                 : "DELETION";
     return std::string("Do you want the ") + what + " made in file " + std::to_string(file_number) +
            "? ";
 }

@@ -2,6 +2,12 @@
 #ifndef TDM_HOST_MERGE_ASK_H
 #define TDM_HOST_MERGE_ASK_H
 
+#include <norviktdm/tdm.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
 #include "command_context.h"
 #include "merge_run.h"
 
@@ -30,9 +36,9 @@ void show_region(const command_context &context, const merge_options &options, c
 std::vector<std::string> joined_versions(const merge_run &run, const merge_region &region,
                                          const std::vector<int32_t> &contributors);
 
-// The question of the library's merge for a difference that replaces (1), inserts (2) or removes
-// (3) lines, with the file's number, the base being file 1.
-std::string question_text(int kind, int file_number);
+// The question of the library's merge for a change, an insertion or a deletion, with the file's
+// number, the base being file 1.
+std::string question_text(tdm_difference_kind kind, int file_number);
 
 }  // namespace host
 

@@ -12,15 +12,6 @@ namespace host {
 
 namespace {
 
-enum difference_kind : uint32_t {
-    unchanged = 0,
-    changed = 1,
-    inserted = 2,
-    deleted = 3,
-    moved_here = 4,
-    moved_away = 5,
-};
-
 // A comparison as the library's check-in makes it.
 class comparison {
 public:
@@ -119,17 +110,17 @@ bool apply_block(import_weave &weave, line_source &lines, const diff_block &bloc
     const auto first = static_cast<uint64_t>(block.base_first);
     const auto last = static_cast<uint64_t>(block.base_last);
     switch (block.kind) {
-        case unchanged:
+        case tdm_diff_unchanged:
             weave.keep_until(last);
             return true;
-        case changed:
-        case deleted:
-        case moved_away:
+        case tdm_diff_change:
+        case tdm_diff_delete:
+        case tdm_diff_moved_delete:
             weave.keep_until(first - 1);
             weave.delete_until(last);
-            return block.kind != changed || insert_lines(weave, lines, block);
-        case inserted:
-        case moved_here:
+            return block.kind != tdm_diff_change || insert_lines(weave, lines, block);
+        case tdm_diff_insert:
+        case tdm_diff_moved_insert:
             weave.keep_until(first);
             return insert_lines(weave, lines, block);
         default:

@@ -11,16 +11,14 @@
 
 namespace {
 
-constexpr uint64_t abort_bit = 1, yes_bit = 4, no_bit = 8;
-
 struct answer_word {
     const char *word;
     uint64_t answer;
 };
 
 constexpr answer_word answer_words[] = {
-    {"y", yes_bit}, {"yes", yes_bit}, {"n", no_bit},
-    {"no", no_bit}, {"a", abort_bit}, {"abort", abort_bit},
+    {"y", msg_answer_yes}, {"yes", msg_answer_yes}, {"n", msg_answer_no},
+    {"no", msg_answer_no}, {"a", msg_answer_abort}, {"abort", msg_answer_abort},
 };
 
 // Longer than every answer, so that what is cut off cannot turn a line into one.
@@ -63,7 +61,7 @@ uint64_t msg_prompt_yes_no(int, const char *question, uint64_t allowed, uint64_t
         std::fflush(stdout);
         answer_line line;
         if (!read_answer(&line)) {
-            return abort_bit;
+            return msg_answer_abort;
         }
         const uint64_t answer = answer_of(line, default_answer) & allowed;
         if (answer != 0) {

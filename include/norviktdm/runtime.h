@@ -151,10 +151,22 @@ NORVIK_API int msg_sprintf(char *buffer, const void *catalogue, int index, ...);
 /* The text of an errno value; valid until the next call, not to be freed, never null. */
 NORVIK_API const char *msg_strerror(int errnum);
 
+/* What a message is: a line of a report or of what was asked for, a notice, a failure, and what is
+ * said of a failure in more words. */
+enum msg_severity {
+    msg_severity_report = 0,
+    msg_severity_notice = 4,
+    msg_severity_failure = 6,
+    msg_severity_explanation = 7
+};
+
+/* Answers of whoever is asked. */
+enum msg_answer { msg_answer_abort = 1, msg_answer_yes = 4, msg_answer_no = 8 };
+
 /* Asks `question` (a text, not a format; its emphasis markers are rendered) on standard output and
  * reads a line from standard input: y or yes, n or no, a or abort, in any case of letters. An empty
  * line takes `default_answer`; every other line, and an answer that is not allowed, asks again.
- * Answers are bits: 1 abort, 4 yes, 8 no; `allowed` is their set, `default_answer` one of them. The
+ * Answers are the bits of msg_answer; `allowed` is their set, `default_answer` one of them. The
  * result is one bit of `allowed`, except that the end of the input always answers abort. */
 NORVIK_API uint64_t msg_prompt_yes_no(int zero, const char *question, uint64_t allowed,
                                       uint64_t default_answer);

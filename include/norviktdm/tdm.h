@@ -3,6 +3,7 @@
  * Rules of the whole interface. One thread at a time; every call runs to its end on the caller's
  * thread. Paths and oids are NUL-terminated strings that the caller owns and that no call keeps,
  * unless said otherwise. A failure is reported once, through msg_print, before the call returns.
+ * Where nothing is said of a null pointer it is not allowed: the call reads or writes through it.
  * Line numbers count from 1, sizes and offsets are bytes. */
 #ifndef NORVIKTDM_TDM_H
 #define NORVIKTDM_TDM_H
@@ -28,13 +29,23 @@ typedef struct line_stream {
     const char *file_name;   /* for messages; not owned */
 } line_stream;
 
+/** Kinds of differences. */
+enum tdm_difference_kind {
+    tdm_diff_unchanged,
+    tdm_diff_change,
+    tdm_diff_insert,
+    tdm_diff_delete,
+    tdm_diff_moved_insert,
+    tdm_diff_moved_delete
+};
+
 /** One difference between the base and another file. Line numbers count from 1 in the whole file,
  *  ranges are inclusive. */
 typedef struct diff_block {
-    uint32_t kind; /* 0 unchanged, 1 change, 2 insert, 3 delete, 4 moved insert, 5 moved delete */
-    /* Kinds 2 and 4: base_first = base_last = the base line after which the lines stand (0: before
-     * the first). Kinds 3 and 5: the same of other_first and other_last. moved_*: the partner's
-     * lines of kinds 4 and 5, else 0. */
+    uint32_t kind; /* of tdm_difference_kind */
+    /* Insertions, moved ones too: base_first = base_last = the base line after which the lines
+     * stand (0: before the first). Deletions: the same of other_first and other_last. moved_*: the
+     * partner's lines of moved ones, else 0. */
     int32_t base_first, base_last, other_first, other_last, moved_first, moved_last;
     uint32_t file_index; /* the other file, 1 or above */
 } diff_block;
@@ -130,8 +141,8 @@ NORVIK_API int tdm_cntutl_decode_insert(const char *line, uint64_t *branch, uint
  *
  * Results, unless said otherwise: 0 done (the status of sys_fsync_stream on the output); 2 a file
  * to be opened, or a directory of its path, does not exist (nothing is printed); -1 any other
- * failure, reported, save that a check-in may end without a word when there is no memory for its
- * comparison's own tables. */
+ * failure, reported, save that a call may end without a word when there is no memory for its own
+ * tables: so may tdm_create_session and tdm_compare. */
 
 /** Writes the container of a new element: its first branch (number 0) and that branch's empty
  *  version 0. An existing file at `container_path` is overwritten.
@@ -150,14 +161,20 @@ NORVIK_API int tdm_create_branch(uint64_t create_time, const char *branch_oid,
                                  const char *parent_branch_oid, const void *unused,
                                  uint64_t parent_version, const char *container_path);
 
+/** What a reconstruction says beside a version's text, as bits. */
+enum tdm_annotation_flag {
+    tdm_annotate_lines = 1,   /* the version's own lines, each as `I OID TEXT` */
+    tdm_annotate_deleted = 2, /* also lines deleted within the lineage: `D OID,OID TEXT` */
+    tdm_annotate_all = 4      /* also these, and lines outside the lineage: `U OID TEXT` */
+};
+
 /** Reconstructs a version.
  *  @param output_path       null or empty: standard output, which stays open.
  *  @param version_oid       of a version that is not deleted.
- *  @param annotation_flags  0: the plain text. Bit 1: each line as `I OID TEXT`, with the oid of
- *                           the version that inserted it. Bit 2: also lines deleted within the
- *                           lineage, `D OID,OID TEXT` with inserter and deleter. Bit 4: these, and
- *                           lines outside the lineage, `U OID TEXT`. A deleted version is named by
- *                           its nearest newer surviving one, an unknown one by 32 zeros. */
+ *  @param annotation_flags  0: the plain text; else bits of tdm_annotation_flag. Lines are given
+ *                           with the oid of the version that inserted them and, deleted ones, of
+ *                           the one that deleted them. A deleted version is named by its nearest
+ *                           newer surviving one, an unknown one by 32 zeros. */
 NORVIK_API int tdm_construct_ver(const char *container_path, const char *output_path,
                                  const char *version_oid, uint32_t annotation_flags);
 
@@ -196,7 +213,8 @@ NORVIK_API int tdm_delete_versions_and_branches(const char *container_path,
 
 /** Lists a container's versions and branches, newest first, and its element, one line each:
  *  `V OID NUMBER BRANCH-OID TIME`, `B OID PARENT-OID POINT-OID POINT-NUMBER NIL`,
- *  `E OID BRANCH-OID NIL`; "NIL" stands for what is not there. Deleted versions are left out.
+ *  `E OID BRANCH-OID NIL`; "NIL" stands for what is not there, TIME is in
+ *  hexadecimal, upper case, eight digits at least. Deleted versions are left out.
  *  @param output_path  null or empty: standard output, which stays open. */
 NORVIK_API int tdm_get_cont_info(const char *container_path, const char *output_path);
 
@@ -299,8 +317,9 @@ NORVIK_API void tdm_engine_free_map(int32_t *map);
  *
  * After a comparison that found differences. The blocks walk the base from its front: for each
  * stretch of it first what is inserted before it, by any file, then for each file one block that
- * deals with the stretch. Text that moved is told twice, as kind 4 where it stands now and as kind
- * 5 where it stood. The lines of the common head and tail are in no block. */
+ * deals with the stretch. Text that moved is told twice, as tdm_diff_moved_insert
+ * where it stands now and as tdm_diff_moved_delete where it stood. The lines of the common head and
+ * tail are in no block. */
 
 /** Starts a stream over the compared session; a stream under way is given up.
  *  @param head_lines, tail_lines  receive the lines that all files share at the front and the end.
@@ -331,7 +350,8 @@ NORVIK_API void tdm_set_ignore_blanks(tdm_session *s);
  *
  * Merges what files 1 and up of a compared session changed into the base. Order of calls: start a
  * difference stream; tdm_merge_init_report; tdm_merge_queue_diff with every block of the stream,
- * in its order; tdm_merge_term. The report's lines are printed at severity 0. One merge decides at
+ * in its order; tdm_merge_term. The report's lines are printed at severity 0 and
+ * count the files from 1, the base being file 1. One merge decides at
  * a time. The session must outlive the merge. */
 
 typedef struct merge_report merge_report;
@@ -343,15 +363,23 @@ typedef struct merge_report merge_report;
 typedef int (*tdm_output_proc)(merge_report *r, tdm_session *s, const diff_block *b, int base_text,
                                int automatic);
 
-/** Asks the user whether to apply a difference. Answers: 4 yes, 8 no, 1 abort the merge; anything
- *  else counts as no.
- *  @param default_answer  4, or 8 once a difference of the same place was accepted. */
+/** Asks the user whether to apply a difference; the answer is of msg_answer, anything else counts
+ *  as no.
+ *  @param default_answer  yes, or no once a difference of the same place was accepted. */
 typedef uint64_t (*tdm_ask_proc)(tdm_session *s, const diff_block *b, uint64_t default_answer);
+
+/** When a merge asks; any other value is as tdm_query_ask_conflicts. */
+enum tdm_query_mode {
+    tdm_query_ask_conflicts = 0, /* decide automatically where it can be done, else ask */
+    tdm_query_ask_all = 1,
+    tdm_query_never_ask = 2,  /* abort instead */
+    tdm_query_trust_last = 3, /* automatic only where the last file agrees */
+    tdm_query_ask_all_too = 4 /* the same as tdm_query_ask_all */
+};
 
 /** Starts a merge: creates the output file and writes the lines that all files begin with.
  *  @param output_path  must not exist yet; kept until tdm_merge_term. Not used with `output`.
- *  @param mq           0: decide automatically where it can be done, else ask; 1 or 4: ask always;
- *                      2: never ask, abort instead; 3: automatic only where the last file agrees.
+ *  @param mq           of tdm_query_mode.
  *  @param ask          null: ask on the terminal.
  *  @param output       null: write to output_path. Otherwise no file is created and the host writes
  *                      the common head and tail itself.

@@ -65,7 +65,12 @@ enum class message : int {
     nul_beyond_size = 53,
 };
 
-enum class severity : int { report = 0, notice = 4, failure = 6, explanation = 7 };
+enum class severity : int {
+    report = msg_severity_report,
+    notice = msg_severity_notice,
+    failure = msg_severity_failure,
+    explanation = msg_severity_explanation
+};
 
 template <typename... Arguments>
 void print_message(severity level, message text, Arguments... arguments) {

@@ -108,7 +108,7 @@ int annotate_deleted_line(annotation_state *a, const insert_event &top, std::str
         return report_excess_lines();
     }
     delete_event &deletion = a->deletes[a->deletes_open - 1];
-    if (top.oid != nullptr && (a->flags & (annotate_deleted | annotate_all)) != 0) {
+    if (top.oid != nullptr && (a->flags & (tdm_annotate_deleted | tdm_annotate_all)) != 0) {
         const char *deleter = deletion.oid == nullptr ? unlisted_oid : deletion.oid;
         if (write_annotated(o, 'D', top.oid, deleter, text) != 0) {
             return 1;
@@ -127,7 +127,7 @@ int annotate_text(annotation_state *a, std::string_view text, text_output *o) {
     insert_event &top = a->inserts[a->inserts_open - 1];
     int status = 0;
     if (top.visible == 0) {
-        if (top.oid != nullptr && (a->flags & annotate_all) != 0) {
+        if (top.oid != nullptr && (a->flags & tdm_annotate_all) != 0) {
             status = write_annotated(o, 'U', top.oid, nullptr, text);
         }
     } else if (a->skip != 0) {

@@ -11,11 +11,9 @@ namespace tdm {
 /// A line count that walks to the end of the file.
 inline constexpr uint64_t all_lines = 0x7fffffff;
 
-/// Bits of the annotation flags; any of them makes a walk annotated.
-inline constexpr uint32_t annotate_version = 1;  // the version's own lines
-inline constexpr uint32_t annotate_deleted = 2;  // also lines deleted within the lineage
-inline constexpr uint32_t annotate_all = 4;      // also these and lines outside the lineage
-inline constexpr uint32_t annotation_mask = annotate_version | annotate_deleted | annotate_all;
+/// Any of these bits makes a walk annotated.
+inline constexpr uint32_t annotation_mask =
+    tdm_annotate_lines | tdm_annotate_deleted | tdm_annotate_all;
 
 /// Walks until `n` lines of the version have been passed, or to the end of the file.
 /// Plain (no copy, no flags): writes the version's text. Copy: writes every line read as it stands.

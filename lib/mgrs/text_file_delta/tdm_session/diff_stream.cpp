@@ -16,7 +16,8 @@ constexpr uint32_t bit(block_kind kind) {
     return uint32_t{1} << kind;
 }
 
-constexpr uint32_t removing = bit(kind_change) | bit(kind_delete) | bit(kind_moved_delete);
+constexpr uint32_t removing =
+    bit(tdm_diff_change) | bit(tdm_diff_delete) | bit(tdm_diff_moved_delete);
 constexpr int32_t far_away = 47;  // a partner beyond it is far when the other one is near
 constexpr int32_t near_by = 24;
 constexpr int look_ahead = 3;  // runs counted on each side of a move
@@ -133,10 +134,10 @@ block_kind classify_move(tdm_session *s, int k, int32_t base_partner, int32_t fi
     const int32_t base_distance = file_partner - s->diff_pos[0];
     const int32_t file_distance = base_partner - s->diff_pos[k];
     if (base_distance > far_away && file_distance <= near_by) {
-        return kind_moved_insert;
+        return tdm_diff_moved_insert;
     }
     if (base_distance <= near_by && file_distance > far_away) {
-        return kind_moved_delete;
+        return tdm_diff_moved_delete;
     }
     const auto block_end = [s](int f) {
         return static_cast<uint64_t>(s->diff_pos[f]) + s->diff_block_len[f];
@@ -146,9 +147,9 @@ block_kind classify_move(tdm_session *s, int k, int32_t base_partner, int32_t fi
     const int file_count =
         count_matched_runs(file_runs(s, k), block_end(k), static_cast<uint64_t>(base_partner));
     if (file_count != base_count) {
-        return file_count < base_count ? kind_moved_insert : kind_moved_delete;
+        return file_count < base_count ? tdm_diff_moved_insert : tdm_diff_moved_delete;
     }
-    return base_distance <= file_distance ? kind_moved_delete : kind_moved_insert;
+    return base_distance <= file_distance ? tdm_diff_moved_delete : tdm_diff_moved_insert;
 }
 
 /// How the current base block and file k's current block relate; one of them has lines.
@@ -159,25 +160,25 @@ block_kind classify_blocks(tdm_session *s, int k) {
     const int32_t base_partner = base_empty ? line_absent : s->base_map[k][s->diff_pos[0]];
     const int32_t file_partner = file_empty ? line_absent : s->file_map[k][s->diff_pos[k]];
     if (base_empty) {
-        return file_partner < 0 ? kind_insert : kind_moved_insert;
+        return file_partner < 0 ? tdm_diff_insert : tdm_diff_moved_insert;
     }
     if (file_empty) {
-        return base_partner < 0 ? kind_delete : kind_moved_delete;
+        return base_partner < 0 ? tdm_diff_delete : tdm_diff_moved_delete;
     }
     if (base_partner < 0) {
-        return file_partner < 0 ? kind_change : kind_delete;
+        return file_partner < 0 ? tdm_diff_change : tdm_diff_delete;
     }
     if (file_partner < 0) {
-        return kind_insert;
+        return tdm_diff_insert;
     }
     if (base_partner == s->diff_pos[k]) {
-        return kind_unchanged;
+        return tdm_diff_unchanged;
     }
     if (base_partner < s->diff_pos[k]) {
-        return kind_moved_delete;
+        return tdm_diff_moved_delete;
     }
     if (file_partner < s->diff_pos[0]) {
-        return kind_moved_insert;
+        return tdm_diff_moved_insert;
     }
     return classify_move(s, k, base_partner, file_partner);
 }
@@ -209,8 +210,8 @@ void set_range(const tdm_session *s, int32_t start, uint64_t length, int32_t *fi
 }
 
 void fill_in_diff(const tdm_session *s, int k, block_kind what, diff_block *block) {
-    const bool adds = what == kind_insert || what == kind_moved_insert;
-    const bool removes = what == kind_delete || what == kind_moved_delete;
+    const bool adds = what == tdm_diff_insert || what == tdm_diff_moved_insert;
+    const bool removes = what == tdm_diff_delete || what == tdm_diff_moved_delete;
     const uint64_t base_length = adds ? 0 : s->diff_block_len[0];
     const uint64_t other_length = removes ? 0 : s->diff_block_len[k];
     *block = {};
@@ -218,10 +219,10 @@ void fill_in_diff(const tdm_session *s, int k, block_kind what, diff_block *bloc
     block->file_index = static_cast<uint32_t>(k);
     set_range(s, s->diff_pos[0], base_length, &block->base_first, &block->base_last);
     set_range(s, s->diff_pos[k], other_length, &block->other_first, &block->other_last);
-    if (what == kind_moved_insert) {
+    if (what == tdm_diff_moved_insert) {
         set_range(s, s->file_map[k][s->diff_pos[k]], other_length, &block->moved_first,
                   &block->moved_last);
-    } else if (what == kind_moved_delete) {
+    } else if (what == tdm_diff_moved_delete) {
         set_range(s, s->base_map[k][s->diff_pos[0]], base_length, &block->moved_first,
                   &block->moved_last);
     }
@@ -261,11 +262,13 @@ void advance_base(tdm_session *s) {
 /// Insertions before the base block come first, moved ones first behind a moved one; then what
 /// removes the block, then what keeps it.
 int choose_next(tdm_session *s, diff_block *block) {
-    const block_kind preferred = s->diff_last_moved_insert != 0 ? kind_moved_insert : kind_insert;
-    const block_kind second = preferred == kind_insert ? kind_moved_insert : kind_insert;
+    const block_kind preferred =
+        s->diff_last_moved_insert != 0 ? tdm_diff_moved_insert : tdm_diff_insert;
+    const block_kind second =
+        preferred == tdm_diff_insert ? tdm_diff_moved_insert : tdm_diff_insert;
     for (const block_kind what : {preferred, second}) {
         if (const int k = get_next_diff_kind(s, bit(what), block)) {
-            s->diff_last_moved_insert = what == kind_moved_insert ? 1 : 0;
+            s->diff_last_moved_insert = what == tdm_diff_moved_insert ? 1 : 0;
             return k;
         }
     }
@@ -273,12 +276,12 @@ int choose_next(tdm_session *s, diff_block *block) {
     if (const int k = get_next_diff_kind(s, removing, block)) {
         return k;
     }
-    return get_next_diff_kind(s, bit(kind_unchanged), block);
+    return get_next_diff_kind(s, bit(tdm_diff_unchanged), block);
 }
 
 void consume(tdm_session *s, int k, uint32_t what) {
-    const bool adds = what == kind_insert || what == kind_moved_insert;
-    const bool removes = what == kind_delete || what == kind_moved_delete;
+    const bool adds = what == tdm_diff_insert || what == tdm_diff_moved_insert;
+    const bool removes = what == tdm_diff_delete || what == tdm_diff_moved_delete;
     if (!adds) {
         s->diff_done[k] = 1;
     }

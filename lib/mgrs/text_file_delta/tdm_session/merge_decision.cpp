@@ -19,7 +19,7 @@ int file_number(const diff_block &b) {
 }
 
 bool removes_base_lines(const diff_block &b) {
-    return b.kind == kind_delete || b.kind == kind_moved_delete;
+    return b.kind == tdm_diff_delete || b.kind == tdm_diff_moved_delete;
 }
 
 const char *range_text(int32_t first, int32_t last) {
@@ -41,19 +41,19 @@ int write_decision(merge_report *r, const diff_block &b, bool base_text, bool au
 int apply_change(merge_report *r, const diff_block &b, bool automatic) {
     constexpr auto level = severity::report;
     switch (b.kind) {
-        case kind_unchanged:
+        case tdm_diff_unchanged:
             return write_decision(r, b, true, automatic);
-        case kind_change:
+        case tdm_diff_change:
             print_message(level, message::applying_change, file_number(b),
                           range_text(b.other_first, b.other_last));
             return write_decision(r, b, false, automatic);
-        case kind_insert:
-        case kind_moved_insert:
+        case tdm_diff_insert:
+        case tdm_diff_moved_insert:
             print_message(level, message::applying_insert, file_number(b),
                           range_text(b.other_first, b.other_last));
             return write_decision(r, b, false, automatic);
-        case kind_delete:
-        case kind_moved_delete:
+        case tdm_diff_delete:
+        case tdm_diff_moved_delete:
             // The base lines are simply not copied.
             print_message(level, message::applying_deletion, file_number(b),
                           range_text(b.base_first, b.base_last));
@@ -120,7 +120,7 @@ verdict find_common_insertion(const merge_report &r, const diff_block **candidat
 verdict find_common_change(const merge_report &r, const diff_block **candidate) {
     for (int k = 1; k < r.file_count; ++k) {
         const diff_block &b = r.pending[k];
-        if (b.kind != kind_change && !removes_base_lines(b)) {
+        if (b.kind != tdm_diff_change && !removes_base_lines(b)) {
             continue;
         }
         if (const verdict v = take_if_agreed(r, b, candidate); v != verdict::found) {
@@ -146,7 +146,7 @@ bool nothing_changed(const merge_report &r) {
         return false;
     }
     for (int k = 1; k < r.file_count; ++k) {
-        if (r.pending[k].kind != kind_unchanged) {
+        if (r.pending[k].kind != tdm_diff_unchanged) {
             return false;
         }
     }
@@ -160,10 +160,10 @@ bool may_decide(const merge_report &r, bool adjacent, const diff_block &candidat
         return false;
     }
     switch (r.mq) {
-        case mode_ask_all:
-        case mode_ask_all_too:
+        case tdm_query_ask_all:
+        case tdm_query_ask_all_too:
             return false;
-        case mode_trust_last:
+        case tdm_query_trust_last:
             return static_cast<int>(candidate.file_index) == r.file_count - 1;
         default:
             return true;
@@ -189,7 +189,7 @@ bool is_asked(const merge_report &r, const diff_block &b, bool accepted) {
     if (r.pending_is_insert != 0) {
         return is_insertion(b);
     }
-    return b.kind != kind_unchanged && !(accepted && removes_base_lines(b));
+    return b.kind != tdm_diff_unchanged && !(accepted && removes_base_lines(b));
 }
 
 /// Asks about each block in turn and writes what is accepted.
@@ -199,10 +199,10 @@ int ask_about_group(merge_report *r, bool *accepted) {
         if (!is_asked(*r, b, *accepted)) {
             continue;
         }
-        switch (r->ask_proc(r->session, &b, *accepted ? answer_no : answer_yes)) {
-            case answer_abort:
+        switch (r->ask_proc(r->session, &b, *accepted ? msg_answer_no : msg_answer_yes)) {
+            case msg_answer_abort:
                 return abort_merge();
-            case answer_yes:
+            case msg_answer_yes:
                 if (apply_change(r, b, false) != 0) {
                     return 1;
                 }
@@ -223,14 +223,14 @@ int keep_original(merge_report *r) {
     }
     // A copy: should the writing fail, the group stays as it was, to be decided again.
     diff_block b = r->pending[last];
-    b.kind = kind_unchanged;
+    b.kind = tdm_diff_unchanged;
     print_message(severity::report, message::keeping_original,
                   range_text(b.base_first, b.base_last));
     return apply_change(r, b, false);
 }
 
 int decide_by_asking(merge_report *r) {
-    if (r->mq == mode_never_ask) {
+    if (r->mq == tdm_query_never_ask) {
         print_message(severity::report, message::no_automatic_decision);
         return abort_merge();
     }
@@ -281,22 +281,22 @@ int decide_now(merge_report *r) {
 }
 
 uint64_t tdm_dft_ask_proc(tdm_session * /*s*/, const diff_block *b, uint64_t default_answer) {
-    constexpr uint64_t allowed = answer_abort | answer_yes | answer_no;
+    constexpr uint64_t allowed = msg_answer_abort | msg_answer_yes | msg_answer_no;
     message question;
     switch (b->kind) {
-        case kind_change:
+        case tdm_diff_change:
             question = message::ask_change;
             break;
-        case kind_insert:
-        case kind_moved_insert:
+        case tdm_diff_insert:
+        case tdm_diff_moved_insert:
             question = message::ask_insertion;
             break;
-        case kind_delete:
-        case kind_moved_delete:
+        case tdm_diff_delete:
+        case tdm_diff_moved_delete:
             question = message::ask_deletion;
             break;
         default:
-            return answer_yes;
+            return msg_answer_yes;
     }
     char text[128];
     msg_sprintf(text, &_tdm_text_file_delta_msg_table, static_cast<int>(question), file_number(*b));

@@ -15,7 +15,7 @@ uint64_t base_line(int32_t line) {
 
 /// The pending insertion stands right before a line that `b` changes.
 bool change_follows_insertion(const merge_report &r, const diff_block &b) {
-    return r.pending_is_insert != 0 && b.kind == kind_change &&
+    return r.pending_is_insert != 0 && b.kind == tdm_diff_change &&
            base_line(b.base_first) == r.group_end + 1;
 }
 
@@ -26,7 +26,7 @@ bool insertion_follows_change(const merge_report &r, const diff_block &b) {
         return false;
     }
     for (int k = 1; k < r.file_count; ++k) {
-        if (static_cast<uint32_t>(k) != b.file_index && r.pending[k].kind != kind_unchanged) {
+        if (static_cast<uint32_t>(k) != b.file_index && r.pending[k].kind != tdm_diff_unchanged) {
             return true;
         }
     }

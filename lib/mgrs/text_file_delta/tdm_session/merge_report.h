@@ -15,21 +15,8 @@ namespace tdm {
 inline constexpr uint32_t empty_slot = 0xFFFFFFFF;
 
 inline bool is_insertion(const diff_block &b) {
-    return b.kind == kind_insert || b.kind == kind_moved_insert;
+    return b.kind == tdm_diff_insert || b.kind == tdm_diff_moved_insert;
 }
-
-/// When a merge asks: mode_ask_conflicts, and every value that is not named, decides by itself
-/// where it can and asks where it cannot.
-inline constexpr int mode_ask_conflicts = 0;
-inline constexpr int mode_ask_all = 1;
-inline constexpr int mode_never_ask = 2;   // what cannot be decided aborts the merge
-inline constexpr int mode_trust_last = 3;  // only what the last file agrees to is automatic
-inline constexpr int mode_ask_all_too = 4;
-
-/// Answers of an ask procedure; any other value counts as no.
-inline constexpr uint64_t answer_abort = 1;
-inline constexpr uint64_t answer_yes = 4;
-inline constexpr uint64_t answer_no = 8;
 
 }  // namespace tdm
 

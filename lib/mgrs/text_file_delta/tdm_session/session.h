@@ -76,16 +76,9 @@ struct run_window {
     uint32_t ends[4];  // increasing
 };
 
-/// Kinds of difference blocks.
-enum block_kind : uint8_t {
-    kind_unchanged,
-    kind_change,
-    kind_insert,
-    kind_delete,
-    kind_moved_insert,
-    kind_moved_delete,
-    kind_not_known = 255,
-};
+/// A tdm_difference_kind, or that it was not looked for yet.
+using block_kind = uint8_t;
+inline constexpr block_kind kind_not_known = 255;
 
 enum class session_state : uint32_t {
     created,
