@@ -40,6 +40,15 @@ cc $flags $(pkg-config --cflags norviktdm) -o "$work/static" \
     "$prefix/lib/libnorviktdm.a" "$prefix/lib/libnorvikruntime.a"
 (cd "$work" && ./static)
 
+# A host with a service of its own, both ways.
+program own_service "$source/tests/package/own_service.c"
+(cd "$work" && ./own_service)
+# shellcheck disable=SC2046,SC2086
+cc $flags $(pkg-config --cflags norviktdm) -o "$work/own_static" \
+    "$source/tests/package/own_service.c" \
+    "$prefix/lib/libnorviktdm.a" "$prefix/lib/libnorvikruntime.a"
+(cd "$work" && ./own_static)
+
 cmake -G Ninja -S "$source/tests/package" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/log" &&
     cmake --build "$work/cmake" >>"$work/log" || {
     cat "$work/log"
