@@ -98,8 +98,12 @@ void excuse(census &c, const text_lines &text, int32_t first, int32_t end) {
     }
 }
 
-// Edits of the same base lines in one place are the same edit, or a conflict.
+// Edits of the same base lines in one place are the same edit, or a conflict. Contributors with the
+// same text are one.
 void mark_shared(census &c) {
+    const auto text_of = [&](const place_edit &e) {
+        return c.in.same_as[static_cast<size_t>(e.contributor)];
+    };
     for (const merge_place &place : c.plan.places) {
         std::vector<place_edit> edits = place.edits;
         std::stable_sort(edits.begin(), edits.end(), [&](const place_edit &a, const place_edit &b) {
@@ -108,7 +112,8 @@ void mark_shared(census &c) {
         for (size_t i = 1; i < edits.size(); i++) {
             const edit &e = edit_at(c.in, edits[i]);
             const edit &before = edit_at(c.in, edits[i - 1]);
-            if (e.base_first != before.base_first || e.base_end != before.base_end) {
+            if (e.base_first != before.base_first || e.base_end != before.base_end ||
+                text_of(edits[i]) == text_of(edits[i - 1])) {
                 continue;
             }
             for (int32_t line = e.base_first; line < e.base_end; line++) {
