@@ -18,10 +18,19 @@ struct shown_character {
 
 // The first character of escaped text, which is not empty.
 shown_character first_character(std::string_view escaped) {
+    if (static_cast<unsigned char>(escaped[0]) < 0x80) {
+        return {1, 1};
+    }
     uint32_t character = 0;
     const size_t bytes = decode_utf8(escaped, character);
     const int columns = utf8proc_charwidth(static_cast<utf8proc_int32_t>(character));
     return {bytes, static_cast<size_t>(columns)};
+}
+
+// How many characters of one byte and one column the text begins with.
+size_t plain_length(std::string_view escaped) {
+    const auto is_special = [](unsigned char c) { return c < ' ' || c >= 0x80; };
+    return static_cast<size_t>(std::ranges::find_if(escaped, is_special) - escaped.begin());
 }
 
 }  // namespace
@@ -53,6 +62,15 @@ std::string fit_column(std::string_view line, int columns) {
     size_t kept = 0, kept_columns = 0;
     const std::string escaped = escape_text(line);
     for (std::string_view rest = escaped; !rest.empty();) {
+        const size_t plain = plain_length(rest.substr(0, width - column));
+        if (plain > 0) {
+            out += rest.substr(0, plain);
+            rest.remove_prefix(plain);
+            column += plain;
+            kept_columns = std::min(column, width - 1);
+            kept = out.size() - (column - kept_columns);
+            continue;
+        }
         const bool tab = rest[0] == '\t';
         const shown_character next = first_character(rest);
         if (column + (tab ? 1 : next.columns) > width) {

@@ -67,6 +67,10 @@ std::string escape(std::string_view text, bool name) {
 }  // namespace
 
 size_t decode_utf8(std::string_view text, uint32_t &character) {
+    character = static_cast<uint8_t>(text[0]);
+    if (character < 0x80) {
+        return 1;
+    }
     utf8proc_int32_t found = 0;
     const utf8proc_ssize_t length =
         utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t *>(text.data()),
