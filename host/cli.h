@@ -1,5 +1,5 @@
-// The frame of the command line: finds the command, takes its options and operands, runs it or prints
-// its help.
+// The frame of the command line: finds the command, takes its options and operands, and runs it or
+// prints its help.
 #ifndef TDM_HOST_CLI_H
 #define TDM_HOST_CLI_H
 
