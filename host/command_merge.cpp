@@ -84,18 +84,21 @@ int check_usage(const command_context &context, command_options *options) {
     return status_done;
 }
 
-// Decides what the plan leaves open, by the library or by questions.
+// Merges, by the library or by the plan, and asks about what is left open where that is wanted.
 int decide(const command_context &context, const command_options &options, merge_run *run) {
+    int status = status_done;
     if (options.mq >= 0) {
-        return merge_by_library(context, options.merge, options.mq, run);
+        status = merge_by_library(context, options.merge, options.mq, run);
+    } else {
+        run->plan = plan_merge(run->in, options.merge.apply_adjacent);
+        status = finish_merge(options.merge, run);
+        if (status != status_done || !options.ask || is_clean(run->plan)) {
+            return status;
+        }
+        status = can_ask(context) ? ask_about_conflicts(context, options.merge, run)
+                                  : int{status_trouble};
     }
-    run->plan = plan_merge(run->in, options.merge.apply_adjacent);
-    const int status = finish_merge(options.merge, run);
-    if (status != status_done || !options.ask || is_clean(run->plan)) {
-        return status;
-    }
-    return can_ask(context) ? ask_about_conflicts(context, options.merge, run)
-                            : int{status_trouble};
+    return status == status_done ? finish_merge(options.merge, run) : status;
 }
 
 int write_results(const command_context &context, const command_options &options,
@@ -127,9 +130,6 @@ int run_merge(const command_context &context, command_options *options) {
     status = begin_merge(options->names, options->merge, options->mq >= 0, &run);
     if (status == status_done) {
         status = decide(context, *options, &run);
-    }
-    if (status == status_done) {
-        status = finish_merge(options->merge, &run);
     }
     return status == status_done ? write_results(context, *options, run) : status;
 }
