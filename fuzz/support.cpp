@@ -24,7 +24,7 @@ constexpr struct {
 } targets[] = {
     {"reader", fuzz::reader}, {"annotate", fuzz::annotate}, {"delete", fuzz::delete_versions},
     {"purge", fuzz::purge},   {"repair", fuzz::repair},     {"checkin", fuzz::checkin},
-    {"stream", fuzz::stream}, {"merge", fuzz::merge},       {"options", fuzz::options}};
+    {"merge", fuzz::merge},   {"options", fuzz::options}};
 
 void remove_scratch() {
     std::error_code ignored;

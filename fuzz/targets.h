@@ -34,7 +34,6 @@ void checkin(std::string_view input);
 void delete_versions(std::string_view input);
 void purge(std::string_view input);
 void repair(std::string_view input);
-void stream(std::string_view input);
 void merge(std::string_view input);
 void options(std::string_view input);
 

@@ -27,6 +27,8 @@ protected:
         EXPECT_EQ(call("init -q").status, 0);
         write_file(odd_name, base_);
         write_file("-dash", base_);
+        write_file("more", base_);
+        write_file("gone", "gone\n");
         commit("base");
     }
 
@@ -126,6 +128,9 @@ TEST_F(git, diff_runs_the_external_command) {
     write_file(odd_name, lines_of("X a2 a3 a4 b1 b2 b3 b4 c1 c2 c3 c4"));
     write_file("-dash", "");
     write_file("new", "n\n");
+    EXPECT_EQ(call("mv more moved").status + call("rm -q gone").status, 0);
+    write_file("moved", base_ + "more\n");
+    chmod(odd_name.c_str(), 0755);
     EXPECT_EQ(call("add -A").status, 0);
     chmod("new", 0755);
     EXPECT_EQ(call("add -A").status, 0);

@@ -84,19 +84,6 @@ TEST_F(inspection, log_cuts_long_names_to_the_width_of_a_terminal) {
     EXPECT_GT(lines, 4);
 }
 
-TEST_F(inspection, nobody_is_asked_where_no_input_is_wanted) {
-    if (!has_terminals()) {
-        GTEST_SKIP() << "needs a pseudo terminal";
-    }
-    const std::string before = read_file("c");
-    for (const std::string command : {"delete", "purge"}) {
-        const terminal_result result = on_terminal(command + " c main@4 --no-input", "? ", {"yes"});
-        EXPECT_EQ(result.status, 2) << command;
-        EXPECT_NE(result.seen.find("--yes"), std::string::npos) << result.seen;
-        EXPECT_EQ(read_file("c"), before) << command;
-    }
-}
-
 TEST_F(inspection, trouble_is_told_by_status_and_words) {
     write_file("damaged", read_file("c") + "stray\n");
     struct {
@@ -131,6 +118,61 @@ TEST_F(inspection, trouble_is_told_by_status_and_words) {
     const command_options full{.output_path = "/dev/full"};
     for (const char *command : {"log", "info", "dump", "verify", "show"}) {
         EXPECT_EQ(tdm({command, "c"}, full).status, 2) << command;
+    }
+}
+
+TEST_F(inspection, scripts_get_what_is_written_here) {
+    write_file("head", "^S db1 0\n^V v0 0 0 0\n^B main 0 0 0\n^E e\n");
+    const std::pair<const char *, const char *> rows[] = {
+        {"$TDM list c --branch draft | grep -c ^main", "0\n"},
+        {"$TDM show c -U0 | grep -c '^ '", "0\n"},
+        {"$TDM show c main@1 | grep '^branch off'", "branch off   draft\n"},
+        {"$TDM log c --json --reverse | grep '\"name\"' | tail -1",
+         "      \"name\": \"main@4\",\n"},
+        {"$TDM delete c main@1 --dry-run 2>&1 | grep -o 'for main@.'", "for main@3\n"},
+        {"cp c d; $TDM delete d draft@2 --yes -q", ""},
+        {"sed '2i^V 12345678b 0 1 0' head | sed '2i^V 12345678a 0 2 0' >d; $TDM log d --oneline",
+         "* main@2 12345678a +0 -0 0\n* main@1 12345678b +0 -0 0\n* main@0 v0 +0 -0 0\n"},
+        {"sed 's/db1 0/db1 1/; 2i^#^B x 1 0 0' head >d; $TDM list d --json | grep -c '\"off\"'",
+         "1\n"},
+        {"sed '2i^V a,b 0 1 0' head | sed '2i^V v2 0 2 0' >d; printf '^I 0 1 1\\n^D 0 2 1\\nx\\n' "
+         ">>d; "
+         "$TDM annotate d --deleted | cut -c 1-9",
+         "- main@1 \n"},
+        {"(cat head; for i in $(seq 150); do echo ^X; done) >d; $TDM verify d 2>&1 | grep -o "
+         "'[0-9]* more'",
+         "50 more\n"},
+        {"echo 1 >'x y'; echo 'x y @5' >l; cp c d; $TDM import d --from-list l", "main@5\n"},
+        {"cp c $'\\xff'; $TDM list $'\\xff' --json | grep _base64",
+         "  \"container_base64\": \"/w==\",\n"},
+        {"printf 'a_b\\n' >x; printf a_c >y; $TDM diff --word x y | tail -1", "{+a_c+}\n"},
+        {"seq 1 50 >x; seq 2 90 >y; $TDM diff --stat x y | grep -c -- '+-$'", "1\n"},
+        {"seq 9 >x; (seq 8; echo z) >y; $TDM diff -y -U1 -W 20 x y | grep same",
+         "... 7 lines are the same\n"},
+        {"printf 'a\\nX\\n1\\nc\\n' >x; printf 'a\\nX\\n2\\nc' >y; printf 'a\\nb\\nc\\n' >b; "
+         "$TDM merge --style zdiff3 b x y 2>/dev/null | head -3 | tail -2",
+         "X\n<<<<<<< x\n"},
+        {"$TDM merge --style merge b x y 2>/dev/null | grep -c '^|||'", "0\n"},
+        {"$TDM merge b x y 2>&1 | grep -o 'no newline at the end in y'",
+         "no newline at the end in y\n"},
+        {"printf 'a\\r\\nX\\r\\n' >x; $TDM merge b x y 2>&1 | grep -o 'their line endings differ'",
+         "their line endings differ\n"},
+        {"printf '\\033[2J\\n' >t; cp c d; $TDM checkin d t -q --no-base; "
+         "script -qec \"$TDM annotate d --no-pager\" /dev/null | grep -o 'e.2J'",
+         "e[2J\n"},
+        {"cp c d; echo n | script -qec \"$TDM delete d main@4\" /dev/null >/dev/null; cmp c d", ""},
+        {"cp c d; echo y | script -qec \"$TDM delete d main@4\" /dev/null >/dev/null; cmp -s c d; "
+         "echo $?",
+         "1\n"},
+        {"for c in delete purge; do echo yes | script -qec \"$TDM $c c main@4 --no-input\" "
+         "/dev/null | "
+         "grep -o -e --yes; done",
+         "--yes\n--yes\n"},
+        {"TERM=dumb script -qec \"$TDM log c --no-pager\" /dev/null | grep -c $'\\033'", "0\n"},
+        {"PAGER=false TDM_PAGER=cat script -qec \"$TDM list c\" /dev/null | grep -c failed", "0\n"},
+    };
+    for (const auto &[script, out] : rows) {
+        EXPECT_EQ(shell(script).out, out) << script;
     }
 }
 

@@ -39,7 +39,7 @@ TEST_F(asking, answers_decide) {
         {{"yes", "y", "no", "n"}, "a X Y c d e f"},  // both changes after each other
         {{"b", "3"}, "a b c d f"},                   // the base; file 3
         {{"2", "e"}, "a X c d edited f"},            // file 2; the editor
-        {{"?", "s", "9", "n", "y", "1"}, "a Y c d e f"},
+        {{"?", "s", "4", "n", "y", "1"}, "a Y c d e f"},
     };
     for (const auto &row : rows) {
         const terminal_result result = merge(row.answers);

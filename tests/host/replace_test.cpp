@@ -368,20 +368,22 @@ TEST_F(replacement, new_file_is_read_by_no_more_than_what_it_is_made_from) {
 TEST_F(replacement, what_others_do_meanwhile_is_refused_and_only_dead_files_of_ours_go) {
     const std::string name = ".tdm-af63de4c8601eff2-";  // of "c"
     const std::string living = name + std::string(32, 'a'), odd = name + std::string(32, 'x');
-    const std::string dead = name + std::string(32, '0');
-    for (const std::string &file : {living, odd, dead}) {
+    const std::string dead = name + std::string(32, '0'), longer = dead + '0';
+    const std::string foreign = name + std::string(32, '1');
+    for (const std::string &file : {living, odd, dead, longer, foreign}) {
         write_file(file, "");
     }
+    ASSERT_EQ(geteuid() == 0 ? chown(foreign.c_str(), 1234, 4321) : 0, 0);
     const int held = open(living.c_str(), O_RDONLY);
     ASSERT_EQ(flock(held, LOCK_EX), 0);
     const char *nothing = "nothing is replaced";
     const struct {
         const char *words, *act, *said;
-    } rows[] = {
-        {"checkin c second", "echo x >>c", nothing},
-        {"checkin c second", "ln c other", nothing},
-        {"checkin c second", "find . -name '.tdm-*[0-9a-f]' ! -name '*aaaaaa' -delete", nothing},
-        {"checkout c -o out", "echo precious >out", "File exists"}};
+    } rows[] = {{"checkin c second", "echo x >>c", nothing},
+                {"checkin c second", "touch -d @$(stat -c %Y c).5 c", nothing},
+                {"checkin c second", "ln c other", nothing},
+                {"checkin c second", "find . -name '.tdm-*[0-9a-f]' ! -empty -delete", nothing},
+                {"checkout c -o out", "echo precious >out", "File exists"}};
     for (const auto &[words, act, said] : rows) {
         write_file("c", old_bytes_);
         const command_result result =
@@ -393,7 +395,9 @@ TEST_F(replacement, what_others_do_meanwhile_is_refused_and_only_dead_files_of_o
     }
     EXPECT_EQ(read_file("out"), "precious\n");
     close(held);
-    EXPECT_TRUE(std::filesystem::exists(living) && std::filesystem::exists(odd));
+    for (const std::string &file : {living, odd, longer, foreign}) {
+        EXPECT_TRUE(std::filesystem::exists(file) || (file == foreign && geteuid() != 0)) << file;
+    }
     EXPECT_FALSE(std::filesystem::exists(dead));
 }
 

@@ -28,7 +28,7 @@ void spoil_file(int descriptor, off_t size) {
     std::string bytes(static_cast<size_t>(size), '\0');
     ASSERT_EQ(pread(descriptor, bytes.data(), bytes.size(), 0), size);
     if (plan.how == spoil::source) {
-        write_file("text", "changed meanwhile\n");
+        write_file("text", read_file("text") + "more meanwhile\n");
         return;
     }
     std::vector<std::string> lines = split_lines(bytes);
@@ -115,6 +115,8 @@ TEST(spoiled, whatever_is_written_wrong_is_refused_before_it_counts) {
         {"branch c new main@2", "c", {}},
         {"delete c main@1 draft@2 --yes", "c", "b\n"},
         {"purge c main@4 --yes", "c", {}},
+        {"checkout c -f -o saved", "saved", {}},
+        {"info c -f -o saved", "saved", {}},
         {"repair bad -f -o saved", "saved", "^#^V ver3 0 3 4\n"},
     };
     const scratch_folder folder;

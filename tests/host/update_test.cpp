@@ -166,13 +166,33 @@ TEST_F(update, merge_stores_what_is_clean_and_leaves_conflicts_in_the_file) {
     write_file("f", "0\n" + read_file("f"));
     const std::string mark = base_of("f");
     ASSERT_EQ(tdm("checkin c f --merge --update --dry-run").status, 0);
-    ASSERT_EQ(tdm("checkin c f --merge").out, "main@4\n");
+    const command_result merged = tdm("checkin c f --merge");
+    EXPECT_EQ(merged.out, "main@4\n");
+    EXPECT_NE(merged.err.find("f: keeps its own text"), std::string::npos) << merged.err;
     EXPECT_EQ(tdm("checkout c").out, "0\n" + newest_text);
     EXPECT_EQ(base_of("f"), mark) << "the file lacks what came since";
     EXPECT_EQ(tdm("checkin c f --merge --update").status, 1) << "nothing new";
     EXPECT_EQ(read_file("f"), "0\n" + newest_text);
     write_file("f", "0\n" + newest_text + "more\n");
     ASSERT_EQ(tdm("checkin c f --merge --update").out, "main@5\n");
+}
+
+TEST_F(update, marks_what_is_certain_and_tells_what_came_since) {
+    write_file("f", newest_text);
+    EXPECT_EQ(tdm("checkin c f").status, 1);
+    EXPECT_EQ(tdm({"checkout", "c", base_of("f")}).out, newest_text);
+    write_file("damaged", read_file("c") + "stray\n");
+    EXPECT_EQ(tdm("checkout damaged main@1 --damaged -o g").status, 0);
+    EXPECT_EQ(base_of("g"), "");
+    edit("f", "X\n");
+    const std::string mark = base_of("f");
+    shell("$SLOW $TDM checkin c f --no-base & sleep 0.4; echo more >>f; wait $!");
+    EXPECT_EQ(base_of("f"), mark);
+    EXPECT_EQ(
+        shell("for i in $(seq 11); do printf '1\\nB\\n3\\n4\\nE\\n%d\\n' $i | $TDM checkin -q c -; "
+              "done; $TDM delete c main@3 --yes -q; $TDM checkin c f 2>&1 | grep -e since: -e more")
+            .out,
+        "tdm: 13 versions came since:\ntdm:   and 3 more\n");
 }
 
 TEST_F(update, file_that_changes_during_a_merge_stays_and_nothing_is_stored) {
@@ -187,6 +207,12 @@ TEST_F(update, file_that_changes_during_a_merge_stays_and_nothing_is_stored) {
     EXPECT_NE(result.err.find("changed by somebody else"), std::string::npos) << result.err;
     EXPECT_EQ(read_file("f"), "X\n");
     EXPECT_EQ(read_file("c"), before);
+    // As late as that it has been stored.
+    edit("f", "5\n");
+    write_file("f", "0\n" + read_file("f"));
+    EXPECT_EQ(
+        shell("$SLOW $TDM checkin c f --merge --update & sleep 0.4; echo X >f; wait $!").status, 2);
+    EXPECT_EQ(read_file("f"), "X\n");
 }
 
 }  // namespace

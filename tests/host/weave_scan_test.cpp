@@ -26,7 +26,8 @@ uint64_t fingerprint(std::string_view text) {
 
 TEST(weave_scan, reads_every_version_of_random_histories_in_one_pass) {
     for (const unsigned seed : seeds(12)) {
-        random_history history(seed, 40);
+        // One goes over several of the blocks that the library reads containers in.
+        random_history history(seed, 40, seed == 1 ? 9000 : 0);
         container_view view;
         ASSERT_EQ(host::open_container(history.path(), &view), 0);
         EXPECT_FALSE(host::scan_structure(view));
@@ -37,6 +38,7 @@ TEST(weave_scan, reads_every_version_of_random_histories_in_one_pass) {
         for (const auto &[id, version] : history.versions) {
             SCOPED_TRACE(host::version_name(view, id));
             EXPECT_EQ(host_tests::text_of_version(view, id), version.text);
+            EXPECT_EQ(host_tests::constructed(history.path(), version.oid), version.text);
             const uint32_t position = host::position_of(scan.tree, id);
             ASSERT_NE(position, host::no_position);
             const host::text_step &read = scan.totals[position];

@@ -116,19 +116,6 @@ TEST_F(container_faults, leave_nothing_behind) {
     }
 }
 
-TEST_F(container_faults, full_disk_is_reported_once) {
-    for (const auto &run : std::initializer_list<std::function<int()>>{
-             [&] { return tdm_construct_ver(container_.c_str(), "/dev/full", "b1", 0); },
-             [&] { return tdm_get_cont_info(container_.c_str(), "/dev/full"); },
-             [&] {
-                 return tdm_create_branch(9, "bC", "c0", "/dev/full", "bA", nullptr, 1,
-                                          container_.c_str());
-             }}) {
-        EXPECT_EQ(test::messages_of([&] { EXPECT_NE(run(), 0); }),
-                  "Trouble accessing file \"/dev/full\": No space left on device\n");
-    }
-}
-
 TEST_F(container_faults, failed_close_is_told_beside_the_failure_before_it) {
     const std::string closed = "Trouble accessing file \"/dev/full\": No space left on device\n";
     const std::string excess = write("excess", original + std::string("stray\n"));

@@ -64,16 +64,6 @@ TEST_F(container, gains_a_branch) {
 
 TEST_F(container, walks_give_each_version_its_lines) {
     const std::string file = write("c", branched);
-    const struct {
-        const char *oid, *text;
-    } rows[] = {{"a0", ""},
-                {"a1", "A\nB\nC\n"},
-                {"a2", "A\nC\n"},
-                {"b0", "A\nB\nC\n"},
-                {"b1", "A\nX\nB\nC\n"}};
-    for (const auto &row : rows) {
-        EXPECT_EQ(construct(file, row.oid), row.text) << row.oid;
-    }
     EXPECT_EQ(construct(file, "a2", 4), "I a1 A\nU b1 X\nD a1,a2 B\nI a1 C\n");
     EXPECT_EQ(construct(file, "a2", 2), "I a1 A\nD a1,a2 B\nI a1 C\n");
     EXPECT_EQ(construct(file, "a2", 1), "I a1 A\nI a1 C\n");
