@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "escaped_text.h"
 #include "exit_status.h"
 #include "version_text.h"
 
@@ -11,8 +10,7 @@ namespace host {
 namespace {
 
 int load(const container_view &view, const version_record &version, text_file *out) {
-    const int status =
-        load_version_text(view, version.id, escape_name(version_name(view, version.id)), out);
+    const int status = load_version_text(view, version.id, version_name(view, version.id), out);
     return status == status_done ? read_lines(out) : status;
 }
 
@@ -35,10 +33,9 @@ int merge_with_newest(const container_view &view, const checkin_base &found,
         load(view, *found.newest, &newest) != status_done) {
         return status_trouble;
     }
-    return merge_texts({{base.name, base.bytes.view()},
-                        {escape_name(file), text},
-                        {newest.name, newest.bytes.view()}},
-                       &out->options, &out->run);
+    return merge_texts(
+        {{base.name, base.bytes.view()}, {file, text}, {newest.name, newest.bytes.view()}},
+        &out->options, &out->run);
 }
 
 std::size_t find_conflict(std::string_view text) {

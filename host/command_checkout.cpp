@@ -14,6 +14,7 @@
 #include "output.h"
 #include "proof.h"
 #include "replaced_text.h"
+#include "usage_error.h"
 
 namespace host {
 
@@ -72,6 +73,10 @@ int construct_into_file(const command_context &context, const checkout_options &
 }
 
 int run_checkout(const command_context &context, const checkout_options &options) {
+    const bool to_stdout = options.output.empty() || options.output == "-";
+    if (context.dry_run && to_stdout) {
+        return usage_error("checkout", "--dry-run needs -o FILE: nothing else is replaced");
+    }
     container_reading input;
     bool damaged = false;
     if (open_sound_container(options.container, options.damaged, &input, &damaged) != status_done) {
@@ -82,7 +87,6 @@ int run_checkout(const command_context &context, const checkout_options &options
         return status_trouble;
     }
     widen_standard_stream();
-    const bool to_stdout = options.output.empty() || options.output == "-";
     return to_stdout ? construct(input, std::string(version->oid), nullptr)
                      : construct_into_file(context, options, input, *version, damaged);
 }

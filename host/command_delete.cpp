@@ -38,7 +38,7 @@ int rehearse(const container_change &change, const deletion_request &request) {
     if (status != status_done) {
         return status;
     }
-    if (const int error = open_container(memory.descriptor(), "the new container", &after);
+    if (const int error = open_container(memory.descriptor(), change.old.name, &after);
         error != 0) {
         return say_errno(change.old.name, "the new container cannot be read", error);
     }
@@ -53,7 +53,7 @@ int prove_and_ask(const command_context &context, const delete_options &options,
                   const container_change &change, const deletion_request &request, int descriptor,
                   done_report *report) {
     container_view after;
-    if (const int error = open_container(descriptor, "the new container", &after); error != 0) {
+    if (const int error = open_container(descriptor, change.old.name, &after); error != 0) {
         return say_errno(change.old.name, "the new container cannot be read", error);
     }
     if (prove_survivors(change.old, after, request) != status_done) {

@@ -79,10 +79,10 @@ sentences describe_repair(const container_view &view, const repair_verdict &verd
 
 // The new container is sound, and every saved version is in it with its text.
 int prove_repaired(const container_view &view, const version_tree &tree,
-                   const repair_verdict &verdict, int descriptor) {
+                   const repair_verdict &verdict, const std::string &name, int descriptor) {
     container_view repaired;
-    if (const int error = open_container(descriptor, "the new container", &repaired); error != 0) {
-        return say_errno(view.name, "the new container cannot be read", error);
+    if (const int error = open_container(descriptor, name, &repaired); error != 0) {
+        return say_errno(name, "the new container cannot be read", error);
     }
     if (const auto faults = check_container(repaired, false, {}).faults; !faults.empty()) {
         say_fault(repaired, faults.front());
@@ -125,7 +125,8 @@ int write_new(const container_reading &input, const container_check &check,
         return status_trouble;
     }
     return replacement->commit([&](int descriptor) {
-        return unless_changed(input, prove_repaired(view, check.scan.tree, verdict, descriptor));
+        return unless_changed(input, prove_repaired(view, check.scan.tree, verdict,
+                                                    replacement->file().name, descriptor));
     });
 }
 

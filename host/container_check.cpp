@@ -46,7 +46,8 @@ void check_without_records(const container_view &view, container_check *check) {
                 {{version.line, escape_name(version_name(view, version.id)) +
                                     " has no lines of its own; it may be a lost version"},
                  {position, position + 1},
-                 false});
+                 false,
+                 true});
         }
     }
 }

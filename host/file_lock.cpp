@@ -164,11 +164,18 @@ int wait_for_lock(const locked_file &file, const replace_options &options, doubl
     return status_done;
 }
 
+// False with errno 0 where nothing has the name.
+bool look_at_name(int folder, const char *base, struct stat *now) {
+    const bool found = fstatat(folder, base, now, AT_SYMLINK_NOFOLLOW) == 0;
+    errno = found || errno == ENOENT ? 0 : errno;
+    return found;
+}
+
 }  // namespace
 
 bool names_same_file(int folder, const char *base, const struct stat &status) {
     struct stat now {};
-    return fstatat(folder, base, &now, AT_SYMLINK_NOFOLLOW) == 0 && now.st_dev == status.st_dev &&
+    return look_at_name(folder, base, &now) && now.st_dev == status.st_dev &&
            now.st_ino == status.st_ino;
 }
 
@@ -211,8 +218,8 @@ int lock_file(const std::string &name, bool may_be_new, const replace_options &o
 bool is_unchanged(const locked_file &file) {
     struct stat now {};
     const struct stat &then = file.status;
-    return fstatat(file.folder.get(), file.base(), &now, AT_SYMLINK_NOFOLLOW) == 0 &&
-           now.st_dev == then.st_dev && now.st_ino == then.st_ino && now.st_size == then.st_size &&
+    return look_at_name(file.folder.get(), file.base(), &now) && now.st_dev == then.st_dev &&
+           now.st_ino == then.st_ino && now.st_size == then.st_size &&
            now.st_mtim.tv_sec == then.st_mtim.tv_sec && now.st_mtim.tv_nsec == then.st_mtim.tv_nsec;
 }
 

@@ -32,10 +32,12 @@ struct locked_file {
 [[nodiscard]] int lock_file(const std::string &name, bool may_be_new,
                             const replace_options &options, locked_file *out);
 
-// Whether the name still leads to the locked file and nobody has written to it since.
+// Whether the name still leads to the locked file and nobody has written to it since. When not,
+// errno is 0, or why that cannot be seen.
 [[nodiscard]] bool is_unchanged(const locked_file &file);
 
-// Whether the name `base` in the open folder leads, by no link, to the file that `status` is of.
+// Whether the name `base` in the open folder leads, by no link, to the file that `status` is of; with
+// errno as above.
 [[nodiscard]] bool names_same_file(int folder, const char *base, const struct stat &status);
 
 // Opens `name` for reading only; 0, or status_trouble after a message.

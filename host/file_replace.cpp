@@ -25,11 +25,6 @@ int force_folder_to_disk(const locked_file &file) {
     return say_errno(file.name, "is replaced, but its folder cannot be forced to disk", errno);
 }
 
-nlink_t links_of(const locked_file &file) {
-    struct stat now {};
-    return fstat(file.descriptor.get(), &now) == 0 ? now.st_nlink : 0;
-}
-
 }  // namespace
 
 int file_replacement::lock(const std::string &name) {
@@ -138,6 +133,9 @@ int file_replacement::force_to_disk() {
 
 int file_replacement::put_in_place() {
     if (file_.exists && !is_unchanged(file_)) {
+        if (errno != 0) {
+            return say_errno(file_.name, "cannot be looked at again", errno);
+        }
         say_of_file(file_.name, "was changed by somebody else meanwhile; nothing is replaced");
         return status_trouble;
     }
@@ -145,7 +143,11 @@ int file_replacement::put_in_place() {
         return status_trouble;
     }
     const bool may_not_part = file_.exists && !options_.break_links;
-    if (may_not_part && links_of(file_) > 1) {
+    struct stat now {};
+    if (may_not_part && fstat(file_.descriptor.get(), &now) != 0) {
+        return say_errno(file_.name, "cannot be looked at again", errno);
+    }
+    if (may_not_part && now.st_nlink > 1) {
         say_of_file(file_.name,
                     "has got another hard link meanwhile, which would part "
                     "(--break-links goes on); nothing is replaced");
@@ -156,7 +158,7 @@ int file_replacement::put_in_place() {
         return status;
     }
     note_replaced();
-    if (may_not_part && links_of(file_) > 0) {
+    if (may_not_part && fstat(file_.descriptor.get(), &now) == 0 && now.st_nlink > 0) {
         say_of_file(file_.name,
                     "is replaced; a hard link made in the last moment has the old file");
     }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "escaped_text.h"
+
 namespace host {
 
 namespace {
@@ -23,10 +25,17 @@ void add_lines(const shown_lines &lines, std::string *out) {
     }
 }
 
+// A marker is one line.
+bool has_control_byte(std::string_view label) {
+    return std::any_of(label.begin(), label.end(), [](char byte) {
+        return static_cast<unsigned char>(byte) < ' ' || byte == '\x7f';
+    });
+}
+
 void add_marker(char mark, int32_t size, const std::string &label, std::string *out) {
     out->append(static_cast<size_t>(size), mark);
     if (!label.empty()) {
-        *out += ' ' + label;
+        *out += ' ' + (has_control_byte(label) ? escape_name(label) : label);
     }
     *out += '\n';
 }

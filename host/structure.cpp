@@ -95,7 +95,11 @@ std::optional<damage> scan_structure(const container_view &view) {
         return std::nullopt;
     }
     std::vector<weave_fault> faults = check_container(view, false, {}).faults;
-    return faults.empty() ? std::nullopt : std::optional(std::move(faults.front().what));
+    if (faults.empty()) {
+        return std::nullopt;
+    }
+    const auto certain = std::ranges::find(faults, false, &weave_fault::guess);
+    return std::move((certain == faults.end() ? faults.begin() : certain)->what);
 }
 
 std::optional<damage> walk_version(const container_view &view, std::span<const version_id> lineage,

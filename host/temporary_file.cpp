@@ -141,6 +141,9 @@ bool temporary_file::has_name(const char *base) const {
 int temporary_file::put_in_place() {
     const int folder = target_->folder.get();
     if (!has_name(base())) {
+        if (errno != 0) {
+            return say_errno(target_->name, "the file beside it cannot be looked at", errno);
+        }
         say_of_file(target_->name,
                     "somebody else has taken away the file beside it; "
                     "nothing is replaced");

@@ -46,6 +46,7 @@ struct weave_fault {
     damage what;
     position_range doubt;
     bool stray = false;  // lines that belong to no run: the doubt is whether they should
+    bool guess = false;  // seen by its effects alone, which may be another fault's
 };
 
 struct weave_stretch {
