@@ -31,6 +31,9 @@ TEST(frame, wrong_usage_is_told_in_one_line_and_gives_2) {
         {"diff --word --stat a b", "--stat excludes --word (see 'tdm diff -h')"},
         {"diff -W 40 a b", "--width requires --side-by-side (see 'tdm diff -h')"},
         {"log --oneline --json c", "--oneline excludes --json (see 'tdm log -h')"},
+        {"merge a b --mq 1 --strict -o c", "--strict excludes --mq (see 'tdm merge -h')"},
+        {"checkout a --dry-run",
+         "--dry-run needs -o FILE: nothing else is replaced (see 'tdm checkout -h')"},
         {"create a --time 2024-05-01",
          "'2024-05-01' is no time: give @SECONDS since 1970 or 2024-05-01T12:30:00Z (or +02:00)"},
     };

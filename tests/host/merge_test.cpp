@@ -339,8 +339,8 @@ TEST_F(merging, command_writes_reports_and_refuses) {
     write_file("base", lines_of("a b c d e f"));
 
     const command_result style =
-        tdm("merge base x y --style zdiff3 --marker-size 9 --label B --label X");
-    EXPECT_NE(style.out.find("<<<<<<<<< X\ne1\n||||||||| B\ne\n=========\ne2\n>>>>>>>>> y\n"),
+        tdm("merge base x y --style zdiff3 --marker-size 9 --label B --label X\a");
+    EXPECT_NE(style.out.find("<<<<<<<<< X\\x07\ne1\n||||||||| B\ne\n=========\ne2\n>>>>>>>>> y\n"),
               std::string::npos)
         << style.out;
 }
