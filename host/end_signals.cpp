@@ -47,7 +47,7 @@ void remove_files_now() {
 
 void watch_end_signals() {
     struct sigaction action {};
-    action.sa_flags = SA_RESETHAND;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);  // unsigned in some headers
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction before {};
         if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_DFL) {
@@ -55,7 +55,7 @@ void watch_end_signals() {
             sigaction(signal, &action, nullptr);
         }
     }
-    action.sa_flags = SA_RESETHAND | SA_SIGINFO;
+    action.sa_flags |= SA_SIGINFO;
     action.sa_sigaction = end_at_cut_file;
     sigaction(SIGBUS, &action, nullptr);
 }

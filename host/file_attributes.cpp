@@ -225,7 +225,7 @@ int narrow_file_mode(int target, const std::string &name, const granted_rights &
     const std::string_view own(list.data(), static_cast<size_t>(std::max<ssize_t>(size, 0)));
     const mode_t old = status.st_mode & 07777;
     mode_t mode = old;
-    for (const mode_t whose : {S_IRWXG, S_IRWXO}) {
+    for (const mode_t whose : {mode_t{S_IRWXG}, mode_t{S_IRWXO}}) {
         if ((rights.bits_for(status.st_gid) & whose & 0444) == 0) {
             mode &= ~whose;
         }

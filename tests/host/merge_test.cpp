@@ -295,8 +295,8 @@ TEST_F(merging, check_finds_what_is_lost_doubled_and_foreign) {
         bad.places[1].from = bad.places[0].end + 2;
         bad.places[1].end = std::max(bad.places[1].from, bad.text.find("d\n"));
         const auto verdict = host::check_merged(merge.run.in, merge.run.plan, bad);
-        EXPECT_TRUE(std::any_of(verdict.faults.begin(), verdict.faults.end(),
-                                [&](const host::line_fault &f) { return f.kind == kind; }))
+        EXPECT_NE(std::ranges::find(verdict.faults, kind, &host::line_fault::kind),
+                  verdict.faults.end())
             << words;
     }
     EXPECT_TRUE(host::check_merged(merge.run.in, merge.run.plan, merge.run.merged).faults.empty());
