@@ -1,9 +1,9 @@
 // Records as they are read.
 //
-// What is accepted is part of the format: fields are separated by any white space of the locale, and
-// numbers are exactly those that the C library's %lx takes (signs, 0x, overflow to the largest
-// number), bounded by the line's end. They are written out by hand because they stand on the path of
-// every run of a weave.
+// What is accepted is part of the format: fields are separated by any white space of the locale,
+// and numbers are exactly those that the C library's %lx takes (signs, 0x, overflow to the largest
+// number), bounded by the line's end. They are written out by hand because they stand on the path
+// of every run of a weave.
 #pragma once
 
 #include <array>
@@ -137,8 +137,8 @@ inline bool take_written_number(Bytes *bytes, std::uint64_t *value) {
     return digits == 1 || (digits > 1 && *first != '0');
 }
 
-// The fields of a run in the form that is written, from behind its prefix to its newline or the end;
-// false, with nothing stored, for any other form, which a field_reader must look at.
+// The fields of a run in the form that is written, from behind its prefix to its newline or the
+// end; false, with nothing stored, for any other form, which a field_reader must look at.
 template <class Bytes>
 inline bool take_written_run(Bytes fields, std::uint64_t (&numbers)[3]) {
     std::uint64_t taken[3];

@@ -11,8 +11,9 @@
 namespace host {
 namespace {
 
-// An unterminated line is the last one of every version that holds it, deleted ones too. Where it is not, a record
-// may be wrong that gives lines to versions, or the mark, and any text may be another one.
+// An unterminated line is the last one of every version that holds it, deleted ones too. Where it
+// is not, a record may be wrong that gives lines to versions, or the mark, and any text may be
+// another one.
 void check_unterminated(const container_view &view, container_check *check) {
     std::map<uint64_t, std::vector<version_id>> by_line;
     const std::vector<version_id> &versions = check->scan.tree.versions;

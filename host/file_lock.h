@@ -36,8 +36,8 @@ struct locked_file {
 // errno is 0, or why that cannot be seen.
 [[nodiscard]] bool is_unchanged(const locked_file &file);
 
-// Whether the name `base` in the open folder leads, by no link, to the file that `status` is of; with
-// errno as above.
+// Whether the name `base` in the open folder leads, by no link, to the file that `status` is of;
+// with errno as above.
 [[nodiscard]] bool names_same_file(int folder, const char *base, const struct stat &status);
 
 // Opens `name` for reading only; 0, or status_trouble after a message.

@@ -1,5 +1,5 @@
-// Which versions and branches a header lists, in tables that answer at once: for a pass that asks at
-// every record of a weave.
+// Which versions and branches a header lists, in tables that answer at once: for a pass that asks
+// at every record of a weave.
 #ifndef TDM_HOST_LISTED_VERSIONS_H
 #define TDM_HOST_LISTED_VERSIONS_H
 

@@ -160,11 +160,12 @@ std::vector<merged_line> count_merged(census &c, const merged_text &merged) {
     return lines;
 }
 
-// Whether the merged count lies outside what the changes explain: every insertion and every deletion
-// must have come through, equal ones at least once and at most as often as they were made. A line
-// of which nobody has fewer than the base stands as often as in the contributor that has most; one
-// of which nobody has more, no more often than in the one that has fewest. What several did together
-// tells nothing of what one of them did besides, unless the line stands once: then it was moved.
+// Whether the merged count lies outside what the changes explain: every insertion and every
+// deletion must have come through, equal ones at least once and at most as often as they were made.
+// A line of which nobody has fewer than the base stands as often as in the contributor that has
+// most; one of which nobody has more, no more often than in the one that has fewest. What several
+// did together tells nothing of what one of them did besides, unless the line stands once: then it
+// was moved.
 bool is_fault(const line_count &count, line_fault_kind *kind) {
     if (count.excused || !count.significant) {
         return false;

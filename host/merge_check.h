@@ -6,9 +6,9 @@
 // markers. Every insertion and deletion must have come through, equal ones of several contributors
 // once at least. A line of which nobody has fewer than the base must stand at least as often as in
 // the base and by the most that one added; a line of which nobody has more, at most as often as in
-// the base less the most that one removed; not so a line that repeats and is in an edit that several
-// made. Lines in conflict are left out of account, and so are lines that say nothing of their own
-// (blank ones, braces), which come and go with every edit.
+// the base less the most that one removed; not so a line that repeats and is in an edit that
+// several made. Lines in conflict are left out of account, and so are lines that say nothing of
+// their own (blank ones, braces), which come and go with every edit.
 #ifndef TDM_HOST_MERGE_CHECK_H
 #define TDM_HOST_MERGE_CHECK_H
 

@@ -266,8 +266,8 @@ std::string region_words(const merge_run &run, const merge_options &options,
 
 namespace {
 
-// The lines on which the conflict's markers begin, from 1; where nothing stands between markers, the
-// first line of the region.
+// The lines on which the conflict's markers begin, from 1; where nothing stands between markers,
+// the first line of the region.
 std::vector<int32_t> marker_lines(const merge_run &run, const merge_region &region) {
     std::vector<int32_t> lines;
     for (const int32_t place : region.places) {

@@ -19,8 +19,8 @@ namespace host {
 // reported once, by finish(). A closed pipe ends the process by SIGPIPE, silently.
 class output_writer {
 public:
-    // Writes to a duplicate of `descriptor`, which stays the caller's. `name` is used in the message
-    // of a failure.
+    // Writes to a duplicate of `descriptor`, which stays the caller's. `name` is used in the
+    // message of a failure.
     output_writer(int descriptor, std::string name);
 
     // Writes to `descriptor` itself, and closes it at the end.

@@ -14,8 +14,9 @@
 
 namespace host {
 
-// Is the container whole: whatever `tdm verify` finds, its first complaint is returned. What is sound
-// at first sight (weave_soundness.h) costs one pass, O(bytes); all else is looked at as verify does.
+// Is the container whole: whatever `tdm verify` finds, its first complaint is returned. What is
+// sound at first sight (weave_soundness.h) costs one pass, O(bytes); all else is looked at as
+// verify does.
 [[nodiscard]] std::optional<damage> scan_structure(const container_view &view);
 
 using format::in_lineage;

@@ -28,8 +28,8 @@ weave_scan scan_along(const container_view &view, version_tree tree, bool finger
 }
 
 // Whether it is a header record that is lost, and not the version's number that is damaged in
-// records of the weave: the next version of the branch is there, or there are more such records than
-// would come to the same number.
+// records of the weave: the next version of the branch is there, or there are more such records
+// than would come to the same number.
 bool is_lost(const version_tree &tree, version_id id, uint64_t records) {
     constexpr uint64_t too_many = 3;
     const auto found = tree.branches.find(id.branch);

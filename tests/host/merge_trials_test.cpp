@@ -40,8 +40,8 @@ struct trial {
     lines right() const { return with_edits_of(makers); }
 };
 
-// What the lines are, and what keeps the edits apart: lines that stand once, so that the texts leave
-// no doubt which lines were edited, or just any line.
+// What the lines are, and what keeps the edits apart: lines that stand once, so that the texts
+// leave no doubt which lines were edited, or just any line.
 struct trial_kind {
     size_t kinds;  // of rows in a table; 0: braces and blank lines among others, as in a program
     bool marks;
@@ -145,8 +145,8 @@ TEST(merge_trials, results_are_as_made_in_any_order) {
             }
         }
     }
-    // Without marks the edits may not be the smallest that give a text (a row taken out here and one
-    // put in there), and then nobody can tell: another making's result is no fault, but rare.
+    // Without marks the edits may not be the smallest that give a text (a row taken out here and
+    // one put in there), and then nobody can tell: another making's result is no fault, but rare.
     EXPECT_GE(tables.right, 60 * tables.other) << tables.conflicts << " conflicts";
     EXPECT_GE(tables.right, tables.conflicts);
     EXPECT_GE(programs.right, 100 * programs.other) << programs.conflicts << " conflicts";

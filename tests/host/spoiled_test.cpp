@@ -1,5 +1,5 @@
-// What a changing command has written is spoiled before it is proven: every command must refuse, and
-// leave the old container as it is.
+// What a changing command has written is spoiled before it is proven: every command must refuse,
+// and leave the old container as it is.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -43,8 +43,8 @@ long open_descriptors() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
-// The values of the JSON library that --digests reads take memory in their destructors, and a command
-// that gets none there ends its process where it stands: a child then runs it.
+// The values of the JSON library that --digests reads take memory in their destructors, and a
+// command that gets none there ends its process where it stands: a child then runs it.
 int end_of_own_process(const std::function<int()> &run) {
     const pid_t child = fork();
     if (child == 0) {
