@@ -3,26 +3,26 @@
 
 #include "run_command.h"
 #include "small_texts.h"
-#include "terminal_run.h"
 
 namespace {
 
 class asking : public testing::Test {
 protected:
     void SetUp() override {
-        if (!has_terminals()) {
-            GTEST_SKIP() << "needs a pseudo terminal";
-        }
         write_file("base", lines_of("a b c d e f"));
         write_file("x", lines_of("a X c d e1 f"));
         write_file("y", lines_of("a Y c d f"));
     }
 
-    terminal_result merge(const std::vector<std::string> &answers,
-                          const std::string &options = "--ask") {
+    // The answers are written in a row, "." for an empty line.
+    command_result merge(const std::string &answers, const std::string &options = "--ask") {
+        std::string lines;
+        for (const std::string &answer : words_of(answers)) {
+            lines += (answer == "." ? "" : answer) + "\n";
+        }
         write_file("edit.sh", "echo edited >\"$1\"\n");
-        return on_terminal("merge base x y -f -o out " + options, "made in file", answers,
-                           {"EDITOR=sh edit.sh", "VISUAL="});
+        return on_terminal("merge base x y -f -o out " + options, lines,
+                           {.environment = {"EDITOR=sh edit.sh", "VISUAL="}});
     }
 
     const scratch_folder folder_;
@@ -30,47 +30,46 @@ protected:
 
 TEST_F(asking, answers_decide) {
     const struct {
-        std::vector<std::string> answers;
-        const char *text;
+        const char *answers, *text;
     } rows[] = {
-        {{"y", "n", "y"}, "a X c d e1 f"},           // the deletion is passed over
-        {{"", "", "n", "y"}, "a X c d f"},           // yes, then no; the deletion
-        {{"n", "n", "n", "n"}, "a b c d e f"},       // the base stays
-        {{"yes", "y", "no", "n"}, "a X Y c d e f"},  // both changes after each other
-        {{"b", "3"}, "a b c d f"},                   // the base; file 3
-        {{"2", "e"}, "a X c d edited f"},            // file 2; the editor
-        {{"?", "s", "4", "n", "y", "1"}, "a Y c d e f"},
+        {"y n y", "a X c d e1 f"},        // the deletion is passed over
+        {". . n y", "a X c d f"},         // yes, then no; the deletion
+        {"n n n n", "a b c d e f"},       // the base stays
+        {"yes y no n", "a X Y c d e f"},  // both changes after each other
+        {"b 3", "a b c d f"},             // the base; file 3
+        {"2 e", "a X c d edited f"},      // file 2; the editor
+        {"? s 4 n y 1", "a Y c d e f"},
     };
     for (const auto &row : rows) {
-        const terminal_result result = merge(row.answers);
-        EXPECT_EQ(result.status, 0) << result.seen;
-        EXPECT_EQ(read_file("out"), lines_of(row.text)) << result.seen;
+        const command_result result = merge(row.answers);
+        EXPECT_EQ(result.status, 0) << result.out;
+        EXPECT_EQ(read_file("out"), lines_of(row.text)) << result.out;
     }
-    const terminal_result shown = merge({"y", "n", "y"});
+    const command_result shown = merge("y n y");
     for (const char *words : {"file 1 (base) line 2", "file 3 y line 2", "Do you want the CHANGE",
                               "[Y/n/a/b/K/e/s/?]", "[y/N/a/b/K/e/s/?]"}) {
-        EXPECT_NE(shown.seen.find(words), std::string::npos) << words << "\n" << shown.seen;
+        EXPECT_NE(shown.out.find(words), std::string::npos) << words << "\n" << shown.out;
     }
 }
 
 TEST_F(asking, abandoned_merge_leaves_no_output) {
-    EXPECT_EQ(merge({"y", "n", "a"}).status, 1);
-    EXPECT_EQ(merge({"\x04"}).status, 1);  // end of input
-    EXPECT_EQ(merge({"y"}, "--ask --no-input").status, 2);
-    EXPECT_EQ(merge({"a"}, "--mq 1").status, 1);
+    EXPECT_EQ(merge("y n a").status, 1);
+    EXPECT_EQ(merge("").status, 1);  // end of input
+    EXPECT_EQ(merge("y", "--ask --no-input").status, 2);
+    EXPECT_EQ(merge("a", "--mq 1").status, 1);
     EXPECT_EQ(files_in("."), (std::vector<std::string>{"base", "edit.sh", "x", "y"}));
 }
 
 TEST_F(asking, library_merge_asks_and_keeps_regions_whole) {
-    EXPECT_EQ(merge({"y", "n", "n", "y"}, "--mq 0").status, 0);
+    EXPECT_EQ(merge("y n n y", "--mq 0").status, 0);
     EXPECT_EQ(read_file("out"), lines_of("a X c d f"));
 
     // Everything declined, the library's decisions would still drop g and h.
     write_file("base", lines_of("a b c d e f g h i j"));
     write_file("x", lines_of("a b C D E F g h i j"));
     write_file("y", lines_of("a b c d E2 F2 G2 H2 i j"));
-    const terminal_result lossy = merge({"n", "n", "n", "n", "n", "n"}, "--mq 0");
-    EXPECT_EQ(lossy.status, 1) << lossy.seen;
+    const command_result lossy = merge("n n n n n n", "--mq 0");
+    EXPECT_EQ(lossy.status, 1) << lossy.out;
     const std::string out = read_file("out");
     for (const char *line : {"\nF\n", "\ng\n", "\nh\n", "\nH2\n"}) {
         EXPECT_NE(out.find(line), std::string::npos) << out;

@@ -149,6 +149,16 @@ command_result shell(const std::string &script, command_options options) {
     return run({"bash", "-c", script}, options);
 }
 
+command_result on_terminal(const std::string &arguments, const std::string &answers,
+                           const command_options &options) {
+    write_file("answers", answers);
+    const command_result result =
+        shell("TERM=xterm COLUMNS=100 script -qec \"$TDM " + arguments + "\" /dev/null <answers",
+              options);
+    std::filesystem::remove("answers");
+    return result;
+}
+
 // JSON with each object and array that is short enough on one line.
 static std::string joined_json(const std::string &printed) {
     std::string joined;

@@ -41,6 +41,11 @@ std::vector<std::string> words_of(const std::string &text);
 // it up for a while where the new file is whole and has not replaced the old one.
 command_result shell(const std::string &script, command_options options = {});
 
+// Runs the command with the words of `arguments` on a pseudo terminal of 100 columns, by script(1).
+// The input ends behind the answers; what came to the terminal is in `out`.
+command_result on_terminal(const std::string &arguments, const std::string &answers = {},
+                           const command_options &options = {});
+
 // Compares with tests/golden/NAME, or rewrites that file when TDM_UPDATE_GOLDEN is set. JSON
 // stands in the file on fewer lines than it was printed on.
 void expect_golden(const std::string &name, const std::string &printed);

@@ -16,10 +16,6 @@ TEST(messages, the_catalogue_has_its_numbers_and_its_odd_texts) {
         int index, number;
         const char *text;
     } rows[] = {
-        {0, 1, "Unable to open file \"%s\": %s\n"},
-        {12, 20, "Specified version does not exist\n"},
-        {17, 25, "Can't parse malformed object-id %s\n"},
-        {21, 30, "============\n============\n"},
         {22, 31,
          "*** \001\001"
          "1BAutomatic:\001\001"
