@@ -134,6 +134,10 @@ void widen_standard_stream() {
 
 int finish_standard_output() {
     if (std::exchange(standard_output_finished, true)) {
+        // What was written since has gone nowhere.
+        if (const int late = standard_output().close_and_take_error(); late != 0) {
+            standard_output_result = say_errno("<stdout>", "cannot write", late);
+        }
         return standard_output_result;
     }
     // What the library has printed through the stream shares the descriptor; a descriptor that was

@@ -87,7 +87,8 @@ void tell_done(done_report &&report);
 void widen_standard_stream();
 
 // Flushes standard output, what the library has written to it included, and closes it; 0, or
-// status_trouble after a message. Called by the frame; a second call gives the same result again.
+// status_trouble after a message. Called by the frame; a second call gives the same result again,
+// or a failure when anything was written in between, which has gone nowhere.
 int finish_standard_output();
 
 // Makes that result status_trouble: what was written has not reached its reader.

@@ -2,10 +2,12 @@
 #include "commands.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <sstream>
 
 #include "escaped_text.h"
+#include "output.h"
 #include "pager.h"
 #include "run_command.h"
 #include "terminal.h"
@@ -128,6 +130,15 @@ TEST(frame, text_is_shown_or_missed_when_the_pager_is_broken) {
         EXPECT_EQ(result.status, row.status) << row.pager;
         EXPECT_NE(result.out.find(row.seen), std::string::npos) << result.out;
     }
+}
+
+TEST(frame, what_is_written_too_late_is_missed) {
+    const auto late = [] {
+        host::finish_standard_output();
+        host::standard_output().write("late");
+        _exit(host::finish_standard_output());
+    };
+    EXPECT_EXIT(late(), testing::ExitedWithCode(2), "tdm: <stdout>: cannot write");
 }
 
 TEST(frame, colour_follows_option_before_environment) {
