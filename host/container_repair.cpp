@@ -178,7 +178,7 @@ private:
         const version_id parent = record == nullptr || number == 0 ? version_id{} : record->parent;
         const std::string name = record != nullptr && is_writable(record->oid)
                                      ? std::string(record->oid)
-                                     : "lost-branch-" + hexadecimal(number);
+                                     : "lost-branch-" + written_number(number);
         lines_.push_back({{number, 0},
                           true,
                           parent,
@@ -214,7 +214,7 @@ bool repair_verdict::worth_writing() const {
 }
 
 std::string lost_identifier(version_id id) {
-    return "lost-" + hexadecimal(id.branch) + "-" + hexadecimal(id.number);
+    return "lost-" + written_number(id.branch) + "-" + written_number(id.number);
 }
 
 repair_verdict judge_versions(const container_view &view, const container_check &check,

@@ -16,7 +16,7 @@ struct append_to {
     void operator()(std::string_view piece) const { text += piece; }
 };
 
-inline std::string hexadecimal(uint64_t number) {
+inline std::string written_number(uint64_t number) {
     return std::string(format::number_text(number).view());
 }
 
