@@ -92,16 +92,6 @@ TEST(frame, full_device_is_noticed) {
     EXPECT_EQ(tdm("checkout c main@2").out, "text\n");
 }
 
-TEST(frame, closed_pipe_ends_silently) {
-    const scratch_folder folder;
-    write_file("a", std::string(200000, '\n'));
-    ASSERT_EQ(tdm("create c").status, 0);
-    ASSERT_EQ(tdm("checkin c a").status, 0);
-    const command_result result = shell("set -o pipefail; $TDM checkout c | head -c 1 >/dev/null");
-    EXPECT_EQ(result.status, 128 + 13);
-    EXPECT_EQ(result.err, "");
-}
-
 TEST(frame, any_name_works_and_is_shown_escaped) {
     const scratch_folder folder;
     write_file("t", "x\n");
@@ -111,25 +101,6 @@ TEST(frame, any_name_works_and_is_shown_escaped) {
         EXPECT_EQ(tdm({"checkout", "--", name}).out, "x\n") << name;
     }
     EXPECT_EQ(tdm({"create", "\xff\x1b[1m"}).err, "tdm: \\xff\\e[1m: exists already\n");
-}
-
-TEST(frame, text_is_shown_or_missed_when_the_pager_is_broken) {
-    const scratch_folder folder;
-    ASSERT_EQ(tdm("create c").status, 0);
-    const struct {
-        const char *pager;
-        int status;
-        const char *seen;
-    } rows[] = {
-        {"TDM_PAGER=sed s/VERSION/shown/", 0, "shown  DATE"},
-        {"TDM_PAGER=no-such-program", 0, "VERSION  DATE"},
-        {"TDM_PAGER=cat >/dev/null; exit 3", 2, "tdm: the pager failed: cat >/dev/null; exit 3"},
-    };
-    for (const auto &row : rows) {
-        const command_result result = on_terminal("list c", "", {.environment = {row.pager}});
-        EXPECT_EQ(result.status, row.status) << row.pager;
-        EXPECT_NE(result.out.find(row.seen), std::string::npos) << result.out;
-    }
 }
 
 TEST(frame, what_is_written_too_late_is_missed) {

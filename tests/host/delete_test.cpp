@@ -1,4 +1,4 @@
-// Deletion, purge and repair: what is left, what is gone, what is refused.
+// Deletion and purge: what is left, what is gone, what is refused.
 #include <gtest/gtest.h>
 #include <norviktdm/tdm.h>
 
@@ -158,53 +158,6 @@ TEST(purge, takes_live_versions_first_and_refuses_what_names_two) {
         const command_result result = tdm({"purge", "c", name, "--dry-run"});
         EXPECT_EQ(result.status, status) << name << result.out << result.err;
     }
-}
-
-TEST_F(pruning, repair_saves_what_is_in_no_doubt) {
-    struct {
-        const char *name;
-        std::string from;
-        std::string to;
-        int status;
-        const char *out;
-    } const rows[] = {
-        {"nothing is wrong", "", "", 0, "saved: 8 of 8 versions\n"},
-        {"a lost version record", "\\^V [0-9a-f]+ 0 3 .*\n", "", 1,
-         "lost: main@3 (its record in the header is lost)\nsaved: 7 of 8 versions\n"},
-        {"a spelled number", "(\\^V [0-9a-f]+) 0 3 ", "$1 0 03 ", 1,
-         "lost: main@3 (line 8: a version record spelled as none is written)\nsaved: 7"},
-        {"a NUL byte", "\ndeep\n", std::string("\nde\0p\n", 6), 1,
-         "lost: deep@1 (line 34: a NUL byte)\nsaved: 7 of 8 versions\n"},
-        {"a cut end", "\nmore\n$", "\nmo", 1,
-         "lost: draft@2 (line 36: the file ends in the middle of this line)\n"},
-        {"stray lines", "$", "stray\n", 1,
-         "lost: deep@1 (line 37: 1 line outside every inserted run)\n"
-         "tdm: lost: draft@1 to draft@2, 2 versions (line 37: "},
-    };
-    const std::string bytes = read_file("c");
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
-        std::filesystem::remove("new");
-        const std::string damaged =
-            row.from.empty() ? bytes
-                             : std::regex_replace(bytes, std::regex(row.from), row.to,
-                                                  std::regex_constants::format_first_only);
-        write_file("damaged", damaged);
-        const command_result result = tdm("repair damaged -o new");
-        EXPECT_EQ(result.status, row.status);
-        const bool written = std::filesystem::exists("new");
-        EXPECT_NE((written ? result.out : result.err).find(row.out), std::string::npos);
-        EXPECT_EQ(result.out.empty(), !written);
-        EXPECT_EQ(read_file("damaged"), damaged);
-        if (written) {
-            EXPECT_EQ(tdm("verify new").status, 0);
-            EXPECT_EQ(tdm("checkout new main@4").out, "a\nstays\nd\n");
-            EXPECT_EQ(tdm("checkout new draft@1").out, "a\nb\ndraft\n");
-        }
-    }
-    EXPECT_FALSE(std::filesystem::exists("new"));
-    EXPECT_EQ(tdm("repair damaged -o new --drop-stray").status, 0);
-    EXPECT_EQ(read_file("new"), bytes);
 }
 
 }  // namespace

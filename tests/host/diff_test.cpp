@@ -138,14 +138,6 @@ TEST_F(differences, trouble_is_told) {
     EXPECT_EQ(tdm("diff /dev/null text", {.output_path = "/dev/full"}).status, 2);
 }
 
-TEST_F(differences, terminal_gets_color_and_no_control_bytes) {
-    write_file("old", "a\n");
-    write_file("new", "\x1b[2J\r\n");
-    const command_result result = on_terminal("diff --no-pager old new");
-    EXPECT_EQ(result.status, 1);
-    EXPECT_NE(result.out.find("\x1b[32m+\\e[2J\\r\x1b[m"), std::string::npos) << result.out;
-}
-
 // Texts whose lines have equal hashes all the same differ: what the library pairs is checked.
 TEST_F(differences, pairs_of_lines_are_checked_against_the_texts) {
     const host::text_lines base = host::split_lines("a\nb\nc\n");

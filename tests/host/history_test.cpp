@@ -51,15 +51,6 @@ TEST_F(history, listings_are_as_documented) {
               "I IDENTIFIER c\nD IDENTIFIER,IDENTIFIER ^d\nI IDENTIFIER e\n");
 }
 
-TEST_F(history, columns_are_counted_in_characters) {
-    ASSERT_EQ(
-        tdm({"checkin", "c", "t1", "--branch", "br\u00e4nches", "--from", "main", "--no-base"})
-            .status,
-        0);
-    EXPECT_NE(tdm("list c").out.find("\nmain@0      2"), std::string::npos);
-    EXPECT_NE(tdm("annotate c").out.find("main@1      2"), std::string::npos);
-}
-
 TEST_F(history, version_may_be_an_identifier_or_its_beginning) {
     std::smatch found;
     const std::string list = tdm("list c").out;

@@ -127,6 +127,10 @@ TEST_F(inspection, scripts_get_what_is_written_here) {
          "      \"name\": \"main@4\",\n"},
         {"$TDM delete c main@1 --dry-run 2>&1 | grep -o 'for main@.'", "for main@3\n"},
         {"cp c d; $TDM delete d draft@2 --yes -q", ""},
+        {"(head -1 head; for i in 6 5 4 3 2 1; do echo ^V v$i 0 $i 0; done; tail -n +2 head; "
+         "for i in 1 2 3 4 5 6; do printf '^I 0 %d 1\\nx\\n' $i; done) >d; "
+         "$TDM purge d main@6 --dry-run 2>&1 | grep -o 'and . more: x'",
+         "and 1 more: x\n"},
         {"sed '2i^V 12345678b 0 1 0' head | sed '2i^V 12345678a 0 2 0' >d; $TDM log d --oneline",
          "* main@2 12345678a +0 -0 0\n* main@1 12345678b +0 -0 0\n* main@0 v0 +0 -0 0\n"},
         {"sed 's/db1 0/db1 1/; 2i^#^B x 1 0 0' head >d; $TDM list d --json | grep -c '\"off\"'",
@@ -165,6 +169,26 @@ TEST_F(inspection, scripts_get_what_is_written_here) {
          "grep -o -e --yes; done",
          "--yes\n--yes\n"},
         {"TERM=dumb script -qec \"$TDM log c --no-pager\" /dev/null | grep -c $'\\033'", "0\n"},
+        {"yes '' | head -200000 >t; $TDM create e -q; $TDM checkin -q e t; set -o pipefail; "
+         "$TDM checkout e 2>err | head -c 1; cat err; echo $?; $TDM checkout e | head -c 1; echo "
+         "$?",
+         "\n0\n\n141\n"},
+        {"$TDM branch c br\u00e4nches main -q; $TDM list c | grep ^main@0 | cut -c 1-13; "
+         "$TDM annotate c | head -1 | cut -c 1-13",
+         "main@0      2\nmain@1      2\n"},
+        {"echo a >x; printf '\\033[2J\\r\\n' >y; script -qec \"$TDM diff --no-pager x y\" "
+         "/dev/null | "
+         "grep -c $'\\033.32m+.e.2J.r\\033.m'",
+         "1\n"},
+        {"TDM_PAGER='sed s/VERSION/shown/' script -qec \"$TDM list c\" /dev/null | grep -c '^shown "
+         " *DATE'",
+         "1\n"},
+        {"TDM_PAGER=no-such-program script -qec \"$TDM list c\" /dev/null | grep -c '^VERSION  "
+         "*DATE'",
+         "1\n"},
+        {"TDM_PAGER='cat >/dev/null; exit 3' script -qec \"$TDM list c\" t >/dev/null; echo $?; "
+         "grep -o 'the pager failed: cat >/dev/null; exit 3' t",
+         "2\nthe pager failed: cat >/dev/null; exit 3\n"},
         {"PAGER=false TDM_PAGER=cat script -qec \"$TDM list c\" /dev/null | grep -c failed", "0\n"},
     };
     for (const auto &[script, out] : rows) {

@@ -20,7 +20,8 @@ protected:
         for (const std::string &answer : words_of(answers)) {
             lines += (answer == "." ? "" : answer) + "\n";
         }
-        write_file("edit.sh", "echo edited >\"$1\"\n");
+        // The editor leaves the markers at first.
+        write_file("edit.sh", "test -e tried && echo edited >\"$1\"; touch tried\n");
         return on_terminal("merge base x y -f -o out " + options, lines,
                            {.environment = {"EDITOR=sh edit.sh", "VISUAL="}});
     }
@@ -37,7 +38,7 @@ TEST_F(asking, answers_decide) {
         {"n n n n", "a b c d e f"},       // the base stays
         {"yes y no n", "a X Y c d e f"},  // both changes after each other
         {"b 3", "a b c d f"},             // the base; file 3
-        {"2 e", "a X c d edited f"},      // file 2; the editor
+        {"2 e e", "a X c d edited f"},    // file 2; the editor
         {"? s 4 n y 1", "a Y c d e f"},
     };
     for (const auto &row : rows) {
@@ -58,6 +59,11 @@ TEST_F(asking, abandoned_merge_leaves_no_output) {
     EXPECT_EQ(merge("y", "--ask --no-input").status, 2);
     EXPECT_EQ(merge("a", "--mq 1").status, 1);
     EXPECT_EQ(files_in("."), (std::vector<std::string>{"base", "edit.sh", "x", "y"}));
+}
+
+TEST_F(asking, long_places_are_shown_in_part) {
+    write_file("x", lines_of("a b c d") + std::string(50, '\n') + "f\n");
+    EXPECT_NE(merge("a").out.find("more lines; s shows them"), std::string::npos);
 }
 
 TEST_F(asking, library_merge_asks_and_keeps_regions_whole) {

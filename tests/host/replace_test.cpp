@@ -251,7 +251,7 @@ TEST_F(replacement, stops_when_the_owner_cannot_be_kept) {
     if (geteuid() != 0) {
         GTEST_SKIP() << "needs root, to make a file that belongs to somebody else";
     }
-    ASSERT_EQ(chmod(".", 0777) + chmod("c", 04676) + chmod("second", 0644), 0);
+    ASSERT_EQ(chmod(".", 0777) + chmod("c", 06676) + chmod("second", 0644), 0);
     const command_options nobody{.unprivileged = true};
     const command_result refused = tdm("checkin c second", nobody);
     EXPECT_EQ(refused.status, 2);

@@ -207,12 +207,14 @@ TEST_F(update, file_that_changes_during_a_merge_stays_and_nothing_is_stored) {
     EXPECT_NE(result.err.find("changed by somebody else"), std::string::npos) << result.err;
     EXPECT_EQ(read_file("f"), "X\n");
     EXPECT_EQ(read_file("c"), before);
-    // As late as that it has been stored.
+    // So late that it has been stored; and of same size and time, so that only the bytes tell.
     edit("f", "5\n");
     write_file("f", "0\n" + read_file("f"));
-    EXPECT_EQ(
-        shell("$SLOW $TDM checkin c f --merge --update & sleep 0.4; echo X >f; wait $!").status, 2);
-    EXPECT_EQ(read_file("f"), "X\n");
+    EXPECT_EQ(shell("$SLOW $TDM checkin c f --merge --update & sleep 0.4; cp -p f t; "
+                    "echo X | dd of=f conv=notrunc status=none; touch -r t f; wait $!")
+                  .status,
+              2);
+    EXPECT_EQ(read_file("f"), "X\n1\n2\n3\n4\n5\n");
 }
 
 }  // namespace

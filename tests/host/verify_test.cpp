@@ -183,6 +183,12 @@ TEST(verify, finds_what_is_lost_and_repair_keeps_what_hangs_on_it) {
         {"^B draft 1 0 2", "^B draft 1 0 4",
          "c:5: branch draft is made off main@4, which stands above",
          "lost: draft@1 to draft@2, 2 versions (line 5", "^#^V ver3 0 3 4\n^V ver2"},
+        {"", "", "", "saved: 6 of 6 versions\n", "^E elem\n"},
+        {"2 0 2 3", "2 0 02 3", "c:7: a version record spelled as none is written",
+         "lost: main@2 (line 7: a version record spelled as none is written)\nsaved: 5 of 6", ""},
+        {"four", std::string("fo\0r", 4), "c:15: a NUL byte", "lost: main@4 (line 15: a NUL", ""},
+        {"^N end\n", "^N e", "c:27: the file ends in", "lost: main@4 (line 27: the file ends in",
+         ""},
         {"^V ver2 0 2 3\n", "", "c:5: branch draft is made off main@2", "lost: draft@2 (line 3",
          "^S db1 1\n^V ver4 0 4 7\n^#^V ver3 0 3 4\n^#^V lost-0-2 0 2 0\n^V ver1"},
     };
@@ -190,13 +196,25 @@ TEST(verify, finds_what_is_lost_and_repair_keeps_what_hangs_on_it) {
     write_file("c", sound);
     write_file("digests", tdm("verify c --json").out);
     for (const auto &row : rows) {
-        write_file("c", replaced({"", row.from, row.to, 0, ""}));
+        const std::string damaged = replaced({"", row.from, row.to, 0, ""});
+        write_file("c", damaged);
         EXPECT_NE(tdm("verify c").err.find(row.found), std::string::npos) << row.found;
-        EXPECT_TRUE(tdm("repair c -fo new").out.starts_with(row.lost)) << row.lost;
+        const command_result result = tdm("repair c -fo new");
+        EXPECT_TRUE(result.out.starts_with(row.lost)) << row.lost;
+        EXPECT_EQ(result.status, row.lost[0] == 'l' ? 1 : 0) << row.lost;
+        EXPECT_EQ(read_file("c"), damaged);
+        EXPECT_EQ(tdm("verify new").status, 0);
         EXPECT_NE(read_file("new").find(row.repaired), std::string::npos) << read_file("new");
     }
     EXPECT_NE(tdm("verify new --digests digests").err.find("main@2 is not there any"),
               std::string::npos);
+    write_file("c", std::string(sound) + "stray\n");
+    const command_result stray = tdm("repair c -o none");
+    EXPECT_EQ(stray.status, 1);
+    EXPECT_EQ(stray.out, "");
+    EXPECT_NE(stray.err.find("draft@1 to draft@2, 2 versions (line 28: 1 line"), std::string::npos);
+    EXPECT_EQ(tdm("repair c -o none --drop-stray").status, 0);
+    EXPECT_EQ(read_file("none"), sound);
 }
 
 }  // namespace
