@@ -1,6 +1,9 @@
 // tdm merge: up to 31 contributors into a base.
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <memory>
 
 #include "command_context.h"
@@ -64,6 +67,36 @@ void take_labels(command_options *options) {
     options->merge.apply_adjacent = options->adjacent == "apply";
 }
 
+// Whether two names lead to one file, which need not exist yet.
+bool is_same_file(const std::string &a, const std::string &b) {
+    struct stat first {};
+    struct stat second {};
+    if (stat(a.c_str(), &first) == 0 && stat(b.c_str(), &second) == 0) {
+        return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+    }
+    return std::filesystem::path(a).lexically_normal() ==
+           std::filesystem::path(b).lexically_normal();
+}
+
+// The report may take no other file's place, the merged text's above all.
+int check_report(const command_context &context, const command_options &options) {
+    const std::string &report = options.report;
+    if (report == "-") {
+        const bool taken = options.output == "-" || context.json || options.mq >= 0;
+        return taken ? usage_error("merge", "--report needs a FILE: standard output is in use")
+                     : int{status_done};
+    }
+    const auto same = [&](const std::string &name) { return is_same_file(report, name); };
+    if (same(options.output) || std::any_of(options.names.begin(), options.names.end(), same)) {
+        return usage_error("merge", "--report would replace another file of the merge");
+    }
+    if (!context.force && access(report.c_str(), F_OK) == 0) {
+        say_of_file(report, "exists already (--force replaces it)");
+        return status_trouble;
+    }
+    return status_done;
+}
+
 int check_usage(const command_context &context, command_options *options) {
     if (options->names.size() > most_files - 1) {
         return usage_error("merge", "more than 31 files to merge");
@@ -75,6 +108,9 @@ int check_usage(const command_context &context, command_options *options) {
     if (options->output == "-" && (options->mq >= 0 || context.json)) {
         return usage_error("merge", std::string(options->mq >= 0 ? "--mq" : "--json") +
                                         " writes to standard output: give -o FILE");
+    }
+    if (!options->report.empty() && check_report(context, *options) != status_done) {
+        return status_trouble;
     }
     // Looked at once more when it is replaced; here so that nobody answers questions in vain.
     if (options->output != "-" && !context.force && access(options->output.c_str(), F_OK) == 0) {

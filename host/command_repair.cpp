@@ -166,7 +166,7 @@ int run_repair(const command_context &context, const repair_options &options) {
     if (status != status_done) {
         return status;
     }
-    if (!context.dry_run) {
+    if (!context.dry_run && !context.quiet) {
         tell_done(std::move(report));
     }
     return verdict.lost.empty() && view.header_damages.empty() ? status_done : status_negative;

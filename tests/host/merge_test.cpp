@@ -314,6 +314,12 @@ TEST_F(merging, command_writes_reports_and_refuses) {
     EXPECT_EQ(json.err, "tdm: out:5: conflict: x and y changed the same lines differently\n");
 
     EXPECT_EQ(tdm("merge base x y -o out").status, 2);
+    for (const char *words :
+         {"merge base x y -o new --report ./new -f", "merge base x y -o new --report x -f",
+          "merge base x y -o new --report - --json", "merge base x y -o new --report report"}) {
+        EXPECT_EQ(tdm(words).status, 2) << words;
+    }
+    EXPECT_EQ(read_file("new") + read_file("x"), lines_of("a X c d e1 f"));
     EXPECT_EQ(tdm("merge base x base -o x -f").status, 0);
     EXPECT_EQ(read_file("x"), lines_of("a X c d e1 f"));
     EXPECT_EQ(tdm("merge base x y -o none --abort-on-conflict").status, 1);
