@@ -24,11 +24,12 @@ int set_or_remove(int descriptor, std::string_view identifier) {
 
 }  // namespace
 
-std::string read_base(int descriptor) {
-    std::string value(longest_identifier, '\0');
-    const ssize_t size = fgetxattr(descriptor, attribute, value.data(), value.size());
-    value.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
-    return value;
+int read_base(int descriptor, std::string *identifier) {
+    identifier->resize(longest_identifier);
+    const ssize_t size = fgetxattr(descriptor, attribute, identifier->data(), identifier->size());
+    const int error = size < 0 ? errno : 0;
+    identifier->resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+    return error == ENODATA || error == ERANGE || is_not_kept(error) ? 0 : error;
 }
 
 int write_base(int descriptor, std::string_view identifier) {

@@ -9,8 +9,9 @@
 
 namespace host {
 
-// The identifier, as it stands on the open file; empty when there is none that can be read.
-[[nodiscard]] std::string read_base(int descriptor);
+// The identifier, as it stands on the open file; empty when there is none, or one too long to be an
+// identifier. 0, or an errno value when nobody can say.
+[[nodiscard]] int read_base(int descriptor, std::string *identifier);
 
 // Sets it on an open file; needs no descriptor for writing. When that fails, an older one is taken
 // away, so that the file claims no base that is not its own. 0 or an errno value: also 0 where the

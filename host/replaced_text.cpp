@@ -14,7 +14,9 @@ int replaced_text::look(const locked_file &file, const version_record &asked) {
     if (const int error = bytes.load(file.descriptor.get()); error != 0) {
         return say_errno(file.name, "cannot be read", error);
     }
-    const version_record *base = find_version_by_oid(view_, read_base(file.descriptor.get()));
+    std::string mark;
+    (void)read_base(file.descriptor.get(), &mark);  // which version to try first
+    const version_record *base = find_version_by_oid(view_, mark);
     std::string reason;
     keeper_ = find_living_version(view_, {base, &asked, resolve_version(view_, "", &reason)},
                                   bytes.view());

@@ -21,7 +21,9 @@ int working_file::read(const std::string &name) {
     }
     // The mark first: were it read after the text, another check-in of the file that comes between
     // could make an old text pass for a new one.
-    base_ = read_base(source_.get());
+    if (const int error = read_base(source_.get(), &base_); error != 0) {
+        return say_errno(name, "what it was made from cannot be read", error);
+    }
     const int status = input_.read(source_.get(), name);
     struct stat found {};
     if (fstat(source_.get(), &found) != 0 || !S_ISREG(found.st_mode)) {
