@@ -29,10 +29,10 @@ outcome change(const held_container &input, std::vector<std::string> words) {
 }
 
 // A word of the command line that names the version, empty when there is none.
-std::string word_for(const host::container_view &view, const host::version_record &version) {
+std::string word_for(const norvik::container_view &view, const norvik::version_record &version) {
     std::string reason;
     for (const std::string &word : {version_name(view, version.id), std::string(version.oid)}) {
-        const host::version_record *found = resolve_version(view, word, &reason);
+        const norvik::version_record *found = resolve_version(view, word, &reason);
         if (found != nullptr && found->id == version.id) {
             return word;
         }
@@ -42,8 +42,8 @@ std::string word_for(const host::container_view &view, const host::version_recor
 
 // Whether enough stays: without its first version a container could be left with none.
 bool can_delete_from(const held_container &input) {
-    const host::version_record *first =
-        input.opened ? host::find_version(input.view, {0, 0}) : nullptr;
+    const norvik::version_record *first =
+        input.opened ? norvik::find_version(input.view, {0, 0}) : nullptr;
     return first != nullptr && !first->deleted && texts_of(input).contains({0, 0});
 }
 
@@ -57,11 +57,11 @@ void checkin(std::string_view bytes) {
         return;
     }
     choices random(bytes);
-    const host::version_record &base = random.of(input.view.versions);
-    const host::branch_record *branch = host::find_branch(input.view, base.id.branch);
+    const norvik::version_record &base = random.of(input.view.versions);
+    const norvik::branch_record *branch = norvik::find_branch(input.view, base.id.branch);
     const std::string word = word_for(input.view, base);
     if (branch == nullptr || word.empty() || base.deleted ||
-        host::find_branch(input.view, branch->oid) != branch) {
+        norvik::find_branch(input.view, branch->oid) != branch) {
         return;
     }
     std::vector<std::string> lines =
@@ -77,14 +77,14 @@ void checkin(std::string_view bytes) {
     const auto [status, after] = change(input, words);
     if (status != 0) {
         // A full container has no number for a branch, a full branch none for a version.
-        require(!is_sound(input.view) || !host::next_branch_number(input.view) ||
-                    !host::next_version_number(input.view, base.id.branch),
+        require(!is_sound(input.view) || !norvik::next_branch_number(input.view) ||
+                    !norvik::next_version_number(input.view, base.id.branch),
                 "verify passes it");
         return;
     }
-    require(!host::scan_structure(input.view), "the scan refuses it");
+    require(!norvik::scan_structure(input.view), "the scan refuses it");
     texts_by_id texts = texts_of(after);
-    const host::version_id fresh = after.view.versions.front().id;
+    const norvik::version_id fresh = after.view.versions.front().id;
     require(texts[fresh] == text, "the new version is another text");
     texts.erase(fresh);
     require(texts == texts_of(input), "an old version has changed");
@@ -101,9 +101,9 @@ void delete_versions(std::string_view bytes) {
     texts_by_id expected = texts_of(input);
     std::vector<std::string> words = {"delete", "-q", "--yes", "--", "c.tdm"};
     for (size_t count = 1 + random.below(3); count > 0; count--) {
-        const host::version_record &version = random.of(input.view.versions);
+        const norvik::version_record &version = random.of(input.view.versions);
         const std::string word = word_for(input.view, version);
-        if (version.id != host::version_id{0, 0} && !word.empty() && expected.erase(version.id)) {
+        if (version.id != norvik::version_id{0, 0} && !word.empty() && expected.erase(version.id)) {
             words.push_back(word);
         }
     }
@@ -122,10 +122,10 @@ void purge(std::string_view bytes) {
         return;
     }
     choices random(bytes);
-    const host::version_record &version = random.of(input.view.versions);
+    const norvik::version_record &version = random.of(input.view.versions);
     const std::string oid(version.oid);
     const std::string word = version.deleted ? oid : word_for(input.view, version);
-    if (version.id == host::version_id{0, 0} || word.empty()) {
+    if (version.id == norvik::version_id{0, 0} || word.empty()) {
         return;
     }
     texts_by_id expected = texts_of(input);
@@ -150,8 +150,8 @@ void purge(std::string_view bytes) {
         }
     }
     for (const std::string &line : split(after.view.bytes.view().substr(after.view.weave_offset))) {
-        const std::string text(host::text_of(line));
-        const bool is_text = host::holds_text(format::kind_of(line));
+        const std::string text(norvik::text_of(line));
+        const bool is_text = norvik::holds_text(format::kind_of(line));
         require(!is_text || !brought.contains(text + (text.ends_with('\n') ? "" : "\n")),
                 "a copy is left");
     }
@@ -172,7 +172,7 @@ void repair(std::string_view bytes) {
     const held_container output(saved);
     require(saved.empty() || is_sound(output.view), "what is saved is not sound");
     for (const auto &[id, text] : texts_of(output)) {
-        require(id == host::version_id{0, 0} || walked_text(input.view, id) == text,
+        require(id == norvik::version_id{0, 0} || walked_text(input.view, id) == text,
                 "a saved text is another one");
     }
 }

@@ -11,7 +11,7 @@
 namespace fuzz {
 
 std::vector<std::string> split(std::string_view text) {
-    const host::text_lines lines = host::split_lines(text);
+    const norvik::text_lines lines = norvik::split_lines(text);
     std::vector<std::string> out;
     for (int32_t i = 0; i < lines.count(); i++) {
         out.emplace_back(lines.line(i));
@@ -118,13 +118,13 @@ std::string grown(std::string_view bytes, choices *random) {
     if (!old.opened || old.view.versions.empty() || !is_sound(old.view)) {
         return std::string(bytes);
     }
-    const host::version_record &base = random->of(old.view.versions);
+    const norvik::version_record &base = random->of(old.view.versions);
     const std::string oid(base.oid);
-    const host::branch_record *branch = find_branch(old.view, base.id.branch);
+    const norvik::branch_record *branch = find_branch(old.view, base.id.branch);
     const auto number = next_version_number(old.view, base.id.branch);
     const auto text = library_text(old, oid);
     int status = -1;
-    if (random->below(5) == 0 && base.id != host::version_id{0, 0}) {
+    if (random->below(5) == 0 && base.id != norvik::version_id{0, 0}) {
         const char *oids[] = {oid.c_str()};
         status = tdm_delete_versions_and_branches(old.file.path().c_str(), out.path().c_str(), 1,
                                                   oids, 0, nullptr);

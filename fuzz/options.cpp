@@ -34,7 +34,7 @@ std::vector<std::string> known_words() {
     for (std::string word; options >> word;) {
         words.push_back(word + "\n");
     }
-    for (const host::command_entry &entry : host::command_table()) {
+    for (const norvik::command_entry &entry : norvik::command_table()) {
         words.push_back(entry.name + std::string("\n"));
     }
     return words;

@@ -11,13 +11,13 @@ void reader(std::string_view bytes) {
     if (!input.opened) {
         return;
     }
-    const host::container_view &view = input.view;
-    const host::container_check check = host::check_container(view, false, {});
+    const norvik::container_view &view = input.view;
+    const norvik::container_check check = norvik::check_container(view, false, {});
     const bool sound = check.faults.empty();
-    require(!sound || (!bytes.empty() && !host::scan_structure(view)), "sound, but not scanned");
-    for (const host::version_record &version : view.versions) {
-        if (host::find_version_by_oid(view, version.oid) != &version ||
-            host::find_version(view, version.id) != &version) {
+    require(!sound || (!bytes.empty() && !norvik::scan_structure(view)), "sound, but not scanned");
+    for (const norvik::version_record &version : view.versions) {
+        if (norvik::find_version_by_oid(view, version.oid) != &version ||
+            norvik::find_version(view, version.id) != &version) {
             continue;
         }
         const auto ours = walked_text(view, version.id);
@@ -42,7 +42,7 @@ void annotate(std::string_view bytes) {
         return;
     }
     std::vector<std::string> known{std::string(32, '0')};
-    for (const host::version_record &version : input.view.versions) {
+    for (const norvik::version_record &version : input.view.versions) {
         known.emplace_back(version.oid);
     }
     const auto stripped = [&](const std::string &annotated) {

@@ -50,9 +50,9 @@ int sys_fsync_stream(FILE *stream) {
 }
 
 // In place of the command's own, which closes standard output for good.
-extern "C" int __wrap__ZN4host22finish_standard_outputEv() {
-    host::standard_output().flush();
-    return std::fflush(stdout) == 0 && !host::standard_output().failed() ? 0 : 2;
+extern "C" int __wrap__ZN6norvik22finish_standard_outputEv() {
+    norvik::standard_output().flush();
+    return std::fflush(stdout) == 0 && !norvik::standard_output().failed() ? 0 : 2;
 }
 
 // The target is named by the environment, as the fuzzer has the command line.
@@ -114,7 +114,7 @@ int run(std::vector<std::string> words) {
         arguments.push_back(word.data());
     }
     arguments.push_back(nullptr);
-    const int status = host::run_command_line(static_cast<int>(words.size()), arguments.data());
+    const int status = norvik::run_command_line(static_cast<int>(words.size()), arguments.data());
     drop_library_files();
     require(fcntl(STDOUT_FILENO, F_GETFD) >= 0, "standard output is closed");
     require(status >= 0 && status <= 2, "the exit status is " + std::to_string(status));
@@ -126,7 +126,7 @@ held_file::held_file(std::string_view bytes) {
 }
 
 held_container::held_container(std::string_view bytes)
-    : file(bytes), opened(host::open_container(file.descriptor(), "input", &view) == 0) {}
+    : file(bytes), opened(norvik::open_container(file.descriptor(), "input", &view) == 0) {}
 
 std::optional<std::string> library_text(const held_container &container, std::string_view oid,
                                         uint32_t annotation) {
@@ -136,11 +136,11 @@ std::optional<std::string> library_text(const held_container &container, std::st
     return status == 0 ? std::optional(read_file(out.path())) : std::nullopt;
 }
 
-std::optional<std::string> walked_text(const host::container_view &view, host::version_id id) {
-    std::vector<host::version_id> lineage;
+std::optional<std::string> walked_text(const norvik::container_view &view, norvik::version_id id) {
+    std::vector<norvik::version_id> lineage;
     std::string text;
     const auto add = [&text](std::string_view piece) { return text += piece, true; };
-    if (!host::lineage_of(view, id, &lineage) || host::walk_version(view, lineage, add)) {
+    if (!norvik::lineage_of(view, id, &lineage) || norvik::walk_version(view, lineage, add)) {
         return std::nullopt;
     }
     return text;
@@ -148,7 +148,7 @@ std::optional<std::string> walked_text(const host::container_view &view, host::v
 
 texts_by_id texts_of(const held_container &container) {
     texts_by_id texts;
-    for (const host::version_record &version : container.view.versions) {
+    for (const norvik::version_record &version : container.view.versions) {
         if (!version.deleted && !texts.contains(version.id)) {
             if (auto text = library_text(container, version.oid)) {
                 texts[version.id] = std::move(*text);
@@ -158,8 +158,8 @@ texts_by_id texts_of(const held_container &container) {
     return texts;
 }
 
-bool is_sound(const host::container_view &view) {
-    return host::check_container(view, false, {}).faults.empty();
+bool is_sound(const norvik::container_view &view) {
+    return norvik::check_container(view, false, {}).faults.empty();
 }
 
 }  // namespace fuzz

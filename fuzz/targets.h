@@ -61,14 +61,14 @@ int run(std::vector<std::string> words);
 // Lets go of the temporary files that the library has asked for.
 void drop_library_files();
 
-struct held_file : host::memory_file {
+struct held_file : norvik::memory_file {
     explicit held_file(std::string_view bytes = "");
 };
 
 // A container in memory, open for both readers.
 struct held_container {
     held_file file;
-    host::container_view view;
+    norvik::container_view view;
     bool opened;
     explicit held_container(std::string_view bytes);
 };
@@ -77,11 +77,11 @@ struct held_container {
 std::optional<std::string> library_text(const held_container &container, std::string_view oid,
                                         uint32_t annotation = 0);
 // The same by the command's own walk.
-std::optional<std::string> walked_text(const host::container_view &view, host::version_id id);
+std::optional<std::string> walked_text(const norvik::container_view &view, norvik::version_id id);
 // Every live version's text by the library, where it can be read.
-using texts_by_id = std::map<host::version_id, std::string>;
+using texts_by_id = std::map<norvik::version_id, std::string>;
 texts_by_id texts_of(const held_container &container);
-bool is_sound(const host::container_view &view);
+bool is_sound(const norvik::container_view &view);
 
 // Lines with their newlines; the last one may have none.
 std::vector<std::string> split(std::string_view text);

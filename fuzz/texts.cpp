@@ -9,12 +9,12 @@ namespace fuzz {
 
 namespace {
 
-std::string replayed(const host::text_lines &base, const host::text_lines &file,
-                     const std::vector<host::edit> &edits) {
+std::string replayed(const norvik::text_lines &base, const norvik::text_lines &file,
+                     const std::vector<norvik::edit> &edits) {
     std::string text;
     int32_t base_line = 0;
     int32_t file_line = 0;
-    for (const host::edit &edit : edits) {
+    for (const norvik::edit &edit : edits) {
         require(edit.base_first > base_line || (edit.base_first == 0 && text.empty()),
                 "edits that touch");
         require(edit.base_first - base_line == edit.file_first - file_line &&
@@ -30,7 +30,7 @@ std::string replayed(const host::text_lines &base, const host::text_lines &file,
 }
 
 // Lines first .. last, from 1.
-std::string_view take(const host::text_lines &text, int32_t first, int32_t last) {
+std::string_view take(const norvik::text_lines &text, int32_t first, int32_t last) {
     require(first >= 1 && last <= text.count(), "lines that are not there");
     return text.range(first - 1, last);
 }
@@ -40,7 +40,7 @@ struct rebuilt_file {
     int32_t base_end;  // the last base line that a block has dealt with
 };
 
-void add(const host::text_lines &base, const host::text_lines &file, const diff_block &block,
+void add(const norvik::text_lines &base, const norvik::text_lines &file, const diff_block &block,
          rebuilt_file *out) {
     if (block.kind == tdm_diff_insert || block.kind == tdm_diff_moved_insert) {
         require(block.base_first == out->base_end, "an insertion out of place");
@@ -93,7 +93,7 @@ void check_lines(const std::vector<std::string> &texts, const std::string &resul
     for (const auto &[line, numbers] : counts) {
         const auto [least, most] = std::minmax_element(numbers.begin(), numbers.end() - 1);
         require(*most > 0 || !clean, "a line comes from nowhere");
-        if (host::is_significant(line)) {
+        if (norvik::is_significant(line)) {
             require(*least < numbers[0] || numbers.back() >= *most, "a line is lost");
             require(*most > numbers[0] || numbers.back() <= *least || !clean, "a line is doubled");
         }
@@ -106,27 +106,27 @@ void check_lines(const std::vector<std::string> &texts, const std::string &resul
 // are equal, and in what an edit removes and an edit inserts.
 void compare(std::string_view input) {
     const auto texts = texts_of_input(input, 2, 4);
-    std::vector<host::text_file> files(texts.size());
+    std::vector<norvik::text_file> files(texts.size());
     for (size_t i = 0; i < texts.size(); i++) {
-        require(host::hold_text("text", texts[i], &files[i]) == 0, "no memory file");
+        require(norvik::hold_text("text", texts[i], &files[i]) == 0, "no memory file");
     }
-    host::comparison compared;
-    require(host::compare_files(&files, "compare", false, host::after_compare::close_session,
-                                &compared) == 0,
+    norvik::comparison compared;
+    require(norvik::compare_files(&files, "compare", false, norvik::after_compare::close_session,
+                                  &compared) == 0,
             "texts that cannot be compared");
-    const host::text_lines &base = files[0].lines;
+    const norvik::text_lines &base = files[0].lines;
     for (size_t i = 1; i < files.size(); i++) {
-        const host::text_lines &file = files[i].lines;
-        const host::file_edits found = host::edits_of(compared, files, i, {});
+        const norvik::text_lines &file = files[i].lines;
+        const norvik::file_edits found = norvik::edits_of(compared, files, i, {});
         require(replayed(base, file, found.edits) == texts[i], "the edits do not give the file");
         require(found.edits.empty() == (texts[i] == texts[0]), "edits of equal texts");
-        for (const host::line_run &move : found.moves) {
+        for (const norvik::line_run &move : found.moves) {
             for (int32_t n = 0; n < move.count; n++) {
                 const int32_t from = move.base_first + n;
                 const int32_t to = move.file_first + n;
                 require(base.line(from) == file.line(to), "moved lines differ");
-                require(host::edit_removing(found.edits, from) >= 0 &&
-                            host::edit_inserting(found.edits, to) >= 0,
+                require(norvik::edit_removing(found.edits, from) >= 0 &&
+                            norvik::edit_inserting(found.edits, to) >= 0,
                         "a moved line that is in no edit");
             }
         }
@@ -138,17 +138,17 @@ void stream(std::string_view input) {
     const auto texts = texts_of_input(input, 2, 6);
     std::vector<std::unique_ptr<held_file>> files;
     std::vector<const char *> paths;
-    std::vector<host::text_lines> lines;
+    std::vector<norvik::text_lines> lines;
     for (const std::string &text : texts) {
         files.push_back(std::make_unique<held_file>(text));
         paths.push_back(files.back()->path().c_str());
-        lines.push_back(host::split_lines(text));
+        lines.push_back(norvik::split_lines(text));
     }
     tdm_session *opened = nullptr;
     int identical = 0;
     require(tdm_create_session(static_cast<int>(paths.size()), paths.data(), &opened) == 0,
             "no session");
-    const std::unique_ptr<tdm_session, host::session_closer> session(opened);
+    const std::unique_ptr<tdm_session, norvik::session_closer> session(opened);
     require(tdm_compare(opened, &identical) == 0, "texts that cannot be compared");
     if (identical != 0) {
         return;

@@ -21,7 +21,7 @@ bool fails() {
 
 void *noted(void *block) {
     if (block == nullptr) {
-        host::note_out_of_memory();
+        norvik::note_out_of_memory();
     }
     return block;
 }

@@ -12,8 +12,8 @@
 #include <map>
 
 #include "cli.h"
+#include "command/run_command.h"
 #include "failing_allocator.h"
-#include "host/run_command.h"
 #include "redirection.h"
 
 namespace {
@@ -104,7 +104,7 @@ protected:
             const auto run = [&] {
                 allocator.count = 0;
                 allocator.counts = true;
-                return host::run_command_line(static_cast<int>(words.size()), words.data());
+                return norvik::run_command_line(static_cast<int>(words.size()), words.data());
             };
             const bool apart = allocator.fails_at != 0 && line.find("--digests") != line.npos;
             result.status = apart ? end_of_own_process(run) : run();

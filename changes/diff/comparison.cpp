@@ -1,0 +1,81 @@
+#include "comparison.h"
+
+#include "exit_status.h"
+
+namespace norvik {
+
+namespace {
+
+int read_stream(size_t files, comparison *out) {
+    uint64_t tail_lines = 0;
+    if (tdm_init_diff_stream(out->session.get(), &out->head_lines, &tail_lines) != 0) {
+        return status_trouble;
+    }
+    for (size_t i = 0; i < files; i++) {
+        uint64_t head_bytes = 0;
+        (void)tdm_get_unchanged_bytes(out->session.get(), static_cast<uint32_t>(i), &head_bytes,
+                                      &out->tail_bytes.emplace_back());
+    }
+    while (true) {
+        uint32_t end = 0;
+        diff_block block;
+        if (tdm_get_next_diff(out->session.get(), &end, &block) != 0) {
+            return status_trouble;
+        }
+        if (end != 0) {
+            return status_done;
+        }
+        out->blocks.push_back(block);
+    }
+}
+
+}  // namespace
+
+int compare_files(std::vector<text_file> *files, const char *operation, bool ignore_blanks,
+                  after_compare after, comparison *out) {
+    std::vector<const char *> paths;
+    for (const text_file &file : *files) {
+        paths.push_back(file.path.path().c_str());
+    }
+    tdm_session *session = nullptr;
+    if (tdm_create_session(static_cast<int>(paths.size()), paths.data(), &session) != 0) {
+        return status_trouble;
+    }
+    out->session.reset(session);
+    tdm_set_operation_context(session, 1, operation);
+    if (ignore_blanks) {
+        tdm_set_ignore_blanks(session);
+    }
+    int identical = 0;
+    if (tdm_compare(session, &identical) != 0) {
+        return status_trouble;
+    }
+    out->identical = identical != 0;
+    if (!out->identical && read_stream(paths.size(), out) != status_done) {
+        return status_trouble;
+    }
+    if (after == after_compare::close_session) {
+        out->session.reset();
+    }
+    for (text_file &file : *files) {
+        if (read_lines(&file) != status_done) {
+            return status_trouble;
+        }
+    }
+    return status_done;
+}
+
+file_edits edits_of(const comparison &c, const std::vector<text_file> &files, size_t index,
+                    const edit_list_options &options) {
+    common_ends ends;
+    if (c.identical) {
+        // The library may have left blanks out of account, so the texts are looked at all the same.
+        ends.head_lines = static_cast<uint64_t>(files[0].lines.count());
+    } else {
+        ends = {c.head_lines, c.tail_bytes[0], c.tail_bytes[index]};
+    }
+    return edits_from_blocks(files[0].lines, files[index].lines, static_cast<uint32_t>(index),
+                             c.blocks, ends, options);
+}
+
+}  // namespace norvik

@@ -1,0 +1,43 @@
+// A comparison of two to 32 texts through the library: its session and its difference stream.
+#ifndef NORVIK_COMPARISON_H
+#define NORVIK_COMPARISON_H
+
+#include <norviktdm/tdm.h>
+
+#include <memory>
+#include <vector>
+
+#include "edit_list.h"
+#include "text_file.h"
+
+namespace norvik {
+
+inline constexpr size_t most_files = 32;  // of one session, the base among them
+
+struct session_closer {
+    void operator()(tdm_session *s) const { (void)tdm_destroy_session(s); }
+};
+
+struct comparison {
+    std::unique_ptr<tdm_session, session_closer> session;  // closed unless it was to be kept
+    bool identical = false;  // all texts are the same; then there is no stream
+    uint64_t head_lines = 0;
+    std::vector<uint64_t> tail_bytes;  // of each file, in the tail that all have
+    std::vector<diff_block> blocks;    // the whole stream, in its order
+};
+
+enum class after_compare { close_session, keep_session };
+
+// Compares files[0], the base, with every other, and reads the lines of all. `operation`
+// ("compare", "merge") is what the library's messages name. Returns 0, or status_trouble after a
+// message (the library's own for a file that is no text).
+[[nodiscard]] int compare_files(std::vector<text_file> *files, const char *operation,
+                                bool ignore_blanks, after_compare after, comparison *out);
+
+// The edits of file `index` (from 1); none when it is the same as the base.
+[[nodiscard]] file_edits edits_of(const comparison &c, const std::vector<text_file> &files,
+                                  size_t index, const edit_list_options &options);
+
+}  // namespace norvik
+
+#endif

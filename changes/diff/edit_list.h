@@ -1,0 +1,46 @@
+// From the blocks of the difference stream to the edits of one file against the base.
+//
+// The stream's blocks of one file pair lines of the base with lines of the file. Here
+// 1. the pairs are gathered as runs, the common head and tail among them, and checked against the
+//    texts (the library compares hashes);
+// 2. the heaviest set of runs that stand in the same order in both texts is kept in place; the
+//    others are candidates for moved text;
+// 3. what lies between two runs, and short runs with it, is matched once more, line by line
+//    (window_match.h);
+// 4. what is left between the runs are the edits, brought to one form of several (edit_slide.h), so
+//    that two contributors that did the same have the same edit;
+// 5. the candidates that lie in removed and in inserted lines, and say something of their own, are
+//    the moves.
+// Cost: the blocks times their logarithm, one look at the lines of the runs, and the gaps.
+#ifndef NORVIK_EDIT_LIST_H
+#define NORVIK_EDIT_LIST_H
+
+#include <norviktdm/tdm.h>
+
+#include <span>
+
+#include "edit.h"
+#include "text_lines.h"
+
+namespace norvik {
+
+// What the library found common to all files at their ends, of one pair of files.
+struct common_ends {
+    uint64_t head_lines = 0;
+    uint64_t base_tail_bytes = 0;
+    uint64_t file_tail_bytes = 0;
+};
+
+struct edit_list_options {
+    line_equality equality = line_equality::exact;
+    bool refine = true;  // false: steps 2 to 4 follow the stream's own choice
+};
+
+// The edits of file `file_index` (from 1), whose lines are `file`, from all blocks of a stream.
+file_edits edits_from_blocks(const text_lines &base, const text_lines &file, uint32_t file_index,
+                             std::span<const diff_block> blocks, const common_ends &ends,
+                             const edit_list_options &options);
+
+}  // namespace norvik
+
+#endif

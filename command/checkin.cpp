@@ -1,0 +1,248 @@
+// tdm checkin: the next version of a branch.
+#include <norviktdm/tdm.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "checkin_base.h"
+#include "checkin_merge.h"
+#include "checkin_plan.h"
+#include "command_context.h"
+#include "command_declaration.h"
+#include "container_change.h"
+#include "escaped_text.h"
+#include "merge_words.h"
+#include "output.h"
+#include "proof.h"
+#include "random_oid.h"
+#include "working_file.h"
+
+namespace norvik {
+
+namespace {
+
+struct checkin_operands {
+    std::string container;
+    std::string file;
+    checkin_options stored;
+    base_options base;
+};
+
+struct checkin_run {
+    checkin_run(const command_context &frame, const checkin_operands &chosen)
+        : context(frame), options(chosen), change(frame), file(frame) {}
+
+    const command_context &context;
+    const checkin_operands &options;
+    container_change change;
+    working_file file;
+    checkin_plan plan;
+    checkin_base found;
+    std::string oid;  // the new version's
+    uint64_t time = 0;
+};
+
+int store(const container_change &change, const checkin_plan &plan, const version_record &fresh,
+          const std::string &text_path, bool *identical) {
+    uint32_t same = 0;
+    const std::string oid(fresh.oid);
+    const int result =
+        tdm_store_ver(fresh.time, oid.c_str(), plan.branch.c_str(), plan.id.number,
+                      change.replacement.temporary_path().c_str(), nullptr,
+                      plan.base_branch.c_str(), plan.predecessor.number,
+                      change.replacement.old_path().c_str(), text_path.c_str(), 0, &same);
+    if (result != 0) {
+        say_of_file(change.old.name, "nothing is checked in");
+    }
+    *identical = same != 0;
+    return result == 0 ? status_done : status_trouble;
+}
+
+int nothing_to_store(const container_change &change, version_id same) {
+    say_of_file(change.old.name, "nothing to store: the text is that of " +
+                                     escape_name(version_name(change.old, same)) +
+                                     " (--allow-same stores it all the same)");
+    return status_negative;
+}
+
+int commit(container_change &change, const checkin_plan &plan, const version_record &fresh,
+           const std::string &text) {
+    const branch_record branch{plan.branch, plan.id.branch, plan.predecessor};
+    const added_records added{plan.id.branch, plan.id.number,
+                              status_record_text(change.old, plan.adds_branch) +
+                                  version_record_text(fresh) +
+                                  (plan.adds_branch ? branch_record_text(branch) : "")};
+    return change.replacement.commit([&](int descriptor) {
+        container_view view;
+        const int status = prove_addition(change.old, descriptor, added, &view);
+        return status == status_done ? prove_text(view, plan.id, text) : status;
+    });
+}
+
+// Stores `input` as the next version, up to telling its name.
+int store_text(checkin_run &run, const input_text &input) {
+    container_change &change = run.change;
+    const version_record fresh{run.oid, run.plan.id, run.time};
+    bool identical = false;
+    change.stores(run.file.input().rights());
+    if (change.replacement.begin() != status_done ||
+        store(change, run.plan, fresh, input.path(), &identical) != status_done) {
+        return status_trouble;
+    }
+    // The library tells equal texts by the numbers of the two versions, which says nothing where a
+    // branch begins.
+    if (!run.options.stored.allow_same && (identical || run.plan.adds_branch) &&
+        version_equals(change.old, run.plan.predecessor, input.text())) {
+        return nothing_to_store(change, run.plan.predecessor);
+    }
+    done_report report =
+        report_of_versions(run.plan.branch, run.plan.id.number, run.plan.id.number);
+    if (commit(change, run.plan, fresh, input.text()) != status_done) {
+        return status_trouble;
+    }
+    tell_versions(run.context, std::move(report));
+    return status_done;
+}
+
+// Stores the file's own text. A file that equals the newest version is as good as made from it.
+int store_file(checkin_run &run) {
+    if (const size_t line = find_conflict(run.file.input().text());
+        line != 0 && !run.context.quiet) {
+        say_of_line(run.file.name(), line, "a conflict between markers is stored with the text");
+    }
+    const int status = store_text(run, run.file.input());
+    if (status == status_done) {
+        run.file.set_base(run.oid);
+    } else if (status == status_negative && run.found.newest != nullptr &&
+               run.found.newest->id == run.plan.predecessor) {
+        run.file.set_base(run.found.newest->oid);
+    }
+    return status;
+}
+
+// Leaves the conflicts in the file, which is then made from the newest version, or tells them.
+int refuse_conflicts(checkin_run &run, const checkin_merge &merge) {
+    const bool update = run.options.base.update;
+    say_conflicts(merge.run, merge.options, update ? run.file.name() : "<merged>");
+    if (!update) {
+        say_of_file(run.file.name(), "nothing is stored (--update leaves the conflicts in it)");
+        return status_negative;
+    }
+    if (run.file.prepare(merge.text(), std::string(run.found.newest->oid)) != status_done ||
+        run.file.replace() != status_done) {
+        return status_trouble;
+    }
+    say_of_file(run.file.name(), run.context.dry_run
+                                     ? "would get the conflicts between markers; nothing is stored"
+                                     : "has the conflicts between markers; nothing is stored");
+    return status_negative;
+}
+
+// The container is replaced first: should the file then not be, its text is in the new version all
+// the same, and the next merge finds that. The other way round a merged text could be in no
+// version. Whatever can refuse the file's replacement is tried before anything is stored.
+int store_merged(checkin_run &run, const checkin_merge &merge) {
+    const std::string &text = merge.text();
+    const bool same_as_file = text == run.file.input().text();
+    const bool replaces = run.options.base.update && !same_as_file;
+    const version_record &newest = *run.found.newest;
+    const bool same_as_newest =
+        !run.options.stored.allow_same && version_equals(run.change.old, newest.id, text);
+    const std::string base(same_as_newest ? newest.oid : std::string_view(run.oid));
+    input_text merged;
+    if ((replaces && run.file.prepare(text, base) != status_done) ||
+        merged.take(text) != status_done) {
+        return status_trouble;
+    }
+    const int status =
+        same_as_newest ? nothing_to_store(run.change, newest.id) : store_text(run, merged);
+    if (status == status_trouble) {
+        return status;
+    }
+    if (same_as_file) {
+        run.file.set_base(base);
+    } else if (replaces && run.file.replace() != status_done) {
+        const std::string name = run.plan.branch + "@" + std::to_string(run.plan.id.number);
+        say_of_file(
+            run.file.name(),
+            "is not updated" + (same_as_newest ? "" : ", but " + escape_name(name) + " is stored"));
+        return status_trouble;
+    } else if (!replaces && !run.context.quiet) {
+        say_of_file(run.file.name(), "keeps its own text, without what came since (--update)");
+    }
+    return status;
+}
+
+// Others have stored since the file's text was made.
+int store_outdated(checkin_run &run) {
+    const container_view &view = run.change.old;
+    const std::string &text = run.file.input().text();
+    if (!run.options.stored.allow_same && version_equals(view, run.found.newest->id, text)) {
+        const int status = nothing_to_store(run.change, run.found.newest->id);
+        run.file.set_base(run.found.newest->oid);
+        return status;
+    }
+    if (!run.options.base.merge) {
+        return refuse_outdated(view, run.found, run.file.name());
+    }
+    checkin_merge merge;
+    if (merge_with_newest(view, run.found, run.file.name(), text, &merge) != status_done) {
+        return status_trouble;
+    }
+    if (!is_clean(merge.run.plan)) {
+        return refuse_conflicts(run, merge);
+    }
+    if (!run.context.quiet) {
+        say_of_file(run.file.name(),
+                    "is merged with " + escape_name(version_name(view, run.found.newest->id)));
+    }
+    return store_merged(run, merge);
+}
+
+int run_checkin(const command_context &context, const checkin_operands &options) {
+    checkin_run run(context, options);
+    if (options.base.check_usage(options.file) != status_done ||
+        options.stored.time.get(run.time) != status_done ||
+        run.file.read(options.file) != status_done || random_oid(run.oid) != status_done ||
+        run.change.open(options.container) != status_done ||
+        (options.file != "-" && run.change.replacement.refuse_same(options.file) != status_done) ||
+        plan_checkin(run.change.old, options.stored, 1, &run.plan) != status_done ||
+        find_checkin_base(run.change.old, run.plan, options.base, options.file, run.file.base(),
+                          &run.found) != status_done) {
+        return status_trouble;
+    }
+    return run.found.current ? store_file(run) : store_outdated(run);
+}
+
+}  // namespace
+
+void register_checkin(command_declaration &command, command_context &context) {
+    const auto options = std::make_shared<checkin_operands>();
+    command.take("CONTAINER", options->container, "The container to change");
+    command.take("FILE", options->file, "The new version's text; - is standard input");
+    options->base.declare(command);
+    options->stored.declare(command, context);
+    command.details =
+        "FILE, when 'tdm checkout -o' or an earlier check-in has left it, names in its extended\n"
+        "attribute user.tdm.base the version that it was made from, and that is --base where the\n"
+        "option is not given: what others have stored since is then told, with exit code 1, and\n"
+        "not undone. This is a help and no lock: not every file system keeps the attribute, and "
+        "an\n"
+        "editor that writes a new file drops it. A new branch (--from) needs a FILE that was made\n"
+        "from the version it starts off. After conflicts FILE, with --update, holds them between\n"
+        "markers and counts as made from the newest version: resolve them and check it in.\n"
+        "\n"
+        "Prints the name of the new version. The new container is compared with the old one\n"
+        "and with FILE before it takes the old one's place; killed at any moment, the command\n"
+        "leaves the old container or the new one, whole.";
+    command.exit_codes =
+        "0 stored; 1 nothing to store, or not stored: the base is not the newest version, or its\n"
+        "merge has conflicts; 2 wrong usage or trouble, nothing is changed unless it says so.";
+    command.examples = {"tdm checkin notes.tdm notes.txt",
+                        "tdm checkin notes.tdm notes.txt --merge --update",
+                        "tdm checkin notes.tdm draft.txt --branch draft --from main@3"};
+    command.run = [&context, options] { return run_checkin(context, *options); };
+}
+
+}  // namespace norvik

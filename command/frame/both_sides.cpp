@@ -1,0 +1,188 @@
+#include "both_sides.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cinttypes>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "end_signals.h"
+#include "exit_status.h"
+#include "file_lock.h"
+#include "out_of_memory.h"
+#include "owned_descriptor.h"
+
+namespace norvik {
+
+namespace {
+
+// Writes to a descriptor and remembers the first failure.
+class sides_writer {
+public:
+    explicit sides_writer(int to) : to_(to) {}
+
+    int error() const { return error_; }
+    void fail(int error) { error_ = error_ == 0 ? error : error_; }
+
+    void write(const char *bytes, size_t size) {
+        while (size > 0 && error_ == 0) {
+            const ssize_t written = ::write(to_, bytes, size);
+            if (written < 0 && errno != EINTR) {
+                fail(errno);
+            } else if (written > 0) {
+                bytes += written;
+                size -= static_cast<size_t>(written);
+            }
+        }
+    }
+
+    void write_marker(char mark, int size, const char *label) {
+        for (int i = 0; i < size; i++) {
+            write(&mark, 1);
+        }
+        if (label != nullptr) {
+            write(" ", 1);
+            write(label, std::strlen(label));
+        }
+        write("\n", 1);
+    }
+
+    // Copies what is left of `from` and ends its last line; 0 or why it could not be read.
+    int copy(int from) {
+        char last = '\n';
+        for (;;) {
+            char buffer[4096];
+            const ssize_t size = read(from, buffer, sizeof buffer);
+            if (size > 0) {
+                write(buffer, static_cast<size_t>(size));
+                last = buffer[size - 1];
+            } else if (size == 0 || errno != EINTR) {
+                const int error = size == 0 ? 0 : errno;
+                write("\n", last == '\n' ? 0 : 1);
+                return error;
+            }
+        }
+    }
+
+private:
+    int to_;
+    int error_ = 0;
+};
+
+void write_sides(const both_sides &sides, int ours, int theirs, sides_writer *out) {
+    out->write_marker('<', sides.marker_size, sides.ours_label);
+    if (const int error = out->copy(ours); error != 0) {
+        out->fail(error);
+    }
+    out->write_marker('=', sides.marker_size, nullptr);
+    (void)out->copy(theirs);
+    out->write_marker('>', sides.marker_size, sides.theirs_label);
+}
+
+// Makes a name in the folder of `path` that nobody can foresee.
+int name_beside(const char *path, char (&beside)[PATH_MAX]) {
+    const char *slash = std::strrchr(path, '/');
+    const int folder = slash == nullptr ? 0 : static_cast<int>(slash + 1 - path);
+    uint64_t random[2];
+    if (getentropy(random, sizeof random) != 0) {
+        return errno;
+    }
+    const int length = std::snprintf(beside, sizeof beside, "%.*s.tdm-%016" PRIx64 "%016" PRIx64,
+                                     folder, path, random[0], random[1]);
+    return length > 0 && length < int{sizeof beside} ? 0 : ENAMETOOLONG;
+}
+
+// Writes the new file `beside` and gives it the name of ours; an errno value when it cannot.
+int replace_by_sides(const both_sides &sides, int ours, int theirs, const char *beside) {
+    const int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
+    const owned_descriptor out(open(beside, flags, 0600));
+    if (!out.is_open()) {
+        return errno;
+    }
+    sides_writer writer(out.get());
+    write_sides(sides, ours, theirs, &writer);
+    struct stat old {
+    }, written{};
+    if (fstat(ours, &old) != 0 || fchmod(out.get(), old.st_mode & 07777) != 0 ||
+        fsync(out.get()) != 0 || fstat(out.get(), &written) != 0) {
+        writer.fail(errno);
+    }
+    const bool is_there = names_same_file(AT_FDCWD, beside, written);
+    writer.fail(is_there ? 0 : ESTALE);
+    if (writer.error() == 0 && std::rename(beside, sides.ours) != 0) {
+        writer.fail(errno);
+    }
+    if (writer.error() != 0 && is_there) {
+        unlink(beside);
+    }
+    return writer.error();
+}
+
+both_sides given_sides;
+
+int keep_given_sides() {
+    if (write_both_sides(given_sides) == 0) {
+        say_sides_are_kept();
+        return status_negative;
+    }
+    say_without_memory("; our side is left as it is");
+    return status_trouble;
+}
+
+}  // namespace
+
+void say_sides_are_kept() noexcept {
+    say_without_memory("; both sides are kept between markers");
+}
+
+int write_both_sides(const both_sides &sides) noexcept {
+    const owned_descriptor ours(open(sides.ours, O_RDONLY | O_CLOEXEC));
+    if (!ours.is_open()) {
+        return errno;
+    }
+    const owned_descriptor theirs(open(sides.theirs, O_RDONLY | O_CLOEXEC));
+    char beside[PATH_MAX];
+    if (const int error = name_beside(sides.ours, beside); error != 0) {
+        return error;
+    }
+    remove_at_end_signal(beside);
+    const int error = replace_by_sides(sides, ours.get(), theirs.get(), beside);
+    keep_at_end_signal(beside);
+    return error;
+}
+
+int (*last_resort_for(int argc, char **argv) noexcept)() {
+    if (argc < 2 || std::strcmp(argv[1], "git-merge") != 0) {
+        return nullptr;
+    }
+    constexpr int most = 4;  // BASE OURS THEIRS SIZE
+    const char *operands[most] = {};
+    int count = 0;
+    bool options_ended = false;
+    for (int i = 2; i < argc && count < most; i++) {
+        const char *word = argv[i];
+        if (!options_ended && word[0] == '-') {
+            options_ended = std::strcmp(word, "--") == 0;
+            // These two take the next word.
+            i += std::strcmp(word, "--style") == 0 || std::strcmp(word, "--color") == 0 ? 1 : 0;
+        } else {
+            operands[count++] = word;
+        }
+    }
+    if (operands[2] == nullptr) {
+        return nullptr;
+    }
+    given_sides = {};
+    given_sides.ours = operands[1];
+    given_sides.theirs = operands[2];
+    const int size = operands[3] == nullptr ? 0 : std::atoi(operands[3]);
+    given_sides.marker_size = size > 0 && size <= 1000 ? size : given_sides.marker_size;
+    return keep_given_sides;
+}
+
+}  // namespace norvik

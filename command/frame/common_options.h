@@ -1,0 +1,28 @@
+// The options that several commands have, each with one meaning. What is set must live until the
+// command has run.
+#ifndef NORVIK_COMMON_OPTIONS_H
+#define NORVIK_COMMON_OPTIONS_H
+
+#include "command_context.h"
+#include "command_declaration.h"
+
+namespace norvik {
+
+// Declares --json, for commands that have a machine form.
+void add_json_option(command_declaration &command, command_context &context);
+
+// Declares --lock-timeout, --break-links and --force, for commands that replace a file. What
+// --force does beyond keeping going when the owner cannot be kept is said in `force_help`.
+void add_replace_options(command_declaration &command, command_context &context,
+                         const char *force_help);
+
+// Declares --dry-run, for commands that change files only through file_replacement, whose commit
+// obeys it.
+void add_dry_run_option(command_declaration &command, command_context &context);
+
+// Declares --damaged, the one option that reads damage, for all commands that can.
+void add_damaged_option(command_declaration &command, bool &damaged);
+
+}  // namespace norvik
+
+#endif

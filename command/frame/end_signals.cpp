@@ -1,0 +1,81 @@
+#include "end_signals.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstring>
+
+#include "exit_status.h"
+#include "private_file.h"
+
+namespace norvik {
+
+namespace {
+
+// Read by signal handlers, so nothing that locks.
+std::atomic<const char *> doomed_files[4];
+static_assert(std::atomic<const char *>::is_always_lock_free);
+
+// The signal has its old effect again by now (SA_RESETHAND), and comes as soon as this returns.
+void end_as_before(int signal) {
+    remove_files_now();
+    raise(signal);
+}
+
+void end_at_cut_file(int signal, siginfo_t *info, void *) {
+    remove_files_now();
+    if (info->si_code != BUS_ADRERR) {
+        raise(signal);
+        return;
+    }
+    constexpr char words[] = "tdm: a file was cut short while it was being read; gave up\n";
+    const ssize_t told = write(STDERR_FILENO, words, sizeof words - 1);
+    _exit(told < 0 ? status_trouble : int{status_trouble});
+}
+
+}  // namespace
+
+void remove_files_now() {
+    for (std::atomic<const char *> &place : doomed_files) {
+        if (const char *path = place.exchange(nullptr)) {
+            unlink(path);
+        }
+    }
+    remove_private_files();
+}
+
+void watch_end_signals() {
+    struct sigaction action {};
+    action.sa_flags = static_cast<int>(SA_RESETHAND);  // unsigned in some headers
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction before {};
+        if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_DFL) {
+            action.sa_handler = end_as_before;
+            sigaction(signal, &action, nullptr);
+        }
+    }
+    action.sa_flags |= SA_SIGINFO;
+    action.sa_sigaction = end_at_cut_file;
+    sigaction(SIGBUS, &action, nullptr);
+}
+
+void remove_at_end_signal(const char *path) {
+    for (std::atomic<const char *> &place : doomed_files) {
+        const char *none = nullptr;
+        if (place.compare_exchange_strong(none, path)) {
+            return;
+        }
+    }
+}
+
+void keep_at_end_signal(const char *path) {
+    for (std::atomic<const char *> &place : doomed_files) {
+        const char *expected = path;
+        if (place.compare_exchange_strong(expected, nullptr)) {
+            return;
+        }
+    }
+}
+
+}  // namespace norvik

@@ -1,0 +1,50 @@
+#include "usage_error.h"
+
+#include <algorithm>
+#include <numeric>
+#include <vector>
+
+#include "exit_status.h"
+#include "output.h"
+
+namespace norvik {
+
+namespace {
+
+size_t edit_distance(std::string_view a, std::string_view b) {
+    std::vector<size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), size_t{0});
+    for (size_t i = 0; i < a.size(); i++) {
+        size_t diagonal = row[0];
+        row[0] = i + 1;
+        for (size_t j = 0; j < b.size(); j++) {
+            const size_t replaced = diagonal + (a[i] != b[j]);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({row[j] + 1, row[j + 1] + 1, replaced});
+        }
+    }
+    return row[b.size()];
+}
+
+}  // namespace
+
+int usage_error(std::string_view command, const std::string &message) {
+    const std::string help = command.empty() ? "tdm -h" : "tdm " + std::string(command) + " -h";
+    say("%s (see '%s')", message.c_str(), help.c_str());
+    return status_trouble;
+}
+
+std::string suggestion(std::string_view word, std::span<const std::string> candidates) {
+    std::string_view nearest;
+    size_t best = std::max<size_t>(1, word.size() / 3);
+    for (const std::string &candidate : candidates) {
+        const size_t distance = edit_distance(word, candidate);
+        if (distance < best || (distance == best && nearest.empty())) {
+            best = distance;
+            nearest = candidate;
+        }
+    }
+    return nearest.empty() ? "" : "; did you mean '" + std::string(nearest) + "'?";
+}
+
+}  // namespace norvik

@@ -1,0 +1,93 @@
+// tdm info: the library's listing of a container's header, for scripts.
+#include <norviktdm/tdm.h>
+
+#include <memory>
+#include <string>
+
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
+#include "container_reading.h"
+#include "file_replace.h"
+#include "memory_file.h"
+#include "output.h"
+
+namespace norvik {
+
+namespace {
+
+struct info_options {
+    std::string container;
+    std::string output;
+};
+
+int list_header(const container_reading &container, const char *output_path) {
+    const int result = tdm_get_cont_info(container.path.path().c_str(), output_path);
+    if (result != 0) {
+        say_of_file(container.view.name, "cannot be listed");
+    }
+    return unless_changed(container, result == 0 ? status_done : status_trouble);
+}
+
+// Lists once more, into memory, and compares.
+int prove_listing(const info_options &options, const container_reading &container, int descriptor) {
+    memory_file again;
+    file_bytes expected, written;
+    int error = again.create(options.output);
+    if (error == 0 && list_header(container, again.path().c_str()) != status_done) {
+        return status_trouble;
+    }
+    error = error != 0 ? error : expected.load(again.descriptor());
+    error = error != 0 ? error : written.load(descriptor);
+    if (error != 0) {
+        return say_errno(options.output, "what was written cannot be compared", error);
+    }
+    if (written.view() != expected.view()) {
+        say_of_file(options.output, "is not written: the new file does not read back as listed");
+        return status_trouble;
+    }
+    return status_done;
+}
+
+int list_into_file(const command_context &context, const info_options &options,
+                   const container_reading &container) {
+    file_replacement replacement(context);
+    replacement.made_from(container.view.rights);
+    if (replacement.lock_output(options.output) != status_done ||
+        replacement.refuse_same(options.container) != status_done ||
+        replacement.begin() != status_done ||
+        list_header(container, replacement.temporary_path().c_str()) != status_done) {
+        return status_trouble;
+    }
+    return replacement.commit(
+        [&](int descriptor) { return prove_listing(options, container, descriptor); });
+}
+
+int run_info(const command_context &context, const info_options &options) {
+    container_reading container;
+    if (open_to_judge(options.container, &container) != status_done) {
+        return status_trouble;
+    }
+    const bool to_stdout = options.output.empty() || options.output == "-";
+    return to_stdout ? list_header(container, nullptr)
+                     : list_into_file(context, options, container);
+}
+
+}  // namespace
+
+void register_info(command_declaration &command, command_context &context) {
+    const auto options = std::make_shared<info_options>();
+    command.take("CONTAINER", options->container, "The container to read");
+    command.value("-o,--output", "FILE", options->output, "Write FILE instead of standard output");
+    add_replace_options(command, context, "Replace an existing FILE");
+    command.details =
+        "One line a record, newest first: V IDENTIFIER NUMBER BRANCH TIME for a version (the\n"
+        "time as eight hexadecimal digits), B BRANCH PARENT VERSION NUMBER NIL for a branch,\n"
+        "E ELEMENT BRANCH NIL for the element. NIL stands for what does not exist; deleted\n"
+        "versions are not listed.";
+    command.exit_codes = "0 listed; 2 wrong usage or trouble.";
+    command.examples = {"tdm info notes.tdm", "tdm info notes.tdm -o notes.list"};
+    command.run = [&context, options] { return run_info(context, *options); };
+}
+
+}  // namespace norvik

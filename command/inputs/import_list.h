@@ -1,0 +1,22 @@
+// The files that an import is given, with their times.
+#ifndef NORVIK_IMPORT_LIST_H
+#define NORVIK_IMPORT_LIST_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace norvik {
+
+struct import_item {
+    std::string path;
+    uint64_t time;
+};
+
+// Appends the items of a list file ("-": standard input): a name, a blank and a time a line. 0, or
+// status_trouble after a message that names the line.
+[[nodiscard]] int read_import_list(const std::string &name, std::vector<import_item> &items);
+
+}  // namespace norvik
+
+#endif

@@ -1,0 +1,90 @@
+#include "working_file.h"
+
+#include <sys/stat.h>
+
+#include <new>
+
+#include "base_attribute.h"
+#include "container_view.h"
+#include "out_of_memory.h"
+#include "output.h"
+
+namespace norvik {
+
+int working_file::read(const std::string &name) {
+    name_ = name;
+    if (name == "-") {
+        return input_.read(name);
+    }
+    if (open_to_read(name, &source_) != status_done) {
+        return status_trouble;
+    }
+    // The mark first: were it read after the text, another check-in of the file that comes between
+    // could make an old text pass for a new one.
+    if (const int error = read_base(source_.get(), &base_); error != 0) {
+        return say_errno(name, "what it was made from cannot be read", error);
+    }
+    const int status = input_.read(source_.get(), name);
+    struct stat found {};
+    if (fstat(source_.get(), &found) != 0 || !S_ISREG(found.st_mode)) {
+        source_ = owned_descriptor();
+    }
+    return status;
+}
+
+int working_file::check_unchanged(int descriptor) const {
+    file_bytes now;
+    if (const int error = now.load(descriptor); error != 0) {
+        return say_errno(name_, "cannot be read again", error);
+    }
+    if (now.view() == input_.text()) {
+        return status_done;
+    }
+    say_of_file(name_, "was changed by somebody else meanwhile; it is left as it is");
+    return status_trouble;
+}
+
+void working_file::set_base(std::string_view identifier) const try {
+    if (!source_.is_open() || context_.dry_run || base_ == identifier) {
+        return;
+    }
+    file_bytes now;
+    int error = now.load(source_.get());
+    if (error == 0 && now.view() != input_.text()) {
+        say_of_file(name_, "was changed meanwhile, so it is not marked with the new version");
+        return;
+    }
+    error = error != 0 ? error : write_base(source_.get(), identifier);
+    if (error != 0) {
+        (void)say_errno(name_, "cannot be marked with the version that it is now", error);
+    }
+} catch (const std::bad_alloc &) {
+    // The text is stored by now, and the command must not end as if it were not.
+    say_without_memory("; the file checked in is not marked with the version that it is now");
+}
+
+int working_file::prepare(std::string_view text, const std::string &identifier) {
+    struct stat read {};
+    if (replacement_.lock(name_) != status_done) {
+        return status_trouble;
+    }
+    const locked_file &locked = replacement_.file();
+    if (!source_.is_open() || fstat(source_.get(), &read) != 0 ||
+        read.st_dev != locked.status.st_dev || read.st_ino != locked.status.st_ino) {
+        say_of_file(name_, "was replaced by somebody else meanwhile; it is left as it is");
+        return status_trouble;
+    }
+    if (check_unchanged(locked.descriptor.get()) != status_done ||
+        replacement_.begin() != status_done) {
+        return status_trouble;
+    }
+    replacement_.mark_new_file(
+        [this, identifier](int descriptor) { mark_new_file(descriptor, identifier, name_); });
+    replacement_.look_before_rename(
+        [this] { return check_unchanged(replacement_.file().descriptor.get()); });
+    output_writer writer(replacement_.temporary_descriptor(), name_);
+    writer.write(text);
+    return writer.finish();
+}
+
+}  // namespace norvik

@@ -1,0 +1,29 @@
+#include "confirm.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <iostream>
+
+#include "output.h"
+#include "terminal.h"
+
+namespace norvik {
+
+int confirm(const command_context &context, const std::string &question) {
+    if (context.no_input || !is_terminal(STDIN_FILENO)) {
+        say("nothing is changed without an answer; --yes goes on without asking");
+        return status_trouble;
+    }
+    standard_output().flush();
+    std::fprintf(stderr, "%s [y/N] ", question.c_str());
+    std::string answer;
+    std::getline(std::cin, answer);
+    if (answer == "y" || answer == "Y" || answer == "yes" || answer == "Yes") {
+        return status_done;
+    }
+    say("nothing is changed");
+    return status_negative;
+}
+
+}  // namespace norvik

@@ -1,0 +1,71 @@
+#include "edit_text.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+#include "container_view.h"
+#include "descriptor_path.h"
+#include "exit_status.h"
+#include "output.h"
+#include "private_file.h"
+
+namespace norvik {
+
+namespace {
+
+std::string editor_command() {
+    for (const char *variable : {"VISUAL", "EDITOR"}) {
+        const char *value = std::getenv(variable);
+        if (value != nullptr && *value != '\0') {
+            return value;
+        }
+    }
+    return "vi";
+}
+
+// The variable may hold words of options, so that a shell takes it apart.
+int run_editor(const std::string &path) {
+    const std::string command = editor_command() + " \"$@\"";
+    const pid_t child = fork();
+    if (child == 0) {
+        execl("/bin/sh", "sh", "-c", command.c_str(), "sh", path.c_str(), nullptr);
+        _exit(127);
+    }
+    int status = 0;
+    while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (child < 0 || status != 0) {
+        say("the editor failed");
+        return status_trouble;
+    }
+    return status_done;
+}
+
+}  // namespace
+
+int edit_text(std::string *text) {
+    private_file file;
+    int error = file.create();
+    error = error != 0 ? error : write_bytes(file.descriptor(), *text);
+    if (error != 0) {
+        return say_errno("the text to edit", "cannot be written", error);
+    }
+    if (run_editor(file.path()) != status_done) {
+        return status_trouble;
+    }
+    // Many editors write a new file and rename it.
+    const owned_descriptor edited(open(file.path().c_str(), O_RDONLY | O_CLOEXEC));
+    file_bytes bytes;
+    error = edited.is_open() ? bytes.load(edited.get()) : errno;
+    if (error != 0) {
+        return say_errno("the edited text", "cannot be read", error);
+    }
+    *text = bytes.view();
+    return status_done;
+}
+
+}  // namespace norvik

@@ -1,0 +1,186 @@
+#include "output.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "escaped_text.h"
+#include "exit_status.h"
+#include "out_of_memory.h"
+
+namespace norvik {
+
+std::string formatted(const char *format, va_list arguments) {
+    va_list again;
+    va_copy(again, arguments);
+    char buffer[512];
+    const int size = std::vsnprintf(buffer, sizeof buffer, format, arguments);
+    std::string text;
+    if (size >= 0 && static_cast<size_t>(size) < sizeof buffer) {
+        text.assign(buffer, static_cast<size_t>(size));
+    } else if (size > 0) {
+        text.resize(static_cast<size_t>(size));
+        std::vsnprintf(text.data(), text.size() + 1, format, again);
+    }
+    va_end(again);
+    return text;
+}
+
+void pass_on_words(std::string_view words) {
+    standard_output().flush();
+    std::fflush(stdout);
+    // One call, so that the lines of commands that run side by side do not mix.
+    std::fwrite(words.data(), 1, words.size(), stderr);
+}
+
+namespace {
+
+void print_words(std::string_view words) {
+    std::string line = "tdm: ";
+    line += words;
+    line += '\n';
+    pass_on_words(line);
+}
+
+bool standard_output_finished = false;
+int standard_output_result = status_done;
+std::string done_before_output;  // what has been done, whatever becomes of standard output
+
+}  // namespace
+
+output_writer::output_writer(int descriptor, std::string name)
+    : descriptor_(fcntl(descriptor, F_DUPFD_CLOEXEC, 0)),
+      error_(descriptor_.is_open() ? 0 : errno),
+      name_(std::move(name)) {}
+
+output_writer::output_writer(owned_descriptor descriptor, std::string name)
+    : descriptor_(std::move(descriptor)), name_(std::move(name)) {}
+
+void output_writer::write_out(const char *bytes, size_t size) {
+    while (size > 0 && error_ == 0) {
+        const ssize_t written = ::write(descriptor_.get(), bytes, size);
+        if (written < 0 && errno != EINTR) {
+            error_ = errno;
+        } else if (written > 0) {
+            bytes += written;
+            size -= static_cast<size_t>(written);
+        }
+    }
+}
+
+void output_writer::write_past(std::string_view bytes) {
+    flush();
+    if (bytes.size() >= capacity) {
+        write_out(bytes.data(), bytes.size());
+    } else {
+        write(bytes);
+    }
+}
+
+void output_writer::printf(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    write(formatted(format, arguments));
+    va_end(arguments);
+}
+
+void output_writer::flush() {
+    write_out(buffer_.get(), used_);
+    used_ = 0;
+}
+
+int output_writer::close_and_take_error() {
+    flush();
+    if (descriptor_.is_open() && close(descriptor_.release()) != 0 && error_ == 0 &&
+        errno != EINTR) {
+        error_ = errno;
+    }
+    return std::exchange(error_, 0);
+}
+
+int output_writer::finish() {
+    const int error = close_and_take_error();
+    return error == 0 ? int{status_done} : say_errno(name_, "cannot write", error);
+}
+
+output_writer &standard_output() {
+    // Never destroyed: the descriptor is the process's, also after main.
+    static output_writer &writer = *new output_writer(owned_descriptor(STDOUT_FILENO), "<stdout>");
+    return writer;
+}
+
+void begin_standard_output() {
+    standard_output().start_again(owned_descriptor(STDOUT_FILENO));
+    standard_output_finished = false;
+    standard_output_result = status_done;
+    done_before_output.clear();
+}
+
+void tell_done(done_report &&report) {
+    standard_output().write(report.words);
+    done_before_output = std::move(report.done);
+}
+
+void widen_standard_stream() {
+    static char buffer[size_t{1} << 16];
+    std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
+}
+
+int finish_standard_output() {
+    if (std::exchange(standard_output_finished, true)) {
+        // What was written since has gone nowhere.
+        if (const int late = standard_output().close_and_take_error(); late != 0) {
+            standard_output_result = say_errno("<stdout>", "cannot write", late);
+        }
+        return standard_output_result;
+    }
+    // What the library has printed through the stream shares the descriptor; a descriptor that was
+    // closed from the start (EBADF with nothing to write) is no failure.
+    const bool stream_failed = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
+    const int stream_error = stream_failed ? errno : 0;
+    const int own_error = standard_output().close_and_take_error();
+    const int error = own_error != 0 ? own_error : stream_error;
+    if (error != 0 && !done_before_output.empty()) {
+        say("%s, but <stdout> could not be written: %s", done_before_output.c_str(),
+            std::strerror(error));
+        standard_output_result = status_trouble;
+    } else if (error != 0) {
+        standard_output_result = say_errno("<stdout>", "cannot write", error);
+    }
+    return standard_output_result;
+}
+
+void standard_output_is_lost() {
+    standard_output_result = status_trouble;
+}
+
+void say(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    print_words(formatted(format, arguments));
+    va_end(arguments);
+}
+
+void say_of_file(std::string_view name, std::string_view reason) {
+    print_words(escape_name(name) + ": " + std::string(reason));
+}
+
+void say_of_line(std::string_view name, uint64_t line, std::string_view reason) {
+    print_words(escape_name(name) + ":" + std::to_string(line) + ": " + std::string(reason));
+}
+
+int say_errno(std::string_view name, const char *what, int error) {
+    if (error == ENOMEM) {
+        note_out_of_memory();
+    }
+    say_of_file(name, std::string(what) + ": " + std::strerror(error));
+    return status_trouble;
+}
+
+}  // namespace norvik

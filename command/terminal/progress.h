@@ -1,0 +1,35 @@
+// A progress bar on standard error: only on a terminal, only after a second.
+#ifndef NORVIK_PROGRESS_H
+#define NORVIK_PROGRESS_H
+
+#include <cstdint>
+#include <string>
+
+namespace norvik {
+
+struct command_context;
+
+class progress {
+public:
+    // `what` stands before the bar ("importing"); `total` is the number of steps, of any unit.
+    progress(const command_context &context, std::string what, uint64_t total);
+    ~progress();
+    progress(const progress &) = delete;
+    progress &operator=(const progress &) = delete;
+
+    // `done` of the total steps are finished; cheap enough to be called for each.
+    void at(uint64_t done);
+
+private:
+    void draw(uint64_t done);
+
+    std::string what_;
+    uint64_t total_;
+    bool enabled_;
+    bool drawn_ = false;
+    int64_t next_draw_ = 0;  // milliseconds of the monotonic clock
+};
+
+}  // namespace norvik
+
+#endif

@@ -1,0 +1,189 @@
+// tdm verify: is a container sound?
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
+#include "container_check.h"
+#include "container_reading.h"
+#include "escaped_text.h"
+#include "json_text.h"
+#include "kept_digests.h"
+#include "output.h"
+#include "progress.h"
+#include "random_oid.h"
+
+namespace norvik {
+
+namespace {
+
+constexpr int verify_schema = 1;
+// Complaints told to people; the machine form has them all.
+constexpr std::size_t most_complaints = 100;
+
+struct verify_options {
+    std::vector<std::string> containers;
+    std::string digests;
+};
+
+void describe_version(json_writer &json, const container_view &view, const container_check &check,
+                      const version_record &version) {
+    const uint32_t position = position_of(check.scan.tree, version.id);
+    const text_step &text = check.scan.totals[position];
+    json.begin_object();
+    json.text("name", version_name(view, version.id));
+    json.text("identifier", version.oid);
+    json.field("in_doubt", !is_trusted(check, version));
+    json.field("lines", text.lines);
+    json.field("bytes", text.bytes);
+    json.text("digest", hexadecimal(text.offset));
+    json.end();
+}
+
+void describe(json_writer &json, const container_view &view, const container_check &check) {
+    json.begin_object();
+    json.text("container", view.name);
+    json.field("sound", check.faults.empty());
+    json.begin_array("complaints");
+    for (const weave_fault &fault : check.faults) {
+        json.begin_object();
+        json.field("line", fault.what.line);
+        json.text("reason", fault.what.reason);
+        json.end();
+    }
+    json.end();
+    json.begin_array("versions");
+    for (const version_record &version : view.versions) {
+        if (!version.deleted) {
+            describe_version(json, view, check, version);
+        }
+    }
+    json.end();
+    json.end();
+}
+
+void tell_complaints(const container_view &view, const container_check &check) {
+    const std::size_t told = std::min(check.faults.size(), most_complaints);
+    for (std::size_t i = 0; i < told; i++) {
+        say_fault(view, check.faults[i]);
+    }
+    if (told < check.faults.size()) {
+        say_of_file(view.name, std::to_string(check.faults.size() - told) +
+                                   " more complaints (--json has them all)");
+    }
+}
+
+void tell_summary(const container_view &view, const container_check &check) {
+    uint64_t live = 0;
+    uint64_t trusted = 0;
+    for (const version_record &version : view.versions) {
+        live += version.deleted ? 0 : 1;
+        trusted += is_trusted(check, version) ? 1 : 0;
+    }
+    std::string text = escape_name(view.name) + ": ";
+    const std::string count = std::to_string(live) + (live == 1 ? " version" : " versions");
+    if (check.faults.empty()) {
+        text += "sound, " + count;
+    } else {
+        const std::size_t faults = check.faults.size();
+        text += "unsound, " + std::to_string(faults) +
+                (faults == 1 ? " complaint, " : " complaints, ") +
+                (live == 0 ? "no version can be read"
+                           : std::to_string(live - trusted) + " of " + count + " in doubt");
+    }
+    standard_output().write(text + "\n");
+}
+
+int leave_unjudged(const std::string &name, json_writer *json) {
+    if (json != nullptr) {
+        json->begin_object();
+        json->text("container", name);
+        json->null("sound");
+        json->end();
+    }
+    return status_trouble;
+}
+
+// Judges one container; with `json`, describes it there and says nothing.
+int verify_one(const command_context &context, const std::string &name, const kept_digests *kept,
+               json_writer *json) {
+    container_reading input;
+    const container_view &view = input.view;
+    int status = open_to_judge(name, &input);
+    if (status == status_done && view.bytes.view().empty()) {
+        say_of_file(name, "is empty, no container");
+        status = status_trouble;
+    }
+    if (status != status_done) {
+        return leave_unjudged(name, json);
+    }
+    progress bar(context, "verifying", view.bytes.view().size());
+    container_check check =
+        check_container(view, json != nullptr || kept != nullptr,
+                        [&](uint64_t bytes) { bar.at(view.weave_offset + bytes); });
+    if (kept != nullptr) {
+        kept->compare(view, &check);
+    }
+    if (unless_changed(input, status_done) != status_done) {
+        return leave_unjudged(name, json);
+    }
+    if (json != nullptr) {
+        describe(*json, view, check);
+    } else {
+        tell_complaints(view, check);
+        if (!context.quiet) {
+            tell_summary(view, check);
+        }
+    }
+    return check.faults.empty() ? status_done : status_negative;
+}
+
+int run_verify(const command_context &context, const verify_options &options) {
+    json_writer json(verify_schema);
+    json.begin_array("containers");
+    kept_digests kept;
+    const bool compares = !options.digests.empty();
+    if (compares && kept.read(options.digests) != status_done) {
+        return status_trouble;
+    }
+    int status = status_done;
+    for (const std::string &name : options.containers) {
+        status = std::max(status, verify_one(context, name, compares ? &kept : nullptr,
+                                             context.json ? &json : nullptr));
+    }
+    if (context.json) {
+        json.end();
+        json.print();
+    }
+    return status;
+}
+
+}  // namespace
+
+void register_verify(command_declaration &command, command_context &context) {
+    const auto options = std::make_shared<verify_options>();
+    command.take_list("CONTAINER", options->containers, true, "The containers to check");
+    command.value("--digests", "FILE", options->digests,
+                  "Compare the texts with those that an earlier --json output describes");
+    add_json_option(command, context);
+    command.details =
+        "Checks every record and line of the container and reads the texts of all versions in\n"
+        "one pass. The format keeps no checksums. What cannot be seen in the container alone:\n"
+        "a byte of text that has become another one; a number that fits as well as the right\n"
+        "one; delete records that are lost or have changed places where every count still\n"
+        "fits; the lost header record of a version that has no records of its own.\n"
+        "Keep what --json prints: with --digests such changes are found as well.\n"
+        "A pipe of up to 4 GiB can be checked by its name, as in\n"
+        "'tdm verify <(zcat notes.tdm.gz)'. What is neither a file nor a pipe is no container.";
+    command.exit_codes =
+        "0 sound; 1 unsound; 2 could not tell: unreadable or empty. Of several containers the\n"
+        "worst.";
+    command.examples = {"tdm verify notes.tdm", "tdm verify --json *.tdm > digests",
+                        "tdm verify --digests digests *.tdm"};
+    command.run = [&context, options] { return run_verify(context, *options); };
+}
+
+}  // namespace norvik

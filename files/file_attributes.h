@@ -1,0 +1,61 @@
+// Carries a file's owner, group, mode, access control list and other extended attributes over to
+// the file that will take its place.
+#ifndef NORVIK_FILE_ATTRIBUTES_H
+#define NORVIK_FILE_ATTRIBUTES_H
+
+#include <sys/stat.h>
+
+#include <string>
+#include <string_view>
+
+namespace norvik {
+
+// Sets what `source` (described by `status`) has on `target`, by descriptor only. `name` is used in
+// messages. What cannot be kept stops it with status_trouble, after a message, unless `force`; then
+// it is told and, where the group was lost, the group gets no more rights than everybody has.
+[[nodiscard]] int copy_attributes(int source, const struct stat &status, int target,
+                                  const std::string &name, bool force);
+
+// What some files grant to others than their owners: a file that is made from them must not grant
+// more. Without any file it is everything.
+class granted_rights {
+public:
+    // Counts an open file in; what is no regular file (a pipe, a terminal) takes nothing away. 0 or
+    // an errno value.
+    [[nodiscard]] int add(int descriptor);
+    void add(const granted_rights &more);
+
+    // The group's and the others' bits of a mode that a file of the group `group` may have. Members
+    // of another group than the files' own can be anybody to them, so that both then get what both
+    // have. Files with different access lists grant nothing.
+    mode_t bits_for(gid_t group) const;
+
+    // The access list that a file of this group gets from them, whole; empty when there is none.
+    std::string_view list_for(gid_t group) const;
+
+    bool everybody_reads() const { return lists_.empty() && (group_ & others_ & 4) != 0; }
+
+private:
+    bool any_ = false;
+    bool one_group_ = true;
+    bool one_list_ = true;
+    gid_t gid_ = 0;
+    mode_t group_ = 7;
+    mode_t others_ = 7;
+    std::string lists_;  // the first file's list that has one
+};
+
+// Gives a file that did not exist before the mode that the umask and the files it was made from
+// leave; 0 or status_trouble. A list that it has from its folder goes unless everybody may read
+// those files.
+[[nodiscard]] int set_new_file_mode(int target, const std::string &name,
+                                    const granted_rights &rights);
+
+// Takes from a file the rights of those who cannot read what it is made from. `narrowed` gets its
+// new mode when that changed something, else 0. 0 or status_trouble.
+[[nodiscard]] int narrow_file_mode(int target, const std::string &name,
+                                   const granted_rights &rights, mode_t *narrowed);
+
+}  // namespace norvik
+
+#endif

@@ -1,0 +1,96 @@
+// The one procedure by which a command replaces a file, so that a kill, a full disk or a power cut
+// at any moment leaves the old file or the new one, whole:
+//
+//   lock      find the file behind its links, refuse what is unsafe, take its lock
+//   begin     create the temporary file beside it
+//   ...       the command writes the temporary file, by path or by descriptor
+//   commit    prove; owner, group, mode, attributes; force to disk; check that nobody changed the
+//             old file; rename; force the folder to disk
+//
+// A replacement that goes before its commit removes its temporary file and changes nothing.
+#ifndef NORVIK_FILE_REPLACE_H
+#define NORVIK_FILE_REPLACE_H
+
+#include <functional>
+#include <string>
+#include <utility>
+
+#include "descriptor_path.h"
+#include "file_attributes.h"
+#include "file_lock.h"
+#include "replace_options.h"
+#include "shown_path.h"
+#include "temporary_file.h"
+
+namespace norvik {
+
+class file_replacement {
+public:
+    explicit file_replacement(const replace_options &options) : options_(options) {}
+
+    // For a file that must exist, such as a container.
+    [[nodiscard]] int lock(const std::string &name);
+
+    // For an output file: replaces an existing one only with --force (`must_be_new`: never).
+    [[nodiscard]] int lock_output(const std::string &name, bool must_be_new = false);
+
+    // For an output file whose old text the caller looks at: whether it may be replaced is the
+    // caller's to say.
+    [[nodiscard]] int lock_any(const std::string &name) {
+        return lock_file(name, true, options_, &file_);
+    }
+
+    // The locked file. Its descriptor is open for reading when it exists.
+    const locked_file &file() const { return file_; }
+
+    // Refuses, with a message, when the output would take the place of the file `input`, which the
+    // command reads.
+    [[nodiscard]] int refuse_same(const std::string &input) const;
+
+    [[nodiscard]] int begin();
+
+    // The path by which the library reads the locked file (after lock), and the one by which it
+    // writes the temporary file (after begin): see descriptor_path.h.
+    const std::string &old_path() const { return old_path_.path(); }
+    const std::string &temporary_path() const { return temporary_path_.path(); }
+    int temporary_descriptor() const { return temporary_.descriptor(); }
+
+    // Says what the new file is made from: one that did not exist before can be read by nobody who
+    // cannot read that. 0, or status_trouble after a message.
+    [[nodiscard]] int made_from(int descriptor);
+    void made_from(const granted_rights &rights) { rights_.add(rights); }
+    // Has an existing file narrowed in the same way, which is told unless quiet.
+    void narrow_to_sources() { narrows_ = true; }
+
+    // Called on the temporary file when it has the old file's attributes, to set more.
+    void mark_new_file(std::function<void(int descriptor)> mark) { mark_ = std::move(mark); }
+    // Asked just before the rename whether the old file may still go: 0, or status_trouble after a
+    // message.
+    void look_before_rename(std::function<int()> look) { last_look_ = std::move(look); }
+
+    // Finishes the replacement. `prove` looks at the temporary file and returns 0, or
+    // status_trouble after a message; it may be empty for an output that needs no
+    // proof. With --dry-run it ends after the proof and says what it would do.
+    [[nodiscard]] int commit(const std::function<int(int descriptor)> &prove);
+
+private:
+    [[nodiscard]] int set_attributes();
+    [[nodiscard]] int force_to_disk();
+    [[nodiscard]] int put_in_place();
+
+    const replace_options &options_;
+    locked_file file_;
+    shown_path shown_file_;  // messages name neither path, but the file that the user gave
+    shown_path shown_temporary_;
+    temporary_file temporary_;
+    descriptor_path old_path_;
+    descriptor_path temporary_path_;
+    granted_rights rights_;
+    bool narrows_ = false;
+    std::function<void(int descriptor)> mark_;
+    std::function<int()> last_look_;
+};
+
+}  // namespace norvik
+
+#endif

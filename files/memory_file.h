@@ -1,0 +1,37 @@
+// A file in memory, for text that the library must find under a path: no disk holds it, and nothing
+// of it is left when the command is killed. Where descriptors have no paths (descriptor_path.h) it
+// is a private file.
+#ifndef NORVIK_MEMORY_FILE_H
+#define NORVIK_MEMORY_FILE_H
+
+#include <string>
+#include <string_view>
+
+#include "private_file.h"
+#include "shown_path.h"
+
+namespace norvik {
+
+class memory_file {
+public:
+    // An empty file, which messages call `name`; 0 or an errno value.
+    [[nodiscard]] int create(std::string_view name);
+    // Appends to it; 0 or an errno value.
+    [[nodiscard]] int write(std::string_view bytes) const;
+
+    // By which this process, and no other, can open it as long as the object lives.
+    const std::string &path() const { return path_; }
+    int descriptor() const {
+        return descriptor_.is_open() ? descriptor_.get() : file_.descriptor();
+    }
+
+private:
+    owned_descriptor descriptor_;  // or else
+    private_file file_;
+    std::string path_;
+    shown_path shown_;
+};
+
+}  // namespace norvik
+
+#endif

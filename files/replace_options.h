@@ -1,0 +1,17 @@
+// How a command replaces a file.
+#ifndef NORVIK_REPLACE_OPTIONS_H
+#define NORVIK_REPLACE_OPTIONS_H
+
+namespace norvik {
+
+struct replace_options {
+    double lock_timeout = 10.0;  // seconds to wait for another command
+    bool break_links = false;    // replace a file that has several names too
+    bool force = false;          // replace an existing output; go on when its owner cannot be kept
+    bool dry_run = false;        // check everything and replace nothing
+    bool quiet = false;          // say only what went wrong
+};
+
+}  // namespace norvik
+
+#endif

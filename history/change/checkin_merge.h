@@ -1,0 +1,33 @@
+// A text to be checked in, merged with what others have stored since.
+#ifndef NORVIK_CHECKIN_MERGE_H
+#define NORVIK_CHECKIN_MERGE_H
+
+#include <string>
+#include <string_view>
+
+#include "checkin_base.h"
+#include "container_view.h"
+#include "merge_run.h"
+
+namespace norvik {
+
+struct checkin_merge {
+    merge_options options;
+    merge_run run;
+
+    const std::string &text() const { return run.merged.text; }
+};
+
+// Merges the text of `file` and the newest version, the base being theirs. 0, also for conflicts
+// (is_clean tells), or status_trouble after a message.
+[[nodiscard]] int merge_with_newest(const container_view &view, const checkin_base &found,
+                                    const std::string &file, std::string_view text,
+                                    checkin_merge *out);
+
+// The first line (from 1) of a conflict between markers of ours that stands in the text, 0 for
+// none.
+[[nodiscard]] std::size_t find_conflict(std::string_view text);
+
+}  // namespace norvik
+
+#endif

@@ -1,0 +1,181 @@
+#include "purge.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <functional>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "exit_status.h"
+#include "memory_file.h"
+#include "output.h"
+#include "weave_cursor.h"
+#include "weave_rewrite.h"
+
+namespace norvik {
+namespace {
+
+// Lines and holders that are listed one by one.
+constexpr std::size_t most_lines = 50;
+constexpr std::size_t most_holders = 4;
+
+std::string_view without_newline(std::string_view text) {
+    return text.ends_with('\n') ? text.substr(0, text.size() - 1) : text;
+}
+
+std::vector<bool> alive_by_position(const container_view &view, const version_tree &tree,
+                                    const deletion_request &request) {
+    std::vector<bool> alive(tree.versions.size());
+    for (const version_record &version : view.versions) {
+        alive[position_of(tree, version.id)] = request.survives(version);
+    }
+    return alive;
+}
+
+// Hands over every line of a container with the survivors that hold it.
+class holder_pass {
+public:
+    using visitor = std::function<void(const weave_stretch &, std::string_view text,
+                                       const std::vector<position_range> &holders)>;
+
+    holder_pass(const container_view &view, const deletion_request &request)
+        : view_(view),
+          tree_(build_version_tree(view)),
+          alive_(alive_by_position(view, tree_, request)),
+          survivors_(alive_) {}
+
+    void visit(const visitor &visit_line) const {
+        weave_cursor cursor(view_, tree_, false);
+        weave_stretch stretch;
+        std::vector<position_range> holders;
+        while (cursor.next(&stretch)) {
+            holders.clear();
+            cursor.holders(stretch, &holders);
+            std::erase_if(holders,
+                          [this](position_range part) { return !survivors_.any_in(part); });
+            for (std::string_view rest = stretch.bytes; !rest.empty();) {
+                const std::string_view line = rest.substr(0, rest.find('\n') + 1);
+                rest.remove_prefix(line.size());
+                visit_line(stretch, without_newline(text_of(line)), holders);
+            }
+        }
+    }
+
+    void note(std::string_view text, const std::vector<position_range> &holders,
+              kept_lines *lines) const {
+        lines->count++;
+        if (lines->first.size() == most_lines) {
+            return;
+        }
+        kept_line &line = lines->first.emplace_back();
+        line.text = text;
+        for (const position_range &part : holders) {
+            for (uint32_t i = part.first; i < part.end; i++) {
+                if (alive_[i] && ++line.holder_count <= most_holders) {
+                    line.holders.push_back(tree_.versions[i]);
+                }
+            }
+        }
+    }
+
+    const version_tree &tree() const { return tree_; }
+    const survivor_set &survivors() const { return survivors_; }
+
+private:
+    const container_view &view_;
+    version_tree tree_;
+    std::vector<bool> alive_;
+    survivor_set survivors_;
+};
+
+using text_set = std::unordered_set<std::string_view>;
+
+// The lines of the version that no survivor holds; those that one holds go into the result.
+text_set lines_to_take_out(const container_view &view, version_id version,
+                           const deletion_request &request, purge_result *result) {
+    const holder_pass pass(view, request);
+    text_set secret;
+    pass.visit([&](const weave_stretch &stretch, std::string_view text,
+                   const std::vector<position_range> &holders) {
+        if (stretch.run != version) {
+            return;
+        }
+        result->inserted++;
+        if (holders.empty()) {
+            secret.insert(text);
+        } else {
+            pass.note(text, holders, &result->held);
+        }
+    });
+    return secret;
+}
+
+int write_without(const container_view &view, const text_set &secret,
+                  const deletion_request &request, int descriptor) {
+    output_writer out(descriptor, view.name);
+    out.write(view.bytes.view().substr(0, view.weave_offset));
+    const holder_pass pass(view, request);
+    const rewrite_plan plan{
+        [&secret](std::string_view text) { return secret.contains(without_newline(text)); }};
+    weave_rewrite(view, pass.tree(), pass.survivors(), plan).write(&out);
+    return out.finish();
+}
+
+// Looks for the lines taken out in what has been written. One that no survivor holds is a failure.
+int search(const container_view &after, const text_set &secret, const deletion_request &request,
+           purge_result *result) {
+    const holder_pass pass(after, request);
+    text_set told;
+    bool left = false;
+    pass.visit([&](const weave_stretch &, std::string_view text,
+                   const std::vector<position_range> &holders) {
+        const auto found = secret.find(text);
+        if (found == secret.end()) {
+            return;
+        }
+        left = left || holders.empty();
+        if (!holders.empty() && told.insert(*found).second) {
+            pass.note(text, holders, &result->copies);
+        }
+    });
+    if (left) {
+        say_of_file(after.name, "a line to purge is still there; nothing is changed");
+        return status_trouble;
+    }
+    return status_done;
+}
+
+}  // namespace
+
+int purge_into(const container_view &before, const std::string &container_path, version_id version,
+               const deletion_request &request, int descriptor, container_view *after,
+               purge_result *result) {
+    memory_file memory;
+    int error = memory.create(before.name);
+    if (error != 0) {
+        return say_errno(before.name, "no memory for the new container", error);
+    }
+    if (delete_into(before, container_path, request, memory.path()) != status_done) {
+        return status_trouble;
+    }
+    container_view without_version;
+    error = open_container(memory.descriptor(), before.name, &without_version);
+    if (error != 0) {
+        return say_errno(before.name, "cannot be read without the version", error);
+    }
+    const text_set secret = lines_to_take_out(before, version, request, result);
+    if (write_without(without_version, secret, request, descriptor) != status_done) {
+        return status_trouble;
+    }
+    error = open_container(descriptor, before.name, after);
+    if (error != 0) {
+        return say_errno(before.name, "the new container cannot be read", error);
+    }
+    if (prove_survivors(before, *after, request) != status_done) {
+        return status_trouble;
+    }
+    return search(*after, secret, request, result);
+}
+
+}  // namespace norvik

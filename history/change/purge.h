@@ -1,0 +1,43 @@
+// Takes the lines that a version inserted out of a container, as far as no surviving version
+// contains them.
+#ifndef NORVIK_PURGE_H
+#define NORVIK_PURGE_H
+
+#include <string>
+#include <vector>
+
+#include "container_view.h"
+#include "deletion.h"
+
+namespace norvik {
+
+// A line that stays in the file, and who has it.
+struct kept_line {
+    std::string text;                 // without its newline
+    std::vector<version_id> holders;  // the first few of the surviving versions
+    uint64_t holder_count = 0;
+};
+
+// Lines that stay, as many as anybody reads, and how many there are.
+struct kept_lines {
+    std::vector<kept_line> first;
+    uint64_t count = 0;
+};
+
+struct purge_result {
+    uint64_t inserted = 0;  // lines that the version inserted
+    kept_lines held;        // of these, the lines that survivors hold
+    kept_lines copies;      // gone from the version; survivors have the same line elsewhere
+};
+
+// Writes the container without `version` and without its lines to `descriptor`, then reads that
+// file and searches it for every line taken out. `request` is the deletion of the version, empty
+// when it is deleted already. `container_path` is the container of `before`; `after` is the new
+// one. Returns 0, or status_trouble after a message.
+[[nodiscard]] int purge_into(const container_view &before, const std::string &container_path,
+                             version_id version, const deletion_request &request, int descriptor,
+                             container_view *after, purge_result *result);
+
+}  // namespace norvik
+
+#endif

@@ -1,0 +1,111 @@
+#include "container_check.h"
+
+#include <algorithm>
+#include <map>
+#include <string>
+
+#include "escaped_text.h"
+#include "header_check.h"
+#include "output.h"
+
+namespace norvik {
+namespace {
+
+// An unterminated line is the last one of every version that holds it, deleted ones too. Where it
+// is not, a record may be wrong that gives lines to versions, or the mark, and any text may be
+// another one.
+void check_unterminated(const container_view &view, container_check *check) {
+    std::map<uint64_t, std::vector<version_id>> by_line;
+    const std::vector<version_id> &versions = check->scan.tree.versions;
+    for (std::size_t i = 0; i < versions.size(); i++) {
+        const text_step &read = check->scan.totals[i];
+        if (read.first_unended != 0 && read.first_unended != read.last_line) {
+            by_line[read.first_unended].push_back(versions[i]);
+        }
+    }
+    for (const auto &[line, broken] : by_line) {
+        std::string names = escape_name(version_name(view, broken.front()));
+        if (broken.size() > 1) {
+            names += " and of " + std::to_string(broken.size() - 1) + " more";
+        }
+        check->faults.push_back(
+            {{line, "a line without newline that is not the last one of " + names},
+             all_versions(check->scan.tree),
+             false});
+    }
+}
+
+// A version record whose number has become another one reads as a lost one and a version without
+// lines of its own.
+void check_without_records(const container_view &view, container_check *check) {
+    for (const version_record &version : view.versions) {
+        const uint32_t position = position_of(check->scan.tree, version.id);
+        const change_counts &changes = check->scan.changes[position];
+        if (!version.deleted && version.id != version_id{0, 0} && changes.added == 0 &&
+            changes.deleted == 0) {
+            check->faults.push_back(
+                {{version.line, escape_name(version_name(view, version.id)) +
+                                    " has no lines of its own; it may be a lost version"},
+                 {position, position + 1},
+                 false,
+                 true});
+        }
+    }
+}
+
+void mark_doubts(const std::vector<weave_fault> &faults, bool drop_stray,
+                 std::vector<bool> *in_doubt) {
+    std::vector<int64_t> changes(in_doubt->size() + 1);
+    for (const weave_fault &fault : faults) {
+        if (!(drop_stray && fault.stray)) {
+            changes[fault.doubt.first]++;
+            changes[fault.doubt.end]--;
+        }
+    }
+    int64_t doubts = 0;
+    for (std::size_t i = 0; i < in_doubt->size(); i++) {
+        doubts += changes[i];
+        (*in_doubt)[i] = (*in_doubt)[i] || doubts > 0;
+    }
+}
+
+}  // namespace
+
+container_check check_container(const container_view &view, bool fingerprints,
+                                const scan_progress &told) {
+    container_check check{scan_weave(view, fingerprints, told), {}, {}, {}};
+    check.in_doubt.resize(check.scan.tree.versions.size());
+    check.faults = check_header(view, check.scan.tree);
+    check.faults.insert(check.faults.end(), check.scan.faults.begin(), check.scan.faults.end());
+    check_unterminated(view, &check);
+    if (!check.scan.unlisted.empty()) {
+        check_without_records(view, &check);
+    }
+    std::stable_sort(
+        check.faults.begin(), check.faults.end(),
+        [](const weave_fault &a, const weave_fault &b) { return a.what.line < b.what.line; });
+    check.in_other_doubt = check.in_doubt;
+    mark_doubts(check.faults, false, &check.in_doubt);
+    mark_doubts(check.faults, true, &check.in_other_doubt);
+    return check;
+}
+
+bool is_trusted(const container_check &check, const version_record &version, bool drop_stray) {
+    const version_tree &tree = check.scan.tree;
+    const uint32_t position = position_of(tree, version.id);
+    const auto branch = tree.branches.find(version.id.branch);
+    const std::vector<bool> &in_doubt = drop_stray ? check.in_other_doubt : check.in_doubt;
+    return !version.deleted && position != no_position && !in_doubt[position] &&
+           branch != tree.branches.end() && branch->second.rooted &&
+           (version.id.branch == 0 || branch->second.record != nullptr);
+}
+
+void say_fault(const container_view &view, const weave_fault &fault) {
+    if (fault.what.line == 0) {
+        say_of_file(view.name, fault.what.reason);
+    } else {
+        say_of_line(view.name, fault.what.line, fault.what.reason);
+    }
+}
+
+}  // namespace norvik

@@ -1,0 +1,147 @@
+#include "proof.h"
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "exit_status.h"
+#include "output.h"
+#include "record_line.h"
+#include "record_text.h"
+#include "structure.h"
+
+namespace norvik {
+
+namespace {
+
+// The length of the common beginning.
+size_t common_length(std::string_view a, std::string_view b) {
+    const size_t size = std::min(a.size(), b.size());
+    size_t at = 0;
+    for (size_t step = 4096; step > 0; step /= 16) {
+        while (at + step <= size && std::memcmp(a.data() + at, b.data() + at, step) == 0) {
+            at += step;
+        }
+    }
+    return at;
+}
+
+size_t line_length(std::string_view text) {
+    const size_t newline = text.find('\n');
+    return newline == std::string_view::npos ? text.size() : newline + 1;
+}
+
+// The length of the new records at the start of `text`, with the lines that they insert; 0 when
+// something else stands there. Within a new run only newer runs and deletions stand, so that its
+// end is where all lines counted by new insertions have been passed.
+size_t added_length(std::string_view text, const added_records &added) {
+    size_t length = 0;
+    uint64_t lines = 0;
+    do {
+        const std::string_view line = text.substr(length, line_length(text.substr(length)));
+        const char kind = format::kind_of(line);
+        run_fields run;
+        if (format::counts_lines(kind)) {
+            if (decode_run(line, &run) == spelling::malformed || run.branch != added.branch ||
+                run.version < added.first) {
+                return 0;
+            }
+            lines += kind == format::kind_insert ? run.count : 0;
+        } else if (line.empty() || lines == 0 || !holds_text(kind)) {
+            return 0;
+        } else {
+            lines--;
+        }
+        length += line.size();
+    } while (lines > 0);
+    return length;
+}
+
+// Whether `fresh` without the new records and lines is `old`. No such record stands in the old
+// weave, so the two part inside the next one at the latest: what is equal is compared in large
+// blocks, and only the line where they part is looked at.
+bool differs_by_additions_only(std::string_view old, std::string_view fresh,
+                               const added_records &added) {
+    for (;;) {
+        const size_t common = common_length(old, fresh);
+        if (common == old.size() && common == fresh.size()) {
+            return true;
+        }
+        const size_t before = common == 0 ? std::string_view::npos : fresh.rfind('\n', common - 1);
+        const size_t start = before == std::string_view::npos ? 0 : before + 1;
+        const size_t length = added_length(fresh.substr(start), added);
+        if (length == 0) {
+            return false;
+        }
+        old.remove_prefix(start);
+        fresh.remove_prefix(start + length);
+    }
+}
+
+int refused(const container_view &view, const char *reason) {
+    say_of_file(view.name, std::string("the new container is refused: ") + reason);
+    return status_trouble;
+}
+
+}  // namespace
+
+std::string status_record_text(const container_view &old, bool adds_branch) {
+    return status_line(old.highest_branch + (adds_branch ? 1 : 0));
+}
+
+std::string version_record_text(const version_record &version) {
+    return version_line(version.oid, version.id, version.time);
+}
+
+std::string branch_record_text(const branch_record &branch) {
+    return branch_line(branch.oid, branch.number, branch.parent);
+}
+
+bool version_equals(const container_view &view, version_id id, std::string_view text) {
+    std::vector<version_id> lineage;
+    if (!lineage_of(view, id, &lineage)) {
+        return false;
+    }
+    std::string_view rest = text;
+    bool equal = true;
+    const auto broken = walk_version(view, lineage, [&](std::string_view piece) {
+        equal = rest.starts_with(piece);
+        rest.remove_prefix(equal ? piece.size() : 0);
+        return equal;
+    });
+    return equal && rest.empty() && !broken;
+}
+
+int prove_addition(const container_view &old, int descriptor, const added_records &added,
+                   container_view *fresh) {
+    const int error = open_container(descriptor, old.name, fresh);
+    if (error != 0) {
+        return say_errno(old.name, "the new container cannot be read", error);
+    }
+    std::string_view bytes = fresh->bytes.view();
+    if (!fresh->header_damages.empty() || !bytes.starts_with(added.header)) {
+        return refused(old, "its header is not as it should be");
+    }
+    // What is taken for new below must be nothing that the old one has.
+    for (const version_record &version : old.versions) {
+        if (version.id.branch == added.branch && version.id.number >= added.first) {
+            return refused(old, "a version of it has a number that is not new");
+        }
+    }
+    bytes.remove_prefix(added.header.size());
+    std::string_view before = old.bytes.view();
+    before.remove_prefix(line_length(before));
+    if (!differs_by_additions_only(before, bytes, added)) {
+        return refused(old, "it does not keep what the old one holds");
+    }
+    // New records can be too many and change no text yet, as a deletion within one.
+    return scan_structure(*fresh) ? refused(old, "it is not sound") : int{status_done};
+}
+
+int prove_text(const container_view &fresh, version_id id, std::string_view text) {
+    return version_equals(fresh, id, text)
+               ? int{status_done}
+               : refused(fresh, "the version read back from it is not the text that was given");
+}
+
+}  // namespace norvik

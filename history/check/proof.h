@@ -1,0 +1,43 @@
+// Proves that a new container is the old one with versions (or a branch) added and nothing else
+// changed, before it takes the old one's place.
+#ifndef NORVIK_PROOF_H
+#define NORVIK_PROOF_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "container_view.h"
+
+namespace norvik {
+
+// The records that a change was to add.
+struct added_records {
+    uint64_t branch = 0;
+    uint64_t first = 0;  // the versions of the branch from this number on are new
+    std::string header;  // the lines before the old header: status, version and branch records
+};
+
+// The records of a header, in the form that the library writes them.
+[[nodiscard]] std::string status_record_text(const container_view &old, bool adds_branch);
+[[nodiscard]] std::string version_record_text(const version_record &version);
+[[nodiscard]] std::string branch_record_text(const branch_record &branch);
+
+// Opens the new container by `descriptor` into `fresh` and compares: its first lines are
+// `added.header`; with them, and with the records and lines of the new versions, taken out, the
+// rest is the old container from its second line on, byte for byte; and scan_structure finds the
+// new one sound. At the speed of memory.
+// Returns 0, or status_trouble after a message that names the container as the old one.
+[[nodiscard]] int prove_addition(const container_view &old, int descriptor,
+                                 const added_records &added, container_view *fresh);
+
+// Proves that the version reads back as `text`; 0, or status_trouble after a message.
+[[nodiscard]] int prove_text(const container_view &fresh, version_id id, std::string_view text);
+
+// Whether the version's text, by its lineage, is exactly `text`. A container that cannot be walked
+// is not.
+[[nodiscard]] bool version_equals(const container_view &view, version_id id, std::string_view text);
+
+}  // namespace norvik
+
+#endif

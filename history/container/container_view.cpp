@@ -1,0 +1,325 @@
+#include "container_view.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <utility>
+
+#include "escaped_text.h"
+#include "header_reader.h"
+
+namespace norvik {
+namespace {
+
+constexpr std::size_t shortest_prefix = 4;
+
+int read_all(int descriptor, std::string *out) {
+    constexpr std::size_t chunk = 1 << 16;
+    for (;;) {
+        const std::size_t had = out->size();
+        out->resize(had + chunk);
+        const ssize_t got = read(descriptor, out->data() + had, chunk);
+        out->resize(had + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+        if (got == 0) {
+            return 0;
+        }
+        if (got < 0 && errno != EINTR) {
+            return errno;
+        }
+    }
+}
+
+void index_ids(const container_view &view) {
+    view.by_id.reserve(view.versions.size());
+    for (std::size_t i = 0; i < view.versions.size(); i++) {
+        const auto [entry, fresh] = view.by_id.try_emplace(view.versions[i].id, i);
+        if (!fresh && view.versions[entry->second].deleted && !view.versions[i].deleted) {
+            entry->second = i;
+        }
+    }
+}
+
+void index_oids(const container_view &view) {
+    view.by_oid.reserve(view.versions.size());
+    for (std::size_t i = 0; i < view.versions.size(); i++) {
+        if (!view.versions[i].deleted) {
+            view.by_oid.try_emplace(view.versions[i].oid, i);
+        }
+    }
+}
+
+void index_branches(const container_view &view) {
+    for (std::size_t i = 0; i < view.branches.size(); i++) {
+        if (!view.branches[i].deleted) {
+            view.branch_by_number.try_emplace(view.branches[i].number, i);
+        }
+    }
+}
+
+const version_record *newest_of_default_branch(const container_view &view, std::string *reason) {
+    const branch_record *branch = find_branch(view, "main");
+    if (branch == nullptr) {
+        const auto live = [](const branch_record &b) { return !b.deleted; };
+        if (std::count_if(view.branches.begin(), view.branches.end(), live) != 1) {
+            *reason = "which branch? there are several and none is called main";
+            return nullptr;
+        }
+        branch = &*std::find_if(view.branches.begin(), view.branches.end(), live);
+    }
+    const version_record *newest = newest_version(view, branch->number);
+    if (newest == nullptr) {
+        *reason = "branch " + escape_name(branch->oid) + " has no versions";
+    }
+    return newest;
+}
+
+// `BRANCH@N`, deleted versions included; split at the last @, since a branch's name may hold one.
+const version_record *version_by_name(const container_view &view, std::string_view text) {
+    const std::size_t at = text.rfind('@');
+    if (at == std::string_view::npos || at + 1 == text.size()) {
+        return nullptr;
+    }
+    uint64_t number = 0;
+    const char *last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data() + at + 1, last, number);
+    const branch_record *branch = find_branch(view, text.substr(0, at));
+    if (error != std::errc{} || end != last || branch == nullptr) {
+        return nullptr;
+    }
+    return find_version(view, {branch->number, number});
+}
+
+}  // namespace
+
+file_bytes::file_bytes(file_bytes &&other) noexcept {
+    *this = std::move(other);
+}
+
+file_bytes &file_bytes::operator=(file_bytes &&other) noexcept {
+    if (this != &other) {
+        release();
+        mapping_ = std::exchange(other.mapping_, nullptr);
+        mapped_ = std::exchange(other.mapped_, 0);
+        copy_ = std::move(other.copy_);
+    }
+    return *this;
+}
+
+file_bytes::~file_bytes() {
+    release();
+}
+
+void file_bytes::release() {
+    if (mapping_ != nullptr) {
+        munmap(mapping_, mapped_);
+        mapping_ = nullptr;
+    }
+}
+
+int file_bytes::load(int descriptor) {
+    release();
+    copy_.clear();
+    struct stat facts;
+    if (fstat(descriptor, &facts) != 0) {
+        return errno;
+    }
+    if (S_ISDIR(facts.st_mode)) {
+        return EISDIR;
+    }
+    if (!S_ISREG(facts.st_mode) || facts.st_size == 0) {
+        return read_all(descriptor, &copy_);
+    }
+    mapped_ = static_cast<std::size_t>(facts.st_size);
+    void *mapping = mmap(nullptr, mapped_, PROT_READ, MAP_PRIVATE | MAP_POPULATE, descriptor, 0);
+    if (mapping == MAP_FAILED) {
+        return errno;
+    }
+    mapping_ = mapping;
+    return 0;
+}
+
+std::string_view file_bytes::view() const {
+    return mapping_ == nullptr ? std::string_view(copy_)
+                               : std::string_view(static_cast<const char *>(mapping_), mapped_);
+}
+
+int open_container(const std::string &path, container_view *out) {
+    // A pipe that nobody writes to is empty; waiting for its writer could last for ever.
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) {
+        return errno;
+    }
+    (void)fcntl(descriptor, F_SETFL, 0);
+    const int result = open_container(descriptor, path, out);
+    close(descriptor);
+    return result;
+}
+
+int open_container(int descriptor, const std::string &name, container_view *out) {
+    *out = container_view{};
+    out->name = name;
+    const int unseen = out->rights.add(descriptor);
+    if (const int error = unseen != 0 ? unseen : out->bytes.load(descriptor); error != 0) {
+        return error;
+    }
+    read_header(out->bytes.view(), out);
+    return 0;
+}
+
+const version_record *find_version(const container_view &view, version_id id) {
+    if (view.by_id.empty()) {
+        index_ids(view);
+    }
+    const auto found = view.by_id.find(id);
+    return found == view.by_id.end() ? nullptr : &view.versions[found->second];
+}
+
+const version_record *find_version_by_oid(const container_view &view, std::string_view oid) {
+    if (view.by_oid.empty()) {
+        index_oids(view);
+    }
+    const auto found = view.by_oid.find(oid);
+    return found == view.by_oid.end() ? nullptr : &view.versions[found->second];
+}
+
+std::vector<const version_record *> find_versions_by_prefix(const container_view &view,
+                                                            std::string_view prefix) {
+    std::vector<const version_record *> found;
+    if (prefix.size() < shortest_prefix) {
+        return found;
+    }
+    for (const version_record &version : view.versions) {
+        if (!version.deleted && version.oid.starts_with(prefix)) {
+            found.push_back(&version);
+        }
+    }
+    return found;
+}
+
+const branch_record *find_branch(const container_view &view, std::string_view oid) {
+    for (const branch_record &branch : view.branches) {
+        if (!branch.deleted && branch.oid == oid) {
+            return &branch;
+        }
+    }
+    return nullptr;
+}
+
+const branch_record *find_branch(const container_view &view, uint64_t number) {
+    if (view.branch_by_number.empty()) {
+        index_branches(view);
+    }
+    const auto found = view.branch_by_number.find(number);
+    return found == view.branch_by_number.end() ? nullptr : &view.branches[found->second];
+}
+
+const version_record *newest_version(const container_view &view, uint64_t branch) {
+    const version_record *newest = nullptr;
+    for (const version_record &version : view.versions) {
+        if (!version.deleted && version.id.branch == branch &&
+            (newest == nullptr || version.id.number > newest->id.number)) {
+            newest = &version;
+        }
+    }
+    return newest;
+}
+
+std::optional<uint64_t> next_version_number(const container_view &view, uint64_t branch) {
+    std::optional<uint64_t> used;
+    const auto use = [&](version_id id) {
+        if (id.branch == branch) {
+            used = std::max(used.value_or(0), id.number);
+        }
+    };
+    for (const version_record &version : view.versions) {
+        use(version.id);
+    }
+    for (const branch_record &other : view.branches) {
+        if (other.number != 0) {
+            use(other.parent);
+        }
+    }
+    if (!used) {
+        return 0;
+    }
+    return *used < highest_number ? std::optional(*used + 1) : std::nullopt;
+}
+
+std::optional<uint64_t> next_branch_number(const container_view &view) {
+    const uint64_t used = view.highest_branch;
+    const bool named = std::all_of(view.branches.begin(), view.branches.end(),
+                                   [&](const branch_record &b) { return b.number <= used; }) &&
+                       std::all_of(view.versions.begin(), view.versions.end(),
+                                   [&](const version_record &v) { return v.id.branch <= used; });
+    return named && used < highest_number ? std::optional(used + 1) : std::nullopt;
+}
+
+bool lineage_of(const container_view &view, version_id id, std::vector<version_id> *lineage) {
+    lineage->assign(1, id);
+    // One pass is enough: a branch's record stands above that of the branch it was made off.
+    for (const branch_record &branch : view.branches) {
+        const uint64_t current = lineage->back().branch;
+        if (current == 0) {
+            break;
+        }
+        if (!branch.deleted && branch.number == current) {
+            if (branch.parent.branch >= current) {
+                return false;
+            }
+            lineage->push_back(branch.parent);
+        }
+    }
+    return lineage->back().branch == 0;
+}
+
+std::string branch_name(const container_view &view, uint64_t number) {
+    const branch_record *branch = find_branch(view, number);
+    return branch == nullptr ? "#" + std::to_string(number) : std::string(branch->oid);
+}
+
+std::string version_name(const container_view &view, version_id id) {
+    return branch_name(view, id.branch) + "@" + std::to_string(id.number);
+}
+
+const version_record *resolve_version(const container_view &view, std::string_view text,
+                                      std::string *reason) {
+    if (text.empty()) {
+        return newest_of_default_branch(view, reason);
+    }
+    const version_record *named = version_by_name(view, text);
+    if (named != nullptr && !named->deleted) {
+        return named;
+    }
+    if (const branch_record *branch = find_branch(view, text)) {
+        const version_record *newest = newest_version(view, branch->number);
+        if (newest == nullptr) {
+            *reason = "branch " + escape_name(text) + " has no versions";
+        }
+        return newest;
+    }
+    if (const version_record *exact = find_version_by_oid(view, text)) {
+        return exact;
+    }
+    const auto matches = find_versions_by_prefix(view, text);
+    if (matches.size() == 1) {
+        return matches.front();
+    }
+    if (!matches.empty()) {
+        *reason = "several versions begin with " + escape_name(text);
+        return nullptr;
+    }
+    *reason = named != nullptr ? "version " + escape_name(text) + " is deleted"
+                               : "there is no version " + escape_name(text);
+    if (text.size() < shortest_prefix && text.find('@') == text.npos) {
+        *reason += " (the beginning of an identifier has 4 characters at least)";
+    }
+    return nullptr;
+}
+
+}  // namespace norvik

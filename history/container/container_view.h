@@ -1,0 +1,109 @@
+// A container as the commands see it: its bytes, mapped read-only, and the records of its header.
+//
+// Opening reads the header once; the weave is left to the passes in structure.h and weave_scan.h.
+// Record order is the file's (newest first). Views into the bytes live as long as the container.
+#ifndef NORVIK_CONTAINER_VIEW_H
+#define NORVIK_CONTAINER_VIEW_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "file_attributes.h"
+#include "header_records.h"
+
+namespace norvik {
+
+// The bytes of a file: a read-only mapping, or a copy for what cannot be mapped (a pipe).
+class file_bytes {
+public:
+    file_bytes() = default;
+    file_bytes(file_bytes &&other) noexcept;
+    file_bytes &operator=(file_bytes &&other) noexcept;
+    file_bytes(const file_bytes &) = delete;
+    file_bytes &operator=(const file_bytes &) = delete;
+    ~file_bytes();
+
+    // Takes the bytes of an open file, from its start where it can be mapped. The descriptor stays
+    // the caller's and may be closed afterwards. Returns 0 or an errno value.
+    [[nodiscard]] int load(int descriptor);
+    [[nodiscard]] std::string_view view() const;
+
+private:
+    void release();
+    void *mapping_ = nullptr;
+    std::size_t mapped_ = 0;
+    std::string copy_;
+};
+
+struct container_view : container_header {
+    std::string name;  // as the user gave it, for messages
+    file_bytes bytes;
+    granted_rights rights;  // of the file
+
+    // Looked up by the functions below, which fill them at their first use.
+    mutable std::unordered_map<version_id, std::size_t, version_id_hash> by_id;
+    mutable std::unordered_map<std::string_view, std::size_t> by_oid;
+    mutable std::unordered_map<uint64_t, std::size_t> branch_by_number;
+};
+
+// Opens and reads a container. Results: 0 (also for a damaged header: see header_damages), or the
+// errno value that says why the file cannot be read (EISDIR for a folder). Prints nothing.
+[[nodiscard]] int open_container(const std::string &path, container_view *out);
+
+// The same on an open descriptor, which stays the caller's; `name` is used in messages only.
+[[nodiscard]] int open_container(int descriptor, const std::string &name, container_view *out);
+
+// The version's record, deleted ones included; null when there is none. Where a damaged container
+// has several, the live one counts, then the first.
+[[nodiscard]] const version_record *find_version(const container_view &view, version_id id);
+
+// The version of that oid, live ones only, as the library looks it up.
+[[nodiscard]] const version_record *find_version_by_oid(const container_view &view,
+                                                        std::string_view oid);
+
+// The live versions whose oid begins with `prefix`; 4 characters at least, else nothing is found.
+[[nodiscard]] std::vector<const version_record *> find_versions_by_prefix(
+    const container_view &view, std::string_view prefix);
+
+// A live branch by name or by number; null when there is none.
+[[nodiscard]] const branch_record *find_branch(const container_view &view, std::string_view oid);
+[[nodiscard]] const branch_record *find_branch(const container_view &view, uint64_t number);
+
+// The newest live version of a branch; null when it has none.
+[[nodiscard]] const version_record *newest_version(const container_view &view, uint64_t branch);
+
+// The number that the branch's next version must have: above every version recorded on it, deleted
+// ones included, and above every branch point on it (a version that takes the number of a branch
+// point that never was would change that branch's text). 0 for a branch without either, nothing
+// when that many numbers do not exist: `highest_number` is the last one that is given out.
+[[nodiscard]] std::optional<uint64_t> next_version_number(const container_view &view,
+                                                          uint64_t branch);
+
+// The number that the next new branch must have: above the highest in use; nothing when the numbers
+// are used up, or when a record has a higher one than the status record names.
+[[nodiscard]] std::optional<uint64_t> next_branch_number(const container_view &view);
+
+inline constexpr uint64_t highest_number = UINT64_MAX - 1;
+
+// Which (branch, highest number) bounds make up a version, from its own branch up to the first one;
+// false when its branch, or one above it, has no live record or is made off one that is not older.
+[[nodiscard]] bool lineage_of(const container_view &view, version_id id,
+                              std::vector<version_id> *lineage);
+
+// `BRANCH@N`; a branch without record is named `#NUMBER`.
+[[nodiscard]] std::string version_name(const container_view &view, version_id id);
+[[nodiscard]] std::string branch_name(const container_view &view, uint64_t number);
+
+// What VERSION on a command line may be, resolved to a live version: `BRANCH@N`, `BRANCH` (its
+// newest), an oid or a prefix of one. `text` empty stands for the newest version of branch `main`,
+// or of the only branch. On failure returns null and says why in `reason`.
+[[nodiscard]] const version_record *resolve_version(const container_view &view,
+                                                    std::string_view text, std::string *reason);
+
+}  // namespace norvik
+
+#endif

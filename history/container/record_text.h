@@ -1,0 +1,50 @@
+// Whole records as text, newline included.
+#ifndef NORVIK_RECORD_TEXT_H
+#define NORVIK_RECORD_TEXT_H
+
+#include <string>
+#include <string_view>
+
+#include "lineage_member.h"
+#include "record_encode.h"
+
+namespace norvik {
+
+// Receives the pieces of a record.
+struct append_to {
+    std::string &text;
+    void operator()(std::string_view piece) const { text += piece; }
+};
+
+inline std::string written_number(uint64_t number) {
+    return std::string(format::number_text(number).view());
+}
+
+inline std::string status_line(uint64_t highest_branch) {
+    std::string text;
+    format::encode_status(format::known_format, highest_branch, append_to{text});
+    return text;
+}
+
+inline std::string version_line(std::string_view oid, format::version_id id, uint64_t time) {
+    std::string text;
+    format::encode_object(format::kind_version, oid, id.branch, id.number, time, append_to{text});
+    return text;
+}
+
+inline std::string branch_line(std::string_view oid, uint64_t number, format::version_id parent) {
+    std::string text;
+    format::encode_object(format::kind_branch, oid, number, parent.branch, parent.number,
+                          append_to{text});
+    return text;
+}
+
+inline std::string element_line(std::string_view oid) {
+    std::string text;
+    format::encode_element(oid, append_to{text});
+    return text;
+}
+
+}  // namespace norvik
+
+#endif

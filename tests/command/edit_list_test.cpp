@@ -1,0 +1,236 @@
+// Edits of one text against another: that they are right, small, and the same for the same change.
+#include "edit_list.h"
+
+#include <gtest/gtest.h>
+
+#include "columns.h"
+#include "comparison.h"
+#include "gap_match.h"
+#include "small_texts.h"
+
+namespace {
+
+struct compared_texts {
+    std::vector<norvik::text_file> files;
+    norvik::comparison comparison;
+
+    explicit compared_texts(const std::vector<std::string> &texts, bool ignore_blanks = false) {
+        files.resize(texts.size());
+        for (size_t i = 0; i < texts.size(); i++) {
+            EXPECT_EQ(norvik::hold_text("text", texts[i], &files[i]), 0);
+        }
+        EXPECT_EQ(norvik::compare_files(&files, "compare", ignore_blanks,
+                                        norvik::after_compare::close_session, &comparison),
+                  0);
+    }
+
+    norvik::file_edits edits(size_t index, const norvik::edit_list_options &options = {}) const {
+        return norvik::edits_of(comparison, files, index, options);
+    }
+};
+
+std::string applied(const norvik::text_lines &base, const norvik::text_lines &file,
+                    const std::vector<norvik::edit> &edits) {
+    std::string out;
+    int32_t at = 0;
+    for (const norvik::edit &e : edits) {
+        out += base.range(at, e.base_first);
+        out += file.range(e.file_first, e.file_end);
+        at = e.base_end;
+    }
+    return out + std::string(base.range(at, base.count()));
+}
+
+// Every moved line is removed at the one place, inserted at the other, and the same.
+void expect_moves_hold(const norvik::text_lines &base, const norvik::text_lines &file,
+                       const norvik::file_edits &edits, const std::string &about) {
+    const auto covered = [&](int32_t line, int32_t norvik::edit::*first,
+                             int32_t norvik::edit::*end) {
+        return std::any_of(edits.edits.begin(), edits.edits.end(), [&](const norvik::edit &e) {
+            return e.*first <= line && line < e.*end;
+        });
+    };
+    for (const norvik::line_run &run : edits.moves) {
+        for (int32_t i = 0; i < run.count; i++) {
+            EXPECT_EQ(base.line(run.base_first + i), file.line(run.file_first + i)) << about;
+            EXPECT_TRUE(
+                covered(run.base_first + i, &norvik::edit::base_first, &norvik::edit::base_end))
+                << about;
+            EXPECT_TRUE(
+                covered(run.file_first + i, &norvik::edit::file_first, &norvik::edit::file_end))
+                << about;
+        }
+    }
+}
+
+TEST(edit_list, edits_turn_the_base_into_every_file) {
+    for (const unsigned seed : seeds(300)) {
+        text_maker make{std::mt19937(seed), seed % 4 * 0.25};
+        const auto base = make.text(make.below(60));
+        std::vector<std::string> texts = {joined(base, make.chance(0.2))};
+        for (size_t k = 1 + make.below(3); k > 0; k--) {
+            texts.push_back(joined(make.changed(base), make.chance(0.2)));
+        }
+        const std::string about = "seed " + std::to_string(seed);
+        const compared_texts compared(texts);
+        const norvik::text_lines &lines = compared.files[0].lines;
+        for (size_t k = 1; k < texts.size(); k++) {
+            for (const bool refine : {true, false}) {
+                const auto found = compared.edits(k, {norvik::line_equality::exact, refine});
+                const norvik::text_lines &file = compared.files[k].lines;
+                EXPECT_EQ(applied(lines, file, found.edits), texts[k]) << about;
+                expect_moves_hold(lines, file, found, about);
+                for (size_t i = 1; i < found.edits.size(); i++) {
+                    EXPECT_GT(found.edits[i].base_first, found.edits[i - 1].base_end) << about;
+                }
+            }
+        }
+    }
+}
+
+int32_t longest_common(const norvik::text_lines &a, const norvik::text_lines &b) {
+    std::vector<int32_t> row(static_cast<size_t>(b.count()) + 1);
+    for (int32_t i = 0; i < a.count(); i++) {
+        int32_t diagonal = 0;
+        for (size_t j = 1; j < row.size(); j++) {
+            const int32_t above = row[j];
+            row[j] = a.line(i) == b.line(static_cast<int32_t>(j) - 1) ? diagonal + 1
+                                                                      : std::max(above, row[j - 1]);
+            diagonal = above;
+        }
+    }
+    return row.back();
+}
+
+TEST(gap_match, finds_as_many_pairs_as_there_are) {
+    for (const unsigned seed : seeds(200)) {
+        text_maker make{std::mt19937(seed), 0.9};
+        const std::string a = joined(make.text(make.below(30)));
+        const std::string b = joined(make.text(make.below(30)));
+        const norvik::text_lines x = norvik::split_lines(a);
+        const norvik::text_lines y = norvik::split_lines(b);
+        std::vector<norvik::line_run> runs;
+        norvik::gap_matcher(x, y, norvik::line_equality::exact)
+            .match({0, x.count(), 0, y.count()}, &runs);
+        int32_t pairs = 0;
+        norvik::line_run last;
+        for (const norvik::line_run &run : runs) {
+            EXPECT_GE(run.base_first, last.base_first + last.count) << "seed " << seed;
+            EXPECT_GE(run.file_first, last.file_first + last.count) << "seed " << seed;
+            EXPECT_EQ(x.range(run.base_first, run.base_first + run.count),
+                      y.range(run.file_first, run.file_first + run.count));
+            pairs += run.count;
+            last = run;
+        }
+        EXPECT_EQ(pairs, longest_common(x, y)) << "seed " << seed;
+    }
+}
+
+TEST(gap_match, what_is_too_far_apart_is_divided_at_unique_lines) {
+    std::string rising, falling;
+    for (int i = 0; i < 100; i++) {
+        rising += std::to_string(i / 2) + "\n";
+        falling += std::to_string(50 - i / 2) + "\n";
+    }
+    std::string a, b;
+    for (int i = 0; i < 30; i++) {
+        a.append("mark ").append(std::to_string(i)).append("\n").append(rising);
+        b.append("mark ").append(std::to_string(i)).append("\n").append(falling);
+    }
+    const norvik::text_lines x = norvik::split_lines(a);
+    const norvik::text_lines y = norvik::split_lines(b);
+    std::vector<norvik::line_run> runs;
+    norvik::gap_matcher(x, y, norvik::line_equality::exact)
+        .match({0, x.count(), 0, y.count()}, &runs);
+    int32_t pairs = 0;
+    for (const norvik::line_run &run : runs) {
+        pairs += run.count;
+    }
+    EXPECT_EQ(pairs,
+              30 * (1 + longest_common(norvik::split_lines(rising), norvik::split_lines(falling))));
+}
+
+TEST(edit_list, edits_of_few_kinds_of_lines_are_the_smallest) {
+    for (const unsigned seed : seeds(40)) {
+        text_maker make{std::mt19937(seed), 1};
+        auto lines = make.text(200);
+        const std::string base = joined(lines);
+        for (int i = 0; i < 3; i++) {
+            lines.insert(lines.begin() + static_cast<long>(make.below(lines.size())), make.line());
+        }
+        const compared_texts compared({base, joined(lines)});
+        int32_t changed = 0;
+        for (const norvik::edit &e : compared.edits(1).edits) {
+            changed += e.base_end - e.base_first + e.file_end - e.file_first;
+        }
+        EXPECT_EQ(changed, 3);
+    }
+}
+
+TEST(edit_list, chosen_places_are_as_written_here) {
+    const struct {
+        const char *name, *base, *file;
+        std::vector<norvik::edit> edits;
+        std::vector<norvik::line_run> moves;
+    } rows[] = {
+        {"an insertion among equal lines stands last", "a b b c", "a b b b c", {{3, 3, 3, 4}}, {}},
+        {"so does a deletion", "a b b c", "a b c", {{2, 3, 2, 2}}, {}},
+        {"the smaller part moves",
+         "a1 a2 b1 b2 b3",
+         "b1 b2 b3 a1 a2",
+         {{0, 2, 0, 0}, {5, 5, 3, 5}},
+         {{0, 3, 2}}},
+        {"a single line does not count as moved",
+         "x a b c",
+         "a b c x",
+         {{0, 1, 0, 0}, {4, 4, 3, 4}},
+         {}},
+        {"repeated lines move as a whole",
+         "A A A b c d",
+         "b c d A A A",
+         {{0, 3, 0, 0}, {6, 6, 3, 6}},
+         {{0, 3, 3}}},
+        {"nor do braces", "{ } a b c", "a b c { }", {{0, 2, 0, 0}, {5, 5, 3, 5}}, {}},
+        {"braces between", "a { b } c", "a { x } c", {{2, 3, 2, 3}}, {}},
+    };
+    for (const auto &row : rows) {
+        const compared_texts compared({lines_of(row.base), lines_of(row.file)});
+        const norvik::file_edits found = compared.edits(1);
+        EXPECT_EQ(found.edits, row.edits) << row.name;
+        EXPECT_EQ(found.moves, row.moves) << row.name;
+    }
+}
+
+// Long lines are compared from the end in pieces, so that the common tail begins within a line.
+TEST(edit_list, lines_that_agree_only_in_their_ends_differ) {
+    const std::string end(6000, 'x');
+    const std::string before = lines_of("1 2 3 4 5 6 7 8");
+    for (const char *behind : {"", "\nlast\n"}) {
+        const std::string base = before + "a" + end + behind;
+        const std::string file = before + "b" + end + behind;
+        const compared_texts compared({base, file});
+        EXPECT_EQ(compared.edits(1).edits, (std::vector<norvik::edit>{{8, 9, 8, 9}}));
+    }
+}
+
+TEST(columns, lines_are_made_to_fit) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"ab\n", "ab    "},
+        {"abcdef", "abcdef"},
+        {"abcdefg", "abcde>"},
+        {"\tx", "     >"},
+        {"a\x1b\n", "a\\e   "},
+        {"\u00e4\u00f6\n", "\u00e4\u00f6    "},
+        {"", "      "},
+        {"abcde\u00e4\u00f6", "abcde>"},
+        {"\u4e2d\u6587\n", "\u4e2d\u6587  "},
+        {"abcd\u4e2d\u6587", "abcd >"},
+        {"abcde\u4e2d", "abcde>"},
+        {"e\u0301\u4e2d\n", "e\u0301\u4e2d   "},
+    };
+    for (const auto &[line, fitted] : rows) {
+        EXPECT_EQ(norvik::fit_column(line, 6), fitted);
+    }
+}
+
+}  // namespace
