@@ -129,7 +129,8 @@ int refuse_conflicts(checkin_run &run, const checkin_merge &merge) {
         say_of_file(run.file.name(), "nothing is stored (--update leaves the conflicts in it)");
         return status_negative;
     }
-    if (run.file.prepare(merge.text(), std::string(run.found.newest->oid)) != status_done ||
+    const std::string newest(run.found.newest->oid);
+    if (run.file.prepare(merge.text(), newest, run.change.old.rights) != status_done ||
         run.file.replace() != status_done) {
         return status_trouble;
     }
@@ -151,7 +152,7 @@ int store_merged(checkin_run &run, const checkin_merge &merge) {
         !run.options.stored.allow_same && version_equals(run.change.old, newest.id, text);
     const std::string base(same_as_newest ? newest.oid : std::string_view(run.oid));
     input_text merged;
-    if ((replaces && run.file.prepare(text, base) != status_done) ||
+    if ((replaces && run.file.prepare(text, base, run.change.old.rights) != status_done) ||
         merged.take(text) != status_done) {
         return status_trouble;
     }

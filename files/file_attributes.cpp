@@ -35,6 +35,19 @@ ssize_t read_attribute(int descriptor, const char *key, std::vector<char> &value
         value, [&](char *to, size_t room) { return fgetxattr(descriptor, key, to, room); });
 }
 
+// The file's access list, empty where it has none; 0 or an errno value.
+int read_access_list(int descriptor, std::string &list) {
+    std::vector<char> value(1024);
+    const ssize_t size = read_attribute(descriptor, access_list, value);
+    list.assign(value.data(), static_cast<size_t>(std::max<ssize_t>(size, 0)));
+    return size >= 0 || errno == ENODATA || errno == ENOTSUP ? 0 : errno;
+}
+
+int remove_access_list(int descriptor) {
+    const bool gone = fremovexattr(descriptor, access_list) == 0;
+    return gone || errno == ENODATA || errno == ENOTSUP ? 0 : errno;
+}
+
 // The kernel keeps these itself, or lets the superuser alone set them: a copy without them is what
 // the user could have made anyway.
 bool may_be_lost(std::string_view key) {
@@ -127,8 +140,11 @@ int copy_attributes(int source, const struct stat &status, int target, const std
         return owner;
     }
     // A list that the folder gave the new file would add rights that the old file did not grant.
-    if (fgetxattr(source, access_list, nullptr, 0) < 0) {
-        fremovexattr(target, access_list);
+    std::string list;
+    int error = read_access_list(source, list);
+    error = error == 0 && list.empty() ? remove_access_list(target) : error;
+    if (error != 0) {
+        return say_errno(name, "its access list cannot be kept", error);
     }
     // The mode last: it may deny the owner writing, attributes too, and it narrows a copied list.
     const int extended = copy_extended(source, target, name, force);
@@ -148,11 +164,9 @@ int granted_rights::add(int descriptor) {
     one.gid_ = status.st_gid;
     one.group_ = status.st_mode >> 3 & 7;
     one.others_ = status.st_mode & 7;
-    std::vector<char> list(1024);
-    const ssize_t size = read_attribute(descriptor, access_list, list);
-    one.lists_.assign(list.data(), static_cast<size_t>(std::max<ssize_t>(size, 0)));
+    const int error = read_access_list(descriptor, one.lists_);
     add(one);
-    return 0;
+    return error;
 }
 
 void granted_rights::add(const granted_rights &more) {
@@ -192,11 +206,7 @@ int settle_list(int target, gid_t group, const granted_rights &rights) {
     if (!list.empty()) {
         return fsetxattr(target, access_list, list.data(), list.size(), 0) == 0 ? 0 : errno;
     }
-    if (rights.everybody_reads() || fremovexattr(target, access_list) == 0 || errno == ENODATA ||
-        errno == ENOTSUP) {
-        return 0;
-    }
-    return errno;
+    return rights.everybody_reads() ? 0 : remove_access_list(target);
 }
 
 }  // namespace
@@ -220,9 +230,10 @@ int narrow_file_mode(int target, const std::string &name, const granted_rights &
     if (fstat(target, &status) != 0) {
         return say_errno(name, "cannot read the new file's mode", errno);
     }
-    std::vector<char> list(1024);
-    const ssize_t size = read_attribute(target, access_list, list);
-    const std::string_view own(list.data(), static_cast<size_t>(std::max<ssize_t>(size, 0)));
+    std::string own;
+    if (const int error = read_access_list(target, own); error != 0) {
+        return say_errno(name, "the new file's access list cannot be read", error);
+    }
     const mode_t old = status.st_mode & 07777;
     mode_t mode = old;
     for (const mode_t whose : {mode_t{S_IRWXG}, mode_t{S_IRWXO}}) {

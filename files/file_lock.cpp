@@ -40,7 +40,7 @@ int resolve_new(const std::string &name, std::string &path) {
     char resolved[PATH_MAX];
     const std::string folder = folder_of(name);
     if (realpath(folder.c_str(), resolved) == nullptr) {
-        return say_errno(folder, "cannot be found", errno);
+        return say_errno(name, "its folder cannot be found", errno);
     }
     const size_t slash = name.rfind('/');
     const std::string base = slash == std::string::npos ? name : name.substr(slash + 1);

@@ -37,8 +37,13 @@ int file_replacement::lock(const std::string &name) {
     return error == 0 ? int{status_done} : say_errno(name, "cannot be read", error);
 }
 
+int file_replacement::lock_any(const std::string &name) {
+    narrow_to("what it is made from");
+    return lock_file(name, true, options_, &file_);
+}
+
 int file_replacement::lock_output(const std::string &name, bool must_be_new) {
-    const int status = lock_file(name, true, options_, &file_);
+    const int status = lock_any(name);
     if (status != status_done) {
         return status;
     }
@@ -105,14 +110,14 @@ int file_replacement::set_attributes() {
     mode_t narrowed = 0;
     int status =
         copy_attributes(file_.descriptor.get(), file_.status, target, file_.name, options_.force);
-    if (status == status_done && narrows_) {
+    if (status == status_done && narrowed_to_ != nullptr) {
         status = narrow_file_mode(target, file_.name, rights_, &narrowed);
     }
     if (narrowed != 0 && !options_.quiet) {
         char mode[16];
         std::snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(narrowed));
-        say_of_file(file_.name, std::string("gets the mode ") + mode +
-                                    ": its first text may be read by no more");
+        say_of_file(file_.name, std::string("gets the mode ") + mode + ": " + narrowed_to_ +
+                                    " may be read by no more");
     }
     return status;
 }

@@ -31,14 +31,13 @@ public:
     // For a file that must exist, such as a container.
     [[nodiscard]] int lock(const std::string &name);
 
-    // For an output file: replaces an existing one only with --force (`must_be_new`: never).
+    // For an output file: replaces an existing one only with --force (`must_be_new`: never), and
+    // narrows it.
     [[nodiscard]] int lock_output(const std::string &name, bool must_be_new = false);
 
     // For an output file whose old text the caller looks at: whether it may be replaced is the
     // caller's to say.
-    [[nodiscard]] int lock_any(const std::string &name) {
-        return lock_file(name, true, options_, &file_);
-    }
+    [[nodiscard]] int lock_any(const std::string &name);
 
     // The locked file. Its descriptor is open for reading when it exists.
     const locked_file &file() const { return file_; }
@@ -59,8 +58,9 @@ public:
     // cannot read that. 0, or status_trouble after a message.
     [[nodiscard]] int made_from(int descriptor);
     void made_from(const granted_rights &rights) { rights_.add(rights); }
-    // Has an existing file narrowed in the same way, which is told unless quiet.
-    void narrow_to_sources() { narrows_ = true; }
+    // Has an existing file narrowed in the same way, as every output is, which is told unless
+    // quiet: `source` ("its first text") may be read by no more.
+    void narrow_to(const char *source) { narrowed_to_ = source; }
 
     // Called on the temporary file when it has the old file's attributes, to set more.
     void mark_new_file(std::function<void(int descriptor)> mark) { mark_ = std::move(mark); }
@@ -86,7 +86,7 @@ private:
     descriptor_path old_path_;
     descriptor_path temporary_path_;
     granted_rights rights_;
-    bool narrows_ = false;
+    const char *narrowed_to_ = nullptr;  // null: an existing file keeps its mode
     std::function<void(int descriptor)> mark_;
     std::function<int()> last_look_;
 };

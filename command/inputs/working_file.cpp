@@ -63,7 +63,8 @@ void working_file::set_base(std::string_view identifier) const try {
     say_without_memory("; the file checked in is not marked with the version that it is now");
 }
 
-int working_file::prepare(std::string_view text, const std::string &identifier) {
+int working_file::prepare(std::string_view text, const std::string &identifier,
+                          const granted_rights &rights) {
     struct stat read {};
     if (replacement_.lock(name_) != status_done) {
         return status_trouble;
@@ -78,6 +79,8 @@ int working_file::prepare(std::string_view text, const std::string &identifier) 
         replacement_.begin() != status_done) {
         return status_trouble;
     }
+    replacement_.made_from(rights);
+    replacement_.narrow_to("what it is made from");
     replacement_.mark_new_file(
         [this, identifier](int descriptor) { mark_new_file(descriptor, identifier, name_); });
     replacement_.look_before_rename(

@@ -33,9 +33,10 @@ public:
     // with --dry-run.
     void set_base(std::string_view identifier) const;
 
-    // Makes `text`, marked with `identifier`, ready to take the file's place; 0, or status_trouble
-    // after a message.
-    [[nodiscard]] int prepare(std::string_view text, const std::string &identifier);
+    // Makes `text`, marked with `identifier` and made from what `rights` are of, ready to take the
+    // file's place; 0, or status_trouble after a message.
+    [[nodiscard]] int prepare(std::string_view text, const std::string &identifier,
+                              const granted_rights &rights);
 
     // Puts in place what prepare has made ready; 0, or status_trouble after a message.
     [[nodiscard]] int replace() { return replacement_.commit({}); }

@@ -131,7 +131,7 @@ int container_change::open(const std::string &name) {
 void container_change::stores(const granted_rights &rights) {
     replacement.made_from(rights);
     if (old.bytes.view().size() == old.weave_offset) {
-        replacement.narrow_to_sources();
+        replacement.narrow_to("its first text");
     }
 }
 

@@ -73,9 +73,7 @@ TEST_F(update, file_that_may_only_be_read_is_replaced_and_marked) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(tdm({"checkout", "c", base_of("f")}).out, read_file("f"));
-    struct stat status {};
-    ASSERT_EQ(stat("f", &status), 0);
-    EXPECT_EQ(status.st_mode & 0777, 0444u);
+    EXPECT_EQ(mode_of("f"), 0444u);
 }
 
 TEST_F(update, text_that_changes_before_the_rename_stays) {
@@ -175,6 +173,11 @@ TEST_F(update, merge_stores_what_is_clean_and_leaves_conflicts_in_the_file) {
     EXPECT_EQ(read_file("f"), "0\n" + newest_text);
     write_file("f", "0\n" + newest_text + "more\n");
     ASSERT_EQ(tdm("checkin c f --merge --update").out, "main@5\n");
+    edit("f", "E\n");
+    ASSERT_EQ(chmod("c", 0600) + chmod("f", 0644), 0);
+    EXPECT_NE(tdm("checkin c f --merge --update").err.find("f: gets the mode 0600: what it is"),
+              std::string::npos);
+    EXPECT_EQ(mode_of("f"), 0600u);
 }
 
 TEST_F(update, marks_what_is_certain_and_tells_what_came_since) {

@@ -1,6 +1,7 @@
 #include "files.h"
 
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -34,4 +35,9 @@ std::vector<std::string> files_in(const std::string &folder) {
     }
     std::sort(names.begin(), names.end());
     return names;
+}
+
+mode_t mode_of(const std::string &path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
 }

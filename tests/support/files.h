@@ -1,6 +1,8 @@
 // A folder of a test's own, and whole files.
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,3 +24,4 @@ private:
 void write_file(const std::string &path, std::string_view bytes);
 std::string read_file(const std::string &path);
 std::vector<std::string> files_in(const std::string &folder);  // names, dot files included, sorted
+mode_t mode_of(const std::string &path);                       // its permission bits
