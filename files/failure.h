@@ -1,0 +1,92 @@
+// What went wrong, as a value: the rooms below the command have no mouth, and whoever uses them
+// says what there is to say, in its own way.
+#ifndef NORVIK_FAILURE_H
+#define NORVIK_FAILURE_H
+
+#include <cerrno>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <variant>
+
+namespace norvik {
+
+// What kind of answer a failure asks for.
+enum class failure_kind {
+    refused,  // it would have lost, exposed or confused something, or makes no sense
+    system,   // a call of the system failed: see cause
+    damaged,  // a container is not sound
+    changed,  // somebody else was faster
+};
+
+// Names and reasons hold bytes as they are; whoever shows them makes them harmless.
+struct failure {
+    failure_kind kind = failure_kind::refused;
+    std::string file;        // as its user named it; empty when it is of no file
+    std::uint64_t line = 0;  // from 1; 0 when it is of no line
+    std::string reason;      // plain words, without the file and the cause
+    std::error_code cause;   // of the kind `system`
+    std::string follows;     // what the caller makes of it, a second sentence on the same file
+};
+
+// A failure with no system error.
+inline failure refusal(std::string_view file, std::string_view reason) {
+    return {failure_kind::refused, std::string(file), 0, std::string(reason), {}, {}};
+}
+
+inline std::error_code system_error(int error) {
+    return {error, std::generic_category()};
+}
+
+// A failure of the system; `error` is an errno value.
+inline failure system_failure(std::string_view file, std::string_view reason, int error) {
+    return {failure_kind::system, std::string(file),   0,
+            std::string(reason),  system_error(error), {}};
+}
+
+// A value, or why there is none.
+template <typename T = void>
+class [[nodiscard]] result {
+public:
+    result(T value) : outcome_(std::in_place_index<0>, std::move(value)) {}
+    result(norvik::failure why) : outcome_(std::in_place_index<1>, std::move(why)) {}
+
+    explicit operator bool() const { return outcome_.index() == 0; }
+    T &operator*() { return *std::get_if<0>(&outcome_); }
+    const T &operator*() const { return *std::get_if<0>(&outcome_); }
+    T *operator->() { return std::get_if<0>(&outcome_); }
+    const T *operator->() const { return std::get_if<0>(&outcome_); }
+
+    // Only where there is no value.
+    norvik::failure &failure() { return *std::get_if<1>(&outcome_); }
+    const norvik::failure &failure() const { return *std::get_if<1>(&outcome_); }
+
+private:
+    std::variant<T, norvik::failure> outcome_;
+};
+
+// Done, or why not.
+template <>
+class [[nodiscard]] result<void> {
+public:
+    result() = default;
+    result(norvik::failure why) : failure_(std::move(why)) {}
+
+    explicit operator bool() const { return !failure_; }
+    norvik::failure &failure() { return *failure_; }
+    const norvik::failure &failure() const { return *failure_; }
+
+private:
+    std::optional<norvik::failure> failure_;
+};
+
+// Takes what is worth saying of something that goes on, such as a file that gets another mode.
+using notice_sink = std::function<void(const failure &)>;
+
+}  // namespace norvik
+
+#endif
