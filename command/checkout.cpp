@@ -14,7 +14,6 @@
 #include "output.h"
 #include "proof.h"
 #include "replaced_text.h"
-#include "usage_error.h"
 
 namespace norvik {
 
@@ -74,8 +73,8 @@ int construct_into_file(const command_context &context, const checkout_options &
 
 int run_checkout(const command_context &context, const checkout_options &options) {
     const bool to_stdout = options.output.empty() || options.output == "-";
-    if (context.dry_run && to_stdout) {
-        return usage_error("checkout", "--dry-run needs -o FILE: nothing else is replaced");
+    if (require_output(context, "checkout", !to_stdout) != status_done) {
+        return status_trouble;
     }
     container_reading input;
     bool damaged = false;

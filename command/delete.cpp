@@ -61,7 +61,7 @@ int prove_and_ask(const command_context &context, const delete_options &options,
     }
     *report = report_of_change(change.old.name, "the deletion",
                                describe_deletion(change.old, after, request, telling::done));
-    if (!options.yes) {
+    if (!options.yes || !context.quiet) {
         tell_plan(describe_deletion(change.old, after, request, telling::planned));
     }
     const std::size_t count = request.versions.size();

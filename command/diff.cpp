@@ -237,6 +237,9 @@ int run_diff(const command_context &context, diff_options *options) {
     if (options->git || (options->container.empty() && is_git_call(options->operands))) {
         return run_git_diff(context, options);
     }
+    if (options->labels.size() > (options->container.empty() ? options->operands.size() : 2)) {
+        return usage_error("diff", "more labels than files");
+    }
     diff_run run;
     int status =
         options->container.empty() ? load_files(*options, &run) : load_versions(*options, &run);
@@ -273,7 +276,13 @@ void refuse_dropped_options(command_declaration &command) {
     for (const char *form : {"--brief", "--stat", "--blocks", "--json"}) {
         command.refuse_with(form, {"--unified"});
     }
-    command.refuse_with("--blocks", {"--label", "--no-moves"});
+    for (const char *form : {"--brief", "--word", "--blocks"}) {
+        command.refuse_with(form, {"--no-moves"});
+    }
+    command.refuse_with("--blocks", {"--label"});
+    command.refuse_with("--quiet", {"--side-by-side", "--brief", "--stat", "--word", "--blocks",
+                                    "--json", "--unified", "--label", "--no-moves"});
+    command.needs.emplace_back("--damaged", "--container");
     command.refuse_with("--git", {"--label", "--container"});
     command.needs.emplace_back("--width", "--side-by-side");
 }

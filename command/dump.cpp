@@ -11,6 +11,7 @@
 
 #include "command_context.h"
 #include "command_declaration.h"
+#include "common_options.h"
 #include "container_reading.h"
 #include "escaped_text.h"
 #include "output.h"
@@ -25,6 +26,7 @@ namespace {
 struct dump_options {
     std::string container;
     bool check_printable = false;
+    bool damaged = false;
 };
 
 int dump(const dump_options &options, const container_reading &input) {
@@ -68,7 +70,7 @@ void write_escaped(std::string_view text) {
 
 int run_dump(const command_context &context, const dump_options &options) {
     container_reading input;
-    if (open_to_judge(options.container, &input) != status_done) {
+    if (open_sound_container(options.container, options.damaged, &input) != status_done) {
         return status_trouble;
     }
     if (!is_terminal(STDOUT_FILENO)) {
@@ -89,10 +91,12 @@ void register_dump(command_declaration &command, command_context &context) {
     command.take("CONTAINER", options->container, "The container to read");
     command.flag("--check-printable", options->check_printable,
                  "Warn of the first unprintable character of each line");
+    add_damaged_option(command, options->damaged);
     command.details =
         "Every line of the file behind a label that spells out its record. On a terminal bytes\n"
         "that it would obey are shown escaped; anywhere else the lines are written as they are.";
-    command.exit_codes = "0 dumped; 2 wrong usage or trouble.";
+    command.exit_codes =
+        "0 dumped, with --damaged also a damaged container; 2 wrong usage or trouble.";
     command.examples = {"tdm dump notes.tdm", "tdm dump notes.tdm --check-printable"};
     command.run = [&context, options] { return run_dump(context, *options); };
 }

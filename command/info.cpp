@@ -19,6 +19,7 @@ namespace {
 struct info_options {
     std::string container;
     std::string output;
+    bool damaged = false;
 };
 
 int list_header(const container_reading &container, const char *output_path) {
@@ -64,11 +65,12 @@ int list_into_file(const command_context &context, const info_options &options,
 }
 
 int run_info(const command_context &context, const info_options &options) {
+    const bool to_stdout = options.output.empty() || options.output == "-";
     container_reading container;
-    if (open_to_judge(options.container, &container) != status_done) {
+    if (require_output(context, "info", !to_stdout) != status_done ||
+        open_sound_container(options.container, options.damaged, &container) != status_done) {
         return status_trouble;
     }
-    const bool to_stdout = options.output.empty() || options.output == "-";
     return to_stdout ? list_header(container, nullptr)
                      : list_into_file(context, options, container);
 }
@@ -79,13 +81,16 @@ void register_info(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<info_options>();
     command.take("CONTAINER", options->container, "The container to read");
     command.value("-o,--output", "FILE", options->output, "Write FILE instead of standard output");
+    add_dry_run_option(command, context);
     add_replace_options(command, context, "Replace an existing FILE");
+    add_damaged_option(command, options->damaged);
     command.details =
         "One line a record, newest first: V IDENTIFIER NUMBER BRANCH TIME for a version (the\n"
         "time as eight hexadecimal digits), B BRANCH PARENT VERSION NUMBER NIL for a branch,\n"
         "E ELEMENT BRANCH NIL for the element. NIL stands for what does not exist; deleted\n"
         "versions are not listed.";
-    command.exit_codes = "0 listed; 2 wrong usage or trouble.";
+    command.exit_codes =
+        "0 listed, with --damaged also a damaged container; 2 wrong usage or trouble.";
     command.examples = {"tdm info notes.tdm", "tdm info notes.tdm -o notes.list"};
     command.run = [&context, options] { return run_info(context, *options); };
 }

@@ -105,6 +105,10 @@ int check_usage(const command_context &context, command_options *options) {
     if (options->labels.size() > options->names.size()) {
         return usage_error("merge", "more labels than files");
     }
+    const bool reports = !options->report.empty() && options->report != "-";
+    if (require_output(context, "merge", options->output != "-" || reports) != status_done) {
+        return status_trouble;
+    }
     if (options->output == "-" && (options->mq >= 0 || context.json)) {
         return usage_error("merge", std::string(options->mq >= 0 ? "--mq" : "--json") +
                                         " writes to standard output: give -o FILE");
@@ -140,10 +144,13 @@ int decide(const command_context &context, const command_options &options, merge
 int write_results(const command_context &context, const command_options &options,
                   const merge_run &run) {
     const bool clean = is_clean(run.plan);
-    if (!context.quiet) {
+    const bool abandoned = !clean && options.abort_on_conflict;
+    if (!context.quiet && abandoned) {
+        say_conflicts_of_base(run, options.merge);
+    } else if (!context.quiet) {
         say_conflicts(run, options.merge, options.output == "-" ? "<stdout>" : options.output);
     }
-    if (!clean && options.abort_on_conflict) {
+    if (abandoned) {
         return status_negative;
     }
     int status = write_file(context, options.output, run.merged.text, run);
@@ -206,6 +213,7 @@ void register_merge(command_declaration &command, command_context &context) {
     command.value("--report", "FILE", options->report, "Write what was decided where to FILE",
                   option_group::more);
     add_json_option(command, context);
+    add_dry_run_option(command, context);
     add_replace_options(command, context,
                         "Replace an existing output; go on when its owner or group cannot be kept");
     command.details =

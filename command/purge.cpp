@@ -161,7 +161,7 @@ struct purge_work {
             return describe(change.old, after, request, id, result, mood);
         };
         *report = report_of_change(change.old.name, "the purge", in(telling::done));
-        if (options.dry_run || !options.yes) {
+        if (options.dry_run || !options.yes || !context.quiet) {
             tell_plan(in(telling::planned));
         }
         return options.dry_run || options.yes

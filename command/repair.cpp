@@ -134,6 +134,9 @@ int run_repair(const command_context &context, const repair_options &options) {
     if (options.output.empty()) {
         return usage_error("repair", "-o FILE is missing: the damaged container is left alone");
     }
+    if (options.output == "-") {
+        return usage_error("repair", "a container is a file, never standard output (./- is one)");
+    }
     container_reading input;
     const container_view &view = input.view;
     if (open_to_judge(options.container, &input) != status_done) {

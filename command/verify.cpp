@@ -167,7 +167,8 @@ void register_verify(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<verify_options>();
     command.take_list("CONTAINER", options->containers, true, "The containers to check");
     command.value("--digests", "FILE", options->digests,
-                  "Compare the texts with those that an earlier --json output describes");
+                  "Compare the texts with those that an earlier --json output (- on standard "
+                  "input) describes");
     add_json_option(command, context);
     command.details =
         "Checks every record and line of the container and reads the texts of all versions in\n"

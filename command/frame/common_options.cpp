@@ -2,6 +2,9 @@
 
 #include <cstdlib>
 
+#include "exit_status.h"
+#include "usage_error.h"
+
 namespace norvik {
 
 namespace {
@@ -36,6 +39,17 @@ void add_replace_options(command_declaration &command, command_context &context,
 
 void add_dry_run_option(command_declaration &command, command_context &context) {
     command.flag("--dry-run", context.dry_run, "Say what would be done and change nothing");
+}
+
+int require_output(const command_context &context, std::string_view command, bool writes_file) {
+    const char *dropped = context.dry_run       ? "--dry-run"
+                          : context.force       ? "--force"
+                          : context.break_links ? "--break-links"
+                                                : nullptr;
+    return writes_file || dropped == nullptr
+               ? int{status_done}
+               : usage_error(command,
+                             std::string(dropped) + " needs -o FILE: nothing else is replaced");
 }
 
 void add_damaged_option(command_declaration &command, bool &damaged) {

@@ -3,6 +3,8 @@
 #ifndef NORVIK_COMMON_OPTIONS_H
 #define NORVIK_COMMON_OPTIONS_H
 
+#include <string_view>
+
 #include "command_context.h"
 #include "command_declaration.h"
 
@@ -19,6 +21,11 @@ void add_replace_options(command_declaration &command, command_context &context,
 // Declares --dry-run, for commands that change files only through file_replacement, whose commit
 // obeys it.
 void add_dry_run_option(command_declaration &command, command_context &context);
+
+// Refuses what --dry-run, --force and --break-links could not act upon when no file is written;
+// `command` is its name. 0, or status_trouble after a message.
+[[nodiscard]] int require_output(const command_context &context, std::string_view command,
+                                 bool writes_file);
 
 // Declares --damaged, the one option that reads damage, for all commands that can.
 void add_damaged_option(command_declaration &command, bool &damaged);

@@ -305,6 +305,18 @@ void say_conflicts(const merge_run &run, const merge_options &options, std::stri
     }
 }
 
+void say_conflicts_of_base(const merge_run &run, const merge_options &options) {
+    for (const merge_region &region : run.plan.regions) {
+        if (!region.places.empty() && is_conflict(region)) {
+            const auto first = static_cast<size_t>(region.places.front());
+            const int32_t line = run.plan.places[first].base_first + 1;
+            say_of_line(run.files.front().name,
+                        static_cast<uint64_t>(std::clamp(run.in.base->count(), 1, line)),
+                        region_words(run, options, region));
+        }
+    }
+}
+
 std::string report_text(const merge_run &run, const merge_options &options) {
     std::string report;
     for (const merge_region &region : run.plan.regions) {

@@ -26,6 +26,9 @@ std::string region_words(const merge_run &run, const merge_options &options,
 // `output`.
 void say_conflicts(const merge_run &run, const merge_options &options, std::string_view output);
 
+// The same of the conflicts alone, each with its line in the base: for a merge that writes nothing.
+void say_conflicts_of_base(const merge_run &run, const merge_options &options);
+
 // Every region with its places, a line a place; the text of --report.
 std::string report_text(const merge_run &run, const merge_options &options);
 

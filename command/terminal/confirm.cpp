@@ -16,7 +16,7 @@ int confirm(const command_context &context, const std::string &question) {
         return status_trouble;
     }
     standard_output().flush();
-    std::fprintf(stderr, "%s [y/N] ", question.c_str());
+    std::fprintf(stderr, "tdm: %s [y/N] ", question.c_str());
     std::string answer;
     std::getline(std::cin, answer);
     if (answer == "y" || answer == "Y" || answer == "yes" || answer == "Yes") {

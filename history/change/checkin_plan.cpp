@@ -29,10 +29,6 @@ const branch_record *default_branch(const container_view &view) {
 
 int plan_new_branch(const container_view &view, const std::string &branch, const std::string &from,
                     checkin_plan *plan) {
-    if (branch.empty()) {
-        say("--from needs --branch NAME, the name of the new branch");
-        return status_trouble;
-    }
     const version_record *point = require_version(view, from);
     uint64_t number = 0;
     if (point == nullptr || check_new_branch_name(&view, branch) != status_done ||
@@ -48,6 +44,7 @@ int plan_new_branch(const container_view &view, const std::string &branch, const
 void checkin_options::declare(command_declaration &command, command_context &context) {
     command.value("--branch", "NAME", branch, "The branch (default: main, or the only one)");
     command.value("--from", "VERSION", from, "Start the new branch off this version");
+    command.needs.emplace_back("--from", "--branch");
     time.declare(command);
     command.flag("--allow-same", allow_same,
                  "Store a version whose text is that of the one before");

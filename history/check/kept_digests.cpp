@@ -1,5 +1,7 @@
 #include "kept_digests.h"
 
+#include <unistd.h>
+
 // Without memory a value is half made for a moment; the exception tells, no assertion should.
 #define JSON_ASSERT(condition) static_cast<void>(0)
 #include <nlohmann/json.hpp>
@@ -13,14 +15,15 @@
 namespace norvik {
 
 int kept_digests::read(const std::string &name) {
-    file_ = name;
     owned_descriptor file;
     file_bytes bytes;
-    if (open_to_read(name, &file) != status_done) {
+    const bool standard = name == "-";
+    file_ = standard ? "<stdin>" : name;
+    if (!standard && open_to_read(name, &file) != status_done) {
         return status_trouble;
     }
-    if (const int error = bytes.load(file.get()); error != 0) {
-        return say_errno(name, "cannot be read", error);
+    if (const int error = bytes.load(standard ? STDIN_FILENO : file.get()); error != 0) {
+        return say_errno(file_, "cannot be read", error);
     }
     try {
         const nlohmann::json document = nlohmann::json::parse(bytes.view());
@@ -33,7 +36,7 @@ int kept_digests::read(const std::string &name) {
             }
         }
     } catch (const nlohmann::json::exception &) {
-        say_of_file(name, "is not what 'tdm verify --json' prints");
+        say_of_file(file_, "is not what 'tdm verify --json' prints");
         return status_trouble;
     }
     return status_done;

@@ -35,6 +35,16 @@ TEST(frame, wrong_usage_is_told_in_one_line_and_gives_2) {
         {"merge a b --mq 1 --strict -o c", "--strict excludes --mq (see 'tdm merge -h')"},
         {"checkout a --dry-run",
          "--dry-run needs -o FILE: nothing else is replaced (see 'tdm checkout -h')"},
+        {"merge a b -f", "--force needs -o FILE: nothing else is replaced (see 'tdm merge -h')"},
+        {"info a -o - --break-links",
+         "--break-links needs -o FILE: nothing else is replaced (see 'tdm info -h')"},
+        {"diff -q --json a b", "--json excludes --quiet (see 'tdm diff -h')"},
+        {"diff --brief --no-moves a b", "--brief excludes --no-moves (see 'tdm diff -h')"},
+        {"diff --damaged a b", "--damaged requires --container (see 'tdm diff -h')"},
+        {"diff --label 1 --label 2 --label 3 a b", "more labels than files (see 'tdm diff -h')"},
+        {"checkin a b --from c", "--from requires --branch (see 'tdm checkin -h')"},
+        {"repair a -o -",
+         "a container is a file, never standard output (./- is one) (see 'tdm repair -h')"},
         {"create a --time 2024-05-01",
          "'2024-05-01' is no time: give @SECONDS since 1970 or 2024-05-01T12:30:00Z (or +02:00)"},
     };
@@ -88,7 +98,10 @@ TEST(frame, full_device_is_noticed) {
     const std::string tail = ", but <stdout> could not be written: No space left on device\n";
     EXPECT_EQ(tdm("import c a a --allow-same", full).err,
               "tdm: main@2 to main@3 are stored" + tail);
-    EXPECT_EQ(tdm("delete c main@3 --yes", full).err, "tdm: c: the deletion is done" + tail);
+    EXPECT_EQ(tdm("delete c main@3 --yes", full).err,
+              "tdm: main@3: would be deleted, its lines would be gone from the file\n"
+              "tdm: c: the deletion is done" +
+                  tail);
     EXPECT_EQ(tdm("checkout c main@2").out, "text\n");
 }
 

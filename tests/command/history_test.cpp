@@ -68,7 +68,7 @@ TEST_F(history, refuses_what_would_not_be_a_history) {
     const std::pair<std::string, const char *> rows[] = {
         {"checkin c t1 --branch new", "(--from VERSION starts it)"},
         {"checkin c t2 --branch dev --from main", "exists already"},
-        {"checkin c t1 --from main", "--from needs --branch"},
+        {"checkin c t1 --from main", "--from requires --branch"},
         {"branch c b main@4", "main@4"},
         {"branch c main main", "exists already"},
         {"branch c a@1 main", "'@'"},
@@ -172,8 +172,8 @@ TEST_F(history, damaged_container_is_told_with_its_line_and_nothing_is_built_on_
     std::string bytes = read_file("c");
     write_file("c", bytes.substr(0, bytes.size() - 3));
     const std::string cut = read_file("c");
-    for (const char *words :
-         {"checkin c t1", "branch c b main", "import c t1", "checkout c", "annotate c", "list c"}) {
+    for (const char *words : {"checkin c t1", "branch c b main", "import c t1", "checkout c",
+                              "annotate c", "list c", "info c", "dump c"}) {
         const command_result result = tdm(words);
         EXPECT_EQ(result.status, 2) << words;
         EXPECT_TRUE(std::regex_search(result.err, std::regex("^tdm: c:[0-9]+: "))) << result.err;
@@ -184,6 +184,7 @@ TEST_F(history, damaged_container_is_told_with_its_line_and_nothing_is_built_on_
     EXPECT_EQ(forced.status, 0) << forced.err;
     EXPECT_NE(forced.err.find("is damaged; it is read all the same"), std::string::npos);
     EXPECT_TRUE(forced.out.starts_with("a\nb\n")) << forced.out;
+    EXPECT_EQ(tdm("info c --damaged").status + tdm("dump c --damaged").status, 0);
 }
 
 TEST(import, stores_the_same_as_checking_in_one_by_one) {

@@ -323,7 +323,9 @@ TEST_F(merging, command_writes_reports_and_refuses) {
     EXPECT_EQ(read_file("new") + read_file("x"), lines_of("a X c d e1 f"));
     EXPECT_EQ(tdm("merge base x base -o x -f").status, 0);
     EXPECT_EQ(read_file("x"), lines_of("a X c d e1 f"));
-    EXPECT_EQ(tdm("merge base x y -o none --abort-on-conflict").status, 1);
+    const command_result abandoned = tdm("merge base x y -o none --abort-on-conflict");
+    EXPECT_EQ(abandoned.status, 1);
+    EXPECT_TRUE(abandoned.err.starts_with("tdm: base:5: conflict: ")) << abandoned.err;
     EXPECT_EQ(tdm("merge base x y -o none --ask").status, 2);
     EXPECT_EQ(tdm("merge base x y -o none --mq 2").status, 1);
     EXPECT_EQ(tdm("merge base x y -o none --mq 0").status, 2);

@@ -280,6 +280,8 @@ TEST_F(replacement, is_done_or_refused_as_written_here) {
         {"$TDM checkin c second --dry-run", 0,
          "c: would be replaced\ntdm: main@2 would be the new version\n"},
         {"$TDM create new --dry-run -q", 0, "new: would be created\n"},
+        {"$TDM info c -o new --dry-run", 0, "new: would be created\n"},
+        {"$TDM merge first first second -f -o second --dry-run", 0, "second: would be replaced\n"},
         {"prlimit --fsize=200 $TDM checkin c second", 2,
          "File too large\ntdm: c: nothing is checked in\n"},
         {"$TDM checkin c second >&- <&-", 2,
