@@ -2,6 +2,7 @@
 //
 // The versions are woven into one weave in memory (import_weave.h), which is written once, proven
 // version by version and put in the container's place: all or nothing.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -38,6 +39,9 @@ struct import_options {
     checkin_options stored;
 };
 
+// So many files stay open until the proof; more are opened a second time.
+constexpr size_t most_open_files = 256;
+
 // A version as it is woven in. Its file is read again for the proof, or what was read from a pipe
 // is kept for it.
 struct imported_version {
@@ -46,6 +50,7 @@ struct imported_version {
     uint64_t number;
     const std::string *path;
     std::shared_ptr<const input_text> kept;
+    owned_descriptor file;
 };
 
 struct import_run {
@@ -117,8 +122,10 @@ int weave_all(import_run &run, import_weave &weave, progress &bar) {
             return status_trouble;
         }
         run.change.stores(next->rights());
+        const bool keeps_open = next->can_be_read_again() && run.versions.size() < most_open_files;
         run.versions.push_back(
-            {oid, item.time, id.number, &item.path, next->can_be_read_again() ? nullptr : next});
+            {oid, item.time, id.number, &item.path, next->can_be_read_again() ? nullptr : next,
+             owned_descriptor(keeps_open ? fcntl(next->descriptor(), F_DUPFD_CLOEXEC, 0) : -1)});
         id.number++;
         before = std::move(next);
         bar.at(i);
@@ -152,6 +159,27 @@ int write_container(import_run &run, const std::string &header, const import_wea
     return writer.finish();
 }
 
+// Whether the next version of the new container is the text of its file, read again.
+int prove_next(history_proof &proof, const imported_version &version) {
+    input_text again;
+    file_bytes bytes;
+    if (version.file.is_open()) {
+        if (const int error = bytes.load(version.file.get()); error != 0) {
+            return say_errno(*version.path, "cannot be read again", error);
+        }
+    } else if (version.kept == nullptr && again.read(*version.path) != status_done) {
+        return status_trouble;
+    }
+    const std::string_view given = version.file.is_open()    ? bytes.view()
+                                   : version.kept == nullptr ? again.text()
+                                                             : version.kept->text();
+    if (!proof.next_equals(given)) {
+        say_of_file(*version.path, "is not what the new container holds; nothing is imported");
+        return status_trouble;
+    }
+    return status_done;
+}
+
 // Reads every file again and compares it with its version.
 int prove_all(const import_run &run, const added_records &added, int descriptor, progress &bar) {
     container_view fresh;
@@ -162,14 +190,7 @@ int prove_all(const import_run &run, const added_records &added, int descriptor,
     history_proof proof(fresh, {added.branch, added.first},
                         static_cast<uint32_t>(run.versions.size()));
     for (size_t i = 0; i < run.versions.size(); i++) {
-        const imported_version &version = run.versions[i];
-        input_text again;
-        if (version.kept == nullptr && again.read(*version.path) != status_done) {
-            return status_trouble;
-        }
-        const input_text &given = version.kept == nullptr ? again : *version.kept;
-        if (!proof.next_equals(given.text())) {
-            say_of_file(*version.path, "is not what the new container holds; nothing is imported");
+        if (prove_next(proof, run.versions[i]) != status_done) {
             return status_trouble;
         }
         bar.at(run.items.size() + i);

@@ -35,6 +35,9 @@ public:
     // Who may read the file that the text was read from.
     const granted_rights &rights() const { return rights_; }
 
+    // The file that was opened by its name, open as long as this object; -1 for other inputs.
+    int descriptor() const { return file_.get(); }
+
     // Whether the same text can be had again by reading the same name.
     bool can_be_read_again() const { return memory_.path().empty(); }
 

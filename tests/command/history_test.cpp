@@ -163,8 +163,41 @@ TEST_F(history, text_may_come_from_standard_input_or_a_pipe) {
     EXPECT_EQ(shell("echo 1 | $TDM import c - t1 <(echo 2) && $TDM checkout c main@6").out,
               "main@6\nmain@7\nmain@8\n1\n");
     EXPECT_EQ(tdm("checkout c").out, "2\n");
+    EXPECT_EQ(
+        shell("$TDM diff <(echo 1) <(echo 1) && $TDM merge <(echo 1) <(echo 1) <(echo 2)").out,
+        "2\n");
     for (const std::string words : {"- -", "/dev/stdin - ", "--from-list - /dev/stdin"}) {
         EXPECT_EQ(shell("echo 1 | $TDM import c " + words).status, 2) << words;
+    }
+}
+
+// What a name leads to can change between two openings.
+TEST_F(history, no_file_is_opened_twice_by_its_name) {
+    const std::pair<const char *, std::vector<std::string>> rows[] = {
+        {"checkin c t1 --no-base", {"c", "t1"}},
+        {"import c t2 t3", {"c", "t2", "t3"}},
+        {"checkin c u1 --base main@2 --merge --update", {"c"}},
+        {"branch c b main", {"c"}},
+        {"delete c main@1 --yes", {"c"}},
+        {"purge c main@2 --yes", {"c"}},
+        {"checkout c -o out", {"c"}},
+        {"annotate c", {"c"}},
+        {"repair c -o new", {"c"}},
+        {"verify c --digests digests", {"c", "digests"}},
+        {"diff t1 t2", {"t1", "t2"}},
+        {"diff -c c main@0", {"c"}},
+        {"merge t1 t2 u1 -o merged", {"t1", "t2", "u1"}},
+    };
+    write_file("digests", tdm("verify c --json").out);
+    for (const auto &[words, names] : rows) {
+        const std::string traced = "strace -f -qq -o trace -e trace=open,openat $TDM ";
+        EXPECT_LT(shell(traced + words).status, 2) << words;
+        const std::string trace = read_file("trace");
+        for (const std::string &name : names) {
+            const std::regex opening("[\"/]" + name + "\", ");
+            const std::sregex_iterator found(trace.begin(), trace.end(), opening);
+            EXPECT_EQ(std::distance(found, {}), 1) << words << ": " << name << "\n" << trace;
+        }
     }
 }
 
