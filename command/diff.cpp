@@ -9,6 +9,7 @@
 #include "command_context.h"
 #include "command_declaration.h"
 #include "common_options.h"
+#include "comparison.h"
 #include "container_change.h"
 #include "container_reading.h"
 #include "diff_output.h"

@@ -11,8 +11,9 @@
 #include "both_sides.h"
 #include "command_context.h"
 #include "command_declaration.h"
+#include "escaped_text.h"
+#include "file_merge.h"
 #include "file_replace.h"
-#include "merge_run.h"
 #include "merge_words.h"
 #include "out_of_memory.h"
 #include "output.h"
@@ -44,6 +45,7 @@ void settle_options(driver_options *options) {
     markers.style = options->style == "merge"    ? marker_style::merge
                     : options->style == "zdiff3" ? marker_style::zdiff3
                                                  : marker_style::diff3;
+    markers.on_one_line = escape_name;
     if (options->path.empty()) {
         options->path = options->ours;
     }
@@ -77,13 +79,13 @@ int keep_both_sides(const driver_options &options) {
 }
 
 int merge_into_ours(const command_context &context, const driver_options &options) {
-    merge_run run;
+    file_merge run;
     const std::vector<std::string> names{options.base, options.ours, options.theirs};
     if (begin_merge(names, options.merge, false, &run) != status_done) {
         return status_trouble;
     }
     run.plan = plan_merge(run.in, options.merge.apply_adjacent);
-    if (finish_merge(options.merge, &run) != status_done ||
+    if (finish_or_say(options.merge, &run) != status_done ||
         replace_ours(context, options.ours, run.merged.text) != status_done) {
         return status_trouble;
     }

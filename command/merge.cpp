@@ -9,10 +9,10 @@
 #include "command_context.h"
 #include "command_declaration.h"
 #include "common_options.h"
+#include "escaped_text.h"
 #include "file_replace.h"
 #include "library_merge.h"
 #include "merge_ask.h"
-#include "merge_run.h"
 #include "merge_words.h"
 #include "output.h"
 #include "usage_error.h"
@@ -36,7 +36,7 @@ struct command_options {
 };
 
 int write_file(const command_context &context, const std::string &name, std::string_view text,
-               const merge_run &run) {
+               const file_merge &run) {
     if (name == "-") {
         standard_output().write(text);
         return status_done;
@@ -64,6 +64,7 @@ void take_labels(command_options *options) {
     markers.style = options->style == "merge"    ? marker_style::merge
                     : options->style == "zdiff3" ? marker_style::zdiff3
                                                  : marker_style::diff3;
+    markers.on_one_line = escape_name;
     options->merge.apply_adjacent = options->adjacent == "apply";
 }
 
@@ -125,28 +126,28 @@ int check_usage(const command_context &context, command_options *options) {
 }
 
 // Merges, by the library or by the plan, and asks about what is left open where that is wanted.
-int decide(const command_context &context, const command_options &options, merge_run *run) {
+int decide(const command_context &context, const command_options &options, file_merge *run) {
     int status = status_done;
     if (options.mq >= 0) {
         status = merge_by_library(context, options.merge, options.mq, run);
     } else {
         run->plan = plan_merge(run->in, options.merge.apply_adjacent);
-        status = finish_merge(options.merge, run);
+        status = finish_or_say(options.merge, run);
         if (status != status_done || !options.ask || is_clean(run->plan)) {
             return status;
         }
         status = can_ask(context) ? ask_about_conflicts(context, options.merge, run)
                                   : int{status_trouble};
     }
-    return status == status_done ? finish_merge(options.merge, run) : status;
+    return status == status_done ? finish_or_say(options.merge, run) : status;
 }
 
 int write_results(const command_context &context, const command_options &options,
-                  const merge_run &run) {
+                  const file_merge &run) {
     const bool clean = is_clean(run.plan);
     const bool abandoned = !clean && options.abort_on_conflict;
     if (!context.quiet && abandoned) {
-        say_conflicts_of_base(run, options.merge);
+        say_conflicts_of_base(run, options.merge, options.names.front());
     } else if (!context.quiet) {
         say_conflicts(run, options.merge, options.output == "-" ? "<stdout>" : options.output);
     }
@@ -158,13 +159,13 @@ int write_results(const command_context &context, const command_options &options
         status = write_file(context, options.report, report_text(run, options.merge), run);
     }
     if (status == status_done && context.json) {
-        print_merge_json(run, options.merge, options.output);
+        print_merge_json(run, options.merge, options.names, options.output);
     }
     return status != status_done ? status : clean ? status_done : status_negative;
 }
 
 int run_merge(const command_context &context, command_options *options) {
-    merge_run run;
+    file_merge run;
     int status = check_usage(context, options);
     if (status != status_done) {
         return status;

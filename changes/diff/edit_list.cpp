@@ -73,26 +73,15 @@ void join_runs(std::vector<line_run> *runs) {
     runs->resize(kept);
 }
 
-struct paired_lines {
-    std::vector<line_run> in_place;  // rising in both texts
-    std::vector<line_run> crossing;  // in order of the file's lines
-};
-
-// Every line of a file that has a partner comes in an unchanged block or in a moved insertion.
-paired_lines gather_runs(const pair_texts &texts, uint32_t file_index,
-                         std::span<const diff_block> blocks, const common_ends &ends) {
+paired_lines check_pairs(const pair_texts &texts, const paired_lines &found,
+                         const common_ends &ends) {
     paired_lines pairs;
     add_checked(texts, {0, 0, static_cast<int32_t>(ends.head_lines)}, &pairs.in_place);
-    for (const diff_block &b : blocks) {
-        if (b.file_index == file_index && b.kind == tdm_diff_unchanged) {
-            add_checked(texts,
-                        {b.base_first - 1, b.other_first - 1, b.base_last - b.base_first + 1},
-                        &pairs.in_place);
-        } else if (b.file_index == file_index && b.kind == tdm_diff_moved_insert) {
-            add_checked(texts,
-                        {b.moved_first - 1, b.other_first - 1, b.other_last - b.other_first + 1},
-                        &pairs.crossing);
-        }
+    for (const line_run &run : found.in_place) {
+        add_checked(texts, run, &pairs.in_place);
+    }
+    for (const line_run &run : found.crossing) {
+        add_checked(texts, run, &pairs.crossing);
     }
     line_run tail = tail_run(texts.base, texts.file, ends);
     if (!pairs.in_place.empty()) {
@@ -192,11 +181,11 @@ std::vector<edit> edits_between(const pair_texts &texts, const std::vector<line_
 
 }  // namespace
 
-file_edits edits_from_blocks(const text_lines &base, const text_lines &file, uint32_t file_index,
-                             std::span<const diff_block> blocks, const common_ends &ends,
-                             const edit_list_options &options) {
+file_edits edits_from_pairs(const text_lines &base, const text_lines &file,
+                            const paired_lines &found, const common_ends &ends,
+                            const edit_list_options &options) {
     const pair_texts texts{base, file, options};
-    paired_lines pairs = gather_runs(texts, file_index, blocks, ends);
+    paired_lines pairs = check_pairs(texts, found, ends);
     file_edits result;
     if (options.refine) {
         choose_in_place(&pairs);

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "escaped_text.h"
-
 namespace norvik {
 
 namespace {
@@ -25,17 +23,28 @@ void add_lines(const shown_lines &lines, std::string *out) {
     }
 }
 
-// A marker is one line.
-bool has_control_byte(std::string_view label) {
-    return std::any_of(label.begin(), label.end(), [](char byte) {
-        return static_cast<unsigned char>(byte) < ' ' || byte == '\x7f';
-    });
+bool is_control_byte(char byte) {
+    return static_cast<unsigned char>(byte) < ' ' || byte == '\x7f';
 }
 
-void add_marker(char mark, int32_t size, const std::string &label, std::string *out) {
-    out->append(static_cast<size_t>(size), mark);
+// A marker is one line.
+std::string on_one_line(const std::string &label, const marker_options &options) {
+    if (std::none_of(label.begin(), label.end(), is_control_byte)) {
+        return label;
+    }
+    if (options.on_one_line != nullptr) {
+        return options.on_one_line(label);
+    }
+    std::string spelled = label;
+    std::replace_if(spelled.begin(), spelled.end(), is_control_byte, '?');
+    return spelled;
+}
+
+void add_marker(char mark, const marker_options &options, const std::string &label,
+                std::string *out) {
+    out->append(static_cast<size_t>(options.size), mark);
     if (!label.empty()) {
-        *out += ' ' + (has_control_byte(label) ? escape_name(label) : label);
+        *out += ' ' + on_one_line(label, options);
     }
     *out += '\n';
 }
@@ -157,17 +166,17 @@ std::string conflict_text(const merge_input &in, const merge_place &place,
         const bool middle = i > 0 && i + 1 < texts.size();
         const std::string label = side_label(sides[i], options);
         if (i == 0) {
-            add_marker('<', options.size, label, &out);
+            add_marker('<', options, label, &out);
         } else {
-            add_marker('=', options.size, middle ? label : "", &out);
+            add_marker('=', options, middle ? label : "", &out);
         }
         add_lines(texts[i], &out);
         if (i == 0 && options.style != marker_style::merge) {
-            add_marker('|', options.size, options.base_label, &out);
+            add_marker('|', options, options.base_label, &out);
             add_lines({in.base, place.base_first, place.base_end}, &out);
         }
     }
-    add_marker('>', options.size, side_label(sides.back(), options), &out);
+    add_marker('>', options, side_label(sides.back(), options), &out);
     add_lines({first.text, first.end - back, first.end}, &out);
     return out;
 }

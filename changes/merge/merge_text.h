@@ -19,6 +19,8 @@ struct marker_options {
     int32_t size = 7;  // characters of a marker
     std::string base_label;
     std::vector<std::string> labels;  // of the contributors
+    // Spells a label with control bytes on one line; null: each of them becomes a '?'.
+    std::string (*on_one_line)(std::string_view label) = nullptr;
 };
 
 // Where a place's text stands in the merged text.

@@ -2,10 +2,11 @@
 #ifndef NORVIK_DIFF_OUTPUT_H
 #define NORVIK_DIFF_OUTPUT_H
 
+#include <norviktdm/tdm.h>
+
 #include <string>
 #include <vector>
 
-#include "comparison.h"
 #include "edit.h"
 #include "output.h"
 #include "text_file.h"

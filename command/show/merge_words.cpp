@@ -305,15 +305,25 @@ void say_conflicts(const merge_run &run, const merge_options &options, std::stri
     }
 }
 
-void say_conflicts_of_base(const merge_run &run, const merge_options &options) {
+void say_conflicts_of_base(const merge_run &run, const merge_options &options,
+                           std::string_view base) {
     for (const merge_region &region : run.plan.regions) {
         if (!region.places.empty() && is_conflict(region)) {
             const auto first = static_cast<size_t>(region.places.front());
             const int32_t line = run.plan.places[first].base_first + 1;
-            say_of_line(run.files.front().name,
-                        static_cast<uint64_t>(std::clamp(run.in.base->count(), 1, line)),
+            say_of_line(base, static_cast<uint64_t>(std::clamp(run.in.base->count(), 1, line)),
                         region_words(run, options, region));
         }
+    }
+}
+
+void say_faults(const merge_verdict &verdict) {
+    for (const line_fault &fault : verdict.faults) {
+        const char *what = fault.kind == line_fault_kind::lost      ? "is lost"
+                           : fault.kind == line_fault_kind::doubled ? "stands too often"
+                                                                    : "comes from nowhere";
+        say("the merged text does not pass its check: a line %s: '%s'", what,
+            escape_name(fault.line).c_str());
     }
 }
 
@@ -342,15 +352,16 @@ std::string report_text(const merge_run &run, const merge_options &options) {
     return report;
 }
 
-void print_merge_json(const merge_run &run, const merge_options &options, std::string_view output) {
+void print_merge_json(const merge_run &run, const merge_options &options,
+                      const std::vector<std::string> &names, std::string_view output) {
     json_writer json(1);
     json.field("clean", is_clean(run.plan));
     json.field("conflicts", run.merged.conflicts);
     json.text("output", output);
     json.begin_array("inputs");
-    for (const text_file &file : run.files) {
+    for (const std::string &name : names) {
         json.begin_object();
-        json.text("name", file.name);
+        json.text("name", name);
         json.end();
     }
     json.end();

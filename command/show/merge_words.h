@@ -26,14 +26,21 @@ std::string region_words(const merge_run &run, const merge_options &options,
 // `output`.
 void say_conflicts(const merge_run &run, const merge_options &options, std::string_view output);
 
-// The same of the conflicts alone, each with its line in the base: for a merge that writes nothing.
-void say_conflicts_of_base(const merge_run &run, const merge_options &options);
+// The same of the conflicts alone, each with its line in the base, whose name is given: for a merge
+// that writes nothing.
+void say_conflicts_of_base(const merge_run &run, const merge_options &options,
+                           std::string_view base);
+
+// Says which lines keep a merged text from passing its check.
+void say_faults(const merge_verdict &verdict);
 
 // Every region with its places, a line a place; the text of --report.
 std::string report_text(const merge_run &run, const merge_options &options);
 
-// Prints the same for machines; docs/json.md describes it.
-void print_merge_json(const merge_run &run, const merge_options &options, std::string_view output);
+// Prints the same for machines; docs/json.md describes it. `names` are those of the merged files, the
+// base's first.
+void print_merge_json(const merge_run &run, const merge_options &options,
+                      const std::vector<std::string> &names, std::string_view output);
 
 }  // namespace norvik
 

@@ -127,7 +127,7 @@ bool take_file(const conversation &c, const merge_region &region, const std::str
                reply *out) {
     const int number = std::atoi(word.c_str());
     if (word.find_first_not_of("0123456789") != word.npos || number < 1 ||
-        number > static_cast<int>(c.run.files.size())) {
+        number > static_cast<int>(c.run.in.files.size()) + 1) {
         return false;
     }
     out->kind = reply::decided;

@@ -6,6 +6,7 @@
 
 #include <sstream>
 
+#include "columns.h"
 #include "escaped_text.h"
 #include "output.h"
 #include "pager.h"
@@ -168,6 +169,26 @@ TEST(escaping, shows_what_a_terminal_would_obey) {
     for (const auto &r : rows) {
         EXPECT_EQ(norvik::escape_name(r.text), r.as_name);
         EXPECT_EQ(norvik::escape_text(r.text), r.as_text);
+    }
+}
+
+TEST(columns, lines_are_made_to_fit) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"ab\n", "ab    "},
+        {"abcdef", "abcdef"},
+        {"abcdefg", "abcde>"},
+        {"\tx", "     >"},
+        {"a\x1b\n", "a\\e   "},
+        {"\u00e4\u00f6\n", "\u00e4\u00f6    "},
+        {"", "      "},
+        {"abcde\u00e4\u00f6", "abcde>"},
+        {"\u4e2d\u6587\n", "\u4e2d\u6587  "},
+        {"abcd\u4e2d\u6587", "abcd >"},
+        {"abcde\u4e2d", "abcde>"},
+        {"e\u0301\u4e2d\n", "e\u0301\u4e2d   "},
+    };
+    for (const auto &[line, fitted] : rows) {
+        EXPECT_EQ(norvik::fit_column(line, 6), fitted);
     }
 }
 

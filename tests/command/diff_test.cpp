@@ -1,7 +1,6 @@
 // What diff prints, in every form, and that patch and git apply take it.
 #include <gtest/gtest.h>
 
-#include "comparison.h"
 #include "run_command.h"
 #include "small_texts.h"
 
@@ -136,15 +135,6 @@ TEST_F(differences, trouble_is_told) {
     EXPECT_EQ(tdm("diff text").status, 2);
     EXPECT_EQ(tdm("diff text -", {.input = "b\n"}).status, 1);
     EXPECT_EQ(tdm("diff /dev/null text", {.output_path = "/dev/full"}).status, 2);
-}
-
-// Texts whose lines have equal hashes all the same differ: what the library pairs is checked.
-TEST_F(differences, pairs_of_lines_are_checked_against_the_texts) {
-    const norvik::text_lines base = norvik::split_lines("a\nb\nc\n");
-    const norvik::text_lines file = norvik::split_lines("a\nX\nc\n");
-    const diff_block block{0, 1, 3, 1, 3, 0, 0, 1};
-    const norvik::file_edits edits = norvik::edits_from_blocks(base, file, 1, {&block, 1}, {}, {});
-    EXPECT_EQ(edits.edits, (std::vector<norvik::edit>{{1, 2, 1, 2}}));
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "merge_run.h"
+#include "file_merge.h"
 #include "merge_words.h"
 #include "run_command.h"
 #include "small_texts.h"
@@ -14,7 +14,7 @@ using texts = std::vector<std::string>;
 
 // Merges texts[0] with the others through files in memory.
 struct merge_of {
-    norvik::merge_run run;
+    norvik::file_merge run;
     bool clean = false;
     std::string text;
 

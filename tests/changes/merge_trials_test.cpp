@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <numeric>
 
-#include "merge_run.h"
+#include "compared_texts.h"
 #include "small_texts.h"
 
 namespace {
@@ -96,15 +96,9 @@ bool has_twins(const trial &t) {
 }
 
 // The merged text, or "(conflict)"; the base first.
-std::string merge_of(const lines &texts) {
-    std::vector<norvik::named_text> named;
-    for (const std::string &text : texts) {
-        named.push_back({std::to_string(named.size()), text});
-    }
-    norvik::merge_options options;
-    norvik::merge_run run;
-    EXPECT_EQ(norvik::merge_texts(named, &options, &run), 0);
-    return norvik::is_clean(run.plan) ? run.merged.text : "(conflict)";
+std::string merged(const lines &texts) {
+    const merge_of merge(texts);
+    return merge.clean ? merge.text : "(conflict)";
 }
 
 std::string merged(const trial &t, const std::vector<size_t> &order) {
@@ -112,7 +106,7 @@ std::string merged(const trial &t, const std::vector<size_t> &order) {
     for (const size_t k : order) {
         texts.push_back(joined(t.with_edits_of(k)));
     }
-    return merge_of(texts);
+    return merged(texts);
 }
 
 struct tally {
@@ -170,7 +164,7 @@ TEST(merge_trials, equal_lines_that_tell_no_more_are_conflicts) {
         for (const bool swapped : {false, true}) {
             const lines texts = {lines_of(row.base), lines_of(swapped ? row.y : row.x),
                                  lines_of(swapped ? row.x : row.y)};
-            EXPECT_EQ(merge_of(texts) != "(conflict)", row.clean) << row.name;
+            EXPECT_EQ(merged(texts) != "(conflict)", row.clean) << row.name;
         }
     }
 }

@@ -6,6 +6,21 @@ namespace norvik {
 
 namespace {
 
+// Every line of a file that has a partner comes in an unchanged block or in a moved insertion.
+paired_lines pairs_of(const std::vector<diff_block> &blocks, uint32_t file_index) {
+    paired_lines pairs;
+    for (const diff_block &b : blocks) {
+        if (b.file_index == file_index && b.kind == tdm_diff_unchanged) {
+            pairs.in_place.push_back(
+                {b.base_first - 1, b.other_first - 1, b.base_last - b.base_first + 1});
+        } else if (b.file_index == file_index && b.kind == tdm_diff_moved_insert) {
+            pairs.crossing.push_back(
+                {b.moved_first - 1, b.other_first - 1, b.other_last - b.other_first + 1});
+        }
+    }
+    return pairs;
+}
+
 int read_stream(size_t files, comparison *out) {
     uint64_t tail_lines = 0;
     if (tdm_init_diff_stream(out->session.get(), &out->head_lines, &tail_lines) != 0) {
@@ -74,8 +89,8 @@ file_edits edits_of(const comparison &c, const std::vector<text_file> &files, si
     } else {
         ends = {c.head_lines, c.tail_bytes[0], c.tail_bytes[index]};
     }
-    return edits_from_blocks(files[0].lines, files[index].lines, static_cast<uint32_t>(index),
-                             c.blocks, ends, options);
+    return edits_from_pairs(files[0].lines, files[index].lines,
+                            pairs_of(c.blocks, static_cast<uint32_t>(index)), ends, options);
 }
 
 }  // namespace norvik

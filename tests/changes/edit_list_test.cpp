@@ -3,31 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include "columns.h"
-#include "comparison.h"
+#include "compared_texts.h"
 #include "gap_match.h"
 #include "small_texts.h"
 
 namespace {
-
-struct compared_texts {
-    std::vector<norvik::text_file> files;
-    norvik::comparison comparison;
-
-    explicit compared_texts(const std::vector<std::string> &texts, bool ignore_blanks = false) {
-        files.resize(texts.size());
-        for (size_t i = 0; i < texts.size(); i++) {
-            EXPECT_EQ(norvik::hold_text("text", texts[i], &files[i]), 0);
-        }
-        EXPECT_EQ(norvik::compare_files(&files, "compare", ignore_blanks,
-                                        norvik::after_compare::close_session, &comparison),
-                  0);
-    }
-
-    norvik::file_edits edits(size_t index, const norvik::edit_list_options &options = {}) const {
-        return norvik::edits_of(comparison, files, index, options);
-    }
-};
 
 std::string applied(const norvik::text_lines &base, const norvik::text_lines &file,
                     const std::vector<norvik::edit> &edits) {
@@ -73,11 +53,11 @@ TEST(edit_list, edits_turn_the_base_into_every_file) {
         }
         const std::string about = "seed " + std::to_string(seed);
         const compared_texts compared(texts);
-        const norvik::text_lines &lines = compared.files[0].lines;
+        const norvik::text_lines &lines = compared.lines[0];
         for (size_t k = 1; k < texts.size(); k++) {
             for (const bool refine : {true, false}) {
                 const auto found = compared.edits(k, {norvik::line_equality::exact, refine});
-                const norvik::text_lines &file = compared.files[k].lines;
+                const norvik::text_lines &file = compared.lines[k];
                 EXPECT_EQ(applied(lines, file, found.edits), texts[k]) << about;
                 expect_moves_hold(lines, file, found, about);
                 for (size_t i = 1; i < found.edits.size(); i++) {
@@ -209,28 +189,20 @@ TEST(edit_list, lines_that_agree_only_in_their_ends_differ) {
         const std::string base = before + "a" + end + behind;
         const std::string file = before + "b" + end + behind;
         const compared_texts compared({base, file});
-        EXPECT_EQ(compared.edits(1).edits, (std::vector<norvik::edit>{{8, 9, 8, 9}}));
+        const uint64_t tail = 6000 + std::string_view(behind).size();
+        const norvik::file_edits found =
+            norvik::edits_from_pairs(compared.lines[0], compared.lines[1], {}, {8, tail, tail}, {});
+        EXPECT_EQ(found.edits, (std::vector<norvik::edit>{{8, 9, 8, 9}}));
     }
 }
 
-TEST(columns, lines_are_made_to_fit) {
-    const std::pair<std::string, std::string> rows[] = {
-        {"ab\n", "ab    "},
-        {"abcdef", "abcdef"},
-        {"abcdefg", "abcde>"},
-        {"\tx", "     >"},
-        {"a\x1b\n", "a\\e   "},
-        {"\u00e4\u00f6\n", "\u00e4\u00f6    "},
-        {"", "      "},
-        {"abcde\u00e4\u00f6", "abcde>"},
-        {"\u4e2d\u6587\n", "\u4e2d\u6587  "},
-        {"abcd\u4e2d\u6587", "abcd >"},
-        {"abcde\u4e2d", "abcde>"},
-        {"e\u0301\u4e2d\n", "e\u0301\u4e2d   "},
-    };
-    for (const auto &[line, fitted] : rows) {
-        EXPECT_EQ(norvik::fit_column(line, 6), fitted);
-    }
+// Texts whose lines have equal hashes all the same differ.
+TEST(edit_list, pairs_of_lines_are_checked_against_the_texts) {
+    const compared_texts compared({lines_of("a b c"), lines_of("a X c")});
+    const norvik::file_edits found = norvik::edits_from_pairs(compared.lines[0], compared.lines[1],
+                                                              {{{0, 0, 3}}, {{0, 1, 9}}}, {}, {});
+    EXPECT_EQ(found.edits, (std::vector<norvik::edit>{{1, 2, 1, 2}}));
+    EXPECT_EQ(found.moves, (std::vector<norvik::line_run>{}));
 }
 
 }  // namespace

@@ -7,13 +7,13 @@
 
 #include "checkin_base.h"
 #include "container_view.h"
-#include "merge_run.h"
+#include "file_merge.h"
 
 namespace norvik {
 
 struct checkin_merge {
     merge_options options;
-    merge_run run;
+    file_merge run;
 
     const std::string &text() const { return run.merged.text; }
 };
