@@ -9,7 +9,8 @@ using norvik::text_lines;
 namespace {
 
 // partner[i + 1] is that of line i of the file; the texts' ends are partners of each other.
-std::vector<int32_t> partners(const text_lines &base, const text_lines &file) {
+std::vector<int32_t> partners(const text_lines &base, const text_lines &file,
+                              norvik::line_equality equality) {
     std::vector<int32_t> partner(static_cast<size_t>(file.count()) + 2, -2);
     std::vector<bool> taken(static_cast<size_t>(base.count()));
     partner.front() = -1;
@@ -17,7 +18,8 @@ std::vector<int32_t> partners(const text_lines &base, const text_lines &file) {
     const auto pair = [&](int32_t in_base, int32_t in_file) {
         const auto at = static_cast<size_t>(in_file) + 1;
         if (partner[at] == -2 && in_base >= 0 && in_base < base.count() &&
-            !taken[static_cast<size_t>(in_base)] && base.line(in_base) == file.line(in_file)) {
+            !taken[static_cast<size_t>(in_base)] &&
+            norvik::same_line(base.line(in_base), file.line(in_file), equality)) {
             partner[at] = in_base;
             taken[static_cast<size_t>(in_base)] = true;
         }
@@ -45,8 +47,9 @@ std::vector<int32_t> partners(const text_lines &base, const text_lines &file) {
 
 }  // namespace
 
-norvik::paired_lines plain_pairs(const text_lines &base, const text_lines &file) {
-    const std::vector<int32_t> partner = partners(base, file);
+norvik::paired_lines plain_pairs(const text_lines &base, const text_lines &file,
+                                 norvik::line_equality equality) {
+    const std::vector<int32_t> partner = partners(base, file, equality);
     norvik::paired_lines pairs;
     int32_t next = 0;  // base line behind the last pair in place
     for (int32_t i = 0; i < file.count(); i++) {
@@ -69,17 +72,20 @@ compared_texts::compared_texts(std::vector<std::string> all) : texts(std::move(a
 
 norvik::file_edits compared_texts::edits(size_t index,
                                          const norvik::edit_list_options &options) const {
-    return norvik::edits_from_pairs(lines[0], lines[index], plain_pairs(lines[0], lines[index]), {},
-                                    options);
+    return norvik::edits_from_pairs(
+        lines[0], lines[index], plain_pairs(lines[0], lines[index], options.equality), {}, options);
 }
 
 merge_of::merge_of(const std::vector<std::string> &all, norvik::merge_options options)
     : compared(all) {
     run.in.base = &compared.lines[0];
+    if (options.ignore_blanks) {
+        run.in.equality = norvik::line_equality::without_inner_blanks;
+    }
     for (size_t k = 1; k < all.size(); k++) {
         options.markers.labels.push_back(std::to_string(k));
         if (!norvik::add_contributor(&compared.lines[k], &run.in)) {
-            run.in.changes.back() = compared.edits(k);
+            run.in.changes.back() = compared.edits(k, {run.in.equality});
         }
     }
     run.plan = norvik::plan_merge(run.in, options.apply_adjacent);

@@ -9,7 +9,8 @@
 #include "merge_run.h"
 
 // Pairs lines that are unique in both texts, then their equal neighbours, and from both ends.
-norvik::paired_lines plain_pairs(const norvik::text_lines &base, const norvik::text_lines &file);
+norvik::paired_lines plain_pairs(const norvik::text_lines &base, const norvik::text_lines &file,
+                                 norvik::line_equality equality);
 
 // The base and the texts made from it, with their lines.
 struct compared_texts {
