@@ -37,8 +37,8 @@ void say_faults(const merge_verdict &verdict);
 // Every region with its places, a line a place; the text of --report.
 std::string report_text(const merge_run &run, const merge_options &options);
 
-// Prints the same for machines; docs/json.md describes it. `names` are those of the merged files, the
-// base's first.
+// Prints the same for machines; docs/json.md describes it. `names` are the merged files', the base
+// first.
 void print_merge_json(const merge_run &run, const merge_options &options,
                       const std::vector<std::string> &names, std::string_view output);
 
