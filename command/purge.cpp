@@ -57,8 +57,8 @@ int find_version_to_purge(const container_view &view, const std::string &text, v
                           deletion_request *request) {
     const auto live = find_versions_by_prefix(view, text);
     const auto deleted = find_deleted(view, text);
-    std::string reason;
-    const version_record *resolved = resolve_version(view, text, &reason);
+    const auto named = resolve_version(view, text);
+    const version_record *resolved = named ? *named : nullptr;
     const bool by_prefix = std::find(live.begin(), live.end(), resolved) != live.end() &&
                            !is_named(view, *resolved, text);
     const bool has_deleted = !deleted.empty() && (resolved == nullptr || by_prefix);

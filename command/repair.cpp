@@ -16,6 +16,7 @@
 #include "container_repair.h"
 #include "deletion.h"
 #include "escaped_text.h"
+#include "failure_words.h"
 #include "file_replace.h"
 #include "output.h"
 #include "survivor_proof.h"
@@ -55,7 +56,8 @@ void describe_lost(const container_view &view, const repair_verdict &verdict,
         }
         const std::string line =
             newest.why.line == 0 ? "" : "line " + std::to_string(newest.why.line) + ": ";
-        out->push_back(would + "lost: " + names + " (" + line + newest.why.reason + ")");
+        out->push_back(would + "lost: " + names + " (" + line + escape_name(newest.why.reason) +
+                       ")");
     }
 }
 
@@ -85,7 +87,7 @@ int prove_repaired(const container_view &view, const version_tree &tree,
         return say_errno(name, "the new container cannot be read", error);
     }
     if (const auto faults = check_container(repaired, false, {}).faults; !faults.empty()) {
-        say_fault(repaired, faults.front());
+        (void)tell(damaged(repaired, faults.front().what));
         say_of_file(view.name, "what could be saved does not make a sound container");
         return status_trouble;
     }
@@ -106,11 +108,7 @@ int prove_repaired(const container_view &view, const version_tree &tree,
             return status_trouble;
         }
     }
-    if (const auto reason = compare_texts(view, tree, is_saved, repaired, is_alive)) {
-        say_of_file(view.name, *reason);
-        return status_trouble;
-    }
-    return status_done;
+    return told(compare_texts(view, tree, is_saved, repaired, is_alive));
 }
 
 int write_new(const container_reading &input, const container_check &check,
@@ -150,7 +148,7 @@ int run_repair(const command_context &context, const repair_options &options) {
     }
     const container_check check = check_container(view, false, {});
     for (const weave_fault &fault : check.faults) {
-        say_fault(view, fault);
+        (void)tell(damaged(view, fault.what));
     }
     const repair_verdict verdict = judge_versions(view, check, options.drop_stray);
     if (!verdict.worth_writing() && !check.faults.empty()) {

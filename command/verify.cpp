@@ -10,6 +10,7 @@
 #include "container_check.h"
 #include "container_reading.h"
 #include "escaped_text.h"
+#include "failure_words.h"
 #include "json_text.h"
 #include "kept_digests.h"
 #include "output.h"
@@ -51,7 +52,7 @@ void describe(json_writer &json, const container_view &view, const container_che
     for (const weave_fault &fault : check.faults) {
         json.begin_object();
         json.field("line", fault.what.line);
-        json.text("reason", fault.what.reason);
+        json.text("reason", escape_name(fault.what.reason));
         json.end();
     }
     json.end();
@@ -68,7 +69,7 @@ void describe(json_writer &json, const container_view &view, const container_che
 void tell_complaints(const container_view &view, const container_check &check) {
     const std::size_t told = std::min(check.faults.size(), most_complaints);
     for (std::size_t i = 0; i < told; i++) {
-        say_fault(view, check.faults[i]);
+        (void)tell(damaged(view, check.faults[i].what));
     }
     if (told < check.faults.size()) {
         say_of_file(view.name, std::to_string(check.faults.size() - told) +

@@ -30,10 +30,9 @@ outcome change(const held_container &input, std::vector<std::string> words) {
 
 // A word of the command line that names the version, empty when there is none.
 std::string word_for(const norvik::container_view &view, const norvik::version_record &version) {
-    std::string reason;
     for (const std::string &word : {version_name(view, version.id), std::string(version.oid)}) {
-        const norvik::version_record *found = resolve_version(view, word, &reason);
-        if (found != nullptr && found->id == version.id) {
+        const auto found = resolve_version(view, word);
+        if (found && (*found)->id == version.id) {
             return word;
         }
     }

@@ -6,6 +6,7 @@
 
 #include "container_limits.h"
 #include "escaped_text.h"
+#include "failure_words.h"
 #include "output.h"
 #include "random_oid.h"
 #include "structure.h"
@@ -23,24 +24,16 @@ bool breaks_an_oid(char byte) {
 
 int check_structure(const container_view &view) {
     const std::optional<damage> found = scan_structure(view);
-    if (!found) {
-        return status_done;
-    }
-    if (found->line == 0) {
-        say_of_file(view.name, found->reason);
-    } else {
-        say_of_line(view.name, found->line, found->reason);
-    }
-    return status_trouble;
+    return found ? tell(damaged(view, *found)) : int{status_done};
 }
 
 const version_record *require_version(const container_view &view, std::string_view text) {
-    std::string reason;
-    const version_record *version = resolve_version(view, text, &reason);
-    if (version == nullptr) {
-        say_of_file(view.name, reason);
+    const auto version = resolve_version(view, text);
+    if (!version) {
+        (void)tell(version.failure());
+        return nullptr;
     }
-    return version;
+    return *version;
 }
 
 const branch_record *require_branch(const container_view &view, std::string_view name) {

@@ -246,7 +246,7 @@ void write_repaired(const container_view &view, const container_check &check,
     const rewrite_plan plan{[](std::string_view) { return true; }, true};
     const weave_rewrite weave(view, check.scan.tree, survivors, plan);
     header_writer(view, check, verdict, weave.owners()).write(out);
-    weave.write(out);
+    weave.write([out](std::string_view piece) { out->write(piece); });
 }
 
 }  // namespace norvik

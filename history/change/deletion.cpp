@@ -7,6 +7,7 @@
 #include "container_change.h"
 #include "container_check.h"
 #include "escaped_text.h"
+#include "failure_words.h"
 #include "output.h"
 
 namespace norvik {
@@ -179,7 +180,7 @@ int require_soundness(const container_view &view) {
     if (check.faults.empty()) {
         return status_done;
     }
-    say_fault(view, check.faults.front());
+    (void)tell(damaged(view, check.faults.front().what));
     say_of_file(view.name, "is unsound ('tdm verify' tells more); nothing is built on it");
     return status_trouble;
 }
@@ -187,16 +188,16 @@ int require_soundness(const container_view &view) {
 int prove_survivors(const container_view &before, const container_view &after,
                     const deletion_request &request) {
     if (const auto faults = check_container(after, false, {}).faults; !faults.empty()) {
-        say_fault(after, faults.front());
+        (void)tell(damaged(after, faults.front().what));
         say_of_file(before.name, "the new container is not sound; nothing is changed");
         return status_trouble;
     }
     const auto survives = [&](const version_record &version) { return request.survives(version); };
-    if (const auto reason = compare_survivors(before, after, survives)) {
-        say_of_file(before.name, *reason + "; nothing is changed");
-        return status_trouble;
+    auto same = compare_survivors(before, after, survives);
+    if (!same) {
+        same.failure().reason += "; nothing is changed";
     }
-    return status_done;
+    return told(same);
 }
 
 std::vector<std::string> describe_deletion(const container_view &before,

@@ -118,7 +118,9 @@ int write_without(const container_view &view, const text_set &secret,
     const holder_pass pass(view, request);
     const rewrite_plan plan{
         [&secret](std::string_view text) { return secret.contains(without_newline(text)); }};
-    weave_rewrite(view, pass.tree(), pass.survivors(), plan).write(&out);
+    weave_rewrite(view, pass.tree(), pass.survivors(), plan).write([&out](std::string_view piece) {
+        out.write(piece);
+    });
     return out.finish();
 }
 

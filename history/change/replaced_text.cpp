@@ -17,9 +17,8 @@ int replaced_text::look(const locked_file &file, const version_record &asked) {
     std::string mark;
     (void)read_base(file.descriptor.get(), &mark);  // which version to try first
     const version_record *base = find_version_by_oid(view_, mark);
-    std::string reason;
-    keeper_ = find_living_version(view_, {base, &asked, resolve_version(view_, "", &reason)},
-                                  bytes.view());
+    const auto newest = resolve_version(view_, "");
+    keeper_ = find_living_version(view_, {base, &asked, newest ? *newest : nullptr}, bytes.view());
     if (keeper_ == nullptr) {
         say_of_file(file.name, "has changes that are in no version of " + escape_name(view_.name) +
                                    " (--force replaces it all the same)");

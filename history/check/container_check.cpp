@@ -4,9 +4,7 @@
 #include <map>
 #include <string>
 
-#include "escaped_text.h"
 #include "header_check.h"
-#include "output.h"
 
 namespace norvik {
 namespace {
@@ -24,7 +22,7 @@ void check_unterminated(const container_view &view, container_check *check) {
         }
     }
     for (const auto &[line, broken] : by_line) {
-        std::string names = escape_name(version_name(view, broken.front()));
+        std::string names = version_name(view, broken.front());
         if (broken.size() > 1) {
             names += " and of " + std::to_string(broken.size() - 1) + " more";
         }
@@ -44,7 +42,7 @@ void check_without_records(const container_view &view, container_check *check) {
         if (!version.deleted && version.id != version_id{0, 0} && changes.added == 0 &&
             changes.deleted == 0) {
             check->faults.push_back(
-                {{version.line, escape_name(version_name(view, version.id)) +
+                {{version.line, version_name(view, version.id) +
                                     " has no lines of its own; it may be a lost version"},
                  {position, position + 1},
                  false,
@@ -98,14 +96,6 @@ bool is_trusted(const container_check &check, const version_record &version, boo
     return !version.deleted && position != no_position && !in_doubt[position] &&
            branch != tree.branches.end() && branch->second.rooted &&
            (version.id.branch == 0 || branch->second.record != nullptr);
-}
-
-void say_fault(const container_view &view, const weave_fault &fault) {
-    if (fault.what.line == 0) {
-        say_of_file(view.name, fault.what.reason);
-    } else {
-        say_of_line(view.name, fault.what.line, fault.what.reason);
-    }
 }
 
 }  // namespace norvik

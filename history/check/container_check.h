@@ -24,9 +24,6 @@ struct container_check {
 [[nodiscard]] bool is_trusted(const container_check &check, const version_record &version,
                               bool drop_stray = false);
 
-// Tells a fault on standard error, with its line where it has one.
-void say_fault(const container_view &view, const weave_fault &fault);
-
 }  // namespace norvik
 
 #endif

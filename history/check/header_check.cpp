@@ -6,8 +6,6 @@
 #include <unordered_set>
 #include <utility>
 
-#include "escaped_text.h"
-
 namespace norvik {
 namespace {
 
@@ -43,7 +41,7 @@ struct header_check {
         faults.push_back({{line, std::move(reason)}, doubt, false});
     }
 
-    std::string name(version_id id) const { return escape_name(version_name(view, id)); }
+    std::string name(version_id id) const { return version_name(view, id); }
 
     position_range of_version(version_id id) const {
         const uint32_t position = position_of(tree, id);
@@ -59,7 +57,7 @@ void check_oid(header_check *check, std::string_view oid, uint64_t line, positio
     const auto [entry, fresh] = check->oids.try_emplace(oid, known_oid{line, doubt});
     if (!fresh) {
         const known_oid &first = entry->second;
-        const std::string identifier = "the identifier " + escape_name(oid) + " stands in line ";
+        const std::string identifier = "the identifier " + std::string(oid) + " stands in line ";
         check->fault(line, identifier + std::to_string(first.line) + " already", doubt);
         check->fault(first.line, identifier + std::to_string(line) + " again", first.doubt);
     }
@@ -103,7 +101,7 @@ void check_version(header_check *check, const version_record &version) {
 }
 
 void check_branch_point(header_check *check, const branch_record &branch) {
-    const std::string name = "branch " + escape_name(branch.oid);
+    const std::string name = "branch " + std::string(branch.oid);
     const position_range whole = check->of_branch(branch.number);
     if (branch.number == 0) {
         if (branch.parent != version_id{0, 0}) {
@@ -151,7 +149,7 @@ void check_branch(header_check *check, const branch_record &branch) {
     state.live_line = branch.line;
     if (state.versions == 0) {
         check->fault(branch.line,
-                     "no version of branch " + escape_name(branch.oid) + " stands above it", {});
+                     "no version of branch " + std::string(branch.oid) + " stands above it", {});
     }
     check_branch_point(check, branch);
 }

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <vector>
 
-#include "escaped_text.h"
 #include "weave_cursor.h"
 
 namespace norvik {
@@ -109,24 +108,24 @@ bool take_equal(survivor_lines *before, survivor_lines *after) {
     return true;
 }
 
-std::optional<std::string> compare_weaves(const container_view &view, survivor_lines *before,
-                                          survivor_lines *after,
-                                          const std::vector<version_id> &survivors) {
+result<> compare_weaves(const container_view &view, survivor_lines *before, survivor_lines *after,
+                        const std::vector<version_id> &survivors) {
     for (;;) {
         const bool more = before->fill();
         if (more != after->fill()) {
-            return std::string(more ? "lines are missing" : "there are lines too many") +
-                   " at the end";
+            return refusal(view.name,
+                           std::string(more ? "lines are missing" : "there are lines too many") +
+                               " at the end");
         }
         if (!more) {
-            return std::nullopt;
+            return {};
         }
         const version_id first = survivors[before->holders().front().first];
         const uint64_t line = before->stretch().line;
         if (!take_equal(before, after)) {
-            return "the text of " + escape_name(version_name(view, first)) +
-                   " would not be the same near line " + std::to_string(line) +
-                   " of the old container";
+            return refusal(view.name, "the text of " + version_name(view, first) +
+                                          " would not be the same near line " +
+                                          std::to_string(line) + " of the old container");
         }
     }
 }
@@ -141,9 +140,8 @@ bool same_record(const branch_record &a, const branch_record &b) {
 
 // Every record of the new header is one of the old, in the old order, and the versions that are
 // alive there are the survivors, all of them.
-std::optional<std::string> compare_headers(const container_view &before,
-                                           const container_view &after,
-                                           const survivor_test &survives) {
+result<> compare_headers(const container_view &before, const container_view &after,
+                         const survivor_test &survives) {
     auto old_version = before.versions.begin();
     for (const version_record &version : after.versions) {
         const auto differs = [&](const version_record &old) {
@@ -152,13 +150,13 @@ std::optional<std::string> compare_headers(const container_view &before,
         old_version = std::find_if_not(old_version, before.versions.end(), differs);
         if (old_version == before.versions.end() || !same_record(*old_version, version) ||
             survives(*old_version) == version.deleted) {
-            return "the record of " + escape_name(version_name(after, version.id)) +
-                   " is not as it was";
+            return refusal(before.name, "the record of " + version_name(after, version.id) +
+                                            " is not as it was");
         }
         ++old_version;
     }
     if (std::any_of(old_version, before.versions.end(), survives)) {
-        return "the record of a version is missing";
+        return refusal(before.name, "the record of a version is missing");
     }
     auto old_branch = before.branches.begin();
     for (const branch_record &branch : after.branches) {
@@ -166,37 +164,36 @@ std::optional<std::string> compare_headers(const container_view &before,
             return same_record(old, branch);
         });
         if (old_branch == before.branches.end()) {
-            return "the record of branch " + escape_name(branch.oid) + " is not as it was";
+            return refusal(before.name,
+                           "the record of branch " + std::string(branch.oid) + " is not as it was");
         }
     }
     if (before.element_oid != after.element_oid || before.format != after.format) {
-        return "the element is another one";
+        return refusal(before.name, "the element is another one");
     }
-    return std::nullopt;
+    return {};
 }
 
 }  // namespace
 
-std::optional<std::string> compare_texts(const container_view &before, const version_tree &old_tree,
-                                         const survivor_test &survives_before,
-                                         const container_view &after,
-                                         const survivor_test &survives_after) {
+result<> compare_texts(const container_view &before, const version_tree &old_tree,
+                       const survivor_test &survives_before, const container_view &after,
+                       const survivor_test &survives_after) {
     const version_tree new_tree = build_version_tree(after);
     const survivor_ranks old_ranks(before, old_tree, survives_before);
     const survivor_ranks new_ranks(after, new_tree, survives_after);
     if (old_ranks.survivors != new_ranks.survivors) {
-        return "the tree of versions is not as it was";
+        return refusal(before.name, "the tree of versions is not as it was");
     }
     survivor_lines old_lines(before, old_tree, old_ranks);
     survivor_lines new_lines(after, new_tree, new_ranks);
     return compare_weaves(before, &old_lines, &new_lines, old_ranks.survivors);
 }
 
-std::optional<std::string> compare_survivors(const container_view &before,
-                                             const container_view &after,
-                                             const survivor_test &survives) {
-    if (std::optional<std::string> reason = compare_headers(before, after, survives)) {
-        return reason;
+result<> compare_survivors(const container_view &before, const container_view &after,
+                           const survivor_test &survives) {
+    if (auto same = compare_headers(before, after, survives); !same) {
+        return same;
     }
     return compare_texts(before, build_version_tree(before), survives, after,
                          [](const version_record &version) { return !version.deleted; });

@@ -11,7 +11,6 @@
 #include <cstring>
 #include <utility>
 
-#include "escaped_text.h"
 #include "header_reader.h"
 
 namespace norvik {
@@ -62,21 +61,26 @@ void index_branches(const container_view &view) {
     }
 }
 
-const version_record *newest_of_default_branch(const container_view &view, std::string *reason) {
+using named_version = result<const version_record *>;
+
+named_version newest_of(const container_view &view, const branch_record &branch) {
+    const version_record *newest = newest_version(view, branch.number);
+    if (newest == nullptr) {
+        return refusal(view.name, "branch " + std::string(branch.oid) + " has no versions");
+    }
+    return newest;
+}
+
+named_version newest_of_default_branch(const container_view &view) {
     const branch_record *branch = find_branch(view, "main");
     if (branch == nullptr) {
         const auto live = [](const branch_record &b) { return !b.deleted; };
         if (std::count_if(view.branches.begin(), view.branches.end(), live) != 1) {
-            *reason = "which branch? there are several and none is called main";
-            return nullptr;
+            return refusal(view.name, "which branch? there are several and none is called main");
         }
         branch = &*std::find_if(view.branches.begin(), view.branches.end(), live);
     }
-    const version_record *newest = newest_version(view, branch->number);
-    if (newest == nullptr) {
-        *reason = "branch " + escape_name(branch->oid) + " has no versions";
-    }
-    return newest;
+    return newest_of(view, *branch);
 }
 
 // `BRANCH@N`, deleted versions included; split at the last @, since a branch's name may hold one.
@@ -287,21 +291,16 @@ std::string version_name(const container_view &view, version_id id) {
     return branch_name(view, id.branch) + "@" + std::to_string(id.number);
 }
 
-const version_record *resolve_version(const container_view &view, std::string_view text,
-                                      std::string *reason) {
+result<const version_record *> resolve_version(const container_view &view, std::string_view text) {
     if (text.empty()) {
-        return newest_of_default_branch(view, reason);
+        return newest_of_default_branch(view);
     }
     const version_record *named = version_by_name(view, text);
     if (named != nullptr && !named->deleted) {
         return named;
     }
     if (const branch_record *branch = find_branch(view, text)) {
-        const version_record *newest = newest_version(view, branch->number);
-        if (newest == nullptr) {
-            *reason = "branch " + escape_name(text) + " has no versions";
-        }
-        return newest;
+        return newest_of(view, *branch);
     }
     if (const version_record *exact = find_version_by_oid(view, text)) {
         return exact;
@@ -310,16 +309,20 @@ const version_record *resolve_version(const container_view &view, std::string_vi
     if (matches.size() == 1) {
         return matches.front();
     }
+    const std::string shown(text);
     if (!matches.empty()) {
-        *reason = "several versions begin with " + escape_name(text);
-        return nullptr;
+        return refusal(view.name, "several versions begin with " + shown);
     }
-    *reason = named != nullptr ? "version " + escape_name(text) + " is deleted"
-                               : "there is no version " + escape_name(text);
+    std::string reason =
+        named != nullptr ? "version " + shown + " is deleted" : "there is no version " + shown;
     if (text.size() < shortest_prefix && text.find('@') == text.npos) {
-        *reason += " (the beginning of an identifier has 4 characters at least)";
+        reason += " (the beginning of an identifier has 4 characters at least)";
     }
-    return nullptr;
+    return refusal(view.name, reason);
+}
+
+failure damaged(const container_view &view, const damage &found) {
+    return {failure_kind::damaged, view.name, found.line, found.reason, {}, {}};
 }
 
 }  // namespace norvik

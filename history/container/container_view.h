@@ -12,6 +12,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "failure.h"
 #include "file_attributes.h"
 #include "header_records.h"
 
@@ -100,9 +101,11 @@ inline constexpr uint64_t highest_number = UINT64_MAX - 1;
 
 // What VERSION on a command line may be, resolved to a live version: `BRANCH@N`, `BRANCH` (its
 // newest), an oid or a prefix of one. `text` empty stands for the newest version of branch `main`,
-// or of the only branch. On failure returns null and says why in `reason`.
-[[nodiscard]] const version_record *resolve_version(const container_view &view,
-                                                    std::string_view text, std::string *reason);
+// or of the only branch.
+result<const version_record *> resolve_version(const container_view &view, std::string_view text);
+
+// A damage of the container as a failure.
+[[nodiscard]] failure damaged(const container_view &view, const damage &found);
 
 }  // namespace norvik
 

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <utility>
 
-#include "escaped_text.h"
 #include "line_hash.h"
 
 namespace norvik {
@@ -120,7 +119,7 @@ void weave_cursor::check_owner(char kind, version_id id, const tree_place &place
     if (!place.listed) {
         if (unlisted_[id]++ == 0) {
             fault(line_,
-                  std::string(record_word(kind)) + " of " + escape_name(version_name(view_, id)) +
+                  std::string(record_word(kind)) + " of " + version_name(view_, id) +
                       ", which the header does not list",
                   place.lost ? position_range{} : all());
         }
@@ -129,8 +128,8 @@ void weave_cursor::check_owner(char kind, version_id id, const tree_place &place
     }
     if (!runs_.empty() && !is_ancestor(runs_.back().id, runs_.back().members, id, place.members)) {
         fault(line_,
-              std::string(record_word(kind)) + " of " + escape_name(version_name(view_, id)) +
-                  " inside a run of " + escape_name(version_name(view_, runs_.back().id)) +
+              std::string(record_word(kind)) + " of " + version_name(view_, id) +
+                  " inside a run of " + version_name(view_, runs_.back().id) +
                   ", which it does not descend from",
               all());
     }
@@ -161,8 +160,7 @@ void weave_cursor::begin_delete(const run_fields &fields, position_range members
     }
     if (members_.is_covered(members.first)) {
         fault(line_,
-              "a deletion by " + escape_name(version_name(view_, id)) +
-                  " inside a deletion that it inherits",
+              "a deletion by " + version_name(view_, id) + " inside a deletion that it inherits",
               all());
     }
     announced_ = active_deletion{ordinal, id, members, before, fields.count, line_};
@@ -232,8 +230,7 @@ void weave_cursor::check_under_deletion(open_run *run) {
         members_.is_covered(run->members.first)) {
         run->told = true;
         fault(line_,
-              "a line of " + escape_name(version_name(view_, run->id)) +
-                  " inside a deletion that is not newer",
+              "a line of " + version_name(view_, run->id) + " inside a deletion that is not newer",
               all());
     }
 }

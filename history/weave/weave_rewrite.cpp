@@ -2,26 +2,7 @@
 
 #include <algorithm>
 
-#include "record_encode.h"
-
 namespace norvik {
-namespace {
-
-// A marked line is written as lines of its text are.
-void write_lines(std::string_view bytes, char kind, output_writer *out) {
-    const std::string_view text = text_of(bytes);
-    if (kind == format::kind_marked_text) {
-        out->write(format::quoted_prefix);
-        out->write(text);
-    } else if (kind == format::kind_quoted && !text.starts_with(format::record_mark)) {
-        out->write(text);
-    } else {
-        out->write(bytes);
-    }
-}
-
-}  // namespace
-
 survivor_set::survivor_set(const std::vector<bool> &alive) {
     before_.reserve(alive.size() + 1);
     uint32_t count = 0;
@@ -109,17 +90,6 @@ std::set<version_id> weave_rewrite::owners() const {
         }
     }
     return ids;
-}
-
-void weave_rewrite::write(output_writer *out) const {
-    for (const piece &part : pieces_) {
-        if (part.record == SIZE_MAX) {
-            write_lines(part.bytes, part.kind, out);
-        } else if (const counted_record &record = records_[part.record]; stays(record)) {
-            format::encode_run(record.kind, record.fields.branch, record.fields.version,
-                               record.kept, [out](std::string_view line) { out->write(line); });
-        }
-    }
 }
 
 }  // namespace norvik

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "container_view.h"
-#include "output.h"
+#include "record_encode.h"
 #include "weave_cursor.h"
 
 namespace norvik {
@@ -47,7 +47,9 @@ public:
 
     // The versions that still have records.
     [[nodiscard]] std::set<version_id> owners() const;
-    void write(output_writer *out) const;
+    // Hands the new weave to `sink` piece by piece, each a std::string_view.
+    template <typename Sink>
+    void write(Sink &&sink) const;
 
 private:
     // A record or some lines, in the order of the weave.
@@ -77,6 +79,29 @@ private:
     std::vector<counted_record> records_;  // by ordinal
     std::vector<position_range> parts_;
 };
+
+template <typename Sink>
+void weave_rewrite::write(Sink &&sink) const {
+    for (const piece &part : pieces_) {
+        if (part.record != SIZE_MAX) {
+            if (const counted_record &record = records_[part.record]; stays(record)) {
+                format::encode_run(record.kind, record.fields.branch, record.fields.version,
+                                   record.kept, sink);
+            }
+            continue;
+        }
+        // A marked line is written as lines of its text are.
+        const std::string_view text = text_of(part.bytes);
+        if (part.kind == format::kind_marked_text) {
+            sink(format::quoted_prefix);
+            sink(text);
+        } else if (part.kind == format::kind_quoted && !text.starts_with(format::record_mark)) {
+            sink(text);
+        } else {
+            sink(part.bytes);
+        }
+    }
+}
 
 }  // namespace norvik
 
