@@ -18,8 +18,9 @@ namespace {
 // Instead of an errno value.
 constexpr int not_a_file_or_pipe = -1;
 
-// Reads the pipe to its end; a file in memory takes its place. 0 or an errno value.
-int take_pipe(owned_descriptor *pipe) {
+// Reads the pipe to its end, `most` bytes at most; a file in memory takes its place. 0 or an errno
+// value.
+int take_pipe(owned_descriptor *pipe, uint64_t most) {
     owned_descriptor memory(memfd_create("container", MFD_CLOEXEC));
     if (!memory.is_open()) {
         return errno;
@@ -34,7 +35,7 @@ int take_pipe(owned_descriptor *pipe) {
             break;
         }
         taken += static_cast<uint64_t>(std::max<ssize_t>(got, 0));
-        if (taken > longest_pipe) {
+        if (taken > most) {
             return EFBIG;
         }
     }
@@ -42,7 +43,7 @@ int take_pipe(owned_descriptor *pipe) {
     return 0;
 }
 
-int open_input(const std::string &name, container_reading *out) {
+int open_input(const std::string &name, uint64_t most_of_pipe, container_reading *out) {
     // A pipe that nobody writes to is empty; waiting for its writer could last for ever.
     out->input = owned_descriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!out->input.is_open() || fstat(out->input.get(), &out->opened) != 0) {
@@ -56,7 +57,7 @@ int open_input(const std::string &name, container_reading *out) {
     if (!S_ISFIFO(mode)) {
         return not_a_file_or_pipe;
     }
-    const int error = take_pipe(&out->input);
+    const int error = take_pipe(&out->input, most_of_pipe);
     return error == 0 && fstat(out->input.get(), &out->opened) != 0 ? errno : error;
 }
 
@@ -75,9 +76,9 @@ bool was_changed(const container_reading &reading) {
 
 }  // namespace
 
-int open_to_judge(const std::string &name, container_reading *out) {
+int open_to_judge(const std::string &name, container_reading *out, uint64_t most_of_pipe) {
     *out = container_reading{};
-    int error = open_input(name, out);
+    int error = open_input(name, most_of_pipe, out);
     if (error == not_a_file_or_pipe) {
         say_of_file(name, "is neither a regular file nor a pipe");
         return status_trouble;

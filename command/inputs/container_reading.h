@@ -27,8 +27,10 @@ struct container_reading {
 inline constexpr uint64_t longest_pipe = uint64_t{4} << 30;
 
 // Opens a container for reading, whatever it holds. Refuses what is neither a regular file nor a
-// pipe, which may have no end. 0, or status_trouble after a message.
-[[nodiscard]] int open_to_judge(const std::string &name, container_reading *out);
+// pipe, and a pipe with more than `most_of_pipe` bytes, which may have no end. 0, or status_trouble
+// after a message.
+[[nodiscard]] int open_to_judge(const std::string &name, container_reading *out,
+                                uint64_t most_of_pipe = longest_pipe);
 
 // The same, for a container that must be sound: one that scan_structure finds damaged is told with
 // its line and gives status_trouble, unless `read_damaged`, which tells it and goes on; `damaged`

@@ -42,6 +42,16 @@ TEST(deletion, proof_sees_a_text_or_an_owner_that_is_not_the_same) {
         EXPECT_FALSE(norvik::compare_survivors(before, after, all)) << name;
     }
     EXPECT_TRUE(norvik::compare_survivors(before, before, all));
+    // Only the owner tells: the texts of those that stay are the same.
+    const auto but_2 = [](const norvik::version_record &version) { return version.id.number != 2; };
+    const std::string pruned = std::regex_replace(header, std::regex("\\^V v2"), "^#^V v2");
+    for (const bool same : {true, false}) {
+        container_view after;
+        write_file("after", pruned + std::regex_replace(weave, std::regex("I 0 2"),
+                                                        same ? "I 0 2" : "I 0 3"));
+        ASSERT_EQ(norvik::open_container(std::string("after"), &after), 0);
+        EXPECT_EQ(static_cast<bool>(norvik::compare_survivors(before, after, but_2)), same);
+    }
 }
 
 // main 1 to 4, draft off main@2 with 1 and 2, deep off draft@1.

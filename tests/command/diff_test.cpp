@@ -108,6 +108,8 @@ TEST_F(differences, other_forms_are_as_documented) {
 TEST_F(differences, words_of_changed_lines) {
     EXPECT_EQ(diff("int f(int a);\n", "int g(int a, char b);\n", {"--word"}),
               "--- old\n+++ new\n@@ line 1 @@\nint [-f-]{+g+}(int a{+, char b+});\n");
+    EXPECT_EQ(diff("a\nb", "c\nb", {"--word"}), "--- old\n+++ new\n@@ line 1 @@\n[-a-]{+c+}\nb\n");
+    EXPECT_EQ(diff("a\nb", "a\nc", {"--word"}), "--- old\n+++ new\n@@ line 1 @@\na\n[-b-]{+c+}\n");
 }
 
 TEST_F(differences, versions_of_a_container) {

@@ -129,8 +129,8 @@ TEST_F(inspection, scripts_get_what_is_written_here) {
         {"cp c d; $TDM delete d draft@2 --yes -q", ""},
         {"(head -1 head; for i in 6 5 4 3 2 1; do echo ^V v$i 0 $i 0; done; tail -n +2 head; "
          "for i in 1 2 3 4 5 6; do printf '^I 0 %d 1\\nx\\n' $i; done) >d; "
-         "$TDM purge d main@6 --dry-run 2>&1 | grep -o 'and . more: x'",
-         "and 1 more: x\n"},
+         "$TDM purge d main@6 --dry-run 2>&1 | grep ': x'",
+         "tdm:   main@1, main@2, main@3, main@4 and 1 more: x\n"},
         {"sed '2i^V 12345678b 0 1 0' head | sed '2i^V 12345678a 0 2 0' >d; $TDM log d --oneline",
          "* main@2 12345678a +0 -0 0\n* main@1 12345678b +0 -0 0\n* main@0 v0 +0 -0 0\n"},
         {"sed 's/db1 0/db1 1/; 2i^#^B x 1 0 0' head >d; $TDM list d --json | grep -c '\"off\"'",
@@ -160,6 +160,7 @@ TEST_F(inspection, scripts_get_what_is_written_here) {
         {"printf '\\033[2J\\n' >t; cp c d; $TDM checkin d t -q --no-base; "
          "script -qec \"$TDM annotate d --no-pager\" /dev/null | grep -o 'e.2J'",
          "e[2J\n"},
+        {"cp c d; script -qec \"$TDM import d t\" /dev/null | grep -c importing", "0\n"},
         {"cp c d; echo n | script -qec \"$TDM delete d main@4\" /dev/null >/dev/null; cmp c d", ""},
         {"cp c d; echo y | script -qec \"$TDM delete d main@4\" /dev/null >/dev/null; cmp -s c d; "
          "echo $?",

@@ -11,6 +11,7 @@
 #include <map>
 #include <sstream>
 
+#include "private_file.h"
 #include "run_command.h"
 
 namespace {
@@ -170,6 +171,15 @@ TEST_F(replacement, failing_system_call_is_told_and_changes_nothing) {
     }
 }
 
+TEST_F(replacement, private_file_is_nobody_elses) {
+    const mode_t before = umask(0);
+    norvik::private_file file;
+    ASSERT_EQ(file.create(), 0);
+    umask(before);
+    EXPECT_EQ(mode_of(file.path()), 0600u);
+    EXPECT_EQ(mode_of(std::filesystem::path(file.path()).parent_path()), 0700u);
+}
+
 TEST_F(replacement, failed_close_of_the_private_temporary_file_is_told) {
     traced("-o trace");
     const std::string trace = read_file("trace");
@@ -230,6 +240,9 @@ TEST_F(replacement, keeps_mode_owner_and_access_list) {
     const bool root = geteuid() == 0;
     ASSERT_EQ(root ? chown("c", 1234, 4321) : 0, 0);
     ASSERT_EQ(chmod("c", 02660), 0);
+    const command_result full = traced(injection("fsetxattr", "error=ENOSPC", 1));
+    EXPECT_TRUE(full.err.starts_with("tdm: c: its attribute ")) << full.err;
+    EXPECT_TRUE(full.err.ends_with(" cannot be kept (--force goes on)\n")) << full.err;
     ASSERT_EQ(tdm("checkin c second").status, 0);
     struct stat now {};
     ASSERT_EQ(stat("c", &now), 0);
@@ -298,6 +311,9 @@ TEST_F(replacement, is_done_or_refused_as_written_here) {
         {"mkdir folder; $TDM checkin folder second", 2, "folder: is not a regular file"},
         {"$TDM checkin missing second", 2, "missing: cannot be opened: No such file"},
         {"$TDM checkin c c", 2, "c: is the same file as c"},
+        {"ln -s c other; $TDM checkin other ./c", 2, "other: is the same file as ./c"},
+        {"ln -s c other; $TDM checkout c -o other -f", 2, "other: is the same file as c"},
+        {"ln -s c other; $TDM info other -o c -f", 2, "c: is the same file as other"},
         {"$TDM checkout c -o second", 2, "second: has changes that are in no version"},
         {"$TDM checkout c -o c --force", 2, "c: is the same file as c"},
         {"$TDM checkout c -o /dev/null --force", 2, "/dev/null: is not a regular file"},
@@ -397,6 +413,12 @@ TEST_F(replacement, what_others_do_meanwhile_is_refused_and_only_dead_files_of_o
         std::filesystem::remove("other");
     }
     EXPECT_EQ(read_file("out"), "precious\n");
+    write_file("c", old_bytes_);
+    const command_result late = shell(
+        "strace -o /dev/null -e trace=renameat -e inject=renameat:delay_exit=800000 "
+        "$TDM checkin c second & sleep 0.4; echo theirs >n; mv n c; wait $!");
+    EXPECT_EQ(late.status, 2);
+    EXPECT_NE(late.err.find("c: is not what was written: somebody"), std::string::npos) << late.err;
     close(held);
     for (const std::string &file : {living, odd, longer, foreign}) {
         EXPECT_TRUE(std::filesystem::exists(file) || (file == foreign && geteuid() != 0)) << file;

@@ -59,6 +59,12 @@ TEST_F(update, checkout_replaces_what_a_version_keeps_and_nothing_else) {
         EXPECT_EQ(read_file("f"), kept ? "1\n2\n3\n4\n5\n" : text);
         EXPECT_EQ(tdm({"checkout", "c", base_of("f")}).out, kept ? read_file("f") : "");
     }
+    // The mark names one version, and the text is that of another.
+    for (const char *text : {"1\n2\n3\n4\n5\n", "1\nB\n3\n4\n5\n", "1\nB\n3\n4\nE\n", ""}) {
+        edit("f", "");
+        write_file("f", text);
+        EXPECT_EQ(tdm("checkout c -o f").err, "") << text;
+    }
     // What only a deleted version has kept is kept no longer.
     write_file("f", "1\nB\n3\n4\nE\n");
     ASSERT_EQ(tdm("delete c main@3 --yes").status, 0);
@@ -90,6 +96,9 @@ TEST_F(update, text_that_changes_before_the_rename_stays) {
 TEST_F(update, checkin_is_held_against_what_the_file_was_made_from) {
     ASSERT_EQ(tdm("branch c dev main@1").status, 0);
     ASSERT_EQ(tdm("branch c dev2 dev@0").status, 0);
+    // A branch without versions, for another one that hangs on it.
+    ASSERT_EQ(tdm("checkin c - --branch bare --from main@1", {.input = "x"}).status, 0);
+    ASSERT_EQ(tdm("branch c sub bare@1").status + tdm("delete c bare@1 --yes").status, 0);
     const struct {
         std::string words;
         int status;
@@ -104,6 +113,8 @@ TEST_F(update, checkin_is_held_against_what_the_file_was_made_from) {
         {"--branch dev", 0, "dev@1"},
         {"--branch dev2", 0, "dev2@1"},
         {"--branch dev --base main", 1, "f: was made from main@3, not from dev@0"},
+        {"--branch bare", 0, "bare@2"},
+        {"--branch bare --base main", 1, "f: was made from main@3, not from main@1"},
         {"--branch new --from main@1", 0, "new@1"},
         {"--branch new --from main@2", 1, "not from main@2"},
         {"--base main@9", 2, "no version main@9"},

@@ -3,8 +3,11 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <memory>
 
 #include "container_check.h"
+#include "container_reading.h"
+#include "exit_status.h"
 #include "run_command.h"
 #include "structure.h"
 #include "weave_soundness.h"
@@ -87,6 +90,8 @@ const damage_row damages[] = {
     {"run of none", "^I 0 3 1", "^I 1 2 0\n^I 0 3 1", 26, "0 lines"},
     {"deletion of none", "^D 0 3 1", "^D 0 3 0", 23, "0 lines"},
     {"deletion too long", "^D 0 3 1", "^D 0 3 7", 23, "only 2 of them follow"},
+    {"deletion past the end", "^D 0 3 1\nc\nd\n^I 0 3 1\n^N end\n", "^D 0 3 3\nc\nd\n", 23,
+     "only 2 of them follow"},
     {"stray line", "^I 0 3 1", "stray\n^I 0 3 1", 26, "outside every inserted run"},
     {"run in a foreign run", "^I 1 1 1", "^I 0 1 1", 20, "does not descend from"},
     {"deletion in a foreign run", "^D 0 3 1", "^I 1 2 1\n^D 0 3 1\nz", 24, "does not descend from"},
@@ -140,6 +145,7 @@ TEST(verify, names_the_line_of_every_kind_of_damage) {
         EXPECT_TRUE(norvik::scan_structure(view).has_value());
         EXPECT_EQ(tdm("checkout c main").status, 2);
         EXPECT_EQ(tdm("checkin c text --dry-run").status, 2);
+        EXPECT_EQ(tdm("delete c main@4 --dry-run").status, 2);
     }
 }
 
@@ -169,6 +175,18 @@ TEST(verify, tells_what_is_no_container_from_a_damaged_one) {
         EXPECT_EQ(result.status, row.status) << row.words;
         EXPECT_NE((result.out + result.err).find(row.words), std::string::npos) << result.err;
     }
+}
+
+TEST(verify, pipe_without_end_is_refused) {
+    FILE *const endless = popen("yes", "r");
+    auto reading = std::make_unique<norvik::container_reading>();
+    const std::string name = "/dev/fd/" + std::to_string(fileno(endless));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(norvik::open_to_judge(name, reading.get(), 1 << 20), norvik::status_trouble);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "tdm: " + name + ": cannot be read: File too large\n");
+    reading.reset();
+    pclose(endless);
 }
 
 TEST(verify, finds_what_is_lost_and_repair_keeps_what_hangs_on_it) {
