@@ -174,16 +174,16 @@ private:
 int read_listing(const annotate_options &options, const char *path, const std::string &oid,
                  file_bytes *listing) {
     memory_file memory;
-    if (const int error = memory.create(options.container); error != 0) {
+    if (const std::error_code error = memory.create(options.container); error) {
         return say_errno(options.container, "no memory for the annotation", error);
     }
     if (tdm_construct_ver(path, memory.path().c_str(), oid.c_str(), options.flags()) != 0) {
         say_of_file(options.container, "the version is not annotated");
         return status_trouble;
     }
-    const int error = listing->load(memory.descriptor());
-    return error == 0 ? int{status_done}
-                      : say_errno(options.container, "the annotation cannot be read", error);
+    const std::error_code error = listing->load(memory.descriptor());
+    return !error ? int{status_done}
+                  : say_errno(options.container, "the annotation cannot be read", error);
 }
 
 int run_annotate(const command_context &context, const annotate_options &options) {

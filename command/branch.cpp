@@ -9,9 +9,10 @@
 #include "command_declaration.h"
 #include "common_options.h"
 #include "container_change.h"
+#include "failure_words.h"
 #include "output.h"
 #include "proof.h"
-#include "random_oid.h"
+#include "random_digits.h"
 #include "time_option.h"
 
 namespace norvik {
@@ -42,7 +43,7 @@ int run_branch(const command_context &context, const branch_options &options) {
     container_change change(context);
     uint64_t time = 0;
     std::string oid;
-    if (options.time.get(time) != status_done || random_oid(oid) != status_done ||
+    if (options.time.get(time) != status_done || told(random_digits(), &oid) != status_done ||
         change.open(options.container) != status_done ||
         check_new_branch_name(&change.old, options.name) != status_done) {
         return status_trouble;
@@ -54,7 +55,7 @@ int run_branch(const command_context &context, const branch_options &options) {
     }
     const version_record fresh{oid, {number, 0}, time};
     const branch_record branch{options.name, number, point->id};
-    if (change.replacement.begin() != status_done ||
+    if (told(change.replacement.begin()) != status_done ||
         write_branch(change, options, *point, fresh) != status_done) {
         return status_trouble;
     }
@@ -62,10 +63,10 @@ int run_branch(const command_context &context, const branch_options &options) {
                               status_record_text(change.old, true) + version_record_text(fresh) +
                                   branch_record_text(branch)};
     done_report report = report_of_versions(options.name, 0, 0);
-    const int status = change.replacement.commit([&](int descriptor) {
+    const int status = told(change.replacement.commit(saying([&](int descriptor) {
         container_view view;
         return prove_addition(change.old, descriptor, added, &view);
-    });
+    })));
     if (status == status_done) {
         tell_versions(context, std::move(report));
     }

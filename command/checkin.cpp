@@ -12,10 +12,11 @@
 #include "command_declaration.h"
 #include "container_change.h"
 #include "escaped_text.h"
+#include "failure_words.h"
 #include "merge_words.h"
 #include "output.h"
 #include "proof.h"
-#include "random_oid.h"
+#include "random_digits.h"
 #include "working_file.h"
 
 namespace norvik {
@@ -73,11 +74,11 @@ int commit(container_change &change, const checkin_plan &plan, const version_rec
                               status_record_text(change.old, plan.adds_branch) +
                                   version_record_text(fresh) +
                                   (plan.adds_branch ? branch_record_text(branch) : "")};
-    return change.replacement.commit([&](int descriptor) {
+    return told(change.replacement.commit(saying([&](int descriptor) {
         container_view view;
         const int status = prove_addition(change.old, descriptor, added, &view);
         return status == status_done ? prove_text(view, plan.id, text) : status;
-    });
+    })));
 }
 
 // Stores `input` as the next version, up to telling its name.
@@ -86,7 +87,7 @@ int store_text(checkin_run &run, const input_text &input) {
     const version_record fresh{run.oid, run.plan.id, run.time};
     bool identical = false;
     change.stores(run.file.input().rights());
-    if (change.replacement.begin() != status_done ||
+    if (told(change.replacement.begin()) != status_done ||
         store(change, run.plan, fresh, input.path(), &identical) != status_done) {
         return status_trouble;
     }
@@ -153,7 +154,7 @@ int store_merged(checkin_run &run, const checkin_merge &merge) {
     const std::string base(same_as_newest ? newest.oid : std::string_view(run.oid));
     input_text merged;
     if ((replaces && run.file.prepare(text, base, run.change.old.rights) != status_done) ||
-        merged.take(text) != status_done) {
+        told(merged.take(text)) != status_done) {
         return status_trouble;
     }
     const int status =
@@ -205,9 +206,11 @@ int run_checkin(const command_context &context, const checkin_operands &options)
     checkin_run run(context, options);
     if (options.base.check_usage(options.file) != status_done ||
         options.stored.time.get(run.time) != status_done ||
-        run.file.read(options.file) != status_done || random_oid(run.oid) != status_done ||
+        run.file.read(options.file) != status_done ||
+        told(random_digits(), &run.oid) != status_done ||
         run.change.open(options.container) != status_done ||
-        (options.file != "-" && run.change.replacement.refuse_same(options.file) != status_done) ||
+        (options.file != "-" &&
+         told(run.change.replacement.refuse_same(options.file)) != status_done) ||
         plan_checkin(run.change.old, options.stored, 1, &run.plan) != status_done ||
         find_checkin_base(run.change.old, run.plan, options.base, options.file, run.file.base(),
                           &run.found) != status_done) {

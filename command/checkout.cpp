@@ -10,6 +10,7 @@
 #include "common_options.h"
 #include "container_change.h"
 #include "container_reading.h"
+#include "failure_words.h"
 #include "file_replace.h"
 #include "output.h"
 #include "proof.h"
@@ -46,29 +47,30 @@ int construct_into_file(const command_context &context, const checkout_options &
     replacement.made_from(input.view.rights);
     replaced_text old(input.view);
     replacement.mark_new_file([&](int descriptor) {
-        mark_new_file(descriptor, damaged ? std::string_view() : version.oid, options.output);
+        return mark_new_file(descriptor, damaged ? std::string_view() : version.oid,
+                             options.output);
     });
-    replacement.look_before_rename([&old] { return old.look_again(); });
+    replacement.look_before_rename(saying([&old] { return old.look_again(); }));
     // A damaged container's versions are not certain enough to let the old text go.
-    const int locked =
-        damaged ? replacement.lock_output(options.output) : replacement.lock_any(options.output);
-    if (locked != status_done || replacement.refuse_same(options.container) != status_done ||
+    const int locked = damaged ? told(replacement.lock_output(options.output))
+                               : told(replacement.lock_any(options.output));
+    if (locked != status_done || told(replacement.refuse_same(options.container)) != status_done ||
         (!damaged && !context.force && replacement.file().exists &&
          old.look(replacement.file(), version) != status_done) ||
-        replacement.begin() != status_done ||
+        told(replacement.begin()) != status_done ||
         construct(input, std::string(version.oid), replacement.temporary_path().c_str()) !=
             status_done) {
         return status_trouble;
     }
-    return replacement.commit([&](int descriptor) {
+    return told(replacement.commit(saying([&](int descriptor) {
         file_bytes written;
-        if (const int error = written.load(descriptor); error != 0) {
+        if (const std::error_code error = written.load(descriptor); error) {
             return say_errno(options.output, "what was written cannot be read", error);
         }
         // What a damaged container holds is not certain enough to be compared with.
         const bool equal = damaged || version_equals(input.view, version.id, written.view());
         return unless_changed(input, equal ? int{status_done} : say_refused_text(options.output));
-    });
+    })));
 }
 
 int run_checkout(const command_context &context, const checkout_options &options) {

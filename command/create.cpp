@@ -9,9 +9,10 @@
 #include "command_declaration.h"
 #include "common_options.h"
 #include "container_change.h"
+#include "failure_words.h"
 #include "file_replace.h"
 #include "output.h"
-#include "random_oid.h"
+#include "random_digits.h"
 #include "record_text.h"
 #include "time_option.h"
 
@@ -29,8 +30,8 @@ struct create_options {
 int prove_new_container(const std::string &name, int descriptor, const create_options &options,
                         const std::string &element, const std::string &version, uint64_t time) {
     file_bytes bytes;
-    const int error = bytes.load(descriptor);
-    if (error != 0) {
+    const std::error_code error = bytes.load(descriptor);
+    if (error) {
         return say_errno(name, "the new container cannot be read", error);
     }
     const std::string expected = status_line(0) + version_line(version, {0, 0}, time) +
@@ -46,13 +47,13 @@ int run_create(const command_context &context, const create_options &options) {
     uint64_t time = 0;
     std::string element, version;
     if (check_new_branch_name(nullptr, options.branch) != status_done ||
-        options.time.get(time) != status_done || random_oid(element) != status_done ||
-        random_oid(version) != status_done) {
+        options.time.get(time) != status_done || told(random_digits(), &element) != status_done ||
+        told(random_digits(), &version) != status_done) {
         return status_trouble;
     }
     file_replacement replacement(context);
-    if (replacement.lock_output(options.container, true) != status_done ||
-        replacement.begin() != status_done) {
+    if (told(replacement.lock_output(options.container, true)) != status_done ||
+        told(replacement.begin()) != status_done) {
         return status_trouble;
     }
     if (tdm_create_elem(time, element.c_str(), options.branch.c_str(), version.c_str(),
@@ -64,7 +65,7 @@ int run_create(const command_context &context, const create_options &options) {
         return prove_new_container(options.container, descriptor, options, element, version, time);
     };
     done_report report = report_of_versions(options.branch, 0, 0);
-    const int status = replacement.commit(prove);
+    const int status = told(replacement.commit(saying(prove)));
     if (status == status_done) {
         tell_versions(context, std::move(report));
     }

@@ -10,6 +10,7 @@
 #include "confirm.h"
 #include "container_change.h"
 #include "deletion.h"
+#include "failure_words.h"
 #include "memory_file.h"
 #include "output.h"
 #include "usage_error.h"
@@ -29,7 +30,7 @@ struct delete_options {
 // Deletes in memory, so that nothing is written beside the container.
 int rehearse(const container_change &change, const deletion_request &request) {
     memory_file memory;
-    if (const int error = memory.create(change.old.name); error != 0) {
+    if (const std::error_code error = memory.create(change.old.name); error) {
         return say_errno(change.old.name, "no memory for the new container", error);
     }
     const int status =
@@ -84,15 +85,15 @@ int run_delete(const command_context &context, const delete_options &options) {
     if (options.dry_run) {
         return rehearse(change, request);
     }
-    if (change.replacement.begin() != status_done ||
+    if (told(change.replacement.begin()) != status_done ||
         delete_into(change.old, change.replacement.old_path(), request,
                     change.replacement.temporary_path()) != status_done) {
         return status_trouble;
     }
     done_report report;
-    const int status = change.replacement.commit([&](int descriptor) {
+    const int status = told(change.replacement.commit(saying([&](int descriptor) {
         return prove_and_ask(context, options, change, request, descriptor, &report);
-    });
+    })));
     if (status == status_done && !context.quiet) {
         tell_done(std::move(report));
     }

@@ -14,6 +14,7 @@
 #include "container_reading.h"
 #include "diff_output.h"
 #include "escaped_text.h"
+#include "failure_words.h"
 #include "git_arguments.h"
 #include "output.h"
 #include "pager.h"
@@ -45,7 +46,7 @@ struct diff_options {
 };
 
 struct diff_run {
-    std::vector<text_file> files;
+    std::vector<lined_text> files;
     std::vector<std::string> labels;
     comparison compared;
     std::vector<file_edits> edits;  // of files 1 and up
@@ -84,12 +85,12 @@ int load_files(const diff_options &options, diff_run *run) {
         return usage_error("diff", options.operands.size() < 2 ? "two files at least are needed"
                                                                : "more than 32 files");
     }
-    if (refuse_spent_input(options.operands) != status_done) {
+    if (told(refuse_spent_input(options.operands)) != status_done) {
         return status_trouble;
     }
     run->files.resize(options.operands.size());
     for (size_t i = 0; i < run->files.size(); i++) {
-        if (open_text_file(options.operands[i], &run->files[i]) != status_done) {
+        if (told(open_text_file(options.operands[i], &run->files[i])) != status_done) {
             return status_trouble;
         }
     }
@@ -98,7 +99,7 @@ int load_files(const diff_options &options, diff_run *run) {
 
 int compare(const diff_options &options, diff_run *run) {
     run->edits.resize(run->files.size() - 1);
-    for (const text_file &file : run->files) {
+    for (const lined_text &file : run->files) {
         run->labels.push_back(file.name);
     }
     for (size_t i = 0; i < std::min(options.labels.size(), run->labels.size()); i++) {
@@ -184,7 +185,7 @@ bool git_wants_color(const command_context &context) {
            (context.color == color_choice::automatic && paged);
 }
 
-bool is_text(const text_file &file) {
+bool is_text(const lined_text &file) {
     const std::string_view bytes = file.bytes.view();
     size_t longest = 0;
     for (int32_t i = 0; i < file.lines.count(); i++) {
@@ -207,8 +208,9 @@ int run_git_diff(const command_context &context, diff_options *options) {
     }
     options->operands = {change.old_file, change.new_file};
     diff_run run;
-    if (load_files(*options, &run) != status_done || read_lines(&run.files[0]) != status_done ||
-        read_lines(&run.files[1]) != status_done) {
+    if (load_files(*options, &run) != status_done ||
+        told(read_lines(&run.files[0])) != status_done ||
+        told(read_lines(&run.files[1])) != status_done) {
         return status_trouble;
     }
     if (!is_text(run.files[0]) || !is_text(run.files[1])) {

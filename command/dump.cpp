@@ -55,8 +55,8 @@ int capture(const std::function<int()> &work, file_bytes *written) {
     if (dup2(saved.get(), STDOUT_FILENO) < 0 || !flushed) {
         return say_errno("standard output", "cannot be captured", errno);
     }
-    const int error = written->load(memory.get());
-    return error == 0 ? status : say_errno("standard output", "cannot be captured", error);
+    const std::error_code error = written->load(memory.get());
+    return !error ? status : say_errno("standard output", "cannot be captured", error);
 }
 
 void write_escaped(std::string_view text) {

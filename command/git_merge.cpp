@@ -12,6 +12,7 @@
 #include "command_context.h"
 #include "command_declaration.h"
 #include "escaped_text.h"
+#include "failure_words.h"
 #include "file_merge.h"
 #include "file_replace.h"
 #include "merge_words.h"
@@ -53,12 +54,13 @@ void settle_options(driver_options *options) {
 
 int replace_ours(const command_context &context, const std::string &name, std::string_view text) {
     file_replacement replacement(context);
-    if (replacement.lock_any(name) != status_done || replacement.begin() != status_done) {
+    if (told(replacement.lock_any(name)) != status_done ||
+        told(replacement.begin()) != status_done) {
         return status_trouble;
     }
     output_writer writer(replacement.temporary_descriptor(), name);
     writer.write(text);
-    return writer.finish() == status_done ? replacement.commit({}) : int{status_trouble};
+    return writer.finish() == status_done ? told(replacement.commit({})) : int{status_trouble};
 }
 
 int keep_both_sides(const driver_options &options) {
@@ -97,7 +99,7 @@ int merge_into_ours(const command_context &context, const driver_options &option
 
 int run_git_merge(const command_context &context, driver_options *options) {
     settle_options(options);
-    if (refuse_spent_input({options->base, options->ours, options->theirs}) != status_done) {
+    if (told(refuse_spent_input({options->base, options->ours, options->theirs})) != status_done) {
         return status_trouble;
     }
     int status = status_trouble;

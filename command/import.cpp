@@ -15,6 +15,7 @@
 #include "command_context.h"
 #include "command_declaration.h"
 #include "container_change.h"
+#include "failure_words.h"
 #include "history_proof.h"
 #include "import_list.h"
 #include "import_weave.h"
@@ -22,7 +23,7 @@
 #include "output.h"
 #include "progress.h"
 #include "proof.h"
-#include "random_oid.h"
+#include "random_digits.h"
 #include "structure.h"
 #include "text_file.h"
 #include "usage_error.h"
@@ -81,7 +82,8 @@ int collect_items(import_run &run) {
     for (const import_item &item : run.items) {
         names.push_back(item.path);
     }
-    return run.items.empty() ? usage_error("import", "no files given") : refuse_spent_input(names);
+    return run.items.empty() ? usage_error("import", "no files given")
+                             : told(refuse_spent_input(names));
 }
 
 // The text that the first imported version is compared with.
@@ -91,7 +93,7 @@ int read_predecessor(import_run &run, input_text &text) {
         bytes += piece;
         return true;
     });
-    return broken ? int{status_trouble} : text.take(std::move(bytes));
+    return broken ? int{status_trouble} : told(text.take(std::move(bytes)));
 }
 
 // Weaves all files in, one after the other.
@@ -104,8 +106,9 @@ int weave_all(import_run &run, import_weave &weave, progress &bar) {
     for (size_t i = 0; i < run.items.size(); i++) {
         const import_item &item = run.items[i];
         auto next = std::make_shared<input_text>();
-        if ((item.path != "-" && run.change.replacement.refuse_same(item.path) != status_done) ||
-            next->read(item.path) != status_done) {
+        if ((item.path != "-" &&
+             told(run.change.replacement.refuse_same(item.path)) != status_done) ||
+            told(next->read(item.path)) != status_done) {
             return status_trouble;
         }
         const bool same = next->text() == before->text();
@@ -116,7 +119,7 @@ int weave_all(import_run &run, import_weave &weave, progress &bar) {
             continue;
         }
         std::string oid;
-        if (random_oid(oid) != status_done ||
+        if (told(random_digits(), &oid) != status_done ||
             (!same && weave_version(weave, id, before->path(), next->path(), item.path,
                                     next->text()) != status_done)) {
             return status_trouble;
@@ -164,10 +167,10 @@ int prove_next(history_proof &proof, const imported_version &version) {
     input_text again;
     file_bytes bytes;
     if (version.file.is_open()) {
-        if (const int error = bytes.load(version.file.get()); error != 0) {
+        if (const std::error_code error = bytes.load(version.file.get()); error) {
             return say_errno(*version.path, "cannot be read again", error);
         }
-    } else if (version.kept == nullptr && again.read(*version.path) != status_done) {
+    } else if (version.kept == nullptr && told(again.read(*version.path)) != status_done) {
         return status_trouble;
     }
     const std::string_view given = version.file.is_open()    ? bytes.view()
@@ -214,12 +217,12 @@ int import_all(import_run &run, done_report *report) {
     }
     const added_records added{run.plan.id.branch, run.plan.id.number, new_header(run)};
     *report = report_of_versions(run.plan.branch, run.plan.id.number, run.versions.back().number);
-    if (run.change.replacement.begin() != status_done ||
+    if (told(run.change.replacement.begin()) != status_done ||
         write_container(run, added.header, weave) != status_done) {
         return status_trouble;
     }
-    return run.change.replacement.commit(
-        [&](int descriptor) { return prove_all(run, added, descriptor, bar); });
+    return told(run.change.replacement.commit(
+        saying([&](int descriptor) { return prove_all(run, added, descriptor, bar); })));
 }
 
 int run_import(const command_context &context, const import_options &options) {

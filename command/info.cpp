@@ -8,6 +8,7 @@
 #include "command_declaration.h"
 #include "common_options.h"
 #include "container_reading.h"
+#include "failure_words.h"
 #include "file_replace.h"
 #include "memory_file.h"
 #include "output.h"
@@ -34,13 +35,13 @@ int list_header(const container_reading &container, const char *output_path) {
 int prove_listing(const info_options &options, const container_reading &container, int descriptor) {
     memory_file again;
     file_bytes expected, written;
-    int error = again.create(options.output);
-    if (error == 0 && list_header(container, again.path().c_str()) != status_done) {
+    std::error_code error = again.create(options.output);
+    if (!error && list_header(container, again.path().c_str()) != status_done) {
         return status_trouble;
     }
-    error = error != 0 ? error : expected.load(again.descriptor());
-    error = error != 0 ? error : written.load(descriptor);
-    if (error != 0) {
+    error = error ? error : expected.load(again.descriptor());
+    error = error ? error : written.load(descriptor);
+    if (error) {
         return say_errno(options.output, "what was written cannot be compared", error);
     }
     if (written.view() != expected.view()) {
@@ -54,14 +55,14 @@ int list_into_file(const command_context &context, const info_options &options,
                    const container_reading &container) {
     file_replacement replacement(context);
     replacement.made_from(container.view.rights);
-    if (replacement.lock_output(options.output) != status_done ||
-        replacement.refuse_same(options.container) != status_done ||
-        replacement.begin() != status_done ||
+    if (told(replacement.lock_output(options.output)) != status_done ||
+        told(replacement.refuse_same(options.container)) != status_done ||
+        told(replacement.begin()) != status_done ||
         list_header(container, replacement.temporary_path().c_str()) != status_done) {
         return status_trouble;
     }
-    return replacement.commit(
-        [&](int descriptor) { return prove_listing(options, container, descriptor); });
+    return told(replacement.commit(
+        saying([&](int descriptor) { return prove_listing(options, container, descriptor); })));
 }
 
 int run_info(const command_context &context, const info_options &options) {

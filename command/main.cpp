@@ -2,11 +2,14 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <cstdlib>
+
 #include "both_sides.h"
 #include "cli.h"
 #include "end_signals.h"
 #include "exit_status.h"
 #include "out_of_memory.h"
+#include "private_file.h"
 
 namespace {
 
@@ -38,5 +41,7 @@ int main(int argc, char **argv) {
     signal(SIGPIPE, SIG_DFL);
     signal(SIGXFSZ, SIG_IGN);
     norvik::watch_end_signals();
+    const char *temporary = std::getenv("TMPDIR");
+    norvik::keep_private_files_below(temporary == nullptr ? "" : temporary);
     return norvik::run_command_line(argc, argv);
 }

@@ -10,6 +10,7 @@
 #include "command_declaration.h"
 #include "common_options.h"
 #include "escaped_text.h"
+#include "failure_words.h"
 #include "file_replace.h"
 #include "library_merge.h"
 #include "merge_ask.h"
@@ -42,15 +43,16 @@ int write_file(const command_context &context, const std::string &name, std::str
         return status_done;
     }
     file_replacement replacement(context);
-    if (replacement.lock_output(name) != status_done || replacement.begin() != status_done) {
+    if (told(replacement.lock_output(name)) != status_done ||
+        told(replacement.begin()) != status_done) {
         return status_trouble;
     }
-    for (const text_file &file : run.files) {
+    for (const lined_text &file : run.files) {
         replacement.made_from(file.rights);
     }
     output_writer writer(replacement.temporary_descriptor(), name);
     writer.write(text);
-    return writer.finish() == status_done ? replacement.commit({}) : int{status_trouble};
+    return writer.finish() == status_done ? told(replacement.commit({})) : int{status_trouble};
 }
 
 void take_labels(command_options *options) {

@@ -11,6 +11,7 @@
 #include "confirm.h"
 #include "container_change.h"
 #include "escaped_text.h"
+#include "failure_words.h"
 #include "memory_file.h"
 #include "output.h"
 #include "purge.h"
@@ -182,16 +183,16 @@ int run_purge(const command_context &context, const purge_options &options) {
     done_report report;
     if (options.dry_run) {
         memory_file memory;
-        const int error = memory.create(change.old.name);
-        return error == 0 ? work.write_to(memory.descriptor(), &report)
-                          : say_errno(options.container, "no memory for the purge", error);
+        const std::error_code error = memory.create(change.old.name);
+        return !error ? work.write_to(memory.descriptor(), &report)
+                      : say_errno(options.container, "no memory for the purge", error);
     }
-    if (change.replacement.begin() != status_done) {
+    if (told(change.replacement.begin()) != status_done) {
         return status_trouble;
     }
     int status = work.write_to(change.replacement.temporary_descriptor(), &report);
     if (status == status_done) {
-        status = change.replacement.commit({});
+        status = told(change.replacement.commit({}));
     }
     if (status == status_done && !context.quiet) {
         tell_done(std::move(report));

@@ -114,7 +114,7 @@ int prove_repaired(const container_view &view, const version_tree &tree,
 int write_new(const container_reading &input, const container_check &check,
               const repair_verdict &verdict, file_replacement *replacement) {
     const container_view &view = input.view;
-    if (replacement->begin() != status_done) {
+    if (told(replacement->begin()) != status_done) {
         return status_trouble;
     }
     output_writer out(replacement->temporary_descriptor(), replacement->file().name);
@@ -122,10 +122,10 @@ int write_new(const container_reading &input, const container_check &check,
     if (out.finish() != status_done) {
         return status_trouble;
     }
-    return replacement->commit([&](int descriptor) {
+    return told(replacement->commit(saying([&](int descriptor) {
         return unless_changed(input, prove_repaired(view, check.scan.tree, verdict,
                                                     replacement->file().name, descriptor));
-    });
+    })));
 }
 
 int run_repair(const command_context &context, const repair_options &options) {
@@ -142,8 +142,8 @@ int run_repair(const command_context &context, const repair_options &options) {
     }
     file_replacement replacement(context);
     replacement.made_from(view.rights);
-    if (replacement.lock_output(options.output) != status_done ||
-        replacement.refuse_same(options.container) != status_done) {
+    if (told(replacement.lock_output(options.output)) != status_done ||
+        told(replacement.refuse_same(options.container)) != status_done) {
         return status_trouble;
     }
     const container_check check = check_container(view, false, {});

@@ -10,6 +10,7 @@
 #include "container_change.h"
 #include "container_reading.h"
 #include "escaped_text.h"
+#include "failure_words.h"
 #include "output.h"
 #include "pager.h"
 #include "time_text.h"
@@ -37,7 +38,7 @@ struct version_change {
     const version_record *version = nullptr;
     bool has_predecessor = false;
     version_id predecessor;
-    std::vector<text_file> texts;  // the predecessor's, the version's
+    std::vector<lined_text> texts;  // the predecessor's, the version's
     file_edits edits;
     change_counts stored;  // what the container's records count
 };
@@ -48,7 +49,7 @@ int read_change(const container_view &view, version_change *change) {
     const uint32_t before = tree.parent[position_of(tree, id)];
     change->has_predecessor = before != no_position;
     change->texts.resize(2);
-    int status = hold_text("/dev/null", "", &change->texts[0]);
+    int status = told(hold_text("/dev/null", "", &change->texts[0]));
     if (change->has_predecessor) {
         change->predecessor = tree.versions[before];
         status = load_version_text(view, change->predecessor,

@@ -15,7 +15,7 @@
 #include "kept_digests.h"
 #include "output.h"
 #include "progress.h"
-#include "random_oid.h"
+#include "random_digits.h"
 
 namespace norvik {
 

@@ -122,7 +122,7 @@ int run(std::vector<std::string> words) {
 }
 
 held_file::held_file(std::string_view bytes) {
-    require(create("input") == 0 && write(bytes) == 0, "no memory file");
+    require(!create("input") && !write(bytes), "no memory file");
 }
 
 held_container::held_container(std::string_view bytes)

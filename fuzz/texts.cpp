@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "comparison.h"
+#include "failure_words.h"
 #include "moved_text.h"
 #include "targets.h"
 
@@ -106,9 +107,9 @@ void check_lines(const std::vector<std::string> &texts, const std::string &resul
 // are equal, and in what an edit removes and an edit inserts.
 void compare(std::string_view input) {
     const auto texts = texts_of_input(input, 2, 4);
-    std::vector<norvik::text_file> files(texts.size());
+    std::vector<norvik::lined_text> files(texts.size());
     for (size_t i = 0; i < texts.size(); i++) {
-        require(norvik::hold_text("text", texts[i], &files[i]) == 0, "no memory file");
+        require(told(norvik::hold_text("text", texts[i], &files[i])) == 0, "no memory file");
     }
     norvik::comparison compared;
     require(norvik::compare_files(&files, "compare", false, norvik::after_compare::close_session,

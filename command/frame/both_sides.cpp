@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "end_signals.h"
+#include "end_removal.h"
 #include "exit_status.h"
 #include "file_lock.h"
 #include "out_of_memory.h"
@@ -112,7 +112,7 @@ int replace_by_sides(const both_sides &sides, int ours, int theirs, const char *
         fsync(out.get()) != 0 || fstat(out.get(), &written) != 0) {
         writer.fail(errno);
     }
-    const bool is_there = names_same_file(AT_FDCWD, beside, written);
+    const bool is_there = look_by_name(AT_FDCWD, beside, written).same;
     writer.fail(is_there ? 0 : ESTALE);
     if (writer.error() == 0 && std::rename(beside, sides.ours) != 0) {
         writer.fail(errno);
@@ -150,9 +150,9 @@ int write_both_sides(const both_sides &sides) noexcept {
     if (const int error = name_beside(sides.ours, beside); error != 0) {
         return error;
     }
-    remove_at_end_signal(beside);
+    remove_at_end(beside);
     const int error = replace_by_sides(sides, ours.get(), theirs.get(), beside);
-    keep_at_end_signal(beside);
+    keep_at_end(beside);
     return error;
 }
 

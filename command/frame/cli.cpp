@@ -13,6 +13,7 @@
 #include "command_declaration.h"
 #include "commands.h"
 #include "escaped_text.h"
+#include "failure_words.h"
 #include "help.h"
 #include "option_parser.h"
 #include "out_of_memory.h"
@@ -100,6 +101,8 @@ int take_operands(const std::vector<std::string> &words, const command_declarati
 
 int run_command(const command_entry &entry, std::span<char *> words) {
     command_context context;
+    context.tell = [](const failure &what) { tell(what); };
+    context.note_replaced = note_replaced;
     command_declaration command;
     command.name = entry.name;
     command.summary = entry.summary;

@@ -3,19 +3,14 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <cstring>
+#include <initializer_list>
 
+#include "end_removal.h"
 #include "exit_status.h"
-#include "private_file.h"
 
 namespace norvik {
 
 namespace {
-
-// Read by signal handlers, so nothing that locks.
-std::atomic<const char *> doomed_files[4];
-static_assert(std::atomic<const char *>::is_always_lock_free);
 
 // The signal has its old effect again by now (SA_RESETHAND), and comes as soon as this returns.
 void end_as_before(int signal) {
@@ -36,15 +31,6 @@ void end_at_cut_file(int signal, siginfo_t *info, void *) {
 
 }  // namespace
 
-void remove_files_now() {
-    for (std::atomic<const char *> &place : doomed_files) {
-        if (const char *path = place.exchange(nullptr)) {
-            unlink(path);
-        }
-    }
-    remove_private_files();
-}
-
 void watch_end_signals() {
     struct sigaction action {};
     action.sa_flags = static_cast<int>(SA_RESETHAND);  // unsigned in some headers
@@ -58,24 +44,6 @@ void watch_end_signals() {
     action.sa_flags |= SA_SIGINFO;
     action.sa_sigaction = end_at_cut_file;
     sigaction(SIGBUS, &action, nullptr);
-}
-
-void remove_at_end_signal(const char *path) {
-    for (std::atomic<const char *> &place : doomed_files) {
-        const char *none = nullptr;
-        if (place.compare_exchange_strong(none, path)) {
-            return;
-        }
-    }
-}
-
-void keep_at_end_signal(const char *path) {
-    for (std::atomic<const char *> &place : doomed_files) {
-        const char *expected = path;
-        if (place.compare_exchange_strong(expected, nullptr)) {
-            return;
-        }
-    }
 }
 
 }  // namespace norvik

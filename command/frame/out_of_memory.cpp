@@ -7,7 +7,7 @@
 #include <exception>
 #include <new>
 
-#include "end_signals.h"
+#include "end_removal.h"
 #include "exit_status.h"
 
 namespace norvik {

@@ -84,7 +84,7 @@ int open_to_judge(const std::string &name, container_reading *out, uint64_t most
         return status_trouble;
     }
     error = error != 0 ? error : open_container(out->input.get(), name, &out->view);
-    error = error != 0 ? error : out->path.read_from(out->input.get());
+    error = error != 0 ? error : out->path.read_from(out->input.get()).value();
     out->shown = shown_path(out->path.path(), name);
     return error == 0 ? int{status_done} : say_errno(name, "cannot be read", error);
 }

@@ -1,4 +1,5 @@
 #include "import_list.h"
+#include "failure_words.h"
 
 #include <string_view>
 
@@ -11,7 +12,7 @@ namespace norvik {
 
 int read_import_list(const std::string &name, std::vector<import_item> &items) {
     input_text input;
-    if (input.read(name) != status_done) {
+    if (told(input.read(name)) != status_done) {
         return status_trouble;
     }
     std::string_view rest = input.text();

@@ -1,4 +1,5 @@
 #include "working_file.h"
+#include "failure_words.h"
 
 #include <sys/stat.h>
 
@@ -14,17 +15,17 @@ namespace norvik {
 int working_file::read(const std::string &name) {
     name_ = name;
     if (name == "-") {
-        return input_.read(name);
+        return told(input_.read(name));
     }
-    if (open_to_read(name, &source_) != status_done) {
+    if (told(open_to_read(name), &source_) != status_done) {
         return status_trouble;
     }
     // The mark first: were it read after the text, another check-in of the file that comes between
     // could make an old text pass for a new one.
-    if (const int error = read_base(source_.get(), &base_); error != 0) {
+    if (const std::error_code error = read_base(source_.get(), &base_); error) {
         return say_errno(name, "what it was made from cannot be read", error);
     }
-    const int status = input_.read(source_.get(), name);
+    const int status = told(input_.read(source_.get(), name));
     struct stat found {};
     if (fstat(source_.get(), &found) != 0 || !S_ISREG(found.st_mode)) {
         source_ = owned_descriptor();
@@ -34,7 +35,7 @@ int working_file::read(const std::string &name) {
 
 int working_file::check_unchanged(int descriptor) const {
     file_bytes now;
-    if (const int error = now.load(descriptor); error != 0) {
+    if (const std::error_code error = now.load(descriptor); error) {
         return say_errno(name_, "cannot be read again", error);
     }
     if (now.view() == input_.text()) {
@@ -49,13 +50,13 @@ void working_file::set_base(std::string_view identifier) const try {
         return;
     }
     file_bytes now;
-    int error = now.load(source_.get());
-    if (error == 0 && now.view() != input_.text()) {
+    std::error_code error = now.load(source_.get());
+    if (!error && now.view() != input_.text()) {
         say_of_file(name_, "was changed meanwhile, so it is not marked with the new version");
         return;
     }
-    error = error != 0 ? error : write_base(source_.get(), identifier);
-    if (error != 0) {
+    error = error ? error : write_base(source_.get(), identifier);
+    if (error) {
         (void)say_errno(name_, "cannot be marked with the version that it is now", error);
     }
 } catch (const std::bad_alloc &) {
@@ -66,7 +67,7 @@ void working_file::set_base(std::string_view identifier) const try {
 int working_file::prepare(std::string_view text, const std::string &identifier,
                           const granted_rights &rights) {
     struct stat read {};
-    if (replacement_.lock(name_) != status_done) {
+    if (told(replacement_.lock(name_)) != status_done) {
         return status_trouble;
     }
     const locked_file &locked = replacement_.file();
@@ -76,15 +77,16 @@ int working_file::prepare(std::string_view text, const std::string &identifier,
         return status_trouble;
     }
     if (check_unchanged(locked.descriptor.get()) != status_done ||
-        replacement_.begin() != status_done) {
+        told(replacement_.begin()) != status_done) {
         return status_trouble;
     }
     replacement_.made_from(rights);
     replacement_.narrow_to("what it is made from");
-    replacement_.mark_new_file(
-        [this, identifier](int descriptor) { mark_new_file(descriptor, identifier, name_); });
+    replacement_.mark_new_file([this, identifier](int descriptor) {
+        return mark_new_file(descriptor, identifier, name_);
+    });
     replacement_.look_before_rename(
-        [this] { return check_unchanged(replacement_.file().descriptor.get()); });
+        saying([this] { return check_unchanged(replacement_.file().descriptor.get()); }));
     output_writer writer(replacement_.temporary_descriptor(), name_);
     writer.write(text);
     return writer.finish();

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "command_context.h"
+#include "failure_words.h"
 #include "file_lock.h"
 #include "file_replace.h"
 #include "input_text.h"
@@ -39,7 +40,7 @@ public:
                               const granted_rights &rights);
 
     // Puts in place what prepare has made ready; 0, or status_trouble after a message.
-    [[nodiscard]] int replace() { return replacement_.commit({}); }
+    [[nodiscard]] int replace() { return told(replacement_.commit({})); }
 
     // Whether it still holds what was read; else status_trouble after a message.
     [[nodiscard]] int check_unchanged(int descriptor) const;

@@ -1,4 +1,5 @@
 #include "checkin_merge.h"
+#include "failure_words.h"
 
 #include <algorithm>
 
@@ -9,9 +10,9 @@ namespace norvik {
 
 namespace {
 
-int load(const container_view &view, const version_record &version, text_file *out) {
+int load(const container_view &view, const version_record &version, lined_text *out) {
     const int status = load_version_text(view, version.id, version_name(view, version.id), out);
-    return status == status_done ? read_lines(out) : status;
+    return status == status_done ? told(read_lines(out)) : status;
 }
 
 // The offset of the first line that begins so, from `from` on.
@@ -27,8 +28,8 @@ std::size_t find_line(std::string_view text, const std::string &beginning, std::
 
 int merge_with_newest(const container_view &view, const checkin_base &found,
                       const std::string &file, std::string_view text, checkin_merge *out) {
-    text_file base;
-    text_file newest;
+    lined_text base;
+    lined_text newest;
     if (load(view, *found.base, &base) != status_done ||
         load(view, *found.newest, &newest) != status_done) {
         return status_trouble;

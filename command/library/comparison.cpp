@@ -1,4 +1,5 @@
 #include "comparison.h"
+#include "failure_words.h"
 
 #include "exit_status.h"
 
@@ -46,10 +47,10 @@ int read_stream(size_t files, comparison *out) {
 
 }  // namespace
 
-int compare_files(std::vector<text_file> *files, const char *operation, bool ignore_blanks,
+int compare_files(std::vector<lined_text> *files, const char *operation, bool ignore_blanks,
                   after_compare after, comparison *out) {
     std::vector<const char *> paths;
-    for (const text_file &file : *files) {
+    for (const lined_text &file : *files) {
         paths.push_back(file.path.path().c_str());
     }
     tdm_session *session = nullptr;
@@ -72,15 +73,15 @@ int compare_files(std::vector<text_file> *files, const char *operation, bool ign
     if (after == after_compare::close_session) {
         out->session.reset();
     }
-    for (text_file &file : *files) {
-        if (read_lines(&file) != status_done) {
+    for (lined_text &file : *files) {
+        if (told(read_lines(&file)) != status_done) {
             return status_trouble;
         }
     }
     return status_done;
 }
 
-file_edits edits_of(const comparison &c, const std::vector<text_file> &files, size_t index,
+file_edits edits_of(const comparison &c, const std::vector<lined_text> &files, size_t index,
                     const edit_list_options &options) {
     common_ends ends;
     if (c.identical) {

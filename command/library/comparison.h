@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "edit_list.h"
-#include "text_file.h"
+#include "lined_text.h"
 
 namespace norvik {
 
@@ -31,11 +31,11 @@ enum class after_compare { close_session, keep_session };
 // Compares files[0], the base, with every other, and reads the lines of all. `operation`
 // ("compare", "merge") is what the library's messages name. Returns 0, or status_trouble after a
 // message (the library's own for a file that is no text).
-[[nodiscard]] int compare_files(std::vector<text_file> *files, const char *operation,
+[[nodiscard]] int compare_files(std::vector<lined_text> *files, const char *operation,
                                 bool ignore_blanks, after_compare after, comparison *out);
 
 // The edits of file `index` (from 1); none when it is the same as the base.
-[[nodiscard]] file_edits edits_of(const comparison &c, const std::vector<text_file> &files,
+[[nodiscard]] file_edits edits_of(const comparison &c, const std::vector<lined_text> &files,
                                   size_t index, const edit_list_options &options);
 
 }  // namespace norvik

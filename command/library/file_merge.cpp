@@ -1,4 +1,5 @@
 #include "file_merge.h"
+#include "failure_words.h"
 
 #include "escaped_text.h"
 #include "exit_status.h"
@@ -31,12 +32,12 @@ int compare_contributors(const merge_options &options, bool by_library, file_mer
 
 int begin_merge(const std::vector<std::string> &names, const merge_options &options,
                 bool by_library, file_merge *run) {
-    if (refuse_spent_input(names) != status_done) {
+    if (told(refuse_spent_input(names)) != status_done) {
         return status_trouble;
     }
     run->files.resize(names.size());
     for (size_t i = 0; i < names.size(); i++) {
-        if (open_text_file(names[i], &run->files[i]) != status_done) {
+        if (told(open_text_file(names[i], &run->files[i])) != status_done) {
             return status_trouble;
         }
     }
@@ -48,7 +49,7 @@ int merge_texts(const std::vector<named_text> &texts, merge_options *options, fi
     markers.on_one_line = escape_name;
     run->files.resize(texts.size());
     for (size_t i = 0; i < texts.size(); i++) {
-        if (hold_text(texts[i].name, texts[i].bytes, &run->files[i]) != status_done) {
+        if (told(hold_text(texts[i].name, texts[i].bytes, &run->files[i])) != status_done) {
             return status_trouble;
         }
         if (i == 0 && markers.base_label.empty()) {

@@ -8,13 +8,13 @@
 #include <vector>
 
 #include "comparison.h"
+#include "lined_text.h"
 #include "merge_run.h"
-#include "text_file.h"
 
 namespace norvik {
 
 struct file_merge : merge_run {
-    std::vector<text_file> files;  // the base, then the contributors
+    std::vector<lined_text> files;  // the base, then the contributors
     comparison compared;
 };
 

@@ -58,7 +58,7 @@ int write_block(merge_report *, tdm_session *, const diff_block *b, int base_tex
     if (place < 0) {
         return 0;
     }
-    const std::vector<text_file> &files = current->run.files;
+    const std::vector<lined_text> &files = current->run.files;
     std::string &text = current->texts[static_cast<size_t>(place)];
     const auto region =
         static_cast<size_t>(current->run.plan.places[static_cast<size_t>(place)].region);

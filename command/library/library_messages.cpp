@@ -13,6 +13,7 @@
 #include <new>
 
 #include "container_view.h"
+#include "escaped_text.h"
 #include "out_of_memory.h"
 #include "output.h"
 #include "owned_descriptor.h"
@@ -71,7 +72,7 @@ void say_why_no_text(const char *path) try {
     const norvik::owned_descriptor file(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     norvik::file_bytes bytes;
     std::string_view rest;
-    if (file.is_open() && bytes.load(file.get()) == 0) {
+    if (file.is_open() && !bytes.load(file.get())) {
         rest = bytes.view();
     }
     for (uint64_t number = 1; !rest.empty(); number++) {
@@ -94,7 +95,7 @@ void print(int severity, const char *format, va_list arguments) try {
     if (severity == msg_severity_report) {
         print_report(text);
     } else {
-        norvik::pass_on_words(norvik::with_shown_paths(text));
+        norvik::pass_on_words(norvik::with_shown_paths(text, norvik::escape_name));
     }
 } catch (const std::bad_alloc &) {
     norvik::note_out_of_memory();

@@ -16,7 +16,7 @@ FILE *futil_tmpfile_binary(void *, void *, void *, char *name, size_t name_size)
     static norvik::memory_file file;  // the library has one at a time
     file = {};
     // Told under the name of the file that is being made.
-    errno = file.create(norvik::newest_shown_name());
+    errno = file.create(norvik::newest_shown_name()).value();
     if (errno == 0 && file.path().size() >= name_size) {
         errno = ENAMETOOLONG;
     }

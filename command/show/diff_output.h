@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "edit.h"
+#include "lined_text.h"
 #include "output.h"
-#include "text_file.h"
 
 namespace norvik {
 
@@ -25,8 +25,8 @@ struct diff_view {
 
 // The base, a file, and how the one becomes the other.
 struct file_difference {
-    const text_file &base;
-    const text_file &file;
+    const lined_text &base;
+    const lined_text &file;
     std::string base_label;
     std::string file_label;
     const file_edits &edits;

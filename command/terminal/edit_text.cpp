@@ -49,9 +49,9 @@ int run_editor(const std::string &path) {
 
 int edit_text(std::string *text) {
     private_file file;
-    int error = file.create();
-    error = error != 0 ? error : write_bytes(file.descriptor(), *text);
-    if (error != 0) {
+    std::error_code error = file.create();
+    error = error ? error : write_bytes(file.descriptor(), *text);
+    if (error) {
         return say_errno("the text to edit", "cannot be written", error);
     }
     if (run_editor(file.path()) != status_done) {
@@ -60,8 +60,8 @@ int edit_text(std::string *text) {
     // Many editors write a new file and rename it.
     const owned_descriptor edited(open(file.path().c_str(), O_RDONLY | O_CLOEXEC));
     file_bytes bytes;
-    error = edited.is_open() ? bytes.load(edited.get()) : errno;
-    if (error != 0) {
+    error = edited.is_open() ? bytes.load(edited.get()) : last_error();
+    if (error) {
         return say_errno("the edited text", "cannot be read", error);
     }
     *text = bytes.view();

@@ -9,7 +9,30 @@
 
 namespace norvik {
 
+namespace {
+
+std::string_view words_of(remedy way_out) {
+    switch (way_out) {
+        case remedy::force:
+            return " (--force goes on)";
+        case remedy::replace:
+            return " (--force replaces it)";
+        case remedy::break_links:
+            return " (--break-links goes on)";
+        case remedy::patience:
+            return " (--lock-timeout)";
+        case remedy::none:
+            break;
+    }
+    return "";
+}
+
+}  // namespace
+
 int tell(const failure &why) {
+    if (why.kind == failure_kind::told) {
+        return status_trouble;
+    }
     std::string words = escape_name(why.reason);
     if (why.cause) {
         if (why.cause.value() == ENOMEM) {
@@ -17,6 +40,8 @@ int tell(const failure &why) {
         }
         words += std::string(words.empty() ? "" : ": ") + std::strerror(why.cause.value());
     }
+    words += words_of(why.way_out);
+    words += why.outcome.empty() ? "" : "; " + escape_name(why.outcome);
     if (why.file.empty()) {
         say("%s", words.c_str());
     } else if (why.line == 0) {

@@ -11,10 +11,31 @@ namespace norvik {
 // memory has run out, that is noted for the end of the run.
 int tell(const failure &why);
 
+// The result of a function that gives an exit status after its words.
+inline result<> said(int status) {
+    return status == 0 ? result<>() : told_failure();
+}
+
+// The same of a function.
+template <typename Function>
+auto saying(Function function) {
+    return [function](auto... arguments) -> result<> { return said(function(arguments...)); };
+}
+
 // What a result says for the exit status: status_done, or status_trouble after the words.
 template <typename T>
 [[nodiscard]] int told(const result<T> &done) {
     return done ? 0 : tell(done.failure());
+}
+
+// The same, with the value into `out`.
+template <typename T>
+[[nodiscard]] int told(result<T> done, T *out) {
+    if (!done) {
+        return tell(done.failure());
+    }
+    *out = std::move(*done);
+    return 0;
 }
 
 }  // namespace norvik

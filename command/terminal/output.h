@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "owned_descriptor.h"
@@ -110,6 +111,9 @@ void say_of_line(std::string_view name, uint64_t line, std::string_view reason);
 
 // say_of_file with the text of `error` (an errno value) after `what`; returns status_trouble.
 int say_errno(std::string_view name, const char *what, int error);
+inline int say_errno(std::string_view name, const char *what, std::error_code error) {
+    return say_errno(name, what, error.value());
+}
 
 }  // namespace norvik
 

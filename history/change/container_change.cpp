@@ -1,4 +1,5 @@
 #include "container_change.h"
+#include "failure_words.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -8,7 +9,7 @@
 #include "escaped_text.h"
 #include "failure_words.h"
 #include "output.h"
-#include "random_oid.h"
+#include "random_digits.h"
 #include "structure.h"
 
 namespace norvik {
@@ -57,7 +58,7 @@ int check_new_branch_name(const container_view *view, const std::string &name) {
     }
     const bool identifies = view != nullptr && (find_version_by_oid(*view, name) != nullptr ||
                                                 view->element_oid == name);
-    if (identifies || is_random_oid(name)) {
+    if (identifies || is_random_digits(name)) {
         say("%slooks like an identifier", shown.c_str());
         return status_trouble;
     }
@@ -106,7 +107,7 @@ void tell_versions(const command_context &context, done_report &&report) {
 }
 
 int container_change::open(const std::string &name) {
-    int status = replacement.lock(name);
+    int status = told(replacement.lock(name));
     if (status != status_done) {
         return status;
     }

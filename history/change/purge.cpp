@@ -154,24 +154,24 @@ int purge_into(const container_view &before, const std::string &container_path, 
                const deletion_request &request, int descriptor, container_view *after,
                purge_result *result) {
     memory_file memory;
-    int error = memory.create(before.name);
-    if (error != 0) {
+    std::error_code error = memory.create(before.name);
+    if (error) {
         return say_errno(before.name, "no memory for the new container", error);
     }
     if (delete_into(before, container_path, request, memory.path()) != status_done) {
         return status_trouble;
     }
     container_view without_version;
-    error = open_container(memory.descriptor(), before.name, &without_version);
-    if (error != 0) {
+    error = system_error(open_container(memory.descriptor(), before.name, &without_version));
+    if (error) {
         return say_errno(before.name, "cannot be read without the version", error);
     }
     const text_set secret = lines_to_take_out(before, version, request, result);
     if (write_without(without_version, secret, request, descriptor) != status_done) {
         return status_trouble;
     }
-    error = open_container(descriptor, before.name, after);
-    if (error != 0) {
+    error = system_error(open_container(descriptor, before.name, after));
+    if (error) {
         return say_errno(before.name, "the new container cannot be read", error);
     }
     if (prove_survivors(before, *after, request) != status_done) {

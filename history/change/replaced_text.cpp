@@ -11,7 +11,7 @@ namespace norvik {
 
 int replaced_text::look(const locked_file &file, const version_record &asked) {
     file_bytes bytes;
-    if (const int error = bytes.load(file.descriptor.get()); error != 0) {
+    if (const std::error_code error = bytes.load(file.descriptor.get()); error) {
         return say_errno(file.name, "cannot be read", error);
     }
     std::string mark;
@@ -33,7 +33,7 @@ int replaced_text::look_again() const {
     if (keeper_ == nullptr) {
         return status_done;
     }
-    if (const int error = bytes.load(file_->descriptor.get()); error != 0) {
+    if (const std::error_code error = bytes.load(file_->descriptor.get()); error) {
         return say_errno(file_->name, "cannot be read", error);
     }
     if (!version_equals(view_, keeper_->id, bytes.view())) {

@@ -8,9 +8,10 @@
 
 #include "escaped_text.h"
 #include "exit_status.h"
+#include "failure_words.h"
 #include "file_lock.h"
 #include "output.h"
-#include "random_oid.h"
+#include "random_digits.h"
 
 namespace norvik {
 
@@ -19,10 +20,10 @@ int kept_digests::read(const std::string &name) {
     file_bytes bytes;
     const bool standard = name == "-";
     file_ = standard ? "<stdin>" : name;
-    if (!standard && open_to_read(name, &file) != status_done) {
+    if (!standard && told(open_to_read(name), &file) != status_done) {
         return status_trouble;
     }
-    if (const int error = bytes.load(standard ? STDIN_FILENO : file.get()); error != 0) {
+    if (const std::error_code error = bytes.load(standard ? STDIN_FILENO : file.get()); error) {
         return say_errno(file_, "cannot be read", error);
     }
     try {

@@ -1,8 +1,6 @@
 #include "container_view.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,22 +15,6 @@ namespace norvik {
 namespace {
 
 constexpr std::size_t shortest_prefix = 4;
-
-int read_all(int descriptor, std::string *out) {
-    constexpr std::size_t chunk = 1 << 16;
-    for (;;) {
-        const std::size_t had = out->size();
-        out->resize(had + chunk);
-        const ssize_t got = read(descriptor, out->data() + had, chunk);
-        out->resize(had + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-        if (got == 0) {
-            return 0;
-        }
-        if (got < 0 && errno != EINTR) {
-            return errno;
-        }
-    }
-}
 
 void index_ids(const container_view &view) {
     view.by_id.reserve(view.versions.size());
@@ -101,58 +83,6 @@ const version_record *version_by_name(const container_view &view, std::string_vi
 
 }  // namespace
 
-file_bytes::file_bytes(file_bytes &&other) noexcept {
-    *this = std::move(other);
-}
-
-file_bytes &file_bytes::operator=(file_bytes &&other) noexcept {
-    if (this != &other) {
-        release();
-        mapping_ = std::exchange(other.mapping_, nullptr);
-        mapped_ = std::exchange(other.mapped_, 0);
-        copy_ = std::move(other.copy_);
-    }
-    return *this;
-}
-
-file_bytes::~file_bytes() {
-    release();
-}
-
-void file_bytes::release() {
-    if (mapping_ != nullptr) {
-        munmap(mapping_, mapped_);
-        mapping_ = nullptr;
-    }
-}
-
-int file_bytes::load(int descriptor) {
-    release();
-    copy_.clear();
-    struct stat facts;
-    if (fstat(descriptor, &facts) != 0) {
-        return errno;
-    }
-    if (S_ISDIR(facts.st_mode)) {
-        return EISDIR;
-    }
-    if (!S_ISREG(facts.st_mode) || facts.st_size == 0) {
-        return read_all(descriptor, &copy_);
-    }
-    mapped_ = static_cast<std::size_t>(facts.st_size);
-    void *mapping = mmap(nullptr, mapped_, PROT_READ, MAP_PRIVATE | MAP_POPULATE, descriptor, 0);
-    if (mapping == MAP_FAILED) {
-        return errno;
-    }
-    mapping_ = mapping;
-    return 0;
-}
-
-std::string_view file_bytes::view() const {
-    return mapping_ == nullptr ? std::string_view(copy_)
-                               : std::string_view(static_cast<const char *>(mapping_), mapped_);
-}
-
 int open_container(const std::string &path, container_view *out) {
     // A pipe that nobody writes to is empty; waiting for its writer could last for ever.
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -168,9 +98,10 @@ int open_container(const std::string &path, container_view *out) {
 int open_container(int descriptor, const std::string &name, container_view *out) {
     *out = container_view{};
     out->name = name;
-    const int unseen = out->rights.add(descriptor);
-    if (const int error = unseen != 0 ? unseen : out->bytes.load(descriptor); error != 0) {
-        return error;
+    std::error_code error = out->rights.add(descriptor);
+    error = error ? error : out->bytes.load(descriptor);
+    if (error) {
+        return error.value();
     }
     read_header(out->bytes.view(), out);
     return 0;

@@ -14,31 +14,10 @@
 
 #include "failure.h"
 #include "file_attributes.h"
+#include "file_bytes.h"
 #include "header_records.h"
 
 namespace norvik {
-
-// The bytes of a file: a read-only mapping, or a copy for what cannot be mapped (a pipe).
-class file_bytes {
-public:
-    file_bytes() = default;
-    file_bytes(file_bytes &&other) noexcept;
-    file_bytes &operator=(file_bytes &&other) noexcept;
-    file_bytes(const file_bytes &) = delete;
-    file_bytes &operator=(const file_bytes &) = delete;
-    ~file_bytes();
-
-    // Takes the bytes of an open file, from its start where it can be mapped. The descriptor stays
-    // the caller's and may be closed afterwards. Returns 0 or an errno value.
-    [[nodiscard]] int load(int descriptor);
-    [[nodiscard]] std::string_view view() const;
-
-private:
-    void release();
-    void *mapping_ = nullptr;
-    std::size_t mapped_ = 0;
-    std::string copy_;
-};
 
 struct container_view : container_header {
     std::string name;  // as the user gave it, for messages

@@ -1,4 +1,5 @@
 #include "version_text.h"
+#include "failure_words.h"
 
 #include "escaped_text.h"
 #include "exit_status.h"
@@ -23,7 +24,7 @@ int load_version_text(const container_view &view, version_id id, const std::stri
         say_of_line(view.name, found->line, found->reason);
         return status_trouble;
     }
-    return hold_text(name, text, out);
+    return told(hold_text(name, text, out));
 }
 
 }  // namespace norvik

@@ -174,7 +174,7 @@ TEST_F(replacement, failing_system_call_is_told_and_changes_nothing) {
 TEST_F(replacement, private_file_is_nobody_elses) {
     const mode_t before = umask(0);
     norvik::private_file file;
-    ASSERT_EQ(file.create(), 0);
+    ASSERT_FALSE(file.create());
     umask(before);
     EXPECT_EQ(mode_of(file.path()), 0600u);
     EXPECT_EQ(mode_of(std::filesystem::path(file.path()).parent_path()), 0700u);

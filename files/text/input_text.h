@@ -14,15 +14,15 @@ namespace norvik {
 
 class input_text {
 public:
-    // Reads the file `name`, "-" for standard input; 0, or status_trouble after a message.
-    [[nodiscard]] int read(const std::string &name);
+    // Reads the file `name`, "-" for standard input.
+    result<> read(const std::string &name);
 
     // The same from an open file, which must be at its start and stay open as long as this object
     // when it is a regular one.
-    [[nodiscard]] int read(int descriptor, const std::string &name);
+    result<> read(int descriptor, const std::string &name);
 
     // Takes a text that comes from no file.
-    [[nodiscard]] int take(std::string text);
+    result<> take(std::string text);
 
     const std::string &text() const { return text_; }
 
@@ -42,7 +42,7 @@ public:
     bool can_be_read_again() const { return memory_.path().empty(); }
 
 private:
-    [[nodiscard]] int put_into_memory_file(std::string_view name);
+    result<> put_into_memory_file(std::string_view name);
 
     std::string text_;
     owned_descriptor file_;

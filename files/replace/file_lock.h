@@ -26,22 +26,26 @@ struct locked_file {
 };
 
 // Finds, checks and locks the file `name`. A file that does not exist is trouble unless
-// `may_be_new`; then only its path is filled in. Refuses what is no regular file and, without
-// --break-links, a file with several names. Waits for another command's lock as long as
-// --lock-timeout says. Returns 0, or status_trouble after a message.
-[[nodiscard]] int lock_file(const std::string &name, bool may_be_new,
-                            const replace_options &options, locked_file *out);
+// `may_be_new`; then only its path is filled in. Refuses what is no regular file and, unless
+// the options let it part, a file with several names. Waits for another command's lock as long as
+// the options say, which is told.
+result<locked_file> lock_file(const std::string &name, bool may_be_new,
+                              const replace_options &options);
 
-// Whether the name still leads to the locked file and nobody has written to it since. When not,
-// errno is 0, or why that cannot be seen.
-[[nodiscard]] bool is_unchanged(const locked_file &file);
+// What a second look at a file shows.
+struct second_look {
+    bool same;
+    std::error_code error;  // why that cannot be seen; then it is not the same
+};
 
-// Whether the name `base` in the open folder leads, by no link, to the file that `status` is of;
-// with errno as above.
-[[nodiscard]] bool names_same_file(int folder, const char *base, const struct stat &status);
+// Whether the name still leads to the locked file and nobody has written to it since.
+[[nodiscard]] second_look look_again(const locked_file &file);
 
-// Opens `name` for reading only; 0, or status_trouble after a message.
-[[nodiscard]] int open_to_read(const std::string &name, owned_descriptor *out);
+// Whether the name `base` in the open folder leads, by no link, to the file that `status` is of.
+[[nodiscard]] second_look look_by_name(int folder, const char *base, const struct stat &status);
+
+// Opens `name` for reading only.
+result<owned_descriptor> open_to_read(const std::string &name);
 
 }  // namespace norvik
 

@@ -19,26 +19,26 @@ public:
     temporary_file(const temporary_file &) = delete;
     temporary_file &operator=(const temporary_file &) = delete;
 
-    // Removes what dead commands have left for `target`, then creates the file in its folder; 0, or
-    // status_trouble after a message. `target` must stay as long as the temporary file.
-    [[nodiscard]] int create(const locked_file &target);
+    // Removes what dead commands have left for `target`, then creates the file in its folder.
+    // `target` must stay as long as the temporary file.
+    result<> create(const locked_file &target);
 
     int descriptor() const { return descriptor_.get(); }
 
     // Gives it the target's name, in the place of what has that name or, when the target did not
     // exist, only when nothing has it. Looks before and after whether it is this file that the name
-    // leads to. 0, or status_trouble after a message.
-    [[nodiscard]] int put_in_place();
+    // leads to.
+    result<> put_in_place();
 
     void remove();
 
 private:
     void forget_path();
-    bool has_name(const char *base) const;
+    second_look look_at_own_name() const;
     const char *base() const { return path_.c_str() + path_.rfind('/') + 1; }
 
     const locked_file *target_ = nullptr;
-    std::string path_;  // named to end_signals.h while it is not empty
+    std::string path_;  // named to end_removal.h while it is not empty
     owned_descriptor descriptor_;
 };
 

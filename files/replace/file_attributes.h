@@ -8,21 +8,30 @@
 #include <string>
 #include <string_view>
 
+#include "failure.h"
+
 namespace norvik {
 
-// Sets what `source` (described by `status`) has on `target`, by descriptor only. `name` is used in
-// messages. What cannot be kept stops it with status_trouble, after a message, unless `force`; then
-// it is told and, where the group was lost, the group gets no more rights than everybody has.
-[[nodiscard]] int copy_attributes(int source, const struct stat &status, int target,
-                                  const std::string &name, bool force);
+// A file's attributes on their way to the file that will take its place, by descriptor only.
+struct attribute_copy {
+    int source;
+    const struct stat &status;  // of the source
+    int target;
+    const std::string &name;  // for what fails
+    bool force;               // goes on where something cannot be kept
+    const notice_sink &tell;  // takes what is lost then
+};
+
+// What cannot be kept stops it unless `force`; where then the group was lost, the group gets no
+// more rights than everybody has.
+result<> copy_attributes(const attribute_copy &how);
 
 // What some files grant to others than their owners: a file that is made from them must not grant
 // more. Without any file it is everything.
 class granted_rights {
 public:
-    // Counts an open file in; what is no regular file (a pipe, a terminal) takes nothing away. 0 or
-    // an errno value.
-    [[nodiscard]] int add(int descriptor);
+    // Counts an open file in; what is no regular file (a pipe, a terminal) takes nothing away.
+    [[nodiscard]] std::error_code add(int descriptor);
     void add(const granted_rights &more);
 
     // The group's and the others' bits of a mode that a file of the group `group` may have. Members
@@ -46,15 +55,12 @@ private:
 };
 
 // Gives a file that did not exist before the mode that the umask and the files it was made from
-// leave; 0 or status_trouble. A list that it has from its folder goes unless everybody may read
-// those files.
-[[nodiscard]] int set_new_file_mode(int target, const std::string &name,
-                                    const granted_rights &rights);
+// leave. A list that it has from its folder goes unless everybody may read those files.
+[[nodiscard]] std::error_code set_new_file_mode(int target, const granted_rights &rights);
 
-// Takes from a file the rights of those who cannot read what it is made from. `narrowed` gets its
-// new mode when that changed something, else 0. 0 or status_trouble.
-[[nodiscard]] int narrow_file_mode(int target, const std::string &name,
-                                   const granted_rights &rights, mode_t *narrowed);
+// Takes from a file the rights of those who cannot read what it is made from: its new mode, or 0
+// when that changed nothing.
+result<mode_t> narrow_file_mode(int target, const std::string &name, const granted_rights &rights);
 
 }  // namespace norvik
 

@@ -8,6 +8,7 @@
 
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "private_file.h"
 
@@ -19,24 +20,23 @@ namespace norvik {
 // The descriptor's own path.
 [[nodiscard]] std::string own_path(int descriptor);
 
-// Writes all of `bytes`; 0 or an errno value.
-[[nodiscard]] int write_bytes(int to, std::string_view bytes);
+// Writes all of `bytes`.
+[[nodiscard]] std::error_code write_bytes(int to, std::string_view bytes);
 
-// Copies what follows from where `from` stands to where `to` stands; 0 or an errno value.
-[[nodiscard]] int copy_bytes(int from, int to);
+// Copies what follows from where `from` stands to where `to` stands.
+[[nodiscard]] std::error_code copy_bytes(int from, int to);
 
 // The descriptor stays the caller's and must stay open as long as the path is used.
 class descriptor_path {
 public:
-    // Makes the path one to read an open file by, from its start; 0 or an errno value.
-    [[nodiscard]] int read_from(int descriptor);
+    // Makes the path one to read an open file by, from its start.
+    [[nodiscard]] std::error_code read_from(int descriptor);
 
-    // Makes the path one to write an open file by, and empties the file; 0 or an errno value.
-    [[nodiscard]] int write_to(int descriptor);
+    // Makes the path one to write an open file by, and empties the file.
+    [[nodiscard]] std::error_code write_to(int descriptor);
 
-    // After write_to, when the library has closed what it wrote: sees that it is in the file; 0 or
-    // an errno value.
-    [[nodiscard]] int finish_writing();
+    // After write_to, when the library has closed what it wrote: sees that it is in the file.
+    [[nodiscard]] std::error_code finish_writing();
 
     const std::string &path() const { return path_; }
 

@@ -7,9 +7,10 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
-#include <cstdlib>
-#include <cstring>
 #include <utility>
+
+#include "failure.h"
+#include "system_calls.h"
 
 namespace norvik {
 
@@ -20,6 +21,7 @@ constexpr size_t most_digits = 10;
 // Read by signal handlers, so nothing that allocates or locks. The files are called by numbers, so
 // that they can be removed without being listed.
 char folder_path[PATH_MAX];
+char place_given[PATH_MAX] = "/tmp";
 std::atomic<int> folder{-1};
 std::atomic<unsigned> files_made{0};
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<unsigned>::is_always_lock_free);
@@ -47,12 +49,11 @@ bool is_safe(const char *path) {
            ((status.st_mode & (S_IWGRP | S_IWOTH)) == 0 || (status.st_mode & S_ISVTX) != 0);
 }
 
-int make_folder() {
+std::error_code make_folder() {
     static const folder_owner owner;
-    const char *given = std::getenv("TMPDIR");
-    for (const char *place : {given == nullptr || *given == '\0' ? "/tmp" : given, "/tmp"}) {
+    for (const char *place : {static_cast<const char *>(place_given), "/tmp"}) {
         char resolved[PATH_MAX];
-        if (realpath(place, resolved) == nullptr || !is_safe(resolved)) {
+        if (sys::realpath(place, resolved) == nullptr || !is_safe(resolved)) {
             continue;
         }
         const std::string pattern = std::string(resolved) + "/.tdm-XXXXXX";
@@ -60,19 +61,19 @@ int make_folder() {
             continue;
         }
         folder_path[pattern.copy(folder_path, pattern.size())] = '\0';
-        if (mkdtemp(folder_path) == nullptr) {
+        if (sys::mkdtemp(folder_path) == nullptr) {
             continue;
         }
         const int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-        folder = open(folder_path, flags);
+        folder = sys::open(folder_path, flags);
         if (folder >= 0) {
-            return 0;
+            return {};
         }
-        const int error = errno;
+        const std::error_code error = last_error();
         rmdir(folder_path);
         return error;
     }
-    return EACCES;
+    return system_error(EACCES);
 }
 
 }  // namespace
@@ -90,20 +91,20 @@ private_file &private_file::operator=(private_file &&other) noexcept {
     return *this;
 }
 
-int private_file::create() {
+std::error_code private_file::create() {
     remove();
-    if (const int error = folder < 0 ? make_folder() : 0; error != 0) {
+    if (const std::error_code error = folder < 0 ? make_folder() : std::error_code(); error) {
         return error;
     }
     char room[most_digits + 1];
     const char *name = digits_of(files_made++, room);
     const int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    descriptor_ = owned_descriptor(openat(folder, name, flags, 0600));
+    descriptor_ = owned_descriptor(sys::openat(folder, name, flags, 0600));
     if (!descriptor_.is_open()) {
-        return errno;
+        return last_error();
     }
     path_ = std::string(folder_path) + "/" + name;
-    return 0;
+    return {};
 }
 
 void private_file::remove() {
@@ -112,6 +113,12 @@ void private_file::remove() {
         path_.clear();
     }
     descriptor_ = owned_descriptor();
+}
+
+void keep_private_files_below(std::string_view folder_given) {
+    const bool fits = !folder_given.empty() && folder_given.size() < sizeof place_given;
+    place_given[fits ? folder_given.copy(place_given, folder_given.size())
+                     : std::string_view("/tmp").copy(place_given, 4)] = '\0';
 }
 
 void remove_private_files() {

@@ -19,13 +19,14 @@ public:
 private:
     friend std::string_view name_of_path(std::string_view path);
     friend std::string_view newest_shown_name();
-    friend std::string with_shown_paths(std::string_view message);
+    friend std::string with_shown_paths(std::string_view message,
+                                        std::string (*show)(std::string_view name));
 
     struct entry;
     struct forget {
         void operator()(entry *dead) const;
     };
-    static entry *newest;
+    static thread_local entry *newest;
 
     std::unique_ptr<entry, forget> entry_;
 };
@@ -37,8 +38,8 @@ std::string_view name_of_path(std::string_view path);
 // The name given last, empty when there is none.
 std::string_view newest_shown_name();
 
-// The message with every such path replaced by its name, escaped as in all messages.
-std::string with_shown_paths(std::string_view message);
+// The message with every such path replaced by what `show` makes of its name.
+std::string with_shown_paths(std::string_view message, std::string (*show)(std::string_view name));
 
 }  // namespace norvik
 

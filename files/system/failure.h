@@ -21,31 +21,57 @@ enum class failure_kind {
     system,   // a call of the system failed: see cause
     damaged,  // a container is not sound
     changed,  // somebody else was faster
+    told,     // the caller's own function failed, and has said why
+};
+
+// What lets the caller go on all the same, by leave of whoever asked.
+enum class remedy {
+    none,
+    force,        // go on where an attribute is lost
+    replace,      // replace what exists
+    break_links,  // part the file's names
+    patience,     // wait longer for a lock
 };
 
 // Names and reasons hold bytes as they are; whoever shows them makes them harmless.
 struct failure {
     failure_kind kind = failure_kind::refused;
-    std::string file;        // as its user named it; empty when it is of no file
-    std::uint64_t line = 0;  // from 1; 0 when it is of no line
-    std::string reason;      // plain words, without the file and the cause
-    std::error_code cause;   // of the kind `system`
-    std::string follows;     // what the caller makes of it, a second sentence on the same file
+    std::string file = {};       // as its user named it; empty when it is of no file
+    std::uint64_t line = 0;      // from 1; 0 when it is of no line
+    std::string reason = {};     // plain words, without the file and the cause
+    std::error_code cause = {};  // of the kind `system`
+    remedy way_out = remedy::none;
+    std::string outcome = {};  // what has become of it, such as "nothing is replaced"; may be empty
+    std::string follows = {};  // a second sentence on the same file; may be empty
 };
 
 // A failure with no system error.
 inline failure refusal(std::string_view file, std::string_view reason) {
-    return {failure_kind::refused, std::string(file), 0, std::string(reason), {}, {}};
+    return {.file = std::string(file), .reason = std::string(reason)};
 }
 
+// An errno value as an error.
 inline std::error_code system_error(int error) {
     return {error, std::generic_category()};
 }
 
-// A failure of the system; `error` is an errno value.
-inline failure system_failure(std::string_view file, std::string_view reason, int error) {
-    return {failure_kind::system, std::string(file),   0,
-            std::string(reason),  system_error(error), {}};
+// What errno says.
+inline std::error_code last_error() {
+    return system_error(errno);
+}
+
+// A failure that the caller knows of.
+inline failure told_failure() {
+    return {.kind = failure_kind::told};
+}
+
+// A failure of the system.
+inline failure system_failure(std::string_view file, std::string_view reason,
+                              std::error_code cause) {
+    return {.kind = failure_kind::system,
+            .file = std::string(file),
+            .reason = std::string(reason),
+            .cause = cause};
 }
 
 // A value, or why there is none.

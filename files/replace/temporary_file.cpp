@@ -1,10 +1,7 @@
 #include "temporary_file.h"
 
 #include <dirent.h>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <stdio.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -12,18 +9,15 @@
 #include <utility>
 
 #include "descriptor_path.h"
-#include "end_signals.h"
-#include "exit_status.h"
-#include "output.h"
-#include "random_oid.h"
+#include "end_removal.h"
+#include "random_digits.h"
+#include "system_calls.h"
 
 namespace norvik {
 
 namespace {
 
 constexpr int attempts = 100;
-
-constexpr size_t random_digits = 32;
 
 // The beginning of the names of this target's temporary files. The target's name stands in it as a
 // number, since with it the name could grow too long.
@@ -36,16 +30,15 @@ std::string prefix_for(std::string_view target) {
 }
 
 bool is_temporary_name(std::string_view name, std::string_view prefix) {
-    return name.starts_with(prefix) && name.size() == prefix.size() + random_digits &&
-           name.find_first_not_of("0123456789abcdef", prefix.size()) == std::string_view::npos;
+    return name.starts_with(prefix) && is_random_digits(name.substr(prefix.size()));
 }
 
 // The file may have got its final mode already, that of a container which nobody may write to.
 owned_descriptor open_found(int folder, const char *name) {
     const int flags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
-    owned_descriptor descriptor(openat(folder, name, O_RDWR | flags));
+    owned_descriptor descriptor(sys::openat(folder, name, O_RDWR | flags));
     return descriptor.is_open() ? std::move(descriptor)
-                                : owned_descriptor(openat(folder, name, O_RDONLY | flags));
+                                : owned_descriptor(sys::openat(folder, name, O_RDONLY | flags));
 }
 
 // Removes the file when it is a command's of this user, or had got the target's owner already, and
@@ -55,15 +48,17 @@ void remove_if_dead(const locked_file &target, const char *name) {
     const int folder = target.folder.get();
     const owned_descriptor descriptor = open_found(folder, name);
     struct stat status {};
-    if (descriptor.is_open() && fstat(descriptor.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+    if (descriptor.is_open() && sys::fstat(descriptor.get(), &status) == 0 &&
+        S_ISREG(status.st_mode) &&
         (status.st_uid == geteuid() || (target.exists && status.st_uid == target.status.st_uid)) &&
-        flock(descriptor.get(), LOCK_EX | LOCK_NB) == 0 && names_same_file(folder, name, status)) {
-        unlinkat(folder, name, 0);
+        sys::flock(descriptor.get(), LOCK_EX | LOCK_NB) == 0 &&
+        look_by_name(folder, name, status).same) {
+        sys::unlinkat(folder, name, 0);
     }
 }
 
 void remove_dead_files(const locked_file &target, const std::string &prefix) {
-    const int again = openat(target.folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int again = sys::openat(target.folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     DIR *entries = again < 0 ? nullptr : fdopendir(again);
     if (entries == nullptr) {
         return;
@@ -80,106 +75,105 @@ void remove_dead_files(const locked_file &target, const std::string &prefix) {
 // which folder it is.
 int create_in(int folder, const char *name) {
     const int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    return descriptors_have_paths() ? open((own_path(folder) + "/" + name).c_str(), flags, 0600)
-                                    : openat(folder, name, flags, 0600);
+    return descriptors_have_paths()
+               ? sys::open((own_path(folder) + "/" + name).c_str(), flags, 0600)
+               : sys::openat(folder, name, flags, 0600);
 }
 
 // Gives the file a name that nothing has yet.
 int rename_to_new(int folder, const char *from, const char *to) {
-    if (renameat2(folder, from, folder, to, RENAME_NOREPLACE) == 0) {
+    if (sys::renameat2(folder, from, folder, to, RENAME_NOREPLACE) == 0) {
         return 0;
     }
     if (errno != EINVAL && errno != ENOSYS) {
         return -1;
     }
-    return linkat(folder, from, folder, to, 0) == 0 ? unlinkat(folder, from, 0) : -1;
+    return sys::linkat(folder, from, folder, to, 0) == 0 ? sys::unlinkat(folder, from, 0) : -1;
 }
 
 }  // namespace
 
-int temporary_file::create(const locked_file &target) {
+result<> temporary_file::create(const locked_file &target) {
     target_ = &target;
     const int folder = target.folder.get();
     const std::string prefix = prefix_for(target.base());
     remove_dead_files(target, prefix);
     for (int attempt = 0; attempt < attempts; attempt++) {
-        std::string random;
-        if (random_oid(random) != status_done) {
-            return status_trouble;
+        const auto random = random_digits();
+        if (!random) {
+            return random.failure();
         }
-        path_ = target.path.substr(0, target.path.rfind('/') + 1) + prefix + random;
-        remove_at_end_signal(path_.c_str());
+        path_ = target.path.substr(0, target.path.rfind('/') + 1) + prefix + *random;
+        remove_at_end(path_.c_str());
         descriptor_ = owned_descriptor(create_in(folder, base()));
         if (!descriptor_.is_open()) {
-            const int error = errno;
+            const std::error_code error = last_error();
             forget_path();
-            if (error == EEXIST) {
+            if (error == std::errc::file_exists) {
                 continue;
             }
-            return say_errno(target.path, "cannot create a file beside it", error);
+            return system_failure(target.path, "cannot create a file beside it", error);
         }
-        const bool locked = flock(descriptor_.get(), LOCK_EX | LOCK_NB) == 0;
+        const bool locked = sys::flock(descriptor_.get(), LOCK_EX | LOCK_NB) == 0;
         if (!locked && errno != EWOULDBLOCK) {
-            return say_errno(target.path, "cannot lock the file beside it", errno);
+            return system_failure(target.path, "cannot lock the file beside it", last_error());
         }
-        if (locked && has_name(base())) {
-            return status_done;
+        if (locked && look_at_own_name().same) {
+            return {};
         }
         // A command that clears away dead files came before the lock: this file goes, or is gone.
         remove();
     }
-    say_of_file(target.path, "cannot create a file beside it");
-    return status_trouble;
+    return refusal(target.path, "cannot create a file beside it");
 }
 
-bool temporary_file::has_name(const char *base) const {
+second_look temporary_file::look_at_own_name() const {
     struct stat status {};
-    return fstat(descriptor_.get(), &status) == 0 &&
-           names_same_file(target_->folder.get(), base, status);
+    return sys::fstat(descriptor_.get(), &status) == 0
+               ? look_by_name(target_->folder.get(), base(), status)
+               : second_look{false, last_error()};
 }
 
-int temporary_file::put_in_place() {
+result<> temporary_file::put_in_place() {
     const int folder = target_->folder.get();
-    if (!has_name(base())) {
-        if (errno != 0) {
-            return say_errno(target_->name, "the file beside it cannot be looked at", errno);
-        }
-        say_of_file(target_->name,
-                    "somebody else has taken away the file beside it; "
-                    "nothing is replaced");
-        return status_trouble;
+    const std::string &name = target_->name;
+    if (const second_look seen = look_at_own_name(); seen.error) {
+        return system_failure(name, "the file beside it cannot be looked at", seen.error);
+    } else if (!seen.same) {
+        failure why = refusal(name, "somebody else has taken away the file beside it");
+        why.outcome = "nothing is replaced";
+        return why;
     }
-    const int renamed = target_->exists ? renameat(folder, base(), folder, target_->base())
+    const int renamed = target_->exists ? sys::renameat(folder, base(), folder, target_->base())
                                         : rename_to_new(folder, base(), target_->base());
     if (renamed != 0) {
-        return say_errno(target_->name, "cannot be put in place", errno);
+        return system_failure(name, "cannot be put in place", last_error());
     }
     forget_path();
-    struct stat written {
-    }, found{};
-    if (fstat(descriptor_.get(), &written) != 0 ||
-        (fstatat(folder, target_->base(), &found, AT_SYMLINK_NOFOLLOW) != 0 && errno != ENOENT)) {
-        return say_errno(target_->name, "is replaced, but cannot be looked at again", errno);
+    struct stat written {};
+    const second_look seen = sys::fstat(descriptor_.get(), &written) == 0
+                                 ? look_by_name(folder, target_->base(), written)
+                                 : second_look{false, last_error()};
+    if (seen.error) {
+        return system_failure(name, "is replaced, but cannot be looked at again", seen.error);
     }
-    if (written.st_dev != found.st_dev || written.st_ino != found.st_ino) {
-        say_of_file(target_->name,
-                    "is not what was written: somebody else has put another file "
-                    "in its place");
-        return status_trouble;
+    if (!seen.same) {
+        return refusal(name,
+                       "is not what was written: somebody else has put another file in its place");
     }
-    return status_done;
+    return {};
 }
 
 void temporary_file::forget_path() {
-    keep_at_end_signal(path_.c_str());
+    keep_at_end(path_.c_str());
     path_.clear();
 }
 
 void temporary_file::remove() {
     if (!path_.empty()) {
         // What others have put under the name is theirs.
-        if (has_name(base())) {
-            unlinkat(target_->folder.get(), base(), 0);
+        if (look_at_own_name().same) {
+            sys::unlinkat(target_->folder.get(), base(), 0);
         }
         forget_path();
     }

@@ -2,6 +2,8 @@
 #ifndef NORVIK_REPLACE_OPTIONS_H
 #define NORVIK_REPLACE_OPTIONS_H
 
+#include "failure.h"
+
 namespace norvik {
 
 struct replace_options {
@@ -9,7 +11,9 @@ struct replace_options {
     bool break_links = false;    // replace a file that has several names too
     bool force = false;          // replace an existing output; go on when its owner cannot be kept
     bool dry_run = false;        // check everything and replace nothing
-    bool quiet = false;          // say only what went wrong
+    bool quiet = false;          // tell only what went wrong
+    notice_sink tell = [](const failure &) {};            // takes what is worth telling meanwhile
+    void (*note_replaced)() noexcept = []() noexcept {};  // called as soon as a file is replaced
 };
 
 }  // namespace norvik

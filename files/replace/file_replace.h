@@ -29,24 +29,25 @@ public:
     explicit file_replacement(const replace_options &options) : options_(options) {}
 
     // For a file that must exist, such as a container.
-    [[nodiscard]] int lock(const std::string &name);
+    result<> lock(const std::string &name);
 
-    // For an output file: replaces an existing one only with --force (`must_be_new`: never), and
+    // For an output file: replaces an existing one only where the options force it
+    // (`must_be_new`: never), and
     // narrows it.
-    [[nodiscard]] int lock_output(const std::string &name, bool must_be_new = false);
+    result<> lock_output(const std::string &name, bool must_be_new = false);
 
     // For an output file whose old text the caller looks at: whether it may be replaced is the
     // caller's to say.
-    [[nodiscard]] int lock_any(const std::string &name);
+    result<> lock_any(const std::string &name);
 
     // The locked file. Its descriptor is open for reading when it exists.
     const locked_file &file() const { return file_; }
 
-    // Refuses, with a message, when the output would take the place of the file `input`, which the
+    // Refuses when the output would take the place of the file `input`, which the
     // command reads.
-    [[nodiscard]] int refuse_same(const std::string &input) const;
+    result<> refuse_same(const std::string &input) const;
 
-    [[nodiscard]] int begin();
+    result<> begin();
 
     // The path by which the library reads the locked file (after lock), and the one by which it
     // writes the temporary file (after begin): see descriptor_path.h.
@@ -55,28 +56,31 @@ public:
     int temporary_descriptor() const { return temporary_.descriptor(); }
 
     // Says what the new file is made from: one that did not exist before can be read by nobody who
-    // cannot read that. 0, or status_trouble after a message.
-    [[nodiscard]] int made_from(int descriptor);
+    // cannot read that.
+    result<> made_from(int descriptor);
     void made_from(const granted_rights &rights) { rights_.add(rights); }
     // Has an existing file narrowed in the same way, as every output is, which is told unless
     // quiet: `source` ("its first text") may be read by no more.
     void narrow_to(const char *source) { narrowed_to_ = source; }
 
-    // Called on the temporary file when it has the old file's attributes, to set more.
-    void mark_new_file(std::function<void(int descriptor)> mark) { mark_ = std::move(mark); }
-    // Asked just before the rename whether the old file may still go: 0, or status_trouble after a
-    // message.
-    void look_before_rename(std::function<int()> look) { last_look_ = std::move(look); }
+    // Called on the temporary file when it has the old file's attributes, to set more; where
+    // that fails it is told, and goes on.
+    void mark_new_file(std::function<result<>(int descriptor)> mark) { mark_ = std::move(mark); }
+    // Asked just before the rename whether the old file may still go.
+    void look_before_rename(std::function<result<>()> look) { last_look_ = std::move(look); }
 
-    // Finishes the replacement. `prove` looks at the temporary file and returns 0, or
-    // status_trouble after a message; it may be empty for an output that needs no
-    // proof. With --dry-run it ends after the proof and says what it would do.
-    [[nodiscard]] int commit(const std::function<int(int descriptor)> &prove);
+    // Finishes the replacement. `prove` looks at the temporary file and may be empty for an
+    // output that needs no proof. A dry run ends after the proof and tells what it would do.
+    result<> commit(const std::function<result<>(int descriptor)> &prove);
 
 private:
-    [[nodiscard]] int set_attributes();
-    [[nodiscard]] int force_to_disk();
-    [[nodiscard]] int put_in_place();
+    result<> set_attributes();
+    result<> force_to_disk();
+    result<> put_in_place();
+    result<> look_before_parting() const;
+    result<> lock_file_as(const std::string &name, bool may_be_new);
+    // Whether the old file must have no other name.
+    bool may_not_part() const { return file_.exists && !options_.break_links; }
 
     const replace_options &options_;
     locked_file file_;
@@ -87,8 +91,8 @@ private:
     descriptor_path temporary_path_;
     granted_rights rights_;
     const char *narrowed_to_ = nullptr;  // null: an existing file keeps its mode
-    std::function<void(int descriptor)> mark_;
-    std::function<int()> last_look_;
+    std::function<result<>(int descriptor)> mark_;
+    std::function<result<>()> last_look_;
 };
 
 }  // namespace norvik

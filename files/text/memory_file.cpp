@@ -1,30 +1,28 @@
 #include "memory_file.h"
 
-#include <sys/mman.h>
-
-#include <cerrno>
-
 #include "descriptor_path.h"
+#include "failure.h"
+#include "system_calls.h"
 
 namespace norvik {
 
-int memory_file::create(std::string_view name) {
-    int error = 0;
+std::error_code memory_file::create(std::string_view name) {
+    std::error_code error;
     if (descriptors_have_paths()) {
-        descriptor_ = owned_descriptor(memfd_create("tdm", MFD_CLOEXEC));
+        descriptor_ = owned_descriptor(sys::memfd_create("tdm", MFD_CLOEXEC));
         path_ = own_path(descriptor_.get());
-        error = descriptor_.is_open() ? 0 : errno;
+        error = descriptor_.is_open() ? std::error_code() : last_error();
     } else {
         error = file_.create();
         path_ = file_.path();
     }
-    if (error == 0) {
+    if (!error) {
         shown_ = shown_path(path_, name);
     }
     return error;
 }
 
-int memory_file::write(std::string_view bytes) const {
+std::error_code memory_file::write(std::string_view bytes) const {
     return write_bytes(descriptor(), bytes);
 }
 

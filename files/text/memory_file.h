@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "private_file.h"
 #include "shown_path.h"
@@ -14,10 +15,10 @@ namespace norvik {
 
 class memory_file {
 public:
-    // An empty file, which messages call `name`; 0 or an errno value.
-    [[nodiscard]] int create(std::string_view name);
-    // Appends to it; 0 or an errno value.
-    [[nodiscard]] int write(std::string_view bytes) const;
+    // An empty file, which messages call `name`.
+    [[nodiscard]] std::error_code create(std::string_view name);
+    // Appends to it.
+    [[nodiscard]] std::error_code write(std::string_view bytes) const;
 
     // By which this process, and no other, can open it as long as the object lives.
     const std::string &path() const { return path_; }

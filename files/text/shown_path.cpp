@@ -4,8 +4,6 @@
 #include <cctype>
 #include <utility>
 
-#include "escaped_text.h"
-
 namespace norvik {
 
 struct shown_path::entry {
@@ -14,7 +12,7 @@ struct shown_path::entry {
     entry *older;
 };
 
-shown_path::entry *shown_path::newest = nullptr;
+thread_local shown_path::entry *shown_path::newest = nullptr;
 
 namespace {
 
@@ -59,7 +57,7 @@ std::string_view newest_shown_name() {
     return shown_path::newest == nullptr ? std::string_view() : shown_path::newest->name;
 }
 
-std::string with_shown_paths(std::string_view message) {
+std::string with_shown_paths(std::string_view message, std::string (*show)(std::string_view name)) {
     std::string shown;
     while (!message.empty()) {
         const shown_path::entry *known = shown_path::newest;
@@ -67,7 +65,7 @@ std::string with_shown_paths(std::string_view message) {
             known = known->older;
         }
         if (known != nullptr) {
-            shown += escape_name(known->name);
+            shown += show(known->name);
         } else {
             shown += message.front();
         }

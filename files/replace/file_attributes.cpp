@@ -1,0 +1,267 @@
+#include "file_attributes.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <string_view>
+#include <vector>
+
+#include "system_calls.h"
+
+namespace norvik {
+
+namespace {
+
+constexpr const char *access_list = "system.posix_acl_access";
+
+// Grows `buffer` until `call` fits in; -1 with errno when it fails.
+template <typename Call>
+ssize_t read_growing(std::vector<char> &buffer, const Call &call) {
+    for (;;) {
+        const ssize_t size = call(buffer.data(), buffer.size());
+        if (size >= 0 || errno != ERANGE) {
+            return size;
+        }
+        buffer.resize(buffer.size() * 4);
+    }
+}
+
+ssize_t read_attribute(int descriptor, const char *key, std::vector<char> &value) {
+    return read_growing(
+        value, [&](char *to, size_t room) { return sys::fgetxattr(descriptor, key, to, room); });
+}
+
+// The file's access list, empty where it has none.
+std::error_code read_access_list(int descriptor, std::string &list) {
+    std::vector<char> value(1024);
+    const ssize_t size = read_attribute(descriptor, access_list, value);
+    list.assign(value.data(), static_cast<size_t>(std::max<ssize_t>(size, 0)));
+    return size >= 0 || errno == ENODATA || errno == ENOTSUP ? std::error_code() : last_error();
+}
+
+std::error_code remove_access_list(int descriptor) {
+    const bool gone = sys::fremovexattr(descriptor, access_list) == 0;
+    return gone || errno == ENODATA || errno == ENOTSUP ? std::error_code() : last_error();
+}
+
+// The kernel keeps these itself, or lets the superuser alone set them: a copy without them is what
+// the user could have made anyway.
+bool may_be_lost(std::string_view key) {
+    return key.starts_with("security.") || key.starts_with("trusted.");
+}
+
+// Something of the old file that the new one does not get.
+result<> lost(const attribute_copy &how, const std::string &what) {
+    if (!how.force) {
+        failure why = refusal(how.name, what + " cannot be kept");
+        why.way_out = remedy::force;
+        return why;
+    }
+    how.tell(refusal(how.name, what + " is not kept"));
+    return {};
+}
+
+// What could not be given to the new file.
+struct losses {
+    bool owner = false;
+    bool group = false;
+};
+
+// Owner and group first: a change of owner clears the set-id bits.
+result<> copy_owner(const attribute_copy &how, losses &lacking) {
+    struct stat now {};
+    if (sys::fstat(how.target, &now) != 0) {
+        return system_failure(how.name, "cannot read the new file's owner", last_error());
+    }
+    if (now.st_uid == how.status.st_uid && now.st_gid == how.status.st_gid) {
+        return {};
+    }
+    if (sys::fchown(how.target, how.status.st_uid, how.status.st_gid) == 0) {
+        return {};
+    }
+    const auto no_owner = static_cast<uid_t>(-1);
+    lacking.owner = now.st_uid != how.status.st_uid;
+    lacking.group = now.st_gid != how.status.st_gid &&
+                    sys::fchown(how.target, no_owner, how.status.st_gid) != 0;
+    if (lacking.owner) {
+        if (auto done = lost(how, "its owner"); !done) {
+            return done;
+        }
+    }
+    return lacking.group ? lost(how, "its group") : result<>();
+}
+
+result<> copy_mode(const attribute_copy &how, const losses &lacking) {
+    mode_t mode = how.status.st_mode & 07777;
+    // The set-id bits must not pass to another owner or group.
+    if (lacking.owner) {
+        mode &= ~mode_t{S_ISUID};
+    }
+    if (lacking.group) {
+        mode = (mode & ~mode_t{S_ISGID | S_IRWXG}) | (mode & S_IRWXG & (mode << 3));
+    }
+    if (sys::fchmod(how.target, mode) != 0) {
+        return system_failure(how.name, "its mode cannot be kept", last_error());
+    }
+    return {};
+}
+
+// Whether the target has this attribute as the source has it, now.
+bool copy_attribute(int source, int target, const char *key, std::vector<char> &value,
+                    std::vector<char> &present) {
+    const ssize_t length = read_attribute(source, key, value);
+    const ssize_t old = read_attribute(target, key, present);
+    if (length < 0) {
+        return false;
+    }
+    const std::string_view wanted(value.data(), static_cast<size_t>(length));
+    return (length == old && wanted == std::string_view(present.data(), wanted.size())) ||
+           sys::fsetxattr(target, key, wanted.data(), wanted.size()) == 0;
+}
+
+result<> copy_extended(const attribute_copy &how) {
+    std::vector<char> keys(1024);
+    const ssize_t size = read_growing(
+        keys, [&](char *to, size_t room) { return sys::flistxattr(how.source, to, room); });
+    if (size < 0) {
+        return errno == ENOTSUP
+                   ? result<>()
+                   : system_failure(how.name, "cannot read its attributes", last_error());
+    }
+    std::vector<char> value(1024);
+    std::vector<char> present(1024);
+    std::string_view rest(keys.data(), static_cast<size_t>(size));
+    while (!rest.empty()) {
+        const char *key = rest.data();
+        rest.remove_prefix(std::string_view(key).size() + 1);
+        if (!copy_attribute(how.source, how.target, key, value, present) && !may_be_lost(key)) {
+            if (auto done = lost(how, std::string("its attribute ") + key); !done) {
+                return done;
+            }
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+result<> copy_attributes(const attribute_copy &how) {
+    losses lacking;
+    if (auto done = copy_owner(how, lacking); !done) {
+        return done;
+    }
+    // A list that the folder gave the new file would add rights that the old file did not grant.
+    std::string list;
+    std::error_code error = read_access_list(how.source, list);
+    error = !error && list.empty() ? remove_access_list(how.target) : error;
+    if (error) {
+        return system_failure(how.name, "its access list cannot be kept", error);
+    }
+    // The mode last: it may deny the owner writing, attributes too, and it narrows a copied list.
+    auto extended = copy_extended(how);
+    return extended ? copy_mode(how, lacking) : extended;
+}
+
+std::error_code granted_rights::add(int descriptor) {
+    struct stat status {};
+    if (sys::fstat(descriptor, &status) != 0) {
+        return last_error();
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return {};
+    }
+    granted_rights one;
+    one.any_ = true;
+    one.gid_ = status.st_gid;
+    one.group_ = status.st_mode >> 3 & 7;
+    one.others_ = status.st_mode & 7;
+    const std::error_code error = read_access_list(descriptor, one.lists_);
+    add(one);
+    return error;
+}
+
+void granted_rights::add(const granted_rights &more) {
+    if (!more.any_ || !any_) {
+        *this = any_ ? *this : more;
+        return;
+    }
+    one_group_ = one_group_ && more.one_group_ && gid_ == more.gid_;
+    one_list_ = one_list_ && more.one_list_ && lists_ == more.lists_;
+    group_ &= more.group_;
+    others_ &= more.others_;
+    lists_ = lists_.empty() ? more.lists_ : lists_;
+}
+
+mode_t granted_rights::bits_for(gid_t group) const {
+    if (!any_) {
+        return S_IRWXG | S_IRWXO;
+    }
+    const bool own_group = one_group_ && group == gid_;
+    if (!lists_.empty() && (!own_group || !one_list_)) {
+        return 0;
+    }
+    const mode_t both = group_ & others_;
+    return own_group ? (group_ << 3 | others_) : (both << 3 | both);
+}
+
+std::string_view granted_rights::list_for(gid_t group) const {
+    return any_ && one_list_ && one_group_ && group == gid_ ? std::string_view(lists_)
+                                                            : std::string_view();
+}
+
+namespace {
+
+// Gives the file the list of what it was made from, or takes a list away that could grant more.
+std::error_code settle_list(int target, gid_t group, const granted_rights &rights) {
+    const std::string_view list = rights.list_for(group);
+    if (!list.empty()) {
+        const bool set = sys::fsetxattr(target, access_list, list.data(), list.size()) == 0;
+        return set ? std::error_code() : last_error();
+    }
+    return rights.everybody_reads() ? std::error_code() : remove_access_list(target);
+}
+
+}  // namespace
+
+std::error_code set_new_file_mode(int target, const granted_rights &rights) {
+    const mode_t mask = umask(077);
+    umask(mask);
+    struct stat status {};
+    if (sys::fstat(target, &status) != 0) {
+        return last_error();
+    }
+    if (const std::error_code error = settle_list(target, status.st_gid, rights); error) {
+        return error;
+    }
+    const mode_t mode = 0666 & ~mask & (0600 | rights.bits_for(status.st_gid));
+    return sys::fchmod(target, mode) == 0 ? std::error_code() : last_error();
+}
+
+result<mode_t> narrow_file_mode(int target, const std::string &name, const granted_rights &rights) {
+    struct stat status {};
+    if (sys::fstat(target, &status) != 0) {
+        return system_failure(name, "cannot read the new file's mode", last_error());
+    }
+    std::string own;
+    if (const std::error_code error = read_access_list(target, own); error) {
+        return system_failure(name, "the new file's access list cannot be read", error);
+    }
+    const mode_t old = status.st_mode & 07777;
+    mode_t mode = old;
+    for (const mode_t whose : {mode_t{S_IRWXG}, mode_t{S_IRWXO}}) {
+        if ((rights.bits_for(status.st_gid) & whose & 0444) == 0) {
+            mode &= ~whose;
+        }
+    }
+    const bool same_list = !own.empty() && own == rights.list_for(status.st_gid);
+    const bool drops_list = !own.empty() && !same_list && !rights.everybody_reads();
+    if (mode == old && !drops_list) {
+        return mode_t{0};
+    }
+    if ((drops_list && sys::fremovexattr(target, access_list) != 0) ||
+        sys::fchmod(target, mode) != 0) {
+        return system_failure(name, "its mode cannot be narrowed", last_error());
+    }
+    return mode;
+}
+
+}  // namespace norvik

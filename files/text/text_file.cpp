@@ -1,0 +1,85 @@
+#include "text_file.h"
+
+#include <cerrno>
+#include <set>
+#include <utility>
+
+#include "system_calls.h"
+
+namespace norvik {
+
+namespace {
+
+// The file whose descriptor `input` becomes is empty and in memory.
+std::error_code make_copy(text_file *file) {
+    file->input = owned_descriptor(sys::memfd_create("tdm", MFD_CLOEXEC));
+    return file->input.is_open() ? std::error_code() : last_error();
+}
+
+std::error_code copy_into_memory(int from, text_file *file) {
+    const std::error_code error = make_copy(file);
+    return error ? error : copy_bytes(from, file->input.get());
+}
+
+// When `input` has its text.
+std::error_code give_path(text_file *file) {
+    const std::error_code error = file->path.read_from(file->input.get());
+    file->shown = shown_path(file->path.path(), file->name);
+    return error;
+}
+
+}  // namespace
+
+result<> refuse_spent_input(const std::vector<std::string> &names) {
+    std::set<std::pair<dev_t, ino_t>> streams;
+    for (const std::string &name : names) {
+        struct stat status {};
+        const bool standard = name == "-";
+        const int found =
+            standard ? sys::fstat(STDIN_FILENO, &status) : sys::stat(name.c_str(), &status);
+        const bool again = S_ISREG(status.st_mode) || S_ISCHR(status.st_mode);
+        if (found == 0 && (standard || !again) &&
+            !streams.emplace(status.st_dev, status.st_ino).second) {
+            return refusal(name, "is given twice, but can be read only once");
+        }
+    }
+    return {};
+}
+
+result<> open_text_file(const std::string &name, text_file *out) {
+    out->name = name;
+    const bool is_standard_input = name == "-";
+    owned_descriptor opened;
+    if (!is_standard_input) {
+        opened = owned_descriptor(sys::open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    }
+    const int from = is_standard_input ? STDIN_FILENO : opened.get();
+    struct stat status {};
+    if (from < 0 || sys::fstat(from, &status) != 0) {
+        return system_failure(name, "cannot open", last_error());
+    }
+    if (S_ISDIR(status.st_mode)) {
+        return system_failure(name, "cannot read", system_error(EISDIR));
+    }
+    if (const std::error_code error = out->rights.add(from); error) {
+        return system_failure(name, "cannot see who may read it", error);
+    }
+    std::error_code error;
+    if (!is_standard_input && S_ISREG(status.st_mode)) {
+        out->input = std::move(opened);
+    } else {
+        error = copy_into_memory(from, out);
+    }
+    error = error ? error : give_path(out);
+    return error ? system_failure(name, "cannot read", error) : result<>();
+}
+
+result<> hold_text(const std::string &name, std::string_view text, text_file *out) {
+    out->name = name;
+    std::error_code error = make_copy(out);
+    error = error ? error : write_bytes(out->input.get(), text);
+    error = error ? error : give_path(out);
+    return error ? system_failure(name, "cannot hold", error) : result<>();
+}
+
+}  // namespace norvik
