@@ -1,58 +1,9 @@
 // Deletion and purge: what is left, what is gone, what is refused.
 #include <gtest/gtest.h>
-#include <norviktdm/tdm.h>
 
-#include <filesystem>
-#include <regex>
-#include <sstream>
-
-#include "container_check.h"
-#include "deletion.h"
 #include "run_command.h"
 
 namespace {
-
-using norvik::container_view;
-
-TEST(deletion, proof_sees_a_text_or_an_owner_that_is_not_the_same) {
-    const scratch_folder folder;
-    const std::string header =
-        "^S db1 0\n^V v3 0 3 3\n^V v2 0 2 2\n^V v1 0 1 1\n^V v0 0 0 0\n"
-        "^B main 0 0 0\n^E e\n";
-    const std::string weave = "^I 0 1 2\na\nb\n^I 0 2 1\nc\n";
-    const std::pair<const char *, std::string> rows[] = {
-        {"a changed byte", header + "^I 0 1 2\na\nB\n^I 0 2 1\nc\n"},
-        {"a lost line", header + "^I 0 1 1\na\n^I 0 2 1\nc\n"},
-        {"another order", header + "^I 0 1 2\nb\na\n^I 0 2 1\nc\n"},
-        {"another owner", header + "^I 0 1 2\na\nb\n^I 0 3 1\nc\n"},
-        {"a hidden line", header + "^I 0 1 2\n^D 0 3 1\na\nb\n^I 0 2 1\nc\n"},
-        {"a lost version", std::regex_replace(header, std::regex("\\^V v3.*\n"), "") + weave},
-        {"another time", std::regex_replace(header, std::regex("0 3 3"), "0 3 4") + weave},
-        {"another element", std::regex_replace(header, std::regex("E e"), "E f") + weave},
-    };
-    container_view before;
-    write_file("before", header + weave);
-    ASSERT_EQ(norvik::open_container(std::string("before"), &before), 0);
-    const auto all = [](const norvik::version_record &) { return true; };
-    for (const auto &[name, bytes] : rows) {
-        container_view after;
-        write_file("after", bytes);
-        ASSERT_EQ(norvik::open_container(std::string("after"), &after), 0);
-        EXPECT_TRUE(norvik::check_container(after, false, {}).faults.empty()) << name;
-        EXPECT_FALSE(norvik::compare_survivors(before, after, all)) << name;
-    }
-    EXPECT_TRUE(norvik::compare_survivors(before, before, all));
-    // Only the owner tells: the texts of those that stay are the same.
-    const auto but_2 = [](const norvik::version_record &version) { return version.id.number != 2; };
-    const std::string pruned = std::regex_replace(header, std::regex("\\^V v2"), "^#^V v2");
-    for (const bool same : {true, false}) {
-        container_view after;
-        write_file("after", pruned + std::regex_replace(weave, std::regex("I 0 2"),
-                                                        same ? "I 0 2" : "I 0 3"));
-        ASSERT_EQ(norvik::open_container(std::string("after"), &after), 0);
-        EXPECT_EQ(static_cast<bool>(norvik::compare_survivors(before, after, but_2)), same);
-    }
-}
 
 // main 1 to 4, draft off main@2 with 1 and 2, deep off draft@1.
 class pruning : public testing::Test {

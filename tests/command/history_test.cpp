@@ -51,16 +51,6 @@ TEST_F(history, listings_are_as_documented) {
               "I IDENTIFIER c\nD IDENTIFIER,IDENTIFIER ^d\nI IDENTIFIER e\n");
 }
 
-TEST_F(history, version_may_be_an_identifier_or_its_beginning) {
-    std::smatch found;
-    const std::string list = tdm("list c").out;
-    ASSERT_TRUE(std::regex_search(list, found, std::regex("main@2 .*  ([0-9a-f]{32})")));
-    const std::string oid = found[1];
-    EXPECT_EQ(tdm({"checkout", "c", oid}).out, "a\nB\nc\n^d");
-    EXPECT_EQ(tdm({"checkout", "c", oid.substr(0, 8)}).out, "a\nB\nc\n^d");
-    EXPECT_EQ(tdm({"checkout", "c", oid.substr(0, 3)}).status, 2);
-}
-
 TEST_F(history, refuses_what_would_not_be_a_history) {
     write_file("binary", std::string("a\0b\n", 4));
     write_file("long", std::string(8001, 'x') + "\n");

@@ -1,7 +1,6 @@
 // Random damages to random containers: what repair calls saved has the text that was checked in.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <norviktdm/tdm.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -9,11 +8,11 @@
 #include "container_repair.h"
 #include "kept_digests.h"
 #include "random_history.h"
+#include "run_command.h"
 #include "weave_soundness.h"
 
 namespace {
 
-using host_tests::constructed;
 using host_tests::random_history;
 using norvik::container_view;
 
@@ -58,28 +57,6 @@ std::string damaged(std::vector<std::string> lines, const std::vector<damage_cas
         lines[damage.line] = joined(damage.instead);
     }
     return joined(lines);
-}
-
-// The history's container after some versions have been deleted.
-std::string pruned_container(random_history &history) {
-    std::vector<std::string> oids;
-    std::erase_if(history.versions, [&](const auto &entry) {
-        const bool goes = entry.first != norvik::version_id{0, 0} && history.pick(5) == 0;
-        oids.insert(oids.end(), goes ? 1 : 0, entry.second.oid);
-        return goes;
-    });
-    std::vector<const char *> deleted;
-    for (const std::string &oid : oids) {
-        deleted.push_back(oid.c_str());
-    }
-    EXPECT_EQ(tdm_delete_versions_and_branches(history.path().c_str(), "pruned",
-                                               static_cast<int32_t>(deleted.size()), deleted.data(),
-                                               0, nullptr),
-              0);
-    for (const auto &[id, version] : history.versions) {
-        EXPECT_EQ(constructed("pruned", version.oid), version.text) << version.oid;
-    }
-    return read_file("pruned");
 }
 
 struct judgement {
@@ -153,8 +130,7 @@ TEST(repair, saves_no_version_with_another_text) {
     int seen = 0, unseen = 0;
     for (const unsigned seed : seeds(histories)) {
         random_history history(seed, 12 + static_cast<int>(seed % 20));
-        const std::string bytes =
-            seed % 2 == 0 ? pruned_container(history) : read_file(history.path());
+        const std::string bytes = seed % 2 == 0 ? history.pruned() : read_file(history.path());
         const std::vector<std::string> lines = split_lines(bytes);
         norvik::kept_digests kept;
         write_file("whole", bytes);

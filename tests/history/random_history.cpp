@@ -72,4 +72,26 @@ void random_history::step() {
     store(branch, newest->first, same ? newest->second.text : make_.changed(newest->second.text));
 }
 
+std::string random_history::pruned() {
+    std::vector<std::string> oids;
+    std::erase_if(versions, [&](const auto &entry) {
+        const bool goes = entry.first != norvik::version_id{0, 0} && pick(5) == 0;
+        oids.insert(oids.end(), goes ? 1 : 0, entry.second.oid);
+        return goes;
+    });
+    std::vector<const char *> deleted;
+    for (const std::string &oid : oids) {
+        deleted.push_back(oid.c_str());
+    }
+    const std::string fresh = path() + ".pruned";
+    EXPECT_EQ(tdm_delete_versions_and_branches(path().c_str(), fresh.c_str(),
+                                               static_cast<int32_t>(deleted.size()), deleted.data(),
+                                               0, nullptr),
+              0);
+    for (const auto &[id, version] : versions) {
+        EXPECT_EQ(constructed(fresh, version.oid), version.text) << version.oid;
+    }
+    return read_file(fresh);
+}
+
 }  // namespace host_tests

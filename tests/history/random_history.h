@@ -1,14 +1,14 @@
 // A container with a random branching history, made through the library, beside a model that keeps
 // every text whole.
-#ifndef TDM_TESTS_HOST_RANDOM_HISTORY_H
-#define TDM_TESTS_HOST_RANDOM_HISTORY_H
+#ifndef TDM_TESTS_RANDOM_HISTORY_H
+#define TDM_TESTS_RANDOM_HISTORY_H
 
 #include <map>
 #include <string>
 #include <vector>
 
 #include "container_view.h"
-#include "run_command.h"
+#include "files.h"
 #include "small_texts.h"
 
 namespace host_tests {
@@ -32,6 +32,8 @@ public:
 
     // One check-in, new branch or check-in of the same text; fails the test when the library does.
     void step();
+    // The container's bytes after some versions have been deleted, which go from `versions` too.
+    std::string pruned();
     std::string path() const { return folder_.path() + "/container"; }
     // A number from 0 to `below` - 1.
     unsigned pick(unsigned below) { return static_cast<unsigned>(make_.below(below)); }
