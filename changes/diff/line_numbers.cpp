@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <bit>
-#include <functional>
 #include <string>
 
+#include "line_hash.h"
 #include "text_lines.h"
 
 namespace norvik {
@@ -17,12 +17,12 @@ void line_numbers::reset(size_t expected) {
 
 size_t line_numbers::hash_of(std::string_view line) const {
     if (equality_ == line_equality::exact) {
-        return std::hash<std::string_view>{}(line);
+        return hash_line(line);
     }
     std::string text;
     std::copy_if(line.begin(), line.end(), std::back_inserter(text),
                  [](char c) { return c != ' ' && (c < '\t' || c > '\r'); });
-    return std::hash<std::string>{}(text);
+    return hash_line(text);
 }
 
 // The slot that holds the line, or the free one where it belongs.

@@ -57,10 +57,7 @@ bool same_line(std::string_view a, std::string_view b, line_equality equality) {
 }
 
 bool is_significant(std::string_view line) {
-    return std::any_of(line.begin(), line.end(), [](char c) {
-        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-               static_cast<unsigned char>(c) >= 0x80;
-    });
+    return std::any_of(line.begin(), line.end(), [](char c) { return is_significant(c); });
 }
 
 }  // namespace norvik

@@ -46,8 +46,14 @@ enum class line_equality {
 
 bool same_line(std::string_view a, std::string_view b, line_equality equality);
 
-// Whether a line says something of its own: it holds a letter, a digit or a byte of a longer
-// character. Blank lines and lone braces do not.
+// A letter, a digit or a byte of a longer character.
+inline bool is_significant(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+           static_cast<unsigned char>(c) >= 0x80;
+}
+
+// Whether a line says something of its own: it holds such a byte. Blank lines and lone braces do
+// not.
 bool is_significant(std::string_view line);
 
 }  // namespace norvik

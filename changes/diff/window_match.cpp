@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <span>
 
 #include "gap_match.h"
@@ -99,18 +98,22 @@ void window_matcher::number_stretches(std::span<const line_run> inside) {
     stretches_.assign(1, 0);
     // A line that has a letter or a digit in its middle counts, but with others of its length once.
     uint64_t seen = 0;
+    size_t distinct = 0;
     for (const line_run &run : inside) {
         bool full = false;
         for (int32_t i = 0; i < run.count && !full; i++) {
             const std::string_view line = base_.line(run.base_first + i);
             const char middle = line[line.size() / 2];
-            if (is_significant({&middle, 1})) {
-                seen |= uint64_t{1} << ((line.size() * 5 + static_cast<size_t>(middle)) % 64);
-                full = std::popcount(seen) >= static_cast<int>(certain_distinct);
+            if (is_significant(middle)) {
+                const size_t kind = (line.size() * 5 + static_cast<size_t>(middle)) % 64;
+                distinct += (seen >> kind & 1) == 0 ? 1 : 0;
+                seen |= uint64_t{1} << kind;
+                full = distinct >= certain_distinct;
             }
         }
         stretches_.push_back(stretches_.back() + (full ? 1 : 0));
         seen = full ? 0 : seen;
+        distinct = full ? 0 : distinct;
     }
 }
 
@@ -127,7 +130,9 @@ void window_matcher::mark_gains(const edit &window, std::span<const line_run> in
     const auto meet = [&](std::string_view line, int32_t stretch, int32_t last_met::*own,
                           int32_t last_met::*other) {
         const auto number = static_cast<size_t>(table_.number(line));
-        met.resize(std::max(met.size(), number + 1));
+        if (number == met.size()) {
+            met.emplace_back();
+        }
         met[number].*own = stretch;
         if (met[number].*other >= stretch - 1) {
             const int32_t end = std::min(stretch + 2, stretches_.back() + 1);

@@ -98,9 +98,12 @@ std::string line_range(int32_t first, int32_t count) {
 }
 
 // ", N" is left out for one line; an empty range names the line before it.
-std::string hunk_range(int32_t first, int32_t count) {
-    const std::string from = std::to_string(count == 0 ? first : first + 1);
-    return count == 1 ? from : from + "," + std::to_string(count);
+void add_range(std::string &heading, int32_t first, int32_t count) {
+    heading += std::to_string(count == 0 ? first : first + 1);
+    if (count != 1) {
+        heading += ',';
+        heading += std::to_string(count);
+    }
 }
 
 // What a hunk's heading says of moved lines. Both lists are searched from the place that the hunk
@@ -141,9 +144,11 @@ void write_hunk(hunk_writer &w, std::span<const edit> edits) {
     const int32_t after = std::min(w.options.context, w.a.count() - back.base_end);
     const edit hunk{front.base_first - before, back.base_end + after, front.file_first - before,
                     back.file_end + after};
-    const std::string heading =
-        "@@ -" + hunk_range(hunk.base_first, hunk.base_end - hunk.base_first) + " +" +
-        hunk_range(hunk.file_first, hunk.file_end - hunk.file_first) + " @@";
+    std::string heading = "@@ -";
+    add_range(heading, hunk.base_first, hunk.base_end - hunk.base_first);
+    heading += " +";
+    add_range(heading, hunk.file_first, hunk.file_end - hunk.file_first);
+    heading += " @@";
     const std::string notes = move_notes(w, hunk);
     w.out.write(w.options.color ? cyan + heading + plain : heading);
     w.out.write(notes);
