@@ -17,6 +17,7 @@
 #include "output.h"
 #include "owned_descriptor.h"
 #include "pager.h"
+#include "system_calls.h"
 #include "terminal.h"
 
 namespace norvik {
@@ -40,19 +41,19 @@ int dump(const dump_options &options, const container_reading &input) {
 
 // Runs `work` with standard output turned into a file in memory, and takes what was written there.
 int capture(const std::function<int()> &work, file_bytes *written) {
-    const owned_descriptor memory(memfd_create("dump", MFD_CLOEXEC));
-    const owned_descriptor saved(dup(STDOUT_FILENO));
+    const owned_descriptor memory(sys::memfd_create("dump", MFD_CLOEXEC));
+    const owned_descriptor saved(sys::duplicate(STDOUT_FILENO));
     if (!memory.is_open() || !saved.is_open()) {
         return say_errno("standard output", "cannot be captured", errno);
     }
     standard_output().flush();
     std::fflush(stdout);
-    if (dup2(memory.get(), STDOUT_FILENO) < 0) {
+    if (sys::dup2(memory.get(), STDOUT_FILENO) < 0) {
         return say_errno("standard output", "cannot be captured", errno);
     }
     const int status = work();
     const bool flushed = std::fflush(stdout) == 0;
-    if (dup2(saved.get(), STDOUT_FILENO) < 0 || !flushed) {
+    if (sys::dup2(saved.get(), STDOUT_FILENO) < 0 || !flushed) {
         return say_errno("standard output", "cannot be captured", errno);
     }
     const std::error_code error = written->load(memory.get());

@@ -16,6 +16,7 @@
 #include "merge_ask.h"
 #include "merge_words.h"
 #include "output.h"
+#include "system_calls.h"
 #include "usage_error.h"
 
 namespace norvik {
@@ -74,7 +75,7 @@ void take_labels(command_options *options) {
 bool is_same_file(const std::string &a, const std::string &b) {
     struct stat first {};
     struct stat second {};
-    if (stat(a.c_str(), &first) == 0 && stat(b.c_str(), &second) == 0) {
+    if (sys::stat(a.c_str(), &first) == 0 && sys::stat(b.c_str(), &second) == 0) {
         return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
     }
     return std::filesystem::path(a).lexically_normal() ==
@@ -159,6 +160,9 @@ int write_results(const command_context &context, const command_options &options
     int status = write_file(context, options.output, run.merged.text, run);
     if (status == status_done && !options.report.empty()) {
         status = write_file(context, options.report, report_text(run, options.merge), run);
+        if (status != status_done && options.output != "-" && !context.dry_run) {
+            say_of_file(options.output, "is written, but its report is not");
+        }
     }
     if (status == status_done && context.json) {
         print_merge_json(run, options.merge, options.names, options.output);

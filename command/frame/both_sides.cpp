@@ -16,6 +16,7 @@
 #include "file_lock.h"
 #include "out_of_memory.h"
 #include "owned_descriptor.h"
+#include "system_calls.h"
 
 namespace norvik {
 
@@ -31,7 +32,7 @@ public:
 
     void write(const char *bytes, size_t size) {
         while (size > 0 && error_ == 0) {
-            const ssize_t written = ::write(to_, bytes, size);
+            const ssize_t written = sys::write(to_, bytes, size);
             if (written < 0 && errno != EINTR) {
                 fail(errno);
             } else if (written > 0) {
@@ -57,7 +58,7 @@ public:
         char last = '\n';
         for (;;) {
             char buffer[4096];
-            const ssize_t size = read(from, buffer, sizeof buffer);
+            const ssize_t size = sys::read(from, buffer, sizeof buffer);
             if (size > 0) {
                 write(buffer, static_cast<size_t>(size));
                 last = buffer[size - 1];
@@ -100,7 +101,7 @@ int name_beside(const char *path, char (&beside)[PATH_MAX]) {
 // Writes the new file `beside` and gives it the name of ours; an errno value when it cannot.
 int replace_by_sides(const both_sides &sides, int ours, int theirs, const char *beside) {
     const int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
-    const owned_descriptor out(open(beside, flags, 0600));
+    const owned_descriptor out(sys::open(beside, flags, 0600));
     if (!out.is_open()) {
         return errno;
     }
@@ -108,8 +109,8 @@ int replace_by_sides(const both_sides &sides, int ours, int theirs, const char *
     write_sides(sides, ours, theirs, &writer);
     struct stat old {
     }, written{};
-    if (fstat(ours, &old) != 0 || fchmod(out.get(), old.st_mode & 07777) != 0 ||
-        fsync(out.get()) != 0 || fstat(out.get(), &written) != 0) {
+    if (sys::fstat(ours, &old) != 0 || sys::fchmod(out.get(), old.st_mode & 07777) != 0 ||
+        sys::fsync(out.get()) != 0 || sys::fstat(out.get(), &written) != 0) {
         writer.fail(errno);
     }
     const bool is_there = look_by_name(AT_FDCWD, beside, written).same;
@@ -141,11 +142,11 @@ void say_sides_are_kept() noexcept {
 }
 
 int write_both_sides(const both_sides &sides) noexcept {
-    const owned_descriptor ours(open(sides.ours, O_RDONLY | O_CLOEXEC));
+    const owned_descriptor ours(sys::open(sides.ours, O_RDONLY | O_CLOEXEC));
     if (!ours.is_open()) {
         return errno;
     }
-    const owned_descriptor theirs(open(sides.theirs, O_RDONLY | O_CLOEXEC));
+    const owned_descriptor theirs(sys::open(sides.theirs, O_RDONLY | O_CLOEXEC));
     char beside[PATH_MAX];
     if (const int error = name_beside(sides.ours, beside); error != 0) {
         return error;

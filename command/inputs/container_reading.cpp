@@ -11,6 +11,7 @@
 #include "container_change.h"
 #include "exit_status.h"
 #include "output.h"
+#include "system_calls.h"
 
 namespace norvik {
 namespace {
@@ -21,13 +22,13 @@ constexpr int not_a_file_or_pipe = -1;
 // Reads the pipe to its end, `most` bytes at most; a file in memory takes its place. 0 or an errno
 // value.
 int take_pipe(owned_descriptor *pipe, uint64_t most) {
-    owned_descriptor memory(memfd_create("container", MFD_CLOEXEC));
+    owned_descriptor memory(sys::memfd_create("container", MFD_CLOEXEC));
     if (!memory.is_open()) {
         return errno;
     }
     constexpr std::size_t piece = std::size_t{1} << 20;
     for (uint64_t taken = 0;;) {
-        const ssize_t got = splice(pipe->get(), nullptr, memory.get(), nullptr, piece, 0);
+        const ssize_t got = sys::splice(pipe->get(), memory.get(), piece);
         if (got < 0 && errno != EINTR) {
             return errno;
         }
@@ -45,8 +46,9 @@ int take_pipe(owned_descriptor *pipe, uint64_t most) {
 
 int open_input(const std::string &name, uint64_t most_of_pipe, container_reading *out) {
     // A pipe that nobody writes to is empty; waiting for its writer could last for ever.
-    out->input = owned_descriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    if (!out->input.is_open() || fstat(out->input.get(), &out->opened) != 0) {
+    out->input =
+        owned_descriptor(sys::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!out->input.is_open() || sys::fstat(out->input.get(), &out->opened) != 0) {
         return errno;
     }
     (void)fcntl(out->input.get(), F_SETFL, 0);
@@ -58,7 +60,7 @@ int open_input(const std::string &name, uint64_t most_of_pipe, container_reading
         return not_a_file_or_pipe;
     }
     const int error = take_pipe(&out->input, most_of_pipe);
-    return error == 0 && fstat(out->input.get(), &out->opened) != 0 ? errno : error;
+    return error == 0 && sys::fstat(out->input.get(), &out->opened) != 0 ? errno : error;
 }
 
 bool same_time(const timespec &a, const timespec &b) {
@@ -69,7 +71,7 @@ bool same_time(const timespec &a, const timespec &b) {
 bool was_changed(const container_reading &reading) {
     const struct stat &then = reading.opened;
     struct stat now {};
-    return fstat(reading.input.get(), &now) != 0 || now.st_size != then.st_size ||
+    return sys::fstat(reading.input.get(), &now) != 0 || now.st_size != then.st_size ||
            !same_time(now.st_mtim, then.st_mtim) ||
            (now.st_nlink == then.st_nlink && !same_time(now.st_ctim, then.st_ctim));
 }

@@ -9,6 +9,7 @@
 #include "container_view.h"
 #include "out_of_memory.h"
 #include "output.h"
+#include "system_calls.h"
 
 namespace norvik {
 
@@ -27,7 +28,7 @@ int working_file::read(const std::string &name) {
     }
     const int status = told(input_.read(source_.get(), name));
     struct stat found {};
-    if (fstat(source_.get(), &found) != 0 || !S_ISREG(found.st_mode)) {
+    if (sys::fstat(source_.get(), &found) != 0 || !S_ISREG(found.st_mode)) {
         source_ = owned_descriptor();
     }
     return status;
@@ -71,7 +72,7 @@ int working_file::prepare(std::string_view text, const std::string &identifier,
         return status_trouble;
     }
     const locked_file &locked = replacement_.file();
-    if (!source_.is_open() || fstat(source_.get(), &read) != 0 ||
+    if (!source_.is_open() || sys::fstat(source_.get(), &read) != 0 ||
         read.st_dev != locked.status.st_dev || read.st_ino != locked.status.st_ino) {
         say_of_file(name_, "was replaced by somebody else meanwhile; it is left as it is");
         return status_trouble;

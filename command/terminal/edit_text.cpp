@@ -12,6 +12,7 @@
 #include "exit_status.h"
 #include "output.h"
 #include "private_file.h"
+#include "system_calls.h"
 
 namespace norvik {
 
@@ -58,7 +59,7 @@ int edit_text(std::string *text) {
         return status_trouble;
     }
     // Many editors write a new file and rename it.
-    const owned_descriptor edited(open(file.path().c_str(), O_RDONLY | O_CLOEXEC));
+    const owned_descriptor edited(sys::open(file.path().c_str(), O_RDONLY | O_CLOEXEC));
     file_bytes bytes;
     error = edited.is_open() ? bytes.load(edited.get()) : last_error();
     if (error) {

@@ -13,6 +13,7 @@
 #include "escaped_text.h"
 #include "exit_status.h"
 #include "out_of_memory.h"
+#include "system_calls.h"
 
 namespace norvik {
 
@@ -55,7 +56,7 @@ std::string done_before_output;  // what has been done, whatever becomes of stan
 }  // namespace
 
 output_writer::output_writer(int descriptor, std::string name)
-    : descriptor_(fcntl(descriptor, F_DUPFD_CLOEXEC, 0)),
+    : descriptor_(sys::duplicate(descriptor)),
       error_(descriptor_.is_open() ? 0 : errno),
       name_(std::move(name)) {}
 
@@ -64,7 +65,7 @@ output_writer::output_writer(owned_descriptor descriptor, std::string name)
 
 void output_writer::write_out(const char *bytes, size_t size) {
     while (size > 0 && error_ == 0) {
-        const ssize_t written = ::write(descriptor_.get(), bytes, size);
+        const ssize_t written = sys::write(descriptor_.get(), bytes, size);
         if (written < 0 && errno != EINTR) {
             error_ = errno;
         } else if (written > 0) {
@@ -97,7 +98,7 @@ void output_writer::flush() {
 
 int output_writer::close_and_take_error() {
     flush();
-    if (descriptor_.is_open() && close(descriptor_.release()) != 0 && error_ == 0 &&
+    if (descriptor_.is_open() && sys::close(descriptor_.release()) != 0 && error_ == 0 &&
         errno != EINTR) {
         error_ = errno;
     }

@@ -177,10 +177,9 @@ result<> file_replacement::put_in_place() {
     if (auto may_go = look_before_parting(); !may_go) {
         return may_go;
     }
-    if (auto renamed = temporary_.put_in_place(); !renamed) {
+    if (auto renamed = temporary_.put_in_place(options_.note_replaced); !renamed) {
         return renamed;
     }
-    options_.note_replaced();
     struct stat now {};
     if (may_not_part() && sys::fstat(file_.descriptor.get(), &now) == 0 && now.st_nlink > 0) {
         options_.tell(refusal(file_.name,

@@ -112,11 +112,11 @@ result<> temporary_file::create(const locked_file &target) {
             if (error == std::errc::file_exists) {
                 continue;
             }
-            return system_failure(target.path, "cannot create a file beside it", error);
+            return system_failure(target.name, "cannot create a file beside it", error);
         }
         const bool locked = sys::flock(descriptor_.get(), LOCK_EX | LOCK_NB) == 0;
         if (!locked && errno != EWOULDBLOCK) {
-            return system_failure(target.path, "cannot lock the file beside it", last_error());
+            return system_failure(target.name, "cannot lock the file beside it", last_error());
         }
         if (locked && look_at_own_name().same) {
             return {};
@@ -124,7 +124,7 @@ result<> temporary_file::create(const locked_file &target) {
         // A command that clears away dead files came before the lock: this file goes, or is gone.
         remove();
     }
-    return refusal(target.path, "cannot create a file beside it");
+    return refusal(target.name, "cannot create a file beside it");
 }
 
 second_look temporary_file::look_at_own_name() const {
@@ -134,7 +134,7 @@ second_look temporary_file::look_at_own_name() const {
                : second_look{false, last_error()};
 }
 
-result<> temporary_file::put_in_place() {
+result<> temporary_file::put_in_place(void (*note_replaced)() noexcept) {
     const int folder = target_->folder.get();
     const std::string &name = target_->name;
     if (const second_look seen = look_at_own_name(); seen.error) {
@@ -149,6 +149,7 @@ result<> temporary_file::put_in_place() {
     if (renamed != 0) {
         return system_failure(name, "cannot be put in place", last_error());
     }
+    note_replaced();
     forget_path();
     struct stat written {};
     const second_look seen = sys::fstat(descriptor_.get(), &written) == 0

@@ -27,8 +27,8 @@ public:
 
     // Gives it the target's name, in the place of what has that name or, when the target did not
     // exist, only when nothing has it. Looks before and after whether it is this file that the name
-    // leads to.
-    result<> put_in_place();
+    // leads to; `note_replaced` is called in between, as soon as it has the name.
+    result<> put_in_place(void (*note_replaced)() noexcept);
 
     void remove();
 

@@ -11,6 +11,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 
@@ -26,6 +27,8 @@ enum class call {
     map,
     memory_file,
     sync,
+    close,
+    splice,
     duplicate,
     lock,
     rename,
@@ -92,10 +95,29 @@ inline int memfd_create(const char *name, unsigned flags) {
 inline int fsync(int descriptor) {
     return fails(call::sync) ? -1 : ::fsync(descriptor);
 }
+inline int duplicate(int descriptor) {
+    return fails(call::duplicate) ? -1 : ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+}
+// Makes `as` another descriptor of the same file.
+inline int dup2(int descriptor, int as) {
+    return fails(call::duplicate) ? -1 : ::dup2(descriptor, as);
+}
+// Moves bytes of a pipe to a file, from where both stand.
+inline ssize_t splice(int pipe, int to, std::size_t count) {
+    return fails(call::splice, &count) ? -1 : ::splice(pipe, nullptr, to, nullptr, count, 0);
+}
+// Closes it whatever comes back.
+inline int close(int descriptor) {
+    const bool reported = fails(call::close);
+    const int error = reported ? errno : 0;
+    const int closed = ::close(descriptor);
+    errno = reported ? error : errno;
+    return reported ? -1 : closed;
+}
 // Whether closing it would report a write that failed; the descriptor itself stays open.
 inline int close_copy(int descriptor) {
     const int copy = fails(call::duplicate) ? -1 : ::dup(descriptor);
-    return copy < 0 ? -1 : ::close(copy);
+    return copy < 0 ? -1 : close(copy);
 }
 inline int flock(int descriptor, int operation) {
     return fails(call::lock) ? -1 : ::flock(descriptor, operation);

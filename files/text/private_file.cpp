@@ -44,7 +44,7 @@ const char *digits_of(unsigned number, char (&room)[most_digits + 1]) {
 // Whether nobody but us and the superuser can rename what we make in the folder.
 bool is_safe(const char *path) {
     struct stat status {};
-    return stat(path, &status) == 0 && S_ISDIR(status.st_mode) &&
+    return sys::stat(path, &status) == 0 && S_ISDIR(status.st_mode) &&
            (status.st_uid == geteuid() || status.st_uid == 0) &&
            ((status.st_mode & (S_IWGRP | S_IWOTH)) == 0 || (status.st_mode & S_ISVTX) != 0);
 }

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "header_reader.h"
+#include "system_calls.h"
 
 namespace norvik {
 namespace {
@@ -85,7 +86,7 @@ const version_record *version_by_name(const container_view &view, std::string_vi
 
 int open_container(const std::string &path, container_view *out) {
     // A pipe that nobody writes to is empty; waiting for its writer could last for ever.
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    const int descriptor = sys::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) {
         return errno;
     }
