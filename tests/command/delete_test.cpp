@@ -69,7 +69,9 @@ TEST_F(pruning, says_what_is_gone_and_what_stays) {
     EXPECT_NE(tdm("delete c draft@1 draft@2 --dry-run")
                   .err.find("branch draft: would stay without versions, for branch deep\n"),
               std::string::npos);
-    EXPECT_EQ(tdm("delete c main@2 main@4 deep@1 --yes").out, told);
+    const command_result done = tdm("delete c main@2 main@4 deep@1 --yes");
+    EXPECT_EQ(done.out, told);
+    EXPECT_EQ(done.err, planned.err);
     EXPECT_EQ(tdm("verify c").out, "c: sound, 5 versions\n");
     EXPECT_EQ(tdm("checkout c main@3").out, "a\nstays\nb\n}\n");
     EXPECT_EQ(tdm("checkout c draft@2").out, "a\nb\ndraft\nmore\n");
@@ -93,7 +95,9 @@ TEST_F(pruning, purge_leaves_no_byte_of_the_secret) {
                                "tdm: would not be purged, because"),
               std::string::npos);
     EXPECT_NE(read_file("c").find("SECRET"), std::string::npos);
-    EXPECT_EQ(tdm("purge c main@2 --yes").out, told);
+    const command_result done = tdm("purge c main@2 --yes");
+    EXPECT_EQ(done.out, told);
+    EXPECT_EQ(done.err, planned.err);
     EXPECT_EQ(read_file("c").find("SECRET"), std::string::npos);
     EXPECT_EQ(tdm("verify c").out, "c: sound, 4 versions\n");
     EXPECT_EQ(tdm("checkout c main@3").out, "a\nstays\nb\n}\n");

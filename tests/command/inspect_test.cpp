@@ -161,7 +161,9 @@ TEST_F(inspection, scripts_get_what_is_written_here) {
          "script -qec \"$TDM annotate d --no-pager\" /dev/null | grep -o 'e.2J'",
          "e[2J\n"},
         {"cp c d; script -qec \"$TDM import d t\" /dev/null | grep -c importing", "0\n"},
-        {"cp c d; echo n | script -qec \"$TDM delete d main@4\" /dev/null >/dev/null; cmp c d", ""},
+        {"cp c d; echo n | script -qec \"$TDM delete d main@4\" /dev/null | grep -o 'tdm: "
+         "Delete.*]'; cmp c d",
+         "tdm: Delete 1 version? [y/N]\n"},
         {"cp c d; echo y | script -qec \"$TDM delete d main@4\" /dev/null >/dev/null; cmp -s c d; "
          "echo $?",
          "1\n"},
