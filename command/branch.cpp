@@ -63,10 +63,10 @@ int run_branch(const command_context &context, const branch_options &options) {
                               status_record_text(change.old, true) + version_record_text(fresh) +
                                   branch_record_text(branch)};
     done_report report = report_of_versions(options.name, 0, 0);
-    const int status = told(change.replacement.commit(saying([&](int descriptor) {
-        container_view view;
-        return prove_addition(change.old, descriptor, added, &view);
-    })));
+    const int status = told(change.replacement.commit([&](int descriptor) -> result<> {
+        const auto view = prove_addition(change.old, descriptor, added);
+        return view ? result<>() : view.failure();
+    }));
     if (status == status_done) {
         tell_versions(context, std::move(report));
     }

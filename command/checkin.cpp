@@ -74,11 +74,10 @@ int commit(container_change &change, const checkin_plan &plan, const version_rec
                               status_record_text(change.old, plan.adds_branch) +
                                   version_record_text(fresh) +
                                   (plan.adds_branch ? branch_record_text(branch) : "")};
-    return told(change.replacement.commit(saying([&](int descriptor) {
-        container_view view;
-        const int status = prove_addition(change.old, descriptor, added, &view);
-        return status == status_done ? prove_text(view, plan.id, text) : status;
-    })));
+    return told(change.replacement.commit([&](int descriptor) -> result<> {
+        const auto view = prove_addition(change.old, descriptor, added);
+        return view ? prove_text(*view, plan.id, text) : view.failure();
+    }));
 }
 
 // Stores `input` as the next version, up to telling its name.

@@ -39,11 +39,10 @@ int rehearse(const container_change &change, const deletion_request &request) {
     if (status != status_done) {
         return status;
     }
-    if (const int error = open_container(memory.descriptor(), change.old.name, &after);
-        error != 0) {
-        return say_errno(change.old.name, "the new container cannot be read", error);
-    }
-    if (prove_survivors(change.old, after, request) != status_done) {
+    if (told(open_container(memory.descriptor(), change.old.name,
+                            "the new container cannot be read"),
+             &after) != status_done ||
+        prove_survivors(change.old, after, request) != status_done) {
         return status_trouble;
     }
     tell_plan(describe_deletion(change.old, after, request, telling::planned));
@@ -54,10 +53,9 @@ int prove_and_ask(const command_context &context, const delete_options &options,
                   const container_change &change, const deletion_request &request, int descriptor,
                   done_report *report) {
     container_view after;
-    if (const int error = open_container(descriptor, change.old.name, &after); error != 0) {
-        return say_errno(change.old.name, "the new container cannot be read", error);
-    }
-    if (prove_survivors(change.old, after, request) != status_done) {
+    if (told(open_container(descriptor, change.old.name, "the new container cannot be read"),
+             &after) != status_done ||
+        prove_survivors(change.old, after, request) != status_done) {
         return status_trouble;
     }
     *report = report_of_change(change.old.name, "the deletion",

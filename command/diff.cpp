@@ -72,10 +72,10 @@ int load_versions(const diff_options &options, diff_run *run) {
         return status_trouble;
     }
     run->files.resize(2);
-    int status = load_version_text(view, first->id, version_name(view, first->id), &run->files[0]);
-    if (status == status_done) {
-        status =
-            load_version_text(view, second->id, version_name(view, second->id), &run->files[1]);
+    int status = status_done;
+    for (std::size_t i = 0; i < 2 && status == status_done; i++) {
+        const version_id id = (i == 0 ? first : second)->id;
+        status = told(load_version_text(view, id, version_name(view, id), &run->files[i]));
     }
     return unless_changed(input, status);
 }

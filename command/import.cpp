@@ -185,12 +185,11 @@ int prove_next(history_proof &proof, const imported_version &version) {
 
 // Reads every file again and compares it with its version.
 int prove_all(const import_run &run, const added_records &added, int descriptor, progress &bar) {
-    container_view fresh;
-    const int status = prove_addition(run.change.old, descriptor, added, &fresh);
-    if (status != status_done) {
-        return status;
+    const auto fresh = prove_addition(run.change.old, descriptor, added);
+    if (!fresh) {
+        return tell(fresh.failure());
     }
-    history_proof proof(fresh, {added.branch, added.first},
+    history_proof proof(*fresh, {added.branch, added.first},
                         static_cast<uint32_t>(run.versions.size()));
     for (size_t i = 0; i < run.versions.size(); i++) {
         if (prove_next(proof, run.versions[i]) != status_done) {

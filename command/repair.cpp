@@ -83,8 +83,9 @@ sentences describe_repair(const container_view &view, const repair_verdict &verd
 int prove_repaired(const container_view &view, const version_tree &tree,
                    const repair_verdict &verdict, const std::string &name, int descriptor) {
     container_view repaired;
-    if (const int error = open_container(descriptor, name, &repaired); error != 0) {
-        return say_errno(name, "the new container cannot be read", error);
+    if (told(open_container(descriptor, name, "the new container cannot be read"), &repaired) !=
+        status_done) {
+        return status_trouble;
     }
     if (const auto faults = check_container(repaired, false, {}).faults; !faults.empty()) {
         (void)tell(damaged(repaired, faults.front().what));

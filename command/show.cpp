@@ -52,11 +52,11 @@ int read_change(const container_view &view, version_change *change) {
     int status = told(hold_text("/dev/null", "", &change->texts[0]));
     if (change->has_predecessor) {
         change->predecessor = tree.versions[before];
-        status = load_version_text(view, change->predecessor,
-                                   version_name(view, change->predecessor), &change->texts[0]);
+        status = told(load_version_text(
+            view, change->predecessor, version_name(view, change->predecessor), &change->texts[0]));
     }
-    if (status != status_done ||
-        load_version_text(view, id, version_name(view, id), &change->texts[1]) != status_done) {
+    if (status != status_done || told(load_version_text(view, id, version_name(view, id),
+                                                        &change->texts[1])) != status_done) {
         return status_trouble;
     }
     comparison compared;

@@ -9,10 +9,10 @@
 #include "common_options.h"
 #include "container_check.h"
 #include "container_reading.h"
+#include "digests_file.h"
 #include "escaped_text.h"
 #include "failure_words.h"
 #include "json_text.h"
-#include "kept_digests.h"
 #include "output.h"
 #include "progress.h"
 #include "random_digits.h"
@@ -145,14 +145,13 @@ int verify_one(const command_context &context, const std::string &name, const ke
 int run_verify(const command_context &context, const verify_options &options) {
     json_writer json(verify_schema);
     json.begin_array("containers");
-    kept_digests kept;
-    const bool compares = !options.digests.empty();
-    if (compares && kept.read(options.digests) != status_done) {
+    std::optional<kept_digests> kept;
+    if (!options.digests.empty() && !(kept = read_digests(options.digests))) {
         return status_trouble;
     }
     int status = status_done;
     for (const std::string &name : options.containers) {
-        status = std::max(status, verify_one(context, name, compares ? &kept : nullptr,
+        status = std::max(status, verify_one(context, name, kept ? &*kept : nullptr,
                                              context.json ? &json : nullptr));
     }
     if (context.json) {

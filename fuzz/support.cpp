@@ -7,6 +7,7 @@
 #include <list>
 
 #include "cli.h"
+#include "failure_words.h"
 #include "output.h"
 #include "structure.h"
 #include "targets.h"
@@ -126,7 +127,8 @@ held_file::held_file(std::string_view bytes) {
 }
 
 held_container::held_container(std::string_view bytes)
-    : file(bytes), opened(norvik::open_container(file.descriptor(), "input", &view) == 0) {}
+    : file(bytes),
+      opened(norvik::told(norvik::open_container(file.descriptor(), "input"), &view) == 0) {}
 
 std::optional<std::string> library_text(const held_container &container, std::string_view oid,
                                         uint32_t annotation) {

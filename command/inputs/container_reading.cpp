@@ -10,6 +10,7 @@
 
 #include "container_change.h"
 #include "exit_status.h"
+#include "failure_words.h"
 #include "output.h"
 #include "system_calls.h"
 
@@ -85,8 +86,12 @@ int open_to_judge(const std::string &name, container_reading *out, uint64_t most
         say_of_file(name, "is neither a regular file nor a pipe");
         return status_trouble;
     }
-    error = error != 0 ? error : open_container(out->input.get(), name, &out->view);
-    error = error != 0 ? error : out->path.read_from(out->input.get()).value();
+    if (error == 0) {
+        if (told(open_container(out->input.get(), name), &out->view) != status_done) {
+            return status_trouble;
+        }
+        error = out->path.read_from(out->input.get()).value();
+    }
     out->shown = shown_path(out->path.path(), name);
     return error == 0 ? int{status_done} : say_errno(name, "cannot be read", error);
 }

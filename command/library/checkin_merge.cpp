@@ -11,7 +11,8 @@ namespace norvik {
 namespace {
 
 int load(const container_view &view, const version_record &version, lined_text *out) {
-    const int status = load_version_text(view, version.id, version_name(view, version.id), out);
+    const int status =
+        told(load_version_text(view, version.id, version_name(view, version.id), out));
     return status == status_done ? told(read_lines(out)) : status;
 }
 

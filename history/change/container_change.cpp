@@ -111,9 +111,9 @@ int container_change::open(const std::string &name) {
     if (status != status_done) {
         return status;
     }
-    const int error = open_container(replacement.file().descriptor.get(), name, &old);
-    if (error != 0) {
-        return say_errno(name, "cannot be read", error);
+    status = told(open_container(replacement.file().descriptor.get(), name), &old);
+    if (status != status_done) {
+        return status;
     }
     status = check_structure(old);
     if (status != status_done) {

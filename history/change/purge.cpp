@@ -8,6 +8,7 @@
 #include <unordered_set>
 
 #include "exit_status.h"
+#include "failure_words.h"
 #include "memory_file.h"
 #include "output.h"
 #include "weave_cursor.h"
@@ -154,27 +155,24 @@ int purge_into(const container_view &before, const std::string &container_path, 
                const deletion_request &request, int descriptor, container_view *after,
                purge_result *result) {
     memory_file memory;
-    std::error_code error = memory.create(before.name);
-    if (error) {
+    if (const std::error_code error = memory.create(before.name); error) {
         return say_errno(before.name, "no memory for the new container", error);
     }
     if (delete_into(before, container_path, request, memory.path()) != status_done) {
         return status_trouble;
     }
     container_view without_version;
-    error = system_error(open_container(memory.descriptor(), before.name, &without_version));
-    if (error) {
-        return say_errno(before.name, "cannot be read without the version", error);
+    if (told(open_container(memory.descriptor(), before.name, "cannot be read without the version"),
+             &without_version) != status_done) {
+        return status_trouble;
     }
     const text_set secret = lines_to_take_out(before, version, request, result);
     if (write_without(without_version, secret, request, descriptor) != status_done) {
         return status_trouble;
     }
-    error = system_error(open_container(descriptor, before.name, after));
-    if (error) {
-        return say_errno(before.name, "the new container cannot be read", error);
-    }
-    if (prove_survivors(before, *after, request) != status_done) {
+    if (told(open_container(descriptor, before.name, "the new container cannot be read"), after) !=
+            status_done ||
+        prove_survivors(before, *after, request) != status_done) {
         return status_trouble;
     }
     return search(*after, secret, request, result);

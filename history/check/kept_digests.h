@@ -1,5 +1,5 @@
-// The digests of texts that an earlier `tdm verify --json` has printed: with them a changed byte of
-// text is seen, for which the format itself has no checksum.
+// The digests of texts as they once were: with them a changed byte of text is seen, for which the
+// format itself has no checksum.
 #ifndef NORVIK_KEPT_DIGESTS_H
 #define NORVIK_KEPT_DIGESTS_H
 
@@ -10,24 +10,31 @@
 
 namespace norvik {
 
+struct kept_version {
+    std::string name;
+    std::string digest;  // the fingerprint of its text, as hexadecimal() spells it
+};
+
 class kept_digests {
 public:
-    // Reads the file `name`; 0, or status_trouble after a message.
-    [[nodiscard]] int read(const std::string &name);
+    // `source` is what faults call the list.
+    explicit kept_digests(std::string source) : source_(std::move(source)) {}
 
-    // Adds a fault to `check`, whose totals have fingerprints, for every version that the file
-    // lists for this container and that is not there or reads otherwise. Versions are known by
-    // their identifiers; the container by its name, or by being the only one that the file lists.
+    // Adds a container, which may have no versions, and one of its versions.
+    void add(const std::string &container) { containers_[container]; }
+    void add(const std::string &container, const std::string &identifier, kept_version version) {
+        containers_[container][identifier] = std::move(version);
+    }
+
+    // Adds a fault to `check`, whose totals have fingerprints, for every version that is listed for
+    // this container and that is not there or reads otherwise. Versions are known by their
+    // identifiers; the container by its name, or by being the only one that is listed.
     void compare(const container_view &view, container_check *check) const;
 
 private:
-    struct kept_version {
-        std::string name;
-        std::string digest;
-    };
     using versions_by_identifier = std::map<std::string, kept_version, std::less<>>;
 
-    std::string file_;
+    std::string source_;
     std::map<std::string, versions_by_identifier> containers_;
 };
 

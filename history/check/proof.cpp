@@ -4,8 +4,6 @@
 #include <cstring>
 #include <vector>
 
-#include "exit_status.h"
-#include "output.h"
 #include "record_line.h"
 #include "record_text.h"
 #include "structure.h"
@@ -78,9 +76,8 @@ bool differs_by_additions_only(std::string_view old, std::string_view fresh,
     }
 }
 
-int refused(const container_view &view, const char *reason) {
-    say_of_file(view.name, std::string("the new container is refused: ") + reason);
-    return status_trouble;
+failure refused(const container_view &view, const char *reason) {
+    return refusal(view.name, std::string("the new container is refused: ") + reason);
 }
 
 }  // namespace
@@ -112,11 +109,11 @@ bool version_equals(const container_view &view, version_id id, std::string_view 
     return equal && rest.empty() && !broken;
 }
 
-int prove_addition(const container_view &old, int descriptor, const added_records &added,
-                   container_view *fresh) {
-    const int error = open_container(descriptor, old.name, fresh);
-    if (error != 0) {
-        return say_errno(old.name, "the new container cannot be read", error);
+result<container_view> prove_addition(const container_view &old, int descriptor,
+                                      const added_records &added) {
+    auto fresh = open_container(descriptor, old.name, "the new container cannot be read");
+    if (!fresh) {
+        return fresh;
     }
     std::string_view bytes = fresh->bytes.view();
     if (!fresh->header_damages.empty() || !bytes.starts_with(added.header)) {
@@ -135,13 +132,17 @@ int prove_addition(const container_view &old, int descriptor, const added_record
         return refused(old, "it does not keep what the old one holds");
     }
     // New records can be too many and change no text yet, as a deletion within one.
-    return scan_structure(*fresh) ? refused(old, "it is not sound") : int{status_done};
+    if (scan_structure(*fresh)) {
+        return refused(old, "it is not sound");
+    }
+    return fresh;
 }
 
-int prove_text(const container_view &fresh, version_id id, std::string_view text) {
-    return version_equals(fresh, id, text)
-               ? int{status_done}
-               : refused(fresh, "the version read back from it is not the text that was given");
+result<> prove_text(const container_view &fresh, version_id id, std::string_view text) {
+    if (!version_equals(fresh, id, text)) {
+        return refused(fresh, "the version read back from it is not the text that was given");
+    }
+    return {};
 }
 
 }  // namespace norvik

@@ -23,16 +23,16 @@ struct added_records {
 [[nodiscard]] std::string version_record_text(const version_record &version);
 [[nodiscard]] std::string branch_record_text(const branch_record &branch);
 
-// Opens the new container by `descriptor` into `fresh` and compares: its first lines are
+// Opens the new container by `descriptor` and compares: its first lines are
 // `added.header`; with them, and with the records and lines of the new versions, taken out, the
 // rest is the old container from its second line on, byte for byte; and scan_structure finds the
 // new one sound. At the speed of memory.
-// Returns 0, or status_trouble after a message that names the container as the old one.
-[[nodiscard]] int prove_addition(const container_view &old, int descriptor,
-                                 const added_records &added, container_view *fresh);
+// Gives the new container, or a failure that names it as the old one.
+result<container_view> prove_addition(const container_view &old, int descriptor,
+                                      const added_records &added);
 
-// Proves that the version reads back as `text`; 0, or status_trouble after a message.
-[[nodiscard]] int prove_text(const container_view &fresh, version_id id, std::string_view text);
+// Proves that the version reads back as `text`.
+result<> prove_text(const container_view &fresh, version_id id, std::string_view text);
 
 // Whether the version's text, by its lineage, is exactly `text`. A container that cannot be walked
 // is not.

@@ -1,16 +1,9 @@
 #include "container_view.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <cstring>
-#include <utility>
 
 #include "header_reader.h"
-#include "system_calls.h"
 
 namespace norvik {
 namespace {
@@ -84,28 +77,17 @@ const version_record *version_by_name(const container_view &view, std::string_vi
 
 }  // namespace
 
-int open_container(const std::string &path, container_view *out) {
-    // A pipe that nobody writes to is empty; waiting for its writer could last for ever.
-    const int descriptor = sys::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) {
-        return errno;
-    }
-    (void)fcntl(descriptor, F_SETFL, 0);
-    const int result = open_container(descriptor, path, out);
-    close(descriptor);
-    return result;
-}
-
-int open_container(int descriptor, const std::string &name, container_view *out) {
-    *out = container_view{};
-    out->name = name;
-    std::error_code error = out->rights.add(descriptor);
-    error = error ? error : out->bytes.load(descriptor);
+result<container_view> open_container(int descriptor, const std::string &name,
+                                      std::string_view otherwise) {
+    container_view view;
+    view.name = name;
+    std::error_code error = view.rights.add(descriptor);
+    error = error ? error : view.bytes.load(descriptor);
     if (error) {
-        return error.value();
+        return system_failure(name, otherwise, error);
     }
-    read_header(out->bytes.view(), out);
-    return 0;
+    read_header(view.bytes.view(), &view);
+    return view;
 }
 
 const version_record *find_version(const container_view &view, version_id id) {

@@ -1,7 +1,8 @@
 // A container as the commands see it: its bytes, mapped read-only, and the records of its header.
 //
 // Opening reads the header once; the weave is left to the passes in structure.h and weave_scan.h.
-// Record order is the file's (newest first). Views into the bytes live as long as the container.
+// Record order is the file's (newest first). Views into the bytes live as long as the container,
+// also when it is moved.
 #ifndef NORVIK_CONTAINER_VIEW_H
 #define NORVIK_CONTAINER_VIEW_H
 
@@ -30,12 +31,11 @@ struct container_view : container_header {
     mutable std::unordered_map<uint64_t, std::size_t> branch_by_number;
 };
 
-// Opens and reads a container. Results: 0 (also for a damaged header: see header_damages), or the
-// errno value that says why the file cannot be read (EISDIR for a folder). Prints nothing.
-[[nodiscard]] int open_container(const std::string &path, container_view *out);
-
-// The same on an open descriptor, which stays the caller's; `name` is used in messages only.
-[[nodiscard]] int open_container(int descriptor, const std::string &name, container_view *out);
+// Reads the container in an open file, from its start; the file stays the caller's. A damaged
+// header is no failure (see header_damages). `name` is what failures call it, `otherwise` their
+// reason.
+result<container_view> open_container(int descriptor, const std::string &name,
+                                      std::string_view otherwise = "cannot be read");
 
 // The version's record, deleted ones included; null when there is none. Where a damaged container
 // has several, the live one counts, then the first.

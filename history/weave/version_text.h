@@ -7,9 +7,9 @@
 
 namespace norvik {
 
-// `name` is what messages and headings call the text. 0, or status_trouble after a message.
-[[nodiscard]] int load_version_text(const container_view &view, version_id id,
-                                    const std::string &name, text_file *out);
+// `name` is what messages and headings call the text.
+result<> load_version_text(const container_view &view, version_id id, const std::string &name,
+                           text_file *out);
 
 }  // namespace norvik
 

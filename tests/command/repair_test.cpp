@@ -6,9 +6,10 @@
 #include <cstdlib>
 
 #include "container_repair.h"
-#include "kept_digests.h"
+#include "digests_file.h"
 #include "random_history.h"
 #include "run_command.h"
+#include "sample_container.h"
 #include "weave_soundness.h"
 
 namespace {
@@ -79,10 +80,7 @@ bool texts_are_the_same(const container_view &view, const random_history &histor
 judgement judge(const std::string &bytes, const random_history &history,
                 const norvik::kept_digests &kept) {
     judgement result;
-    container_view view;
-    container_view repaired;
-    write_file("damaged", bytes);
-    EXPECT_EQ(norvik::open_container(std::string("damaged"), &view), 0);
+    const container_view view = opened(bytes);
     norvik::container_check check = norvik::check_container(view, true, {});
     result.sound = check.faults.empty();
     // What is wrong with the first branch or version alone no text needs.
@@ -103,7 +101,7 @@ judgement judge(const std::string &bytes, const random_history &history,
     norvik::output_writer out(open("repaired", O_WRONLY), "repaired");
     norvik::write_repaired(view, check, verdict, &out);
     EXPECT_EQ(out.finish(), 0);
-    EXPECT_EQ(norvik::open_container(std::string("repaired"), &repaired), 0);
+    const container_view repaired = opened(read_file("repaired"));
     for (const auto &[id, version] : history.versions) {
         const norvik::version_record *saved = norvik::find_version_by_oid(repaired, version.oid);
         if (saved != nullptr && host_tests::text_of_version(repaired, saved->id) != version.text) {
@@ -132,16 +130,16 @@ TEST(repair, saves_no_version_with_another_text) {
         random_history history(seed, 12 + static_cast<int>(seed % 20));
         const std::string bytes = seed % 2 == 0 ? history.pruned() : read_file(history.path());
         const std::vector<std::string> lines = split_lines(bytes);
-        norvik::kept_digests kept;
         write_file("whole", bytes);
         write_file("digests", tdm("verify --json whole").out);
-        ASSERT_EQ(kept.read("digests"), 0);
+        const auto kept = norvik::read_digests("digests");
+        ASSERT_TRUE(kept);
         for (int round = 0; round < rounds; round++) {
             SCOPED_TRACE(round);
             const damage_case first = random_damage(lines, history);
             const damage_case second = random_damage(lines, history);
             const std::string once = damaged(lines, {second});
-            const judgement one = judge(once, history, kept);
+            const judgement one = judge(once, history, *kept);
             unseen += one.unseen ? 1 : 0;
             seen += one.sound ? 0 : 1;
             if (one.sound) {
@@ -150,8 +148,9 @@ TEST(repair, saves_no_version_with_another_text) {
             EXPECT_EQ(one.wrong, "");
             saved += one.saved;
             total += history.versions.size();
-            if (first.line != second.line && !judge(damaged(lines, {first}), history, kept).sound) {
-                EXPECT_EQ(judge(damaged(lines, {first, second}), history, kept).wrong, "")
+            if (first.line != second.line &&
+                !judge(damaged(lines, {first}), history, *kept).sound) {
+                EXPECT_EQ(judge(damaged(lines, {first, second}), history, *kept).wrong, "")
                     << "two damages";
             }
         }

@@ -2,14 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include "files.h"
+#include "memory_file.h"
 
 norvik::container_view opened(std::string_view bytes) {
-    const scratch_folder folder;
-    write_file("c", bytes);
-    norvik::container_view view;
-    EXPECT_EQ(norvik::open_container(std::string("c"), &view), 0);
-    return view;
+    norvik::memory_file file;
+    EXPECT_FALSE(file.create("c") || file.write(bytes));
+    auto view = norvik::open_container(file.descriptor(), "c");
+    EXPECT_TRUE(view);
+    return std::move(*view);
 }
 
 std::string spoiled_container(std::string_view from, std::string_view to) {
