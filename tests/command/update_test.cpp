@@ -94,11 +94,11 @@ TEST_F(update, text_that_changes_before_the_rename_stays) {
 }
 
 TEST_F(update, checkin_is_held_against_what_the_file_was_made_from) {
-    ASSERT_EQ(tdm("branch c dev main@1").status, 0);
-    ASSERT_EQ(tdm("branch c dev2 dev@0").status, 0);
     // A branch without versions, for another one that hangs on it.
     ASSERT_EQ(tdm("checkin c - --branch bare --from main@1", {.input = "x"}).status, 0);
     ASSERT_EQ(tdm("branch c sub bare@1").status + tdm("delete c bare@1 --yes").status, 0);
+    ASSERT_EQ(tdm("branch c dev main@1").status, 0);
+    ASSERT_EQ(tdm("branch c dev2 dev@0").status, 0);
     const struct {
         std::string words;
         int status;
