@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include "compared_texts.h"
+#include "edit_slide.h"
 #include "gap_match.h"
+#include "moved_text.h"
 #include "small_texts.h"
 
 namespace {
@@ -203,6 +205,86 @@ TEST(edit_list, pairs_of_lines_are_checked_against_the_texts) {
                                                               {{{0, 0, 3}}, {{0, 1, 9}}}, {}, {});
     EXPECT_EQ(found.edits, (std::vector<norvik::edit>{{1, 2, 1, 2}}));
     EXPECT_EQ(found.moves, (std::vector<norvik::line_run>{}));
+}
+
+// Without refinement nothing else pairs the lines.
+TEST(edit_list, common_ends_are_pairs) {
+    const compared_texts compared({lines_of("a b c d"), lines_of("a X d")});
+    const norvik::file_edits found = norvik::edits_from_pairs(
+        compared.lines[0], compared.lines[1], {}, {1, 2, 2}, {norvik::line_equality::exact, false});
+    EXPECT_EQ(found.edits, (std::vector<norvik::edit>{{1, 3, 1, 2}}));
+}
+
+TEST(edit_slide, whole_edits_come_to_stand_as_written_here) {
+    const struct {
+        const char *name, *base, *file;
+        std::vector<norvik::edit> edits, settled;
+    } rows[] = {
+        {"an insertion stands last", "a b b c", "a b b b c", {{1, 1, 1, 2}}, {{3, 3, 3, 4}}},
+        {"so does a deletion", "a b b c", "a b c", {{1, 2, 1, 1}}, {{2, 3, 2, 2}}},
+        {"of several lines", "a b c b d", "a b d", {{1, 3, 1, 1}}, {{2, 4, 2, 2}}},
+        {"a change has one place", "a b b c", "a x b c", {{1, 2, 1, 2}}, {{1, 2, 1, 2}}},
+        {"down to an insertion",
+         "a 0 0 b",
+         "a 0 1 b",
+         {{1, 2, 1, 1}, {3, 3, 2, 3}},
+         {{2, 3, 2, 3}}},
+        {"up to a change", "a x 0 0 b", "a y 0 b", {{1, 2, 1, 2}, {3, 4, 3, 3}}, {{1, 3, 1, 2}}},
+    };
+    for (const auto &row : rows) {
+        const compared_texts texts({lines_of(row.base), lines_of(row.file)});
+        std::vector<norvik::edit> edits = row.edits;
+        norvik::settle_edits(texts.lines[0], texts.lines[1], &edits);
+        EXPECT_EQ(edits, row.settled) << row.name;
+    }
+}
+
+TEST(moved_text, lies_in_what_one_edit_removes_and_one_inserts) {
+    const struct {
+        const char *name, *base, *file;
+        std::vector<norvik::edit> edits;
+        std::vector<norvik::line_run> candidates, moves;
+    } rows[] = {
+        {"a candidate grows to its edits' ends",
+         "x a b c y",
+         "x y a b c",
+         {{1, 4, 1, 1}, {5, 5, 2, 5}},
+         {{2, 3, 1}},
+         {{1, 2, 3}}},
+        {"and no further",
+         "x a b c y",
+         "a y a b c",
+         {{0, 3, 0, 0}, {4, 5, 1, 5}},
+         {{2, 3, 1}},
+         {{1, 2, 2}}},
+        {"lines that differ are passed over",
+         "q a b z",
+         "z w a b",
+         {{0, 3, 0, 0}, {4, 4, 1, 4}},
+         {{0, 1, 3}},
+         {{1, 2, 2}}},
+        {"one line is too few", "a z", "z a", {{0, 1, 0, 0}, {2, 2, 1, 2}}, {{0, 1, 1}}, {}},
+        {"lines that stay do not move", "a b z", "a b z a b", {{3, 3, 3, 5}}, {{0, 3, 2}}, {}},
+        {"whole edits need no candidate, once",
+         "a b y z",
+         "y a b z a b",
+         {{0, 2, 0, 0}, {3, 3, 1, 3}, {4, 4, 4, 6}},
+         {},
+         {{0, 1, 2}}},
+        {"a line moves once",
+         "a b y z",
+         "y a b z a b",
+         {{0, 2, 0, 0}, {3, 3, 1, 3}, {4, 4, 4, 6}},
+         {{0, 4, 2}, {0, 1, 2}},
+         {{0, 4, 2}}},
+    };
+    for (const auto &row : rows) {
+        const compared_texts texts({lines_of(row.base), lines_of(row.file)});
+        EXPECT_EQ(norvik::moved_runs(texts.lines[0], texts.lines[1], row.edits, row.candidates,
+                                     norvik::line_equality::exact),
+                  row.moves)
+            << row.name;
+    }
 }
 
 }  // namespace

@@ -259,4 +259,15 @@ TEST(merging, check_finds_what_is_lost_doubled_and_foreign) {
         norvik::check_merged(merge.run.in, merge.run.plan, merge.run.merged).faults.empty());
 }
 
+TEST(merging, marker_is_one_line_whatever_its_label) {
+    norvik::merge_options options;
+    options.markers.base_label = "b\n\x7f";
+    const std::vector<std::string> all = {"b\n", "x\n", "y\n"};
+    const auto marker = [&] { return merge_of(all, options).text; };
+    EXPECT_NE(marker().find("\n||||||| b??\n"), std::string::npos) << marker();
+    options.markers.on_one_line = [](std::string_view) { return std::string("spelled"); };
+    EXPECT_NE(marker().find("\n||||||| spelled\n"), std::string::npos) << marker();
+    EXPECT_TRUE(marker().starts_with("<<<<<<< 1\n"));
+}
+
 }  // namespace
