@@ -1,7 +1,12 @@
 #include "file_attributes.h"
 
+#include <endian.h>
+
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -236,6 +241,26 @@ std::error_code set_new_file_mode(int target, const granted_rights &rights) {
     return sys::fchmod(target, mode) == 0 ? std::error_code() : last_error();
 }
 
+namespace {
+
+// The bits of a mode that a list leaves the owning group: the mode itself shows the list's mask in
+// their place, which would become the group's once the list is gone.
+mode_t group_bits_in(std::string_view list) {
+    constexpr std::size_t header = 4;
+    constexpr std::size_t entry = 8;
+    constexpr uint16_t owning_group = 4;
+    for (std::size_t at = header; at + entry <= list.size(); at += entry) {
+        std::array<uint16_t, 2> tag_and_rights{};
+        std::memcpy(tag_and_rights.data(), list.data() + at, sizeof tag_and_rights);
+        if (le16toh(tag_and_rights[0]) == owning_group) {
+            return mode_t{le16toh(tag_and_rights[1])} << 3 & S_IRWXG;
+        }
+    }
+    return 0;
+}
+
+}  // namespace
+
 result<mode_t> narrow_file_mode(int target, const std::string &name, const granted_rights &rights) {
     struct stat status {};
     if (sys::fstat(target, &status) != 0) {
@@ -257,6 +282,7 @@ result<mode_t> narrow_file_mode(int target, const std::string &name, const grant
     if (mode == old && !drops_list) {
         return mode_t{0};
     }
+    mode &= drops_list ? ~mode_t{S_IRWXG} | group_bits_in(own) : ~mode_t{0};
     if ((drops_list && sys::fremovexattr(target, access_list) != 0) ||
         sys::fchmod(target, mode) != 0) {
         return system_failure(name, "its mode cannot be narrowed", last_error());

@@ -382,6 +382,12 @@ TEST_F(replacement, new_file_is_read_by_no_more_than_what_it_is_made_from) {
         EXPECT_EQ(mode_of(r.file), r.mode) << r.file;
         EXPECT_LT(getxattr(r.file, "system.posix_acl_access", nullptr, 0), 0) << r.file;
     }
+    // What the list left to the group, not its mask.
+    ASSERT_EQ(setxattr("out", "system.posix_acl_access", access_list, sizeof access_list, 0), 0);
+    EXPECT_EQ(mode_of("out"), 0660u);
+    EXPECT_EQ(tdm("checkout c -o out").status, 0);
+    EXPECT_EQ(mode_of("out"), 0640u);
+    EXPECT_LT(getxattr("out", "system.posix_acl_access", nullptr, 0), 0);
 }
 
 TEST_F(replacement, what_others_do_meanwhile_is_refused_and_only_dead_files_of_ours_go) {
