@@ -207,6 +207,18 @@ TEST(edit_list, pairs_of_lines_are_checked_against_the_texts) {
     EXPECT_EQ(found.moves, (std::vector<norvik::line_run>{}));
 }
 
+// Too long to be matched again, whichever the pairs say is in its place.
+TEST(edit_list, longer_of_two_long_texts_stays) {
+    std::string a, b;
+    for (int i = 0; i < 80; i++) {
+        (i % 2 == 0 ? a : b).append("a or b ").append(std::to_string(i)).append("\n");
+        b.append("b ").append(std::to_string(i)).append("\n");
+    }
+    const norvik::file_edits found = compared_texts({b + a, a + b}).edits(1);
+    EXPECT_EQ(found.edits, (std::vector<norvik::edit>{{0, 0, 0, 40}, {120, 160, 160, 160}}));
+    EXPECT_EQ(found.moves, (std::vector<norvik::line_run>{{120, 0, 40}}));
+}
+
 // Without refinement nothing else pairs the lines.
 TEST(edit_list, common_ends_are_pairs) {
     const compared_texts compared({lines_of("a b c d"), lines_of("a X d")});
@@ -237,6 +249,10 @@ TEST(edit_slide, whole_edits_come_to_stand_as_written_here) {
         norvik::settle_edits(texts.lines[0], texts.lines[1], &edits);
         EXPECT_EQ(edits, row.settled) << row.name;
     }
+    const compared_texts texts({lines_of("a b b c"), lines_of("a b b b c")});
+    const norvik::file_edits found = norvik::edits_from_pairs(texts.lines[0], texts.lines[1],
+                                                              {{{0, 0, 1}, {1, 2, 3}}, {}}, {}, {});
+    EXPECT_EQ(found.edits, rows[0].settled) << "wherever the pairs leave it";
 }
 
 TEST(moved_text, lies_in_what_one_edit_removes_and_one_inserts) {
