@@ -335,6 +335,7 @@ merge_plan plan_merge(const merge_input &in, bool apply_adjacent) {
 
 void force_conflict(merge_plan *plan, const std::vector<int32_t> &places, conflict_reason reason) {
     std::vector<int32_t> regions;
+    regions.reserve(places.size());
     for (const int32_t place : places) {
         regions.push_back(plan->places[static_cast<size_t>(place)].region);
     }

@@ -146,6 +146,7 @@ std::string conflict_text(const merge_input &in, const merge_place &place,
                           const std::vector<std::vector<int32_t>> &sides,
                           const marker_options &options, int32_t *lead_lines) {
     std::vector<shown_lines> texts;
+    texts.reserve(sides.size());
     for (const std::vector<int32_t> &side : sides) {
         texts.push_back(shown(version_at(in, place, side.front())));
     }

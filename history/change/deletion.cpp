@@ -163,6 +163,7 @@ int delete_into(const container_view &view, const std::string &container_path,
         }
     }
     std::vector<const char *> names;
+    names.reserve(oids.size());
     for (const std::string &oid : oids) {
         names.push_back(oid.c_str());
     }

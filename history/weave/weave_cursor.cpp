@@ -328,8 +328,7 @@ void weave_cursor::add_to_holders(const weave_stretch &stretch, const text_step 
         members_.apply(stretch.members, step);
         return;
     }
-    passed_ = std::move(announced_);
-    announced_.reset();
+    passed_ = std::exchange(announced_, std::nullopt);
     members_.apply({stretch.members.first, passed_->members.first}, step);
     members_.apply({passed_->members.end, stretch.members.end}, step);
 }
