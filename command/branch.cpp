@@ -1,19 +1,18 @@
-// tdm branch: a branch off an existing version.
-#include <norviktdm/tdm.h>
-
-#include <memory>
+// tdm branch: a branch off an existing version.#include <memory>
 #include <string>
 #include <utility>
 
+#include "change_words.h"
 #include "command_context.h"
 #include "command_declaration.h"
 #include "common_options.h"
 #include "container_change.h"
 #include "failure_words.h"
-#include "output.h"
-#include "proof.h"
+#include "named_version.h"
+#include "new_branch.h"
 #include "random_digits.h"
 #include "time_option.h"
+#include "version_store.h"
 
 namespace norvik {
 
@@ -26,47 +25,21 @@ struct branch_options {
     time_option time;
 };
 
-int write_branch(const container_change &change, const branch_options &options,
-                 const version_record &point, const version_record &fresh) {
-    const std::string parent(find_branch(change.old, point.id.branch)->oid);
-    const std::string oid(fresh.oid);
-    const int result = tdm_create_branch(
-        fresh.time, options.name.c_str(), oid.c_str(), change.replacement.temporary_path().c_str(),
-        parent.c_str(), nullptr, point.id.number, change.replacement.old_path().c_str());
-    if (result != 0) {
-        say_of_file(options.container, "the branch is not made");
-    }
-    return result == 0 ? status_done : status_trouble;
-}
-
 int run_branch(const command_context &context, const branch_options &options) {
     container_change change(context);
-    uint64_t time = 0;
-    std::string oid;
-    if (options.time.get(time) != status_done || told(random_digits(), &oid) != status_done ||
-        change.open(options.container) != status_done ||
-        check_new_branch_name(&change.old, options.name) != status_done) {
+    new_version fresh;
+    if (options.time.get(fresh.time) != status_done ||
+        told(random_digits(), &fresh.oid) != status_done ||
+        told(change.open(options.container)) != status_done ||
+        told(check_new_branch_name(&change.old, options.name)) != status_done) {
         return status_trouble;
     }
     const version_record *point = require_version(change.old, options.version);
-    uint64_t number = 0;
-    if (point == nullptr || new_branch_number(change.old, &number) != status_done) {
+    if (point == nullptr) {
         return status_trouble;
     }
-    const version_record fresh{oid, {number, 0}, time};
-    const branch_record branch{options.name, number, point->id};
-    if (told(change.replacement.begin()) != status_done ||
-        write_branch(change, options, *point, fresh) != status_done) {
-        return status_trouble;
-    }
-    const added_records added{number, 0,
-                              status_record_text(change.old, true) + version_record_text(fresh) +
-                                  branch_record_text(branch)};
     done_report report = report_of_versions(options.name, 0, 0);
-    const int status = told(change.replacement.commit([&](int descriptor) -> result<> {
-        const auto view = prove_addition(change.old, descriptor, added);
-        return view ? result<>() : view.failure();
-    }));
+    const int status = told(store_branch(&change, options.name, *point, fresh));
     if (status == status_done) {
         tell_versions(context, std::move(report));
     }

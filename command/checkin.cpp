@@ -1,13 +1,13 @@
-// tdm checkin: the next version of a branch.
-#include <norviktdm/tdm.h>
-
+// tdm checkin: the next version of a branch.#include <algorithm>
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "change_words.h"
 #include "checkin_base.h"
 #include "checkin_merge.h"
-#include "checkin_plan.h"
+#include "checkin_options.h"
 #include "command_context.h"
 #include "command_declaration.h"
 #include "container_change.h"
@@ -17,11 +17,15 @@
 #include "output.h"
 #include "proof.h"
 #include "random_digits.h"
+#include "time_text.h"
+#include "version_store.h"
 #include "working_file.h"
 
 namespace norvik {
 
 namespace {
+
+constexpr std::size_t most_told = 10;  // versions that came since
 
 struct checkin_operands {
     std::string container;
@@ -44,22 +48,6 @@ struct checkin_run {
     uint64_t time = 0;
 };
 
-int store(const container_change &change, const checkin_plan &plan, const version_record &fresh,
-          const std::string &text_path, bool *identical) {
-    uint32_t same = 0;
-    const std::string oid(fresh.oid);
-    const int result =
-        tdm_store_ver(fresh.time, oid.c_str(), plan.branch.c_str(), plan.id.number,
-                      change.replacement.temporary_path().c_str(), nullptr,
-                      plan.base_branch.c_str(), plan.predecessor.number,
-                      change.replacement.old_path().c_str(), text_path.c_str(), 0, &same);
-    if (result != 0) {
-        say_of_file(change.old.name, "nothing is checked in");
-    }
-    *identical = same != 0;
-    return result == 0 ? status_done : status_trouble;
-}
-
 int nothing_to_store(const container_change &change, version_id same) {
     say_of_file(change.old.name, "nothing to store: the text is that of " +
                                      escape_name(version_name(change.old, same)) +
@@ -67,39 +55,18 @@ int nothing_to_store(const container_change &change, version_id same) {
     return status_negative;
 }
 
-int commit(container_change &change, const checkin_plan &plan, const version_record &fresh,
-           const std::string &text) {
-    const branch_record branch{plan.branch, plan.id.branch, plan.predecessor};
-    const added_records added{plan.id.branch, plan.id.number,
-                              status_record_text(change.old, plan.adds_branch) +
-                                  version_record_text(fresh) +
-                                  (plan.adds_branch ? branch_record_text(branch) : "")};
-    return told(change.replacement.commit([&](int descriptor) -> result<> {
-        const auto view = prove_addition(change.old, descriptor, added);
-        return view ? prove_text(*view, plan.id, text) : view.failure();
-    }));
-}
-
 // Stores `input` as the next version, up to telling its name.
 int store_text(checkin_run &run, const input_text &input) {
-    container_change &change = run.change;
-    const version_record fresh{run.oid, run.plan.id, run.time};
-    bool identical = false;
-    change.stores(run.file.input().rights());
-    if (told(change.replacement.begin()) != status_done ||
-        store(change, run.plan, fresh, input.path(), &identical) != status_done) {
-        return status_trouble;
-    }
-    // The library tells equal texts by the numbers of the two versions, which says nothing where a
-    // branch begins.
-    if (!run.options.stored.allow_same && (identical || run.plan.adds_branch) &&
-        version_equals(change.old, run.plan.predecessor, input.text())) {
-        return nothing_to_store(change, run.plan.predecessor);
-    }
+    run.change.stores(run.file.input().rights());
     done_report report =
         report_of_versions(run.plan.branch, run.plan.id.number, run.plan.id.number);
-    if (commit(change, run.plan, fresh, input.text()) != status_done) {
-        return status_trouble;
+    const auto stored = store_version(&run.change, run.plan, {run.oid, run.time},
+                                      {input.text(), input.path()}, run.options.stored.allow_same);
+    if (!stored) {
+        return tell(stored.failure());
+    }
+    if (!*stored) {
+        return nothing_to_store(run.change, run.plan.predecessor);
     }
     tell_versions(run.context, std::move(report));
     return status_done;
@@ -175,6 +142,28 @@ int store_merged(checkin_run &run, const checkin_merge &merge) {
     return status;
 }
 
+// Says what has come since, and what may be done.
+int refuse_outdated(const container_view &view, const checkin_base &found,
+                    const std::string &file) {
+    const auto shown = [&view](const version_record *version) {
+        return escape_name(version_name(view, version->id));
+    };
+    say_of_file(file, "was made from " + shown(found.base) + ", not from " + shown(found.newest) +
+                          "; nothing is stored");
+    const std::vector<const version_record *> since = came_since(view, found);
+    if (!since.empty()) {
+        say("%zu %s came since:", since.size(), since.size() == 1 ? "version" : "versions");
+    }
+    for (std::size_t i = 0; i < std::min(since.size(), most_told); i++) {
+        say("  %s  %s", shown(since[i]).c_str(), time_text(since[i]->time).c_str());
+    }
+    if (since.size() > most_told) {
+        say("  and %zu more", since.size() - most_told);
+    }
+    say("--merge stores both together, --no-base stores FILE all the same");
+    return status_negative;
+}
+
 // Others have stored since the file's text was made.
 int store_outdated(checkin_run &run) {
     const container_view &view = run.change.old;
@@ -188,7 +177,8 @@ int store_outdated(checkin_run &run) {
         return refuse_outdated(view, run.found, run.file.name());
     }
     checkin_merge merge;
-    if (merge_with_newest(view, run.found, run.file.name(), text, &merge) != status_done) {
+    merge.options.markers.on_one_line = escape_name;
+    if (told(merge_with_newest(view, run.found, run.file.name(), text, &merge)) != status_done) {
         return status_trouble;
     }
     if (!is_clean(merge.run.plan)) {
@@ -201,18 +191,30 @@ int store_outdated(checkin_run &run) {
     return store_merged(run, merge);
 }
 
+// Decides where the text goes and what it is measured against.
+int plan(checkin_run &run) {
+    const base_options &base = run.options.base;
+    if (told(plan_checkin(run.change.old, run.options.stored.target, 1), &run.plan) !=
+        status_done) {
+        return status_trouble;
+    }
+    const base_request request{base.base, base.no_base ? std::string() : run.file.base(),
+                               base.merge, run.file.name()};
+    return told(find_checkin_base(run.change.old, run.plan, request,
+                                  [](const failure &notice) { (void)tell(notice); }),
+                &run.found);
+}
+
 int run_checkin(const command_context &context, const checkin_operands &options) {
     checkin_run run(context, options);
     if (options.base.check_usage(options.file) != status_done ||
         options.stored.time.get(run.time) != status_done ||
         run.file.read(options.file) != status_done ||
         told(random_digits(), &run.oid) != status_done ||
-        run.change.open(options.container) != status_done ||
+        told(run.change.open(options.container)) != status_done ||
         (options.file != "-" &&
          told(run.change.replacement.refuse_same(options.file)) != status_done) ||
-        plan_checkin(run.change.old, options.stored, 1, &run.plan) != status_done ||
-        find_checkin_base(run.change.old, run.plan, options.base, options.file, run.file.base(),
-                          &run.found) != status_done) {
+        plan(run) != status_done) {
         return status_trouble;
     }
     return run.found.current ? store_file(run) : store_outdated(run);

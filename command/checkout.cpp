@@ -8,10 +8,10 @@
 #include "command_context.h"
 #include "command_declaration.h"
 #include "common_options.h"
-#include "container_change.h"
 #include "container_reading.h"
 #include "failure_words.h"
 #include "file_replace.h"
+#include "named_version.h"
 #include "output.h"
 #include "proof.h"
 #include "replaced_text.h"
@@ -50,13 +50,13 @@ int construct_into_file(const command_context &context, const checkout_options &
         return mark_new_file(descriptor, damaged ? std::string_view() : version.oid,
                              options.output);
     });
-    replacement.look_before_rename(saying([&old] { return old.look_again(); }));
+    replacement.look_before_rename([&old] { return old.look_again(); });
     // A damaged container's versions are not certain enough to let the old text go.
     const int locked = damaged ? told(replacement.lock_output(options.output))
                                : told(replacement.lock_any(options.output));
     if (locked != status_done || told(replacement.refuse_same(options.container)) != status_done ||
         (!damaged && !context.force && replacement.file().exists &&
-         old.look(replacement.file(), version) != status_done) ||
+         told(old.look(replacement.file(), version)) != status_done) ||
         told(replacement.begin()) != status_done ||
         construct(input, std::string(version.oid), replacement.temporary_path().c_str()) !=
             status_done) {

@@ -1,18 +1,14 @@
-// tdm delete: removes versions and whole branches.
-#include <memory>
+// tdm delete: removes versions and whole branches.#include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "asked_change.h"
+#include "change_words.h"
 #include "command_context.h"
 #include "command_declaration.h"
 #include "common_options.h"
-#include "confirm.h"
-#include "container_change.h"
-#include "deletion.h"
+#include "container_plan.h"
 #include "failure_words.h"
-#include "memory_file.h"
-#include "output.h"
 #include "usage_error.h"
 
 namespace norvik {
@@ -27,75 +23,32 @@ struct delete_options {
     bool yes = false;
 };
 
-// Deletes in memory, so that nothing is written beside the container.
-int rehearse(const container_change &change, const deletion_request &request) {
-    memory_file memory;
-    if (const std::error_code error = memory.create(change.old.name); error) {
-        return say_errno(change.old.name, "no memory for the new container", error);
-    }
-    const int status =
-        delete_into(change.old, change.replacement.old_path(), request, memory.path());
-    container_view after;
-    if (status != status_done) {
-        return status;
-    }
-    if (told(open_container(memory.descriptor(), change.old.name,
-                            "the new container cannot be read"),
-             &after) != status_done ||
-        prove_survivors(change.old, after, request) != status_done) {
-        return status_trouble;
-    }
-    tell_plan(describe_deletion(change.old, after, request, telling::planned));
-    return status_done;
-}
-
-int prove_and_ask(const command_context &context, const delete_options &options,
-                  const container_change &change, const deletion_request &request, int descriptor,
-                  done_report *report) {
-    container_view after;
-    if (told(open_container(descriptor, change.old.name, "the new container cannot be read"),
-             &after) != status_done ||
-        prove_survivors(change.old, after, request) != status_done) {
-        return status_trouble;
-    }
-    *report = report_of_change(change.old.name, "the deletion",
-                               describe_deletion(change.old, after, request, telling::done));
-    if (!options.yes || !context.quiet) {
-        tell_plan(describe_deletion(change.old, after, request, telling::planned));
-    }
-    const std::size_t count = request.versions.size();
-    return options.yes ? int{status_done}
-                       : confirm(context, "Delete " + std::to_string(count) +
-                                              (count == 1 ? " version?" : " versions?"));
+std::string question(const container_plan &plan) {
+    const std::size_t count = plan.request.versions.size();
+    return "Delete " + std::to_string(count) + (count == 1 ? " version?" : " versions?");
 }
 
 int run_delete(const command_context &context, const delete_options &options) {
     if (options.versions.empty() && options.branches.empty()) {
         return usage_error("delete", "no VERSION and no --branch given");
     }
-    container_change change(context);
-    deletion_request request;
-    if (change.open(options.container) != status_done ||
-        require_soundness(change.old) != status_done ||
-        resolve_deletion(change.old, options.versions, options.branches, &request) != status_done) {
-        return status_trouble;
+    asked_change<container_plan> deletion(
+        context, options.container, [&options](container_change *change, container_plan *plan) {
+            return told(plan_deletion(change, options.versions, options.branches, plan));
+        });
+    if (const int status = deletion.plan(); status != status_done) {
+        return status;
     }
     if (options.dry_run) {
-        return rehearse(change, request);
+        tell_plan(describe_deletion(deletion.planned(), telling::planned));
+        return status_done;
     }
-    if (told(change.replacement.begin()) != status_done ||
-        delete_into(change.old, change.replacement.old_path(), request,
-                    change.replacement.temporary_path()) != status_done) {
-        return status_trouble;
+    if (const int answer = deletion.ask(options.yes, describe_deletion, question);
+        answer != status_done) {
+        return answer;
     }
-    done_report report;
-    const int status = told(change.replacement.commit(saying([&](int descriptor) {
-        return prove_and_ask(context, options, change, request, descriptor, &report);
-    })));
-    if (status == status_done && !context.quiet) {
-        tell_done(std::move(report));
-    }
-    return status;
+    return deletion.carry_out(report_of_change(
+        options.container, "the deletion", describe_deletion(deletion.planned(), telling::done)));
 }
 
 }  // namespace

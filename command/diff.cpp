@@ -10,12 +10,12 @@
 #include "command_declaration.h"
 #include "common_options.h"
 #include "comparison.h"
-#include "container_change.h"
 #include "container_reading.h"
 #include "diff_output.h"
 #include "escaped_text.h"
 #include "failure_words.h"
 #include "git_arguments.h"
+#include "named_version.h"
 #include "output.h"
 #include "pager.h"
 #include "record_line.h"
@@ -72,10 +72,11 @@ int load_versions(const diff_options &options, diff_run *run) {
         return status_trouble;
     }
     run->files.resize(2);
-    int status = status_done;
-    for (std::size_t i = 0; i < 2 && status == status_done; i++) {
-        const version_id id = (i == 0 ? first : second)->id;
-        status = told(load_version_text(view, id, version_name(view, id), &run->files[i]));
+    int status =
+        told(load_version_text(view, first->id, version_name(view, first->id), &run->files[0]));
+    if (status == status_done) {
+        status = told(
+            load_version_text(view, second->id, version_name(view, second->id), &run->files[1]));
     }
     return unless_changed(input, status);
 }
@@ -105,8 +106,8 @@ int compare(const diff_options &options, diff_run *run) {
     for (size_t i = 0; i < std::min(options.labels.size(), run->labels.size()); i++) {
         run->labels[i] = options.labels[i];
     }
-    if (compare_files(&run->files, "compare", options.view.ignore_blanks,
-                      after_compare::close_session, &run->compared) != status_done) {
+    if (told(compare_files(&run->files, "compare", options.view.ignore_blanks,
+                           after_compare::close_session, &run->compared)) != status_done) {
         return status_trouble;
     }
     const auto equality =

@@ -13,11 +13,11 @@
 #include "command_declaration.h"
 #include "escaped_text.h"
 #include "failure_words.h"
-#include "file_merge.h"
 #include "file_replace.h"
 #include "merge_words.h"
 #include "out_of_memory.h"
 #include "output.h"
+#include "text_merge.h"
 
 namespace norvik {
 
@@ -81,9 +81,9 @@ int keep_both_sides(const driver_options &options) {
 }
 
 int merge_into_ours(const command_context &context, const driver_options &options) {
-    file_merge run;
+    text_merge run;
     const std::vector<std::string> names{options.base, options.ours, options.theirs};
-    if (begin_merge(names, options.merge, false, &run) != status_done) {
+    if (told(begin_merge(names, options.merge, false, &run)) != status_done) {
         return status_trouble;
     }
     run.plan = plan_merge(run.in, options.merge.apply_adjacent);

@@ -11,7 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "checkin_plan.h"
+#include "change_words.h"
+#include "checkin_options.h"
 #include "command_context.h"
 #include "command_declaration.h"
 #include "container_change.h"
@@ -120,8 +121,8 @@ int weave_all(import_run &run, import_weave &weave, progress &bar) {
         }
         std::string oid;
         if (told(random_digits(), &oid) != status_done ||
-            (!same && weave_version(weave, id, before->path(), next->path(), item.path,
-                                    next->text()) != status_done)) {
+            (!same && told(weave_version(weave, id, before->path(), next->path(), item.path,
+                                         next->text())) != status_done)) {
             return status_trouble;
         }
         run.change.stores(next->rights());
@@ -226,8 +227,10 @@ int import_all(import_run &run, done_report *report) {
 
 int run_import(const command_context &context, const import_options &options) {
     import_run run(context, options);
-    if (collect_items(run) != status_done || run.change.open(options.container) != status_done ||
-        plan_checkin(run.change.old, options.stored, run.items.size(), &run.plan) != status_done) {
+    if (collect_items(run) != status_done ||
+        told(run.change.open(options.container)) != status_done ||
+        told(plan_checkin(run.change.old, options.stored.target, run.items.size()), &run.plan) !=
+            status_done) {
         return status_trouble;
     }
     done_report report;

@@ -38,7 +38,7 @@ struct command_options {
 };
 
 int write_file(const command_context &context, const std::string &name, std::string_view text,
-               const file_merge &run) {
+               const text_merge &run) {
     if (name == "-") {
         standard_output().write(text);
         return status_done;
@@ -129,7 +129,7 @@ int check_usage(const command_context &context, command_options *options) {
 }
 
 // Merges, by the library or by the plan, and asks about what is left open where that is wanted.
-int decide(const command_context &context, const command_options &options, file_merge *run) {
+int decide(const command_context &context, const command_options &options, text_merge *run) {
     int status = status_done;
     if (options.mq >= 0) {
         status = merge_by_library(context, options.merge, options.mq, run);
@@ -146,7 +146,7 @@ int decide(const command_context &context, const command_options &options, file_
 }
 
 int write_results(const command_context &context, const command_options &options,
-                  const file_merge &run) {
+                  const text_merge &run) {
     const bool clean = is_clean(run.plan);
     const bool abandoned = !clean && options.abort_on_conflict;
     if (!context.quiet && abandoned) {
@@ -171,13 +171,13 @@ int write_results(const command_context &context, const command_options &options
 }
 
 int run_merge(const command_context &context, command_options *options) {
-    file_merge run;
+    text_merge run;
     int status = check_usage(context, options);
     if (status != status_done) {
         return status;
     }
     take_labels(options);
-    status = begin_merge(options->names, options->merge, options->mq >= 0, &run);
+    status = told(begin_merge(options->names, options->merge, options->mq >= 0, &run));
     if (status == status_done) {
         status = decide(context, *options, &run);
     }

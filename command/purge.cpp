@@ -1,20 +1,15 @@
-// tdm purge: removes a version and every line that it alone has brought.
-#include <algorithm>
-#include <memory>
+// tdm purge: removes a version and every line that it alone has brought.#include <memory>
 #include <string>
-#include <utility>
-#include <vector>
 
+#include "asked_change.h"
+#include "change_words.h"
 #include "command_context.h"
 #include "command_declaration.h"
 #include "common_options.h"
-#include "confirm.h"
-#include "container_change.h"
+#include "container_plan.h"
 #include "escaped_text.h"
 #include "failure_words.h"
-#include "memory_file.h"
 #include "output.h"
-#include "purge.h"
 
 namespace norvik {
 
@@ -27,177 +22,44 @@ struct purge_options {
     bool yes = false;
 };
 
-std::string lines_text(uint64_t count) {
-    return std::to_string(count) + (count == 1 ? " line" : " lines");
-}
-
-bool is_named(const container_view &view, const version_record &version, const std::string &text) {
-    return version_name(view, version.id) == text || version.oid == text;
-}
-
-// The deleted versions that are still in the file and that `text` names or, when it names none, is
-// the beginning of whose identifiers.
-std::vector<const version_record *> find_deleted(const container_view &view,
-                                                 const std::string &text) {
-    constexpr std::size_t shortest_prefix = 4;
-    std::vector<const version_record *> found;
-    for (const version_record &version : view.versions) {
-        if (version.deleted && is_named(view, version, text)) {
-            return {&version};
-        }
-        if (version.deleted && text.size() >= shortest_prefix && version.oid.starts_with(text)) {
-            found.push_back(&version);
-        }
-    }
-    return found;
-}
-
-// A live version by its name or its branch's comes first, then a deleted one by its name; what is
-// the beginning of several identifiers names nothing.
-int find_version_to_purge(const container_view &view, const std::string &text, version_id *id,
-                          deletion_request *request) {
-    const auto live = find_versions_by_prefix(view, text);
-    const auto deleted = find_deleted(view, text);
-    const auto named = resolve_version(view, text);
-    const version_record *resolved = named ? *named : nullptr;
-    const bool by_prefix = std::find(live.begin(), live.end(), resolved) != live.end() &&
-                           !is_named(view, *resolved, text);
-    const bool has_deleted = !deleted.empty() && (resolved == nullptr || by_prefix);
-    if (has_deleted && is_named(view, *deleted.front(), text)) {
-        *id = deleted.front()->id;
-        return status_done;
-    }
-    if (has_deleted && live.size() + deleted.size() > 1) {
-        say_of_file(view.name, "several versions begin with " + escape_name(text) +
-                                   ", deleted ones among them");
+// Plans the purge, where there is anything to purge.
+int plan(const purge_options &options, container_change *change, purge_plan *out) {
+    if (told(plan_purge(change, options.version, out)) != status_done) {
         return status_trouble;
     }
-    if (has_deleted) {
-        *id = deleted.front()->id;
+    if (!out->takes_nothing_out()) {
         return status_done;
     }
-    const int status = resolve_deletion(view, {text}, {}, request);
-    if (status == status_done) {
-        *id = *request->versions.begin();
-    }
-    return status;
+    say_of_file(options.container, "nothing can be purged, surviving versions hold " +
+                                       lines_text(out->lines.inserted) + " that " +
+                                       escape_name(version_name(out->before, out->version)) +
+                                       " inserted; nothing is changed");
+    tell_plan(describe_held(*out));
+    return status_negative;
 }
 
-using sentences = std::vector<std::string>;
-
-void list(const container_view &view, const kept_lines &lines, sentences *out) {
-    for (const kept_line &line : lines.first) {
-        std::string names;
-        for (const version_id id : line.holders) {
-            names += (names.empty() ? "" : ", ") + escape_name(version_name(view, id));
-        }
-        if (line.holder_count > line.holders.size()) {
-            names += " and " + std::to_string(line.holder_count - line.holders.size()) + " more";
-        }
-        out->push_back("  " + names + ": " + escape_text(line.text));
-    }
-    if (lines.count > lines.first.size()) {
-        out->push_back("  and " + lines_text(lines.count - lines.first.size()) + " more");
-    }
+std::string question(const purge_plan &plan) {
+    return "Purge " + version_name(plan.before, plan.version) + "?";
 }
-
-sentences describe(const container_view &before, const container_view &after,
-                   const deletion_request &request, version_id id, const purge_result &result,
-                   telling mood) {
-    const bool done = mood == telling::done;
-    const std::string name = escape_name(version_name(before, id));
-    sentences out;
-    for (const std::string &sentence : describe_deletion(before, after, request, mood)) {
-        if (!sentence.starts_with(name + ":")) {
-            out.push_back(sentence);
-        }
-    }
-    const uint64_t gone = result.inserted - result.held.count;
-    out.push_back(name + (done ? ": deleted; of " : ": would be deleted; of ") +
-                  lines_text(result.inserted) + " that it inserted " + std::to_string(gone) +
-                  (!done       ? " would be"
-                   : gone == 1 ? " is"
-                               : " are") +
-                  " gone from the file");
-    const std::string would = done ? "" : "would be ";
-    if (result.held.count != 0) {
-        out.push_back(std::string(done ? "not" : "would not be") +
-                      " purged, because these versions hold them:");
-        list(before, result.held, &out);
-    }
-    if (result.copies.count != 0) {
-        out.push_back(would + "purged, but these versions have lines of the same text:");
-        list(before, result.copies, &out);
-    }
-    return out;
-}
-
-struct purge_work {
-    const command_context &context;
-    const purge_options &options;
-    const container_change &change;
-    version_id id;
-    deletion_request request;
-
-    // Purges into an open file, and says what would come out and asks where that is wanted;
-    // `report` is for the time when it is done.
-    int write_to(int descriptor, done_report *report) const {
-        container_view after;
-        purge_result result;
-        if (purge_into(change.old, change.replacement.old_path(), id, request, descriptor, &after,
-                       &result) != status_done) {
-            return status_trouble;
-        }
-        if (result.inserted != 0 && result.inserted == result.held.count) {
-            say_of_file(change.old.name, "nothing can be purged, surviving versions hold " +
-                                             lines_text(result.inserted) + " that " +
-                                             escape_name(version_name(change.old, id)) +
-                                             " inserted; nothing is changed");
-            sentences holders;
-            list(change.old, result.held, &holders);
-            tell_plan(holders);
-            return status_negative;
-        }
-        const auto in = [&](telling mood) {
-            return describe(change.old, after, request, id, result, mood);
-        };
-        *report = report_of_change(change.old.name, "the purge", in(telling::done));
-        if (options.dry_run || !options.yes || !context.quiet) {
-            tell_plan(in(telling::planned));
-        }
-        return options.dry_run || options.yes
-                   ? int{status_done}
-                   : confirm(context, "Purge " + version_name(change.old, id) + "?");
-    }
-};
 
 int run_purge(const command_context &context, const purge_options &options) {
-    container_change change(context);
-    purge_work work{context, options, change, {}, {}};
-    if (change.open(options.container) != status_done ||
-        require_soundness(change.old) != status_done ||
-        find_version_to_purge(change.old, options.version, &work.id, &work.request) !=
-            status_done) {
-        return status_trouble;
+    asked_change<purge_plan> purge(context, options.container,
+                                   [&options](container_change *change, purge_plan *out) {
+                                       return plan(options, change, out);
+                                   });
+    if (const int status = purge.plan(); status != status_done) {
+        return status;
     }
-    done_report report;
     if (options.dry_run) {
-        memory_file memory;
-        const std::error_code error = memory.create(change.old.name);
-        return !error ? work.write_to(memory.descriptor(), &report)
-                      : say_errno(options.container, "no memory for the purge", error);
+        tell_plan(describe_purge(purge.planned(), telling::planned));
+        return status_done;
     }
-    if (told(change.replacement.begin()) != status_done) {
-        return status_trouble;
+    if (const int answer = purge.ask(options.yes, describe_purge, question);
+        answer != status_done) {
+        return answer;
     }
-    int status = work.write_to(change.replacement.temporary_descriptor(), &report);
-    if (status == status_done) {
-        status = told(change.replacement.commit({}));
-    }
-    if (status == status_done && !context.quiet) {
-        tell_done(std::move(report));
-    }
-    return status;
+    return purge.carry_out(report_of_change(options.container, "the purge",
+                                            describe_purge(purge.planned(), telling::done)));
 }
 
 }  // namespace

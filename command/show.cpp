@@ -7,10 +7,10 @@
 #include "command_declaration.h"
 #include "common_options.h"
 #include "comparison.h"
-#include "container_change.h"
 #include "container_reading.h"
 #include "escaped_text.h"
 #include "failure_words.h"
+#include "named_version.h"
 #include "output.h"
 #include "pager.h"
 #include "time_text.h"
@@ -60,8 +60,8 @@ int read_change(const container_view &view, version_change *change) {
         return status_trouble;
     }
     comparison compared;
-    if (compare_files(&change->texts, "compare", false, after_compare::close_session, &compared) !=
-        status_done) {
+    if (told(compare_files(&change->texts, "compare", false, after_compare::close_session,
+                           &compared)) != status_done) {
         return status_trouble;
     }
     change->edits = edits_of(compared, change->texts, 1, {});

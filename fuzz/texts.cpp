@@ -112,8 +112,8 @@ void compare(std::string_view input) {
         require(told(norvik::hold_text("text", texts[i], &files[i])) == 0, "no memory file");
     }
     norvik::comparison compared;
-    require(norvik::compare_files(&files, "compare", false, norvik::after_compare::close_session,
-                                  &compared) == 0,
+    require(told(norvik::compare_files(&files, "compare", false,
+                                       norvik::after_compare::close_session, &compared)) == 0,
             "texts that cannot be compared");
     const norvik::text_lines &base = files[0].lines;
     for (size_t i = 1; i < files.size(); i++) {

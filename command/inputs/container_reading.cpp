@@ -8,10 +8,10 @@
 #include <cerrno>
 #include <utility>
 
-#include "container_change.h"
 #include "exit_status.h"
 #include "failure_words.h"
 #include "output.h"
+#include "structure.h"
 #include "system_calls.h"
 
 namespace norvik {
@@ -102,16 +102,17 @@ int open_sound_container(const std::string &name, bool read_damaged, container_r
     if (status != status_done) {
         return status;
     }
-    status = check_structure(out->view);
+    const std::optional<damage> found = scan_structure(out->view);
     if (damaged != nullptr) {
-        *damaged = status != status_done;
+        *damaged = found.has_value();
     }
-    if (status == status_done) {
-        return status;
+    if (!found) {
+        return status_done;
     }
+    (void)tell(norvik::damaged(out->view, *found));
     say_of_file(name, read_damaged ? "is damaged; it is read all the same (--damaged)"
                                    : "is damaged (--damaged reads it all the same)");
-    return read_damaged ? int{status_done} : unless_changed(*out, status);
+    return read_damaged ? int{status_done} : unless_changed(*out, status_trouble);
 }
 
 int unless_changed(const container_reading &reading, int status) {

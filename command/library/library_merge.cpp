@@ -26,7 +26,7 @@ struct region_record {
 struct library_run {
     const command_context &context;
     const merge_options &options;
-    file_merge &run;
+    text_merge &run;
     std::vector<std::string> texts;  // of the places, as the library has them
     std::vector<region_record> regions;
     bool cannot_ask = false;
@@ -158,7 +158,7 @@ void judge(const library_run &state, size_t index) {
 }  // namespace
 
 int merge_by_library(const command_context &context, const merge_options &options, int mq,
-                     file_merge *run) {
+                     text_merge *run) {
     run->plan = plan_merge(run->in, options.apply_adjacent);
     if (run->compared.identical) {
         return status_done;

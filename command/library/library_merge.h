@@ -4,7 +4,7 @@
 #define NORVIK_LIBRARY_MERGE_H
 
 #include "command_context.h"
-#include "file_merge.h"
+#include "text_merge.h"
 
 namespace norvik {
 
@@ -13,7 +13,7 @@ namespace norvik {
 // decided so; any other would lose or double lines, and becomes a conflict. Results: status_done,
 // status_negative when the merge was abandoned, status_trouble after a message.
 [[nodiscard]] int merge_by_library(const command_context &context, const merge_options &options,
-                                   int mq, file_merge *run);
+                                   int mq, text_merge *run);
 
 }  // namespace norvik
 

@@ -4,8 +4,10 @@
 #include <array>
 
 #include "escaped_text.h"
+#include "exit_status.h"
 #include "json_text.h"
 #include "output.h"
+#include "text_merge.h"
 
 namespace norvik {
 
@@ -317,14 +319,14 @@ void say_conflicts_of_base(const merge_run &run, const merge_options &options,
     }
 }
 
-void say_faults(const merge_verdict &verdict) {
-    for (const line_fault &fault : verdict.faults) {
-        const char *what = fault.kind == line_fault_kind::lost      ? "is lost"
-                           : fault.kind == line_fault_kind::doubled ? "stands too often"
-                                                                    : "comes from nowhere";
-        say("the merged text does not pass its check: a line %s: '%s'", what,
-            escape_name(fault.line).c_str());
+int finish_or_say(const merge_options &options, merge_run *run) {
+    if (finish_merge(options, run)) {
+        return status_done;
     }
+    for (const line_fault &fault : run->verdict.faults) {
+        say("%s", escape_name(fault_words(fault)).c_str());
+    }
+    return status_trouble;
 }
 
 std::string report_text(const merge_run &run, const merge_options &options) {

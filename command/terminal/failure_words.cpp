@@ -21,6 +21,14 @@ std::string_view words_of(remedy way_out) {
             return " (--break-links goes on)";
         case remedy::patience:
             return " (--lock-timeout)";
+        case remedy::lose_changes:
+            return " (--force replaces it all the same)";
+        case remedy::name_branch:
+            return " (--branch)";
+        case remedy::start_branch:
+            return " (--from VERSION starts it)";
+        case remedy::name_base:
+            return " (--base VERSION says it)";
         case remedy::none:
             break;
     }

@@ -61,6 +61,12 @@ result<> file_replacement::lock_output(const std::string &name, bool must_be_new
     return {};
 }
 
+void file_replacement::unlock() {
+    if (file_.exists) {
+        (void)sys::flock(file_.descriptor.get(), LOCK_UN);
+    }
+}
+
 result<> file_replacement::begin() {
     if (auto created = temporary_.create(file_); !created) {
         return created;

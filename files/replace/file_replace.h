@@ -40,6 +40,9 @@ public:
     // caller's to say.
     result<> lock_any(const std::string &name);
 
+    // Lets go of the lock, which a mapping of the file would hold beyond this object.
+    void unlock();
+
     // The locked file. Its descriptor is open for reading when it exists.
     const locked_file &file() const { return file_; }
 

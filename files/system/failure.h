@@ -27,10 +27,14 @@ enum class failure_kind {
 // What lets the caller go on all the same, by leave of whoever asked.
 enum class remedy {
     none,
-    force,        // go on where an attribute is lost
-    replace,      // replace what exists
-    break_links,  // part the file's names
-    patience,     // wait longer for a lock
+    force,         // go on where an attribute is lost
+    replace,       // replace what exists
+    break_links,   // part the file's names
+    patience,      // wait longer for a lock
+    lose_changes,  // replace a text that no version has
+    name_branch,   // say which branch is meant
+    start_branch,  // make the branch
+    name_base,     // say what a text was made from
 };
 
 // Names and reasons hold bytes as they are; whoever shows them makes them harmless.

@@ -1,25 +1,12 @@
 #include "checkin_base.h"
 
 #include <algorithm>
-#include <vector>
 
-#include "command_declaration.h"
-#include "container_change.h"
-#include "escaped_text.h"
-#include "output.h"
 #include "structure.h"
-#include "time_text.h"
-#include "usage_error.h"
 
 namespace norvik {
 
 namespace {
-
-constexpr std::size_t most_told = 10;  // versions that came since
-
-std::string shown_name(const container_view &view, version_id id) {
-    return escape_name(version_name(view, id));
-}
 
 // The version that a text must have been made from: that which a new branch is made off, or the
 // newest of the branch, for want of one its branch point.
@@ -47,20 +34,45 @@ version_id origin_of(const container_view &view, version_id id) {
     return id;
 }
 
-const version_record *base_on_file(const container_view &view, const std::string &file,
-                                   const std::string &named) {
-    const version_record *found = find_version_by_oid(view, named);
+const version_record *marked_base(const container_view &view, const base_request &request,
+                                  const notice_sink &tell) {
+    const version_record *found = find_version_by_oid(view, request.mark);
     if (found == nullptr) {
-        const bool deleted = std::any_of(view.versions.begin(), view.versions.end(),
-                                         [&](const version_record &v) { return v.oid == named; });
-        say_of_file(file, "was made from version " + escape_name(named) +
-                              (deleted ? ", which is deleted" : ", which is not one") + " of " +
-                              escape_name(view.name) + "; what came since cannot be told");
+        const bool deleted =
+            std::any_of(view.versions.begin(), view.versions.end(),
+                        [&](const version_record &v) { return v.oid == request.mark; });
+        tell(refusal(request.text, "was made from version " + request.mark +
+                                       (deleted ? ", which is deleted" : ", which is not one") +
+                                       " of " + view.name + "; what came since cannot be told"));
     }
     return found;
 }
 
-// The versions that `newest` has and the base has not, newest first.
+}  // namespace
+
+result<checkin_base> find_checkin_base(const container_view &view, const checkin_plan &plan,
+                                       const base_request &request, const notice_sink &tell) {
+    checkin_base found;
+    found.newest = newest_for(view, plan);
+    if (!request.base.empty()) {
+        const auto named = resolve_version(view, request.base);
+        if (!named) {
+            return named.failure();
+        }
+        found.base = *named;
+    } else if (!request.mark.empty()) {
+        found.base = marked_base(view, request, tell);
+    }
+    if (request.needed && found.base == nullptr) {
+        failure why = refusal(request.text, "does not say what it was made from");
+        why.way_out = remedy::name_base;
+        return why;
+    }
+    found.current = found.base == nullptr || found.newest == nullptr ||
+                    origin_of(view, found.base->id) == origin_of(view, found.newest->id);
+    return found;
+}
+
 std::vector<const version_record *> came_since(const container_view &view,
                                                const checkin_base &found) {
     std::vector<version_id> known;
@@ -75,63 +87,6 @@ std::vector<const version_record *> came_since(const container_view &view,
         }
     }
     return since;
-}
-
-}  // namespace
-
-void base_options::declare(command_declaration &command) {
-    command.value("--base", "VERSION", base, "Store only when this is the newest version");
-    command.flag("--no-base", no_base, "Whatever FILE was made from, store it as the next version");
-    command.flag("--merge", merge, "Merge FILE with what came since, and store that");
-    command.flag("--update", update, "With --merge: write the merged text to FILE");
-}
-
-int base_options::check_usage(const std::string &file) const {
-    const char *wrong = no_base && !base.empty() ? "--base and --no-base exclude each other"
-                        : no_base && merge       ? "--merge and --no-base exclude each other"
-                        : update && !merge       ? "--update needs --merge"
-                        : update && file == "-"  ? "--update needs a FILE to write to, not -"
-                                                 : nullptr;
-    return wrong == nullptr ? int{status_done} : usage_error("checkin", wrong);
-}
-
-int find_checkin_base(const container_view &view, const checkin_plan &plan,
-                      const base_options &options, const std::string &file,
-                      const std::string &named, checkin_base *out) {
-    out->newest = newest_for(view, plan);
-    if (!options.base.empty()) {
-        out->base = require_version(view, options.base);
-        if (out->base == nullptr) {
-            return status_trouble;
-        }
-    } else if (!options.no_base && !named.empty()) {
-        out->base = base_on_file(view, file, named);
-    }
-    if (options.merge && out->base == nullptr) {
-        say_of_file(file, "does not say what it was made from (--base VERSION says it)");
-        return status_trouble;
-    }
-    out->current = out->base == nullptr || out->newest == nullptr ||
-                   origin_of(view, out->base->id) == origin_of(view, out->newest->id);
-    return status_done;
-}
-
-int refuse_outdated(const container_view &view, const checkin_base &found,
-                    const std::string &file) {
-    say_of_file(file, "was made from " + shown_name(view, found.base->id) + ", not from " +
-                          shown_name(view, found.newest->id) + "; nothing is stored");
-    const std::vector<const version_record *> since = came_since(view, found);
-    if (!since.empty()) {
-        say("%zu %s came since:", since.size(), since.size() == 1 ? "version" : "versions");
-    }
-    for (std::size_t i = 0; i < std::min(since.size(), most_told); i++) {
-        say("  %s  %s", shown_name(view, since[i]->id).c_str(), time_text(since[i]->time).c_str());
-    }
-    if (since.size() > most_told) {
-        say("  and %zu more", since.size() - most_told);
-    }
-    say("--merge stores both together, --no-base stores FILE all the same");
-    return status_negative;
 }
 
 }  // namespace norvik

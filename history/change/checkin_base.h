@@ -3,23 +3,20 @@
 #define NORVIK_CHECKIN_BASE_H
 
 #include <string>
+#include <vector>
 
 #include "checkin_plan.h"
 #include "container_view.h"
+#include "failure.h"
 
 namespace norvik {
 
-struct command_declaration;
-
-struct base_options {
-    std::string base;  // the version that FILE was made from; empty: the one that FILE names
-    bool no_base = false;
-    bool merge = false;
-    bool update = false;
-
-    void declare(command_declaration &command);
-    // Refuses what does not go together, `file` being the text's name; 0, or status_trouble.
-    [[nodiscard]] int check_usage(const std::string &file) const;
+// What is said of a text's base.
+struct base_request {
+    std::string base;  // the version that it was made from, as a user names it; empty: see `mark`
+    std::string mark;  // the identifier that the text's file has of it; empty: none
+    bool needed = false;  // the base must be known, for a merge
+    std::string text;     // what failures call the text
 };
 
 // What a check-in is measured against.
@@ -29,16 +26,13 @@ struct checkin_base {
     bool current = true;                     // nothing has come since, as far as is known
 };
 
-// Finds both: `named` is the identifier on FILE, empty for none. One that the container lacks is
-// told and passed over. 0, or status_trouble after a message: no such version, or no base for a
-// merge.
-[[nodiscard]] int find_checkin_base(const container_view &view, const checkin_plan &plan,
-                                    const base_options &options, const std::string &file,
-                                    const std::string &named, checkin_base *out);
+// Finds both. A mark that the container lacks is told and passed over.
+result<checkin_base> find_checkin_base(const container_view &view, const checkin_plan &plan,
+                                       const base_request &request, const notice_sink &tell);
 
-// Says what has come since, and what may be done; returns status_negative.
-[[nodiscard]] int refuse_outdated(const container_view &view, const checkin_base &found,
-                                  const std::string &file);
+// The versions that `newest` has and the base has not, newest first.
+std::vector<const version_record *> came_since(const container_view &view,
+                                               const checkin_base &found);
 
 }  // namespace norvik
 

@@ -6,22 +6,14 @@
 #include <string>
 
 #include "container_view.h"
-#include "time_option.h"
+#include "failure.h"
 
 namespace norvik {
 
-struct command_context;
-struct command_declaration;
-
-// The options of the commands that store texts.
-struct checkin_options {
+// Where a text is to be stored.
+struct checkin_target {
     std::string branch;  // empty: the default branch
     std::string from;    // the version that a new branch is made off; empty: no new branch
-    bool allow_same = false;
-    time_option time;
-
-    // Those of all commands that change a container among them, and the exit codes.
-    void declare(command_declaration &command, command_context &context);
 };
 
 struct checkin_plan {
@@ -32,10 +24,9 @@ struct checkin_plan {
     std::string base_branch;   // the predecessor's branch
 };
 
-// Plans a check-in of `count` versions, numbered from plan->id on. Returns 0, or status_trouble
-// after a message.
-[[nodiscard]] int plan_checkin(const container_view &view, const checkin_options &options,
-                               uint64_t count, checkin_plan *plan);
+// Plans a check-in of `count` versions, numbered from the plan's `id` on.
+result<checkin_plan> plan_checkin(const container_view &view, const checkin_target &target,
+                                  uint64_t count);
 
 }  // namespace norvik
 

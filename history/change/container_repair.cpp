@@ -5,8 +5,10 @@
 #include <numeric>
 #include <set>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "record_text.h"
+#include "survivor_proof.h"
 #include "weave_rewrite.h"
 
 namespace norvik {
@@ -105,7 +107,7 @@ public:
         find_needed_branches();
     }
 
-    void write(output_writer *out) {
+    void append_to(std::string &out) {
         for (const version_record &version : view_.versions) {
             add_version(version);
         }
@@ -123,13 +125,13 @@ public:
         if (!is_in_order(lines_)) {
             std::stable_sort(lines_.begin(), lines_.end(), stands_before);
         }
-        out->write(status_line(highest_branch()));
+        out += status_line(highest_branch());
         for (const header_line &line : lines_) {
-            out->write(line.text);
+            out += line.text;
         }
         const std::string element(is_writable(view_.element_oid) ? view_.element_oid
                                                                  : lost_element);
-        out->write(element_line(element));
+        out += element_line(element);
     }
 
 private:
@@ -240,13 +242,45 @@ repair_verdict judge_versions(const container_view &view, const container_check 
     return verdict;
 }
 
-void write_repaired(const container_view &view, const container_check &check,
-                    const repair_verdict &verdict, output_writer *out) {
+std::string repaired_container(const container_view &view, const container_check &check,
+                               const repair_verdict &verdict) {
     const survivor_set survivors(verdict.alive);
     const rewrite_plan plan{[](std::string_view) { return true; }, true};
     const weave_rewrite weave(view, check.scan.tree, survivors, plan);
-    header_writer(view, check, verdict, weave.owners()).write(out);
-    weave.write([out](std::string_view piece) { out->write(piece); });
+    std::string out;
+    header_writer(view, check, verdict, weave.owners()).append_to(out);
+    weave.write([&out](std::string_view piece) { out += piece; });
+    return out;
+}
+
+result<> prove_repaired(const container_view &view, const container_check &check,
+                        const repair_verdict &verdict, const std::string &name, int descriptor) {
+    const auto opened = open_container(descriptor, name, "the new container cannot be read");
+    if (!opened) {
+        return opened.failure();
+    }
+    const container_view &repaired = *opened;
+    if (const auto faults = check_container(repaired, false, {}).faults; !faults.empty()) {
+        failure why = damaged(repaired, faults.front().what);
+        why.follows = "what could be saved does not make a sound container";
+        return why;
+    }
+    if (repaired.element_oid != view.element_oid && repaired.element_oid != lost_element) {
+        return refusal(view.name, "the element would be another one");
+    }
+    const std::unordered_set<const version_record *> saved(verdict.saved.begin(),
+                                                           verdict.saved.end());
+    for (const version_record *version : verdict.saved) {
+        const version_record *found = find_version(repaired, version->id);
+        if (found == nullptr || found->deleted || found->time != version->time ||
+            (found->oid != version->oid && found->oid != lost_identifier(version->id))) {
+            return refusal(view.name, "a version that could be saved is missing");
+        }
+    }
+    return compare_texts(
+        view, check.scan.tree,
+        [&saved](const version_record &version) { return saved.contains(&version); }, repaired,
+        [](const version_record &version) { return !version.deleted; });
 }
 
 }  // namespace norvik

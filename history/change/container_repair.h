@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "container_check.h"
-#include "output.h"
+#include "failure.h"
 
 namespace norvik {
 
@@ -41,9 +41,14 @@ struct repair_verdict {
 // The identifier that a version gets whose own is lost.
 [[nodiscard]] std::string lost_identifier(version_id id);
 
-// Writes a container with the saved versions, and no more of the others than these need.
-void write_repaired(const container_view &view, const container_check &check,
-                    const repair_verdict &verdict, output_writer *out);
+// A container with the saved versions, and no more of the others than these need.
+[[nodiscard]] std::string repaired_container(const container_view &view,
+                                             const container_check &check,
+                                             const repair_verdict &verdict);
+
+// Proves that the new container, called `name`, is sound and has every saved version with its text.
+result<> prove_repaired(const container_view &view, const container_check &check,
+                        const repair_verdict &verdict, const std::string &name, int descriptor);
 
 }  // namespace norvik
 

@@ -4,42 +4,19 @@
 
 #include <algorithm>
 
-#include "container_change.h"
 #include "container_check.h"
-#include "escaped_text.h"
-#include "failure_words.h"
-#include "output.h"
 
 namespace norvik {
 namespace {
 
-std::string shown(const container_view &view, version_id id) {
-    return escape_name(version_name(view, id));
-}
-
-std::string joined(std::vector<std::string> words) {
-    constexpr std::size_t most = 5;
-    if (words.size() > most) {
-        const std::size_t more = words.size() - most;
-        words.resize(most);
-        words.push_back(std::to_string(more) + " more");
-    }
-    std::string text;
-    for (std::size_t i = 0; i < words.size(); i++) {
-        text += (i == 0 ? "" : i + 1 == words.size() ? " and " : ", ") + words[i];
-    }
-    return text;
-}
-
-int add_branch(const container_view &view, const std::string &name, deletion_request *request) {
+result<> add_branch(const container_view &view, const std::string &name,
+                    deletion_request *request) {
     const branch_record *branch = find_branch(view, name);
     if (branch == nullptr) {
-        say_of_file(view.name, "has no branch " + escape_name(name));
-        return status_trouble;
+        return refusal(view.name, "has no branch " + name);
     }
     if (branch->number == 0) {
-        say_of_file(view.name, "the first branch, " + escape_name(name) + ", cannot be deleted");
-        return status_trouble;
+        return refusal(view.name, "the first branch, " + name + ", cannot be deleted");
     }
     request->branches.insert(branch->number);
     for (const version_record &version : view.versions) {
@@ -47,110 +24,113 @@ int add_branch(const container_view &view, const std::string &name, deletion_req
             request->versions.insert(version.id);
         }
     }
-    return status_done;
+    return {};
 }
 
-int add_version(const container_view &view, const std::string &text, deletion_request *request) {
-    const version_record *version = require_version(view, text);
-    if (version == nullptr) {
-        return status_trouble;
+result<> add_version(const container_view &view, const std::string &text,
+                     deletion_request *request) {
+    const auto version = resolve_version(view, text);
+    if (!version) {
+        return version.failure();
     }
-    if (version->id == version_id{0, 0}) {
-        say_of_file(view.name, shown(view, version->id) +
-                                   " cannot be deleted: nothing could be added any more");
-        return status_trouble;
+    const version_id id = (*version)->id;
+    if (id == version_id{0, 0}) {
+        return refusal(view.name, version_name(view, id) +
+                                      " cannot be deleted: nothing could be added any more");
     }
-    request->versions.insert(version->id);
-    return status_done;
+    request->versions.insert(id);
+    return {};
 }
 
 // Branches that stay and hang on one that goes.
-int refuse_hanging(const container_view &view, const deletion_request &request) {
+result<> refuse_hanging(const container_view &view, const deletion_request &request) {
     for (const uint64_t number : request.branches) {
         std::vector<std::string> in_the_way;
         for (const branch_record &branch : view.branches) {
             if (!branch.deleted && branch.number != 0 && branch.parent.branch == number &&
                 !request.branches.contains(branch.number)) {
-                in_the_way.push_back(escape_name(branch.oid) + " (off " +
-                                     shown(view, branch.parent) + ")");
+                in_the_way.push_back(std::string(branch.oid) + " (off " +
+                                     version_name(view, branch.parent) + ")");
             }
         }
         if (!in_the_way.empty()) {
-            say_of_file(view.name, "branch " + escape_name(branch_name(view, number)) +
-                                       " cannot be deleted while other branches hang on it: " +
-                                       joined(in_the_way));
-            return status_trouble;
+            return refusal(view.name, "branch " + branch_name(view, number) +
+                                          " cannot be deleted while other branches hang on it: " +
+                                          in_words(in_the_way));
         }
     }
-    return status_done;
+    return {};
 }
 
 // The branches made off this version or a newer one of its branch.
-std::vector<std::string> hanging_branches(const container_view &view, version_id from) {
-    std::vector<std::string> names;
+std::vector<const branch_record *> hanging_branches(const container_view &view, version_id from) {
+    std::vector<const branch_record *> found;
     for (const branch_record &branch : view.branches) {
         if (!branch.deleted && branch.number != 0 && branch.parent.branch == from.branch &&
             branch.parent.number >= from.number) {
-            names.push_back("branch " + escape_name(branch.oid));
+            found.push_back(&branch);
         }
     }
-    return names;
+    return found;
 }
 
-// What still needs the lines of a deleted version.
-std::string dependents(const container_view &after, const version_record &kept) {
-    std::vector<std::string> needed_by;
+const version_record *next_on_branch(const container_view &view, version_id id) {
     const version_record *next = nullptr;
-    for (const version_record &version : after.versions) {
-        if (!version.deleted && version.id.branch == kept.id.branch &&
-            version.id.number > kept.id.number &&
+    for (const version_record &version : view.versions) {
+        if (!version.deleted && version.id.branch == id.branch && version.id.number > id.number &&
             (next == nullptr || version.id.number < next->id.number)) {
             next = &version;
         }
     }
-    if (next != nullptr) {
-        needed_by.push_back(shown(after, next->id));
-    }
-    const std::vector<std::string> branches = hanging_branches(after, kept.id);
-    needed_by.insert(needed_by.end(), branches.begin(), branches.end());
-    return joined(needed_by);
+    return next;
 }
 
-std::string describe_version(const container_view &before, const container_view &after,
-                             const version_record &version, telling mood) {
-    const std::string name = shown(before, version.id);
-    const version_record *kept = find_version(after, version.id);
-    const bool done = mood == telling::done;
-    if (kept == nullptr && version.deleted) {
-        return name + ", deleted before: its lines " +
-               (done ? "are gone from the file now" : "would be gone from the file");
+version_fate fate_of(const container_view &after, const version_record &version) {
+    if (find_version(after, version.id) != nullptr) {
+        return {&version, fate::hidden, next_on_branch(after, version.id),
+                hanging_branches(after, version.id)};
     }
-    const std::string start = name + (done ? ": deleted, " : ": would be deleted, ");
-    return kept == nullptr
-               ? start + "its lines " + (done ? "are" : "would be") + " gone from the file"
-               : start + "but its lines " + (done ? "are still" : "would stay") +
-                     " in the file, for " + dependents(after, *kept);
+    return {&version, version.deleted ? fate::gone_at_last : fate::gone, nullptr, {}};
 }
 
 }  // namespace
 
-int resolve_deletion(const container_view &view, const std::vector<std::string> &versions,
-                     const std::vector<std::string> &branches, deletion_request *request) {
+std::string in_words(std::vector<std::string> names) {
+    constexpr std::size_t most = 5;
+    if (names.size() > most) {
+        const std::size_t more = names.size() - most;
+        names.resize(most);
+        names.push_back(std::to_string(more) + " more");
+    }
+    std::string text;
+    for (std::size_t i = 0; i < names.size(); i++) {
+        text += (i == 0 ? "" : i + 1 == names.size() ? " and " : ", ") + names[i];
+    }
+    return text;
+}
+
+result<deletion_request> resolve_deletion(const container_view &view,
+                                          const std::vector<std::string> &versions,
+                                          const std::vector<std::string> &branches) {
+    deletion_request request;
     for (const std::string &name : branches) {
-        if (add_branch(view, name, request) != status_done) {
-            return status_trouble;
+        if (const auto added = add_branch(view, name, &request); !added) {
+            return added.failure();
         }
     }
     for (const std::string &text : versions) {
-        if (add_version(view, text, request) != status_done) {
-            return status_trouble;
+        if (const auto added = add_version(view, text, &request); !added) {
+            return added.failure();
         }
     }
-    return refuse_hanging(view, *request);
+    if (const auto free = refuse_hanging(view, request); !free) {
+        return free.failure();
+    }
+    return request;
 }
 
-int delete_into(const container_view &view, const std::string &container_path,
-                const deletion_request &request, const std::string &new_path) {
+result<> delete_into(const container_view &view, const std::string &container_path,
+                     const deletion_request &request, const std::string &new_path) {
     std::vector<std::string> oids;
     for (const version_record &version : view.versions) {
         if (request.versions.contains(version.id)) {
@@ -167,83 +147,59 @@ int delete_into(const container_view &view, const std::string &container_path,
     for (const std::string &oid : oids) {
         names.push_back(oid.c_str());
     }
-    const int result = tdm_delete_versions_and_branches(container_path.c_str(), new_path.c_str(),
+    const int failed = tdm_delete_versions_and_branches(container_path.c_str(), new_path.c_str(),
                                                         static_cast<int32_t>(names.size()),
                                                         names.data(), 0, nullptr);
-    if (result != 0) {
-        say_of_file(view.name, "nothing is deleted");
-    }
-    return result == 0 ? status_done : status_trouble;
+    return failed == 0 ? result<>() : refusal(view.name, "nothing is deleted");
 }
 
-int require_soundness(const container_view &view) {
+result<> require_soundness(const container_view &view) {
     const container_check check = check_container(view, false, {});
     if (check.faults.empty()) {
-        return status_done;
+        return {};
     }
-    (void)tell(damaged(view, check.faults.front().what));
-    say_of_file(view.name, "is unsound ('tdm verify' tells more); nothing is built on it");
-    return status_trouble;
+    failure why = damaged(view, check.faults.front().what);
+    why.follows = "is unsound ('tdm verify' tells more); nothing is built on it";
+    return why;
 }
 
-int prove_survivors(const container_view &before, const container_view &after,
-                    const deletion_request &request) {
+result<> prove_survivors(const container_view &before, const container_view &after,
+                         const deletion_request &request) {
     if (const auto faults = check_container(after, false, {}).faults; !faults.empty()) {
-        (void)tell(damaged(after, faults.front().what));
-        say_of_file(before.name, "the new container is not sound; nothing is changed");
-        return status_trouble;
+        failure why = damaged(after, faults.front().what);
+        why.follows = "the new container is not sound; nothing is changed";
+        return why;
     }
     const auto survives = [&](const version_record &version) { return request.survives(version); };
     auto same = compare_survivors(before, after, survives);
     if (!same) {
-        same.failure().reason += "; nothing is changed";
+        same.failure().outcome = "nothing is changed";
     }
-    return told(same);
+    return same;
 }
 
-std::vector<std::string> describe_deletion(const container_view &before,
-                                           const container_view &after,
-                                           const deletion_request &request, telling mood) {
-    const bool done = mood == telling::done;
-    std::vector<std::string> sentences;
+deletion_fates fates_of(const container_view &before, const container_view &after,
+                        const deletion_request &request) {
+    deletion_fates fates;
     for (const version_record &version : before.versions) {
         const bool goes = request.versions.contains(version.id);
         if (goes || (version.deleted && find_version(after, version.id) == nullptr)) {
-            sentences.push_back(describe_version(before, after, version, mood));
+            fates.versions.push_back(fate_of(after, version));
         }
     }
     for (const branch_record &branch : before.branches) {
-        const std::string name = "branch " + escape_name(branch.oid);
         if (branch.deleted) {
             continue;
         }
         if (find_branch(after, branch.number) == nullptr) {
-            sentences.push_back(name + (done ? ": removed, none of its versions is left"
-                                             : ": would be removed with all its versions"));
+            fates.branches.push_back({&branch, fate::gone, {}});
         } else if (newest_version(before, branch.number) != nullptr &&
                    newest_version(after, branch.number) == nullptr) {
-            sentences.push_back(name + (done ? ": stays" : ": would stay") +
-                                " without versions, for " +
-                                joined(hanging_branches(after, {branch.number, 0})));
+            fates.branches.push_back(
+                {&branch, fate::emptied, hanging_branches(after, {branch.number, 0})});
         }
     }
-    return sentences;
-}
-
-void tell_plan(const std::vector<std::string> &sentences) {
-    for (const std::string &sentence : sentences) {
-        say("%s", sentence.c_str());
-    }
-}
-
-done_report report_of_change(const std::string &container, const std::string &what,
-                             const std::vector<std::string> &sentences) {
-    done_report report;
-    for (const std::string &sentence : sentences) {
-        report.words += sentence + "\n";
-    }
-    report.done = escape_name(container) + ": " + what + " is done";
-    return report;
+    return fates;
 }
 
 }  // namespace norvik

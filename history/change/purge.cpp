@@ -1,16 +1,11 @@
 #include "purge.h"
 
-#include <unistd.h>
-
-#include <cerrno>
 #include <functional>
 #include <unordered_map>
 #include <unordered_set>
 
-#include "exit_status.h"
-#include "failure_words.h"
+#include "descriptor_path.h"
 #include "memory_file.h"
-#include "output.h"
 #include "weave_cursor.h"
 #include "weave_rewrite.h"
 
@@ -94,7 +89,7 @@ using text_set = std::unordered_set<std::string_view>;
 
 // The lines of the version that no survivor holds; those that one holds go into the result.
 text_set lines_to_take_out(const container_view &view, version_id version,
-                           const deletion_request &request, purge_result *result) {
+                           const deletion_request &request, purge_result *lines) {
     const holder_pass pass(view, request);
     text_set secret;
     pass.visit([&](const weave_stretch &stretch, std::string_view text,
@@ -102,32 +97,32 @@ text_set lines_to_take_out(const container_view &view, version_id version,
         if (stretch.run != version) {
             return;
         }
-        result->inserted++;
+        lines->inserted++;
         if (holders.empty()) {
             secret.insert(text);
         } else {
-            pass.note(text, holders, &result->held);
+            pass.note(text, holders, &lines->held);
         }
     });
     return secret;
 }
 
-int write_without(const container_view &view, const text_set &secret,
-                  const deletion_request &request, int descriptor) {
-    output_writer out(descriptor, view.name);
-    out.write(view.bytes.view().substr(0, view.weave_offset));
+result<> write_without(const container_view &view, const text_set &secret,
+                       const deletion_request &request, int descriptor) {
+    std::string out(view.bytes.view().substr(0, view.weave_offset));
     const holder_pass pass(view, request);
     const rewrite_plan plan{
         [&secret](std::string_view text) { return secret.contains(without_newline(text)); }};
     weave_rewrite(view, pass.tree(), pass.survivors(), plan).write([&out](std::string_view piece) {
-        out.write(piece);
+        out += piece;
     });
-    return out.finish();
+    const std::error_code error = write_bytes(descriptor, out);
+    return error ? result<>(system_failure(view.name, "cannot write", error)) : result<>();
 }
 
 // Looks for the lines taken out in what has been written. One that no survivor holds is a failure.
-int search(const container_view &after, const text_set &secret, const deletion_request &request,
-           purge_result *result) {
+result<> search(const container_view &after, const text_set &secret,
+                const deletion_request &request, purge_result *lines) {
     const holder_pass pass(after, request);
     text_set told;
     bool left = false;
@@ -139,43 +134,43 @@ int search(const container_view &after, const text_set &secret, const deletion_r
         }
         left = left || holders.empty();
         if (!holders.empty() && told.insert(*found).second) {
-            pass.note(text, holders, &result->copies);
+            pass.note(text, holders, &lines->copies);
         }
     });
-    if (left) {
-        say_of_file(after.name, "a line to purge is still there; nothing is changed");
-        return status_trouble;
-    }
-    return status_done;
+    return left ? refusal(after.name, "a line to purge is still there; nothing is changed")
+                : result<>();
 }
 
 }  // namespace
 
-int purge_into(const container_view &before, const std::string &container_path, version_id version,
-               const deletion_request &request, int descriptor, container_view *after,
-               purge_result *result) {
+result<> purge_into(const container_view &before, const std::string &container_path,
+                    version_id version, const deletion_request &request, int descriptor,
+                    container_view *after, purge_result *lines) {
     memory_file memory;
-    if (const std::error_code error = memory.create(before.name); error) {
-        return say_errno(before.name, "no memory for the new container", error);
+    if (const std::error_code error = memory.create(before.name)) {
+        return system_failure(before.name, "no memory for the new container", error);
     }
-    if (delete_into(before, container_path, request, memory.path()) != status_done) {
-        return status_trouble;
+    if (auto done = delete_into(before, container_path, request, memory.path()); !done) {
+        return done;
     }
-    container_view without_version;
-    if (told(open_container(memory.descriptor(), before.name, "cannot be read without the version"),
-             &without_version) != status_done) {
-        return status_trouble;
+    const auto without_version =
+        open_container(memory.descriptor(), before.name, "cannot be read without the version");
+    if (!without_version) {
+        return without_version.failure();
     }
-    const text_set secret = lines_to_take_out(before, version, request, result);
-    if (write_without(without_version, secret, request, descriptor) != status_done) {
-        return status_trouble;
+    const text_set secret = lines_to_take_out(before, version, request, lines);
+    if (auto written = write_without(*without_version, secret, request, descriptor); !written) {
+        return written;
     }
-    if (told(open_container(descriptor, before.name, "the new container cannot be read"), after) !=
-            status_done ||
-        prove_survivors(before, *after, request) != status_done) {
-        return status_trouble;
+    auto opened = open_container(descriptor, before.name, "the new container cannot be read");
+    if (!opened) {
+        return opened.failure();
     }
-    return search(*after, secret, request, result);
+    *after = std::move(*opened);
+    if (auto proven = prove_survivors(before, *after, request); !proven) {
+        return proven;
+    }
+    return search(*after, secret, request, lines);
 }
 
 }  // namespace norvik

@@ -33,10 +33,10 @@ struct purge_result {
 // Writes the container without `version` and without its lines to `descriptor`, then reads that
 // file and searches it for every line taken out. `request` is the deletion of the version, empty
 // when it is deleted already. `container_path` is the container of `before`; `after` is the new
-// one. Returns 0, or status_trouble after a message.
-[[nodiscard]] int purge_into(const container_view &before, const std::string &container_path,
-                             version_id version, const deletion_request &request, int descriptor,
-                             container_view *after, purge_result *result);
+// one.
+result<> purge_into(const container_view &before, const std::string &container_path,
+                    version_id version, const deletion_request &request, int descriptor,
+                    container_view *after, purge_result *lines);
 
 }  // namespace norvik
 

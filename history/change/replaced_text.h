@@ -13,12 +13,11 @@ public:
     explicit replaced_text(const container_view &view) : view_(view) {}
 
     // Whether nothing is lost when the locked file, which exists, goes: its bytes are those of a
-    // version, `asked` or another one. 0, or status_trouble after a message.
-    [[nodiscard]] int look(const locked_file &file, const version_record &asked);
+    // version, `asked` or another one.
+    result<> look(const locked_file &file, const version_record &asked);
 
-    // Whether that is still so, for the moment before the file goes; 0, or status_trouble after a
-    // message. Without a look before, 0.
-    [[nodiscard]] int look_again() const;
+    // Whether that is still so, for the moment before the file goes; without a look before it is.
+    result<> look_again() const;
 
 private:
     const container_view &view_;

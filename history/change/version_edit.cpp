@@ -4,8 +4,6 @@
 
 #include <cstring>
 
-#include "exit_status.h"
-#include "output.h"
 #include "record_line.h"
 
 namespace norvik {
@@ -53,24 +51,23 @@ class line_source {
 public:
     line_source(const std::string &name, std::string_view text) : name_(name), rest_(text) {}
 
-    // Appends lines `first` to `last` (from 1) as the container stores them. False, after a
-    // message, when one cannot be stored or does not exist.
-    bool store(int32_t first, int32_t last, std::string &stored) {
+    // Appends lines `first` to `last` (from 1) as the container stores them; fails when one cannot
+    // be stored or does not exist.
+    result<> store(int32_t first, int32_t last, std::string &stored) {
         for (; line_ < first && !rest_.empty(); line_++) {
             rest_.remove_prefix(line_size());
         }
         for (; line_ <= last; line_++) {
             if (rest_.empty()) {
-                say_of_file(name_, "was changed while it was read");
-                return false;
+                return refusal(name_, "was changed while it was read");
             }
             const std::string_view line = rest_.substr(0, line_size());
             rest_.remove_prefix(line.size());
-            if (!store_line(line, stored)) {
-                return false;
+            if (auto done = store_line(line, stored); !done) {
+                return done;
             }
         }
-        return true;
+        return {};
     }
 
 private:
@@ -79,16 +76,16 @@ private:
         return newline == std::string_view::npos ? rest_.size() : newline + 1;
     }
 
-    bool store_line(std::string_view line, std::string &stored) const {
+    result<> store_line(std::string_view line, std::string &stored) const {
         if (!format::can_be_read_back(line) || line.find('\0') != std::string_view::npos) {
-            say_of_line(name_, static_cast<uint64_t>(line_),
-                        "not a line of text that can be stored");
-            return false;
+            failure why = refusal(name_, "not a line of text that can be stored");
+            why.line = static_cast<uint64_t>(line_);
+            return why;
         }
         stored += format::prefix_of_text(line);
         stored += line;
         stored += line.back() == '\n' ? "" : "\n";
-        return true;
+        return {};
     }
 
     const std::string &name_;
@@ -96,66 +93,68 @@ private:
     int32_t line_ = 1;  // number of the line at the start of `rest_`
 };
 
-bool insert_lines(import_weave &weave, line_source &lines, const diff_block &block) {
+result<> insert_lines(import_weave &weave, line_source &lines, const diff_block &block) {
     std::string stored;
-    if (!lines.store(block.other_first, block.other_last, stored)) {
-        return false;
+    auto done = lines.store(block.other_first, block.other_last, stored);
+    if (done) {
+        weave.insert(std::move(stored),
+                     static_cast<uint64_t>(block.other_last - block.other_first + 1));
     }
-    weave.insert(std::move(stored),
-                 static_cast<uint64_t>(block.other_last - block.other_first + 1));
-    return true;
+    return done;
 }
 
-bool apply_block(import_weave &weave, line_source &lines, const diff_block &block) {
+result<> apply_block(import_weave &weave, line_source &lines, const diff_block &block) {
     const auto first = static_cast<uint64_t>(block.base_first);
     const auto last = static_cast<uint64_t>(block.base_last);
     switch (block.kind) {
         case tdm_diff_unchanged:
             weave.keep_until(last);
-            return true;
+            return {};
         case tdm_diff_change:
         case tdm_diff_delete:
         case tdm_diff_moved_delete:
             weave.keep_until(first - 1);
             weave.delete_until(last);
-            return block.kind != tdm_diff_change || insert_lines(weave, lines, block);
+            return block.kind != tdm_diff_change ? result<>() : insert_lines(weave, lines, block);
         case tdm_diff_insert:
         case tdm_diff_moved_insert:
             weave.keep_until(first);
             return insert_lines(weave, lines, block);
         default:
-            return false;
+            return refusal({}, "the comparison gives a difference of an unknown kind");
     }
 }
 
 }  // namespace
 
-int weave_version(import_weave &weave, version_id id, const std::string &before_path,
-                  const std::string &path, const std::string &name, std::string_view text) {
+result<> weave_version(import_weave &weave, version_id id, const std::string &before_path,
+                       const std::string &path, const std::string &name, std::string_view text) {
     comparison differences;
     bool identical = false;
-    bool at_end = false;
     uint64_t head_lines = 0;
-    bool good = differences.start(before_path, path, identical, head_lines);
-    if (good && identical) {
-        return status_done;
+    if (!differences.start(before_path, path, identical, head_lines)) {
+        return refusal(name, "cannot be imported");
+    }
+    if (identical) {
+        return {};
     }
     line_source lines(name, text);
-    diff_block block{};
     weave.begin_edit(id);
     weave.keep_until(head_lines);
-    while (good) {
-        good = differences.next(at_end, block);
-        if (!good || at_end) {
+    result<> done;
+    for (bool at_end = false; done;) {
+        diff_block block{};
+        if (!differences.next(at_end, block)) {
+            done = refusal(name, "cannot be imported");
+        } else if (at_end) {
             break;
+        } else if (done = apply_block(weave, lines, block); !done) {
+            done.failure().file = name;
+            done.failure().follows = "cannot be imported";
         }
-        good = apply_block(weave, lines, block);
     }
     weave.end_edit();
-    if (!good) {
-        say_of_file(name, "cannot be imported");
-    }
-    return good ? status_done : status_trouble;
+    return done;
 }
 
 }  // namespace norvik

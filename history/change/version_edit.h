@@ -6,16 +6,16 @@
 #include <string>
 #include <string_view>
 
+#include "failure.h"
 #include "import_weave.h"
 
 namespace norvik {
 
 // `before_path` holds the text at which `weave` is open; `text` is the new version's text, which is
 // also in the file `path`. Afterwards the weave is open at `text`, with the new version's records
-// in it. Messages name the new file `name`. Returns 0, or status_trouble after a message.
-[[nodiscard]] int weave_version(import_weave &weave, version_id id, const std::string &before_path,
-                                const std::string &path, const std::string &name,
-                                std::string_view text);
+// in it. Failures name the new file `name`.
+result<> weave_version(import_weave &weave, version_id id, const std::string &before_path,
+                       const std::string &path, const std::string &name, std::string_view text);
 
 }  // namespace norvik
 

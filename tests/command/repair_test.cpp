@@ -97,11 +97,7 @@ judgement judge(const std::string &bytes, const random_history &history,
     }
     const norvik::repair_verdict verdict = norvik::judge_versions(view, check, false);
     result.saved = verdict.saved.size();
-    write_file("repaired", "");
-    norvik::output_writer out(open("repaired", O_WRONLY), "repaired");
-    norvik::write_repaired(view, check, verdict, &out);
-    EXPECT_EQ(out.finish(), 0);
-    const container_view repaired = opened(read_file("repaired"));
+    const container_view repaired = opened(norvik::repaired_container(view, check, verdict));
     for (const auto &[id, version] : history.versions) {
         const norvik::version_record *saved = norvik::find_version_by_oid(repaired, version.oid);
         if (saved != nullptr && host_tests::text_of_version(repaired, saved->id) != version.text) {

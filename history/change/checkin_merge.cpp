@@ -1,19 +1,16 @@
 #include "checkin_merge.h"
-#include "failure_words.h"
 
 #include <algorithm>
 
-#include "exit_status.h"
 #include "version_text.h"
 
 namespace norvik {
 
 namespace {
 
-int load(const container_view &view, const version_record &version, lined_text *out) {
-    const int status =
-        told(load_version_text(view, version.id, version_name(view, version.id), out));
-    return status == status_done ? told(read_lines(out)) : status;
+result<> load(const container_view &view, const version_record &version, lined_text *out) {
+    auto loaded = load_version_text(view, version.id, version_name(view, version.id), out);
+    return loaded ? read_lines(out) : loaded;
 }
 
 // The offset of the first line that begins so, from `from` on.
@@ -27,16 +24,18 @@ std::size_t find_line(std::string_view text, const std::string &beginning, std::
 
 }  // namespace
 
-int merge_with_newest(const container_view &view, const checkin_base &found,
-                      const std::string &file, std::string_view text, checkin_merge *out) {
+result<> merge_with_newest(const container_view &view, const checkin_base &found,
+                           const std::string &name, std::string_view text, checkin_merge *out) {
     lined_text base;
     lined_text newest;
-    if (load(view, *found.base, &base) != status_done ||
-        load(view, *found.newest, &newest) != status_done) {
-        return status_trouble;
+    if (auto loaded = load(view, *found.base, &base); !loaded) {
+        return loaded;
+    }
+    if (auto loaded = load(view, *found.newest, &newest); !loaded) {
+        return loaded;
     }
     return merge_texts(
-        {{base.name, base.bytes.view()}, {file, text}, {newest.name, newest.bytes.view()}},
+        {{base.name, base.bytes.view()}, {name, text}, {newest.name, newest.bytes.view()}},
         &out->options, &out->run);
 }
 

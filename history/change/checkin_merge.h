@@ -7,22 +7,21 @@
 
 #include "checkin_base.h"
 #include "container_view.h"
-#include "file_merge.h"
+#include "text_merge.h"
 
 namespace norvik {
 
 struct checkin_merge {
     merge_options options;
-    file_merge run;
+    text_merge run;
 
     const std::string &text() const { return run.merged.text; }
 };
 
-// Merges the text of `file` and the newest version, the base being theirs. 0, also for conflicts
-// (is_clean tells), or status_trouble after a message.
-[[nodiscard]] int merge_with_newest(const container_view &view, const checkin_base &found,
-                                    const std::string &file, std::string_view text,
-                                    checkin_merge *out);
+// Merges the text, called `name`, and the newest version, the base being theirs; conflicts are no
+// failure (is_clean tells).
+result<> merge_with_newest(const container_view &view, const checkin_base &found,
+                           const std::string &name, std::string_view text, checkin_merge *out);
 
 // The first line (from 1) of a conflict between markers of ours that stands in the text, 0 for
 // none.

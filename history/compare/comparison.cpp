@@ -1,7 +1,4 @@
 #include "comparison.h"
-#include "failure_words.h"
-
-#include "exit_status.h"
 
 namespace norvik {
 
@@ -22,10 +19,10 @@ paired_lines pairs_of(const std::vector<diff_block> &blocks, uint32_t file_index
     return pairs;
 }
 
-int read_stream(size_t files, comparison *out) {
+result<> read_stream(size_t files, comparison *out) {
     uint64_t tail_lines = 0;
     if (tdm_init_diff_stream(out->session.get(), &out->head_lines, &tail_lines) != 0) {
-        return status_trouble;
+        return told_failure();
     }
     for (size_t i = 0; i < files; i++) {
         uint64_t head_bytes = 0;
@@ -36,10 +33,10 @@ int read_stream(size_t files, comparison *out) {
         uint32_t end = 0;
         diff_block block;
         if (tdm_get_next_diff(out->session.get(), &end, &block) != 0) {
-            return status_trouble;
+            return told_failure();
         }
         if (end != 0) {
-            return status_done;
+            return {};
         }
         out->blocks.push_back(block);
     }
@@ -47,15 +44,15 @@ int read_stream(size_t files, comparison *out) {
 
 }  // namespace
 
-int compare_files(std::vector<lined_text> *files, const char *operation, bool ignore_blanks,
-                  after_compare after, comparison *out) {
+result<> compare_files(std::vector<lined_text> *files, const char *operation, bool ignore_blanks,
+                       after_compare after, comparison *out) {
     std::vector<const char *> paths;
     for (const lined_text &file : *files) {
         paths.push_back(file.path.path().c_str());
     }
     tdm_session *session = nullptr;
     if (tdm_create_session(static_cast<int>(paths.size()), paths.data(), &session) != 0) {
-        return status_trouble;
+        return told_failure();
     }
     out->session.reset(session);
     tdm_set_operation_context(session, 1, operation);
@@ -64,21 +61,23 @@ int compare_files(std::vector<lined_text> *files, const char *operation, bool ig
     }
     int identical = 0;
     if (tdm_compare(session, &identical) != 0) {
-        return status_trouble;
+        return told_failure();
     }
     out->identical = identical != 0;
-    if (!out->identical && read_stream(paths.size(), out) != status_done) {
-        return status_trouble;
+    if (!out->identical) {
+        if (auto read = read_stream(paths.size(), out); !read) {
+            return read;
+        }
     }
     if (after == after_compare::close_session) {
         out->session.reset();
     }
     for (lined_text &file : *files) {
-        if (told(read_lines(&file)) != status_done) {
-            return status_trouble;
+        if (auto read = read_lines(&file); !read) {
+            return read;
         }
     }
-    return status_done;
+    return {};
 }
 
 file_edits edits_of(const comparison &c, const std::vector<lined_text> &files, size_t index,

@@ -29,10 +29,10 @@ struct comparison {
 enum class after_compare { close_session, keep_session };
 
 // Compares files[0], the base, with every other, and reads the lines of all. `operation`
-// ("compare", "merge") is what the library's messages name. Returns 0, or status_trouble after a
-// message (the library's own for a file that is no text).
-[[nodiscard]] int compare_files(std::vector<lined_text> *files, const char *operation,
-                                bool ignore_blanks, after_compare after, comparison *out);
+// ("compare", "merge") is what the library's messages name. What the library refuses, such as a
+// file that is no text, it tells by its own messages: the failure is then of the kind `told`.
+result<> compare_files(std::vector<lined_text> *files, const char *operation, bool ignore_blanks,
+                       after_compare after, comparison *out);
 
 // The edits of file `index` (from 1); none when it is the same as the base.
 [[nodiscard]] file_edits edits_of(const comparison &c, const std::vector<lined_text> &files,

@@ -1,0 +1,88 @@
+// A change that is planned, shown, and asked about before it is made. Nobody waits for the answer:
+// the container is locked while it is planned and while it is changed, not in between; when it has
+// changed by then, there is a new plan and a new question.
+#ifndef NORVIK_ASKED_CHANGE_H
+#define NORVIK_ASKED_CHANGE_H
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "change_words.h"
+#include "command_context.h"
+#include "confirm.h"
+#include "container_plan.h"
+#include "exit_status.h"
+#include "failure_words.h"
+
+namespace norvik {
+
+// `Plan` is container_plan or derived from it.
+template <typename Plan>
+class asked_change {
+public:
+    // Plans in the open container; 0, or another status after a message.
+    using planner = std::function<int(container_change *change, Plan *plan)>;
+
+    asked_change(const command_context &context, std::string container, planner make)
+        : context_(context), container_(std::move(container)), make_(std::move(make)) {}
+
+    // Locks the container and plans; 0, or another status after a message.
+    [[nodiscard]] int plan() {
+        change_.emplace(context_);
+        plan_.emplace();
+        const int status = told(change_->open(container_));
+        return status == status_done ? make_(&*change_, &*plan_) : status;
+    }
+
+    const Plan &planned() const { return *plan_; }
+
+    // Shows what `describe` makes of the plan and asks `question`, which is made of it as well, or
+    // with `yes` takes that for the answer; 0 with the container locked, or another status after a
+    // message.
+    template <typename Describe, typename Question>
+    [[nodiscard]] int ask(bool yes, const Describe &describe, const Question &question) {
+        for (;;) {
+            if (!yes || !context_.quiet) {
+                tell_plan(describe(*plan_, telling::planned));
+            }
+            if (yes) {
+                return status_done;
+            }
+            change_->replacement.unlock();
+            change_.reset();
+            if (const int answer = confirm(context_, question(*plan_)); answer != status_done) {
+                return answer;
+            }
+            change_.emplace(context_);
+            const auto opened = open_as_planned(container_, *plan_, &*change_);
+            if (opened || opened.failure().kind != failure_kind::changed) {
+                return told(opened);
+            }
+            (void)tell(opened.failure());
+            if (const int status = plan(); status != status_done) {
+                return status;
+            }
+        }
+    }
+
+    // Makes the change, of a container that is locked; `done` is told then.
+    [[nodiscard]] int carry_out(done_report done) {
+        const int status = told(norvik::carry_out(*plan_, &change_->replacement));
+        if (status == status_done && !context_.quiet) {
+            tell_done(std::move(done));
+        }
+        return status;
+    }
+
+private:
+    const command_context &context_;
+    std::string container_;
+    planner make_;
+    std::optional<container_change> change_;
+    std::optional<Plan> plan_;
+};
+
+}  // namespace norvik
+
+#endif
