@@ -42,14 +42,9 @@ void add_dry_run_option(command_declaration &command, command_context &context) 
 }
 
 int require_output(const command_context &context, std::string_view command, bool writes_file) {
-    const char *dropped = context.dry_run       ? "--dry-run"
-                          : context.force       ? "--force"
-                          : context.break_links ? "--break-links"
-                                                : nullptr;
-    return writes_file || dropped == nullptr
+    return writes_file || !context.dry_run
                ? int{status_done}
-               : usage_error(command,
-                             std::string(dropped) + " needs -o FILE: nothing else is replaced");
+               : usage_error(command, "--dry-run needs -o FILE: nothing else is replaced");
 }
 
 void add_damaged_option(command_declaration &command, bool &damaged) {

@@ -22,8 +22,9 @@ void add_replace_options(command_declaration &command, command_context &context,
 // obeys it.
 void add_dry_run_option(command_declaration &command, command_context &context);
 
-// Refuses what --dry-run, --force and --break-links could not act upon when no file is written;
-// `command` is its name. 0, or status_trouble after a message.
+// Refuses a --dry-run where no file is written: it would promise what is not done anyway. --force
+// and --break-links ask for nothing there. `command` is its name. 0, or status_trouble after a
+// message.
 [[nodiscard]] int require_output(const command_context &context, std::string_view command,
                                  bool writes_file);
 
