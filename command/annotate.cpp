@@ -171,8 +171,8 @@ private:
 };
 
 // Lets the library write its listing into memory.
-int read_listing(const annotate_options &options, const char *path, const std::string &oid,
-                 file_bytes *listing) {
+exit_status read_listing(const annotate_options &options, const char *path, const std::string &oid,
+                         file_bytes *listing) {
     memory_file memory;
     if (const std::error_code error = memory.create(options.container); error) {
         return say_errno(options.container, "no memory for the annotation", error);
@@ -182,11 +182,11 @@ int read_listing(const annotate_options &options, const char *path, const std::s
         return status_trouble;
     }
     const std::error_code error = listing->load(memory.descriptor());
-    return !error ? int{status_done}
+    return !error ? status_done
                   : say_errno(options.container, "the annotation cannot be read", error);
 }
 
-int run_annotate(const command_context &context, const annotate_options &options) {
+exit_status run_annotate(const command_context &context, const annotate_options &options) {
     container_reading input;
     const container_view &view = input.view;
     if (open_sound_container(options.container, options.damaged, &input) != status_done) {
@@ -204,7 +204,7 @@ int run_annotate(const command_context &context, const annotate_options &options
         return unless_changed(input, result == 0 ? status_done : status_trouble);
     }
     file_bytes listing;
-    const int status = read_listing(options, path, oid, &listing);
+    const exit_status status = read_listing(options, path, oid, &listing);
     if (status == status_done) {
         pager pages(context.no_pager);
         annotation_printer printer(view, options.deleted || options.all, pages.to_terminal());

@@ -25,7 +25,7 @@ struct branch_options {
     time_option time;
 };
 
-int run_branch(const command_context &context, const branch_options &options) {
+exit_status run_branch(const command_context &context, const branch_options &options) {
     container_change change(context);
     new_version fresh;
     if (options.time.get(fresh.time) != status_done ||
@@ -39,7 +39,7 @@ int run_branch(const command_context &context, const branch_options &options) {
         return status_trouble;
     }
     done_report report = report_of_versions(options.name, 0, 0);
-    const int status = told(store_branch(&change, options.name, *point, fresh));
+    const exit_status status = told(store_branch(&change, options.name, *point, fresh));
     if (status == status_done) {
         tell_versions(context, std::move(report));
     }

@@ -48,7 +48,7 @@ struct checkin_run {
     uint64_t time = 0;
 };
 
-int nothing_to_store(const container_change &change, version_id same) {
+exit_status nothing_to_store(const container_change &change, version_id same) {
     say_of_file(change.old.name, "nothing to store: the text is that of " +
                                      escape_name(version_name(change.old, same)) +
                                      " (--allow-same stores it all the same)");
@@ -56,7 +56,7 @@ int nothing_to_store(const container_change &change, version_id same) {
 }
 
 // Stores `input` as the next version, up to telling its name.
-int store_text(checkin_run &run, const input_text &input) {
+exit_status store_text(checkin_run &run, const input_text &input) {
     run.change.stores(run.file.input().rights());
     done_report report =
         report_of_versions(run.plan.branch, run.plan.id.number, run.plan.id.number);
@@ -73,12 +73,12 @@ int store_text(checkin_run &run, const input_text &input) {
 }
 
 // Stores the file's own text. A file that equals the newest version is as good as made from it.
-int store_file(checkin_run &run) {
+exit_status store_file(checkin_run &run) {
     if (const size_t line = find_conflict(run.file.input().text());
         line != 0 && !run.context.quiet) {
         say_of_line(run.file.name(), line, "a conflict between markers is stored with the text");
     }
-    const int status = store_text(run, run.file.input());
+    const exit_status status = store_text(run, run.file.input());
     if (status == status_done) {
         run.file.set_base(run.oid);
     } else if (status == status_negative && run.found.newest != nullptr &&
@@ -89,7 +89,7 @@ int store_file(checkin_run &run) {
 }
 
 // Leaves the conflicts in the file, which is then made from the newest version, or tells them.
-int refuse_conflicts(checkin_run &run, const checkin_merge &merge) {
+exit_status refuse_conflicts(checkin_run &run, const checkin_merge &merge) {
     const bool update = run.options.base.update;
     say_conflicts(merge.run, merge.options, update ? run.file.name() : "<merged>");
     if (!update) {
@@ -110,7 +110,7 @@ int refuse_conflicts(checkin_run &run, const checkin_merge &merge) {
 // The container is replaced first: should the file then not be, its text is in the new version all
 // the same, and the next merge finds that. The other way round a merged text could be in no
 // version. Whatever can refuse the file's replacement is tried before anything is stored.
-int store_merged(checkin_run &run, const checkin_merge &merge) {
+exit_status store_merged(checkin_run &run, const checkin_merge &merge) {
     const std::string &text = merge.text();
     const bool same_as_file = text == run.file.input().text();
     const bool replaces = run.options.base.update && !same_as_file;
@@ -123,7 +123,7 @@ int store_merged(checkin_run &run, const checkin_merge &merge) {
         told(merged.take(text)) != status_done) {
         return status_trouble;
     }
-    const int status =
+    const exit_status status =
         same_as_newest ? nothing_to_store(run.change, newest.id) : store_text(run, merged);
     if (status == status_trouble) {
         return status;
@@ -143,8 +143,8 @@ int store_merged(checkin_run &run, const checkin_merge &merge) {
 }
 
 // Says what has come since, and what may be done.
-int refuse_outdated(const container_view &view, const checkin_base &found,
-                    const std::string &file) {
+exit_status refuse_outdated(const container_view &view, const checkin_base &found,
+                            const std::string &file) {
     const auto shown = [&view](const version_record *version) {
         return escape_name(version_name(view, version->id));
     };
@@ -165,11 +165,11 @@ int refuse_outdated(const container_view &view, const checkin_base &found,
 }
 
 // Others have stored since the file's text was made.
-int store_outdated(checkin_run &run) {
+exit_status store_outdated(checkin_run &run) {
     const container_view &view = run.change.old;
     const std::string &text = run.file.input().text();
     if (!run.options.stored.allow_same && version_equals(view, run.found.newest->id, text)) {
-        const int status = nothing_to_store(run.change, run.found.newest->id);
+        const exit_status status = nothing_to_store(run.change, run.found.newest->id);
         run.file.set_base(run.found.newest->oid);
         return status;
     }
@@ -192,7 +192,7 @@ int store_outdated(checkin_run &run) {
 }
 
 // Decides where the text goes and what it is measured against.
-int plan(checkin_run &run) {
+exit_status plan(checkin_run &run) {
     const base_options &base = run.options.base;
     if (told(plan_checkin(run.change.old, run.options.stored.target, 1), &run.plan) !=
         status_done) {
@@ -205,7 +205,7 @@ int plan(checkin_run &run) {
                 &run.found);
 }
 
-int run_checkin(const command_context &context, const checkin_operands &options) {
+exit_status run_checkin(const command_context &context, const checkin_operands &options) {
     checkin_run run(context, options);
     if (options.base.check_usage(options.file) != status_done ||
         options.stored.time.get(run.time) != status_done ||

@@ -27,7 +27,8 @@ struct checkout_options {
     bool damaged = false;
 };
 
-int construct(const container_reading &input, const std::string &oid, const char *output_path) {
+exit_status construct(const container_reading &input, const std::string &oid,
+                      const char *output_path) {
     const int result = tdm_construct_ver(input.path.path().c_str(), output_path, oid.c_str(), 0);
     if (result != 0) {
         say_of_file(input.view.name, "the version is not written");
@@ -35,14 +36,14 @@ int construct(const container_reading &input, const std::string &oid, const char
     return unless_changed(input, result == 0 ? status_done : status_trouble);
 }
 
-int say_refused_text(const std::string &name) {
+exit_status say_refused_text(const std::string &name) {
     say_of_file(name, "is not written: the new file does not read back as the version's text");
     return status_trouble;
 }
 
-int construct_into_file(const command_context &context, const checkout_options &options,
-                        const container_reading &input, const version_record &version,
-                        bool damaged) {
+exit_status construct_into_file(const command_context &context, const checkout_options &options,
+                                const container_reading &input, const version_record &version,
+                                bool damaged) {
     file_replacement replacement(context);
     replacement.made_from(input.view.rights);
     replaced_text old(input.view);
@@ -69,11 +70,11 @@ int construct_into_file(const command_context &context, const checkout_options &
         }
         // What a damaged container holds is not certain enough to be compared with.
         const bool equal = damaged || version_equals(input.view, version.id, written.view());
-        return unless_changed(input, equal ? int{status_done} : say_refused_text(options.output));
+        return unless_changed(input, equal ? status_done : say_refused_text(options.output));
     })));
 }
 
-int run_checkout(const command_context &context, const checkout_options &options) {
+exit_status run_checkout(const command_context &context, const checkout_options &options) {
     const bool to_stdout = options.output.empty() || options.output == "-";
     if (require_output(context, "checkout", !to_stdout) != status_done) {
         return status_trouble;

@@ -27,7 +27,7 @@ constexpr const char *git_lines = R"CFG(# tdm config git >> ~/.gitconfig
 	trustExitCode = true
 )CFG";
 
-int run_config(const std::string &program) {
+exit_status run_config(const std::string &program) {
     if (program != "git") {
         return usage_error("config",
                            "unknown program '" + escape_name(program) + "'; there is git");

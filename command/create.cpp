@@ -23,7 +23,7 @@ struct create_options {
     time_option time;
 };
 
-int run_create(const command_context &context, const create_options &options) {
+exit_status run_create(const command_context &context, const create_options &options) {
     new_version fresh;
     std::string element;
     if (told(check_new_branch_name(nullptr, options.branch)) != status_done ||
@@ -37,7 +37,7 @@ int run_create(const command_context &context, const create_options &options) {
         return status_trouble;
     }
     done_report report = report_of_versions(options.branch, 0, 0);
-    const int status = told(store_element(&replacement, element, options.branch, fresh));
+    const exit_status status = told(store_element(&replacement, element, options.branch, fresh));
     if (status == status_done) {
         tell_versions(context, std::move(report));
     }

@@ -28,7 +28,7 @@ std::string question(const container_plan &plan) {
     return "Delete " + std::to_string(count) + (count == 1 ? " version?" : " versions?");
 }
 
-int run_delete(const command_context &context, const delete_options &options) {
+exit_status run_delete(const command_context &context, const delete_options &options) {
     if (options.versions.empty() && options.branches.empty()) {
         return usage_error("delete", "no VERSION and no --branch given");
     }
@@ -36,14 +36,14 @@ int run_delete(const command_context &context, const delete_options &options) {
         context, options.container, [&options](container_change *change, container_plan *plan) {
             return told(plan_deletion(change, options.versions, options.branches, plan));
         });
-    if (const int status = deletion.plan(); status != status_done) {
+    if (const exit_status status = deletion.plan(); status != status_done) {
         return status;
     }
     if (options.dry_run) {
         tell_plan(describe_deletion(deletion.planned(), telling::planned));
         return status_done;
     }
-    if (const int answer = deletion.ask(options.yes, describe_deletion, question);
+    if (const exit_status answer = deletion.ask(options.yes, describe_deletion, question);
         answer != status_done) {
         return answer;
     }

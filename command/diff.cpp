@@ -53,7 +53,7 @@ struct diff_run {
     bool different = false;
 };
 
-int load_versions(const diff_options &options, diff_run *run) {
+exit_status load_versions(const diff_options &options, diff_run *run) {
     if (options.operands.empty() || options.operands.size() > 2) {
         return usage_error("diff", "-c takes one version or two");
     }
@@ -72,7 +72,7 @@ int load_versions(const diff_options &options, diff_run *run) {
         return status_trouble;
     }
     run->files.resize(2);
-    int status =
+    exit_status status =
         told(load_version_text(view, first->id, version_name(view, first->id), &run->files[0]));
     if (status == status_done) {
         status = told(
@@ -81,7 +81,7 @@ int load_versions(const diff_options &options, diff_run *run) {
     return unless_changed(input, status);
 }
 
-int load_files(const diff_options &options, diff_run *run) {
+exit_status load_files(const diff_options &options, diff_run *run) {
     if (options.operands.size() < 2 || options.operands.size() > most_files) {
         return usage_error("diff", options.operands.size() < 2 ? "two files at least are needed"
                                                                : "more than 32 files");
@@ -98,7 +98,7 @@ int load_files(const diff_options &options, diff_run *run) {
     return status_done;
 }
 
-int compare(const diff_options &options, diff_run *run) {
+exit_status compare(const diff_options &options, diff_run *run) {
     run->edits.resize(run->files.size() - 1);
     for (const lined_text &file : run->files) {
         run->labels.push_back(file.name);
@@ -197,7 +197,7 @@ bool is_text(const lined_text &file) {
 }
 
 // As git's external diff: differences are no failure.
-int run_git_diff(const command_context &context, diff_options *options) {
+exit_status run_git_diff(const command_context &context, diff_options *options) {
     git_change change;
     if (!parse_git_call(options->operands, &change)) {
         return usage_error("diff", "--git takes the seven operands of git's external diff");
@@ -237,7 +237,7 @@ int run_git_diff(const command_context &context, diff_options *options) {
     return status_done;
 }
 
-int run_diff(const command_context &context, diff_options *options) {
+exit_status run_diff(const command_context &context, diff_options *options) {
     if (options->git || (options->container.empty() && is_git_call(options->operands))) {
         return run_git_diff(context, options);
     }
@@ -245,7 +245,7 @@ int run_diff(const command_context &context, diff_options *options) {
         return usage_error("diff", "more labels than files");
     }
     diff_run run;
-    int status =
+    exit_status status =
         options->container.empty() ? load_files(*options, &run) : load_versions(*options, &run);
     if (status == status_done) {
         status = compare(*options, &run);

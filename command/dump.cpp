@@ -30,7 +30,7 @@ struct dump_options {
     bool damaged = false;
 };
 
-int dump(const dump_options &options, const container_reading &input) {
+exit_status dump(const dump_options &options, const container_reading &input) {
     const int result =
         tdm_dump_container(input.path.path().c_str(), options.check_printable ? 1 : 0);
     if (result != 0) {
@@ -40,7 +40,7 @@ int dump(const dump_options &options, const container_reading &input) {
 }
 
 // Runs `work` with standard output turned into a file in memory, and takes what was written there.
-int capture(const std::function<int()> &work, file_bytes *written) {
+exit_status capture(const std::function<exit_status()> &work, file_bytes *written) {
     const owned_descriptor memory(sys::memfd_create("dump", MFD_CLOEXEC));
     const owned_descriptor saved(sys::duplicate(STDOUT_FILENO));
     if (!memory.is_open() || !saved.is_open()) {
@@ -51,7 +51,7 @@ int capture(const std::function<int()> &work, file_bytes *written) {
     if (sys::dup2(memory.get(), STDOUT_FILENO) < 0) {
         return say_errno("standard output", "cannot be captured", errno);
     }
-    const int status = work();
+    const exit_status status = work();
     const bool flushed = std::fflush(stdout) == 0;
     if (sys::dup2(saved.get(), STDOUT_FILENO) < 0 || !flushed) {
         return say_errno("standard output", "cannot be captured", errno);
@@ -69,7 +69,7 @@ void write_escaped(std::string_view text) {
     }
 }
 
-int run_dump(const command_context &context, const dump_options &options) {
+exit_status run_dump(const command_context &context, const dump_options &options) {
     container_reading input;
     if (open_sound_container(options.container, options.damaged, &input) != status_done) {
         return status_trouble;
@@ -78,7 +78,7 @@ int run_dump(const command_context &context, const dump_options &options) {
         return dump(options, input);
     }
     file_bytes written;
-    const int status = capture([&] { return dump(options, input); }, &written);
+    const exit_status status = capture([&] { return dump(options, input); }, &written);
     pager pages(context.no_pager);
     write_escaped(written.view());
     pages.finish();

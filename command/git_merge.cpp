@@ -52,7 +52,8 @@ void settle_options(driver_options *options) {
     }
 }
 
-int replace_ours(const command_context &context, const std::string &name, std::string_view text) {
+exit_status replace_ours(const command_context &context, const std::string &name,
+                         std::string_view text) {
     file_replacement replacement(context);
     if (told(replacement.lock_any(name)) != status_done ||
         told(replacement.begin()) != status_done) {
@@ -60,15 +61,15 @@ int replace_ours(const command_context &context, const std::string &name, std::s
     }
     output_writer writer(replacement.temporary_descriptor(), name);
     writer.write(text);
-    return writer.finish() == status_done ? told(replacement.commit({})) : int{status_trouble};
+    return writer.finish() == status_done ? told(replacement.commit({})) : status_trouble;
 }
 
-int keep_both_sides(const driver_options &options) {
+exit_status keep_both_sides(const driver_options &options) {
     const marker_options &markers = options.merge.markers;
-    const int error =
+    const std::error_code error =
         write_both_sides({options.ours.c_str(), options.theirs.c_str(), markers.labels[0].c_str(),
                           markers.labels[1].c_str(), markers.size});
-    if (error != 0) {
+    if (error) {
         return say_errno(options.path, "both sides cannot be kept; ours is left as it is", error);
     }
     note_replaced();
@@ -80,7 +81,7 @@ int keep_both_sides(const driver_options &options) {
     return status_negative;
 }
 
-int merge_into_ours(const command_context &context, const driver_options &options) {
+exit_status merge_into_ours(const command_context &context, const driver_options &options) {
     text_merge run;
     const std::vector<std::string> names{options.base, options.ours, options.theirs};
     if (told(begin_merge(names, options.merge, false, &run)) != status_done) {
@@ -97,12 +98,12 @@ int merge_into_ours(const command_context &context, const driver_options &option
     return is_clean(run.plan) ? status_done : status_negative;
 }
 
-int run_git_merge(const command_context &context, driver_options *options) {
+exit_status run_git_merge(const command_context &context, driver_options *options) {
     settle_options(options);
     if (told(refuse_spent_input({options->base, options->ours, options->theirs})) != status_done) {
         return status_trouble;
     }
-    int status = status_trouble;
+    exit_status status = status_trouble;
     try {
         status = merge_into_ours(context, *options);
     } catch (const std::bad_alloc &) {

@@ -68,7 +68,7 @@ struct import_run {
     std::vector<imported_version> versions;
 };
 
-int collect_items(import_run &run) {
+exit_status collect_items(import_run &run) {
     uint64_t time = 0;
     if (run.options.stored.time.get(time) != status_done) {
         return status_trouble;
@@ -88,17 +88,17 @@ int collect_items(import_run &run) {
 }
 
 // The text that the first imported version is compared with.
-int read_predecessor(import_run &run, input_text &text) {
+exit_status read_predecessor(import_run &run, input_text &text) {
     std::string bytes;
     const auto broken = walk_version(run.change.old, run.lineage, [&bytes](std::string_view piece) {
         bytes += piece;
         return true;
     });
-    return broken ? int{status_trouble} : told(text.take(std::move(bytes)));
+    return broken ? status_trouble : told(text.take(std::move(bytes)));
 }
 
 // Weaves all files in, one after the other.
-int weave_all(import_run &run, import_weave &weave, progress &bar) {
+exit_status weave_all(import_run &run, import_weave &weave, progress &bar) {
     auto before = std::make_shared<input_text>();
     if (read_predecessor(run, *before) != status_done) {
         return status_trouble;
@@ -151,7 +151,7 @@ std::string new_header(const import_run &run) {
     return header;
 }
 
-int write_container(import_run &run, const std::string &header, const import_weave &weave) {
+exit_status write_container(import_run &run, const std::string &header, const import_weave &weave) {
     const container_view &old = run.change.old;
     const std::string_view bytes = old.bytes.view();
     const size_t second_line = bytes.find('\n') + 1;
@@ -164,7 +164,7 @@ int write_container(import_run &run, const std::string &header, const import_wea
 }
 
 // Whether the next version of the new container is the text of its file, read again.
-int prove_next(history_proof &proof, const imported_version &version) {
+exit_status prove_next(history_proof &proof, const imported_version &version) {
     input_text again;
     file_bytes bytes;
     if (version.file.is_open()) {
@@ -185,7 +185,8 @@ int prove_next(history_proof &proof, const imported_version &version) {
 }
 
 // Reads every file again and compares it with its version.
-int prove_all(const import_run &run, const added_records &added, int descriptor, progress &bar) {
+exit_status prove_all(const import_run &run, const added_records &added, int descriptor,
+                      progress &bar) {
     const auto fresh = prove_addition(run.change.old, descriptor, added);
     if (!fresh) {
         return tell(fresh.failure());
@@ -201,7 +202,7 @@ int prove_all(const import_run &run, const added_records &added, int descriptor,
     return status_done;
 }
 
-int import_all(import_run &run, done_report *report) {
+exit_status import_all(import_run &run, done_report *report) {
     progress bar(run.context, "importing", run.items.size() * 2);
     if (!lineage_of(run.change.old, run.plan.predecessor, &run.lineage)) {
         say_of_file(run.options.container, "the branch cannot be traced to its origin");
@@ -225,7 +226,7 @@ int import_all(import_run &run, done_report *report) {
         saying([&](int descriptor) { return prove_all(run, added, descriptor, bar); })));
 }
 
-int run_import(const command_context &context, const import_options &options) {
+exit_status run_import(const command_context &context, const import_options &options) {
     import_run run(context, options);
     if (collect_items(run) != status_done ||
         told(run.change.open(options.container)) != status_done ||
@@ -234,7 +235,7 @@ int run_import(const command_context &context, const import_options &options) {
         return status_trouble;
     }
     done_report report;
-    const int status = import_all(run, &report);
+    const exit_status status = import_all(run, &report);
     if (status == status_done) {
         tell_versions(context, std::move(report));
     }

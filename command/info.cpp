@@ -23,7 +23,7 @@ struct info_options {
     bool damaged = false;
 };
 
-int list_header(const container_reading &container, const char *output_path) {
+exit_status list_header(const container_reading &container, const char *output_path) {
     const int result = tdm_get_cont_info(container.path.path().c_str(), output_path);
     if (result != 0) {
         say_of_file(container.view.name, "cannot be listed");
@@ -32,7 +32,8 @@ int list_header(const container_reading &container, const char *output_path) {
 }
 
 // Lists once more, into memory, and compares.
-int prove_listing(const info_options &options, const container_reading &container, int descriptor) {
+exit_status prove_listing(const info_options &options, const container_reading &container,
+                          int descriptor) {
     memory_file again;
     file_bytes expected, written;
     std::error_code error = again.create(options.output);
@@ -51,8 +52,8 @@ int prove_listing(const info_options &options, const container_reading &containe
     return status_done;
 }
 
-int list_into_file(const command_context &context, const info_options &options,
-                   const container_reading &container) {
+exit_status list_into_file(const command_context &context, const info_options &options,
+                           const container_reading &container) {
     file_replacement replacement(context);
     replacement.made_from(container.view.rights);
     if (told(replacement.lock_output(options.output)) != status_done ||
@@ -65,7 +66,7 @@ int list_into_file(const command_context &context, const info_options &options,
         saying([&](int descriptor) { return prove_listing(options, container, descriptor); })));
 }
 
-int run_info(const command_context &context, const info_options &options) {
+exit_status run_info(const command_context &context, const info_options &options) {
     const bool to_stdout = options.output.empty() || options.output == "-";
     container_reading container;
     if (require_output(context, "info", !to_stdout) != status_done ||

@@ -118,7 +118,7 @@ void print_machine_form(const container_view &view, const branch_record *only,
     json.print();
 }
 
-int run_list(const command_context &context, const list_options &options) {
+exit_status run_list(const command_context &context, const list_options &options) {
     container_reading input;
     const container_view &view = input.view;
     if (open_sound_container(options.container, options.damaged, &input) != status_done) {

@@ -37,8 +37,8 @@ struct command_options {
     merge_options merge;
 };
 
-int write_file(const command_context &context, const std::string &name, std::string_view text,
-               const text_merge &run) {
+exit_status write_file(const command_context &context, const std::string &name,
+                       std::string_view text, const text_merge &run) {
     if (name == "-") {
         standard_output().write(text);
         return status_done;
@@ -53,7 +53,7 @@ int write_file(const command_context &context, const std::string &name, std::str
     }
     output_writer writer(replacement.temporary_descriptor(), name);
     writer.write(text);
-    return writer.finish() == status_done ? told(replacement.commit({})) : int{status_trouble};
+    return writer.finish() == status_done ? told(replacement.commit({})) : status_trouble;
 }
 
 void take_labels(command_options *options) {
@@ -83,12 +83,12 @@ bool is_same_file(const std::string &a, const std::string &b) {
 }
 
 // The report may take no other file's place, the merged text's above all.
-int check_report(const command_context &context, const command_options &options) {
+exit_status check_report(const command_context &context, const command_options &options) {
     const std::string &report = options.report;
     if (report == "-") {
         const bool taken = options.output == "-" || context.json || options.mq >= 0;
         return taken ? usage_error("merge", "--report needs a FILE: standard output is in use")
-                     : int{status_done};
+                     : status_done;
     }
     const auto same = [&](const std::string &name) { return is_same_file(report, name); };
     if (same(options.output) || std::any_of(options.names.begin(), options.names.end(), same)) {
@@ -101,7 +101,7 @@ int check_report(const command_context &context, const command_options &options)
     return status_done;
 }
 
-int check_usage(const command_context &context, command_options *options) {
+exit_status check_usage(const command_context &context, command_options *options) {
     if (options->names.size() > most_files - 1) {
         return usage_error("merge", "more than 31 files to merge");
     }
@@ -129,8 +129,9 @@ int check_usage(const command_context &context, command_options *options) {
 }
 
 // Merges, by the library or by the plan, and asks about what is left open where that is wanted.
-int decide(const command_context &context, const command_options &options, text_merge *run) {
-    int status = status_done;
+exit_status decide(const command_context &context, const command_options &options,
+                   text_merge *run) {
+    exit_status status = status_done;
     if (options.mq >= 0) {
         status = merge_by_library(context, options.merge, options.mq, run);
     } else {
@@ -139,14 +140,14 @@ int decide(const command_context &context, const command_options &options, text_
         if (status != status_done || !options.ask || is_clean(run->plan)) {
             return status;
         }
-        status = can_ask(context) ? ask_about_conflicts(context, options.merge, run)
-                                  : int{status_trouble};
+        status =
+            can_ask(context) ? ask_about_conflicts(context, options.merge, run) : status_trouble;
     }
     return status == status_done ? finish_or_say(options.merge, run) : status;
 }
 
-int write_results(const command_context &context, const command_options &options,
-                  const text_merge &run) {
+exit_status write_results(const command_context &context, const command_options &options,
+                          const text_merge &run) {
     const bool clean = is_clean(run.plan);
     const bool abandoned = !clean && options.abort_on_conflict;
     if (!context.quiet && abandoned) {
@@ -157,7 +158,7 @@ int write_results(const command_context &context, const command_options &options
     if (abandoned) {
         return status_negative;
     }
-    int status = write_file(context, options.output, run.merged.text, run);
+    exit_status status = write_file(context, options.output, run.merged.text, run);
     if (status == status_done && !options.report.empty()) {
         status = write_file(context, options.report, report_text(run, options.merge), run);
         if (status != status_done && options.output != "-" && !context.dry_run) {
@@ -170,9 +171,9 @@ int write_results(const command_context &context, const command_options &options
     return status != status_done ? status : clean ? status_done : status_negative;
 }
 
-int run_merge(const command_context &context, command_options *options) {
+exit_status run_merge(const command_context &context, command_options *options) {
     text_merge run;
-    int status = check_usage(context, options);
+    exit_status status = check_usage(context, options);
     if (status != status_done) {
         return status;
     }

@@ -23,7 +23,7 @@ struct purge_options {
 };
 
 // Plans the purge, where there is anything to purge.
-int plan(const purge_options &options, container_change *change, purge_plan *out) {
+exit_status plan(const purge_options &options, container_change *change, purge_plan *out) {
     if (told(plan_purge(change, options.version, out)) != status_done) {
         return status_trouble;
     }
@@ -42,19 +42,19 @@ std::string question(const purge_plan &plan) {
     return "Purge " + version_name(plan.before, plan.version) + "?";
 }
 
-int run_purge(const command_context &context, const purge_options &options) {
+exit_status run_purge(const command_context &context, const purge_options &options) {
     asked_change<purge_plan> purge(context, options.container,
                                    [&options](container_change *change, purge_plan *out) {
                                        return plan(options, change, out);
                                    });
-    if (const int status = purge.plan(); status != status_done) {
+    if (const exit_status status = purge.plan(); status != status_done) {
         return status;
     }
     if (options.dry_run) {
         tell_plan(describe_purge(purge.planned(), telling::planned));
         return status_done;
     }
-    if (const int answer = purge.ask(options.yes, describe_purge, question);
+    if (const exit_status answer = purge.ask(options.yes, describe_purge, question);
         answer != status_done) {
         return answer;
     }

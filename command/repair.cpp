@@ -24,8 +24,8 @@ struct repair_options {
     bool drop_stray = false;
 };
 
-int write_new(const container_reading &input, const container_check &check,
-              const repair_verdict &verdict, file_replacement *replacement) {
+exit_status write_new(const container_reading &input, const container_check &check,
+                      const repair_verdict &verdict, file_replacement *replacement) {
     const container_view &view = input.view;
     const std::string &name = replacement->file().name;
     if (told(replacement->begin()) != status_done) {
@@ -36,12 +36,12 @@ int write_new(const container_reading &input, const container_check &check,
         return tell(system_failure(name, "cannot write", error));
     }
     return told(replacement->commit(saying([&](int descriptor) {
-        const int status = told(prove_repaired(view, check, verdict, name, descriptor));
+        const exit_status status = told(prove_repaired(view, check, verdict, name, descriptor));
         return unless_changed(input, status);
     })));
 }
 
-int run_repair(const command_context &context, const repair_options &options) {
+exit_status run_repair(const command_context &context, const repair_options &options) {
     if (options.output.empty()) {
         return usage_error("repair", "-o FILE is missing: the damaged container is left alone");
     }
@@ -74,7 +74,7 @@ int run_repair(const command_context &context, const repair_options &options) {
     if (context.dry_run) {
         tell_plan(describe_repair(view, verdict, telling::planned));
     }
-    const int status = write_new(input, check, verdict, &replacement);
+    const exit_status status = write_new(input, check, verdict, &replacement);
     if (status != status_done) {
         return status;
     }

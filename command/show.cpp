@@ -43,13 +43,13 @@ struct version_change {
     change_counts stored;  // what the container's records count
 };
 
-int read_change(const container_view &view, version_change *change) {
+exit_status read_change(const container_view &view, version_change *change) {
     const version_tree tree = build_version_tree(view);
     const version_id id = change->version->id;
     const uint32_t before = tree.parent[position_of(tree, id)];
     change->has_predecessor = before != no_position;
     change->texts.resize(2);
-    int status = told(hold_text("/dev/null", "", &change->texts[0]));
+    exit_status status = told(hold_text("/dev/null", "", &change->texts[0]));
     if (change->has_predecessor) {
         change->predecessor = tree.versions[before];
         status = told(load_version_text(
@@ -109,7 +109,7 @@ void print_facts(const container_view &view, const version_change &change, bool 
     }
 }
 
-int run_show(const command_context &context, const show_options &options) {
+exit_status run_show(const command_context &context, const show_options &options) {
     container_reading input;
     const container_view &view = input.view;
     if (open_sound_container(options.container, options.damaged, &input) != status_done) {

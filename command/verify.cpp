@@ -98,7 +98,7 @@ void tell_summary(const container_view &view, const container_check &check) {
     standard_output().write(text + "\n");
 }
 
-int leave_unjudged(const std::string &name, json_writer *json) {
+exit_status leave_unjudged(const std::string &name, json_writer *json) {
     if (json != nullptr) {
         json->begin_object();
         json->text("container", name);
@@ -109,11 +109,11 @@ int leave_unjudged(const std::string &name, json_writer *json) {
 }
 
 // Judges one container; with `json`, describes it there and says nothing.
-int verify_one(const command_context &context, const std::string &name, const kept_digests *kept,
-               json_writer *json) {
+exit_status verify_one(const command_context &context, const std::string &name,
+                       const kept_digests *kept, json_writer *json) {
     container_reading input;
     const container_view &view = input.view;
-    int status = open_to_judge(name, &input);
+    exit_status status = open_to_judge(name, &input);
     if (status == status_done && view.bytes.view().empty()) {
         say_of_file(name, "is empty, no container");
         status = status_trouble;
@@ -142,14 +142,14 @@ int verify_one(const command_context &context, const std::string &name, const ke
     return check.faults.empty() ? status_done : status_negative;
 }
 
-int run_verify(const command_context &context, const verify_options &options) {
+exit_status run_verify(const command_context &context, const verify_options &options) {
     json_writer json(verify_schema);
     json.begin_array("containers");
     std::optional<kept_digests> kept;
     if (!options.digests.empty() && !(kept = read_digests(options.digests))) {
         return status_trouble;
     }
-    int status = status_done;
+    exit_status status = status_done;
     for (const std::string &name : options.containers) {
         status = std::max(status, verify_one(context, name, kept ? &*kept : nullptr,
                                              context.json ? &json : nullptr));

@@ -13,6 +13,7 @@
 
 #include "end_removal.h"
 #include "exit_status.h"
+#include "failure.h"
 #include "file_lock.h"
 #include "out_of_memory.h"
 #include "owned_descriptor.h"
@@ -27,14 +28,14 @@ class sides_writer {
 public:
     explicit sides_writer(int to) : to_(to) {}
 
-    int error() const { return error_; }
-    void fail(int error) { error_ = error_ == 0 ? error : error_; }
+    std::error_code error() const { return error_; }
+    void fail(std::error_code error) { error_ = error_ ? error_ : error; }
 
     void write(const char *bytes, size_t size) {
-        while (size > 0 && error_ == 0) {
+        while (size > 0 && !error_) {
             const ssize_t written = sys::write(to_, bytes, size);
             if (written < 0 && errno != EINTR) {
-                fail(errno);
+                fail(last_error());
             } else if (written > 0) {
                 bytes += written;
                 size -= static_cast<size_t>(written);
@@ -53,8 +54,8 @@ public:
         write("\n", 1);
     }
 
-    // Copies what is left of `from` and ends its last line; 0 or why it could not be read.
-    int copy(int from) {
+    // Copies what is left of `from` and ends its last line; why it could not be read, if so.
+    std::error_code copy(int from) {
         char last = '\n';
         for (;;) {
             char buffer[4096];
@@ -63,7 +64,7 @@ public:
                 write(buffer, static_cast<size_t>(size));
                 last = buffer[size - 1];
             } else if (size == 0 || errno != EINTR) {
-                const int error = size == 0 ? 0 : errno;
+                const std::error_code error = size == 0 ? std::error_code() : last_error();
                 write("\n", last == '\n' ? 0 : 1);
                 return error;
             }
@@ -72,12 +73,12 @@ public:
 
 private:
     int to_;
-    int error_ = 0;
+    std::error_code error_;
 };
 
 void write_sides(const both_sides &sides, int ours, int theirs, sides_writer *out) {
     out->write_marker('<', sides.marker_size, sides.ours_label);
-    if (const int error = out->copy(ours); error != 0) {
+    if (const std::error_code error = out->copy(ours); error) {
         out->fail(error);
     }
     out->write_marker('=', sides.marker_size, nullptr);
@@ -86,24 +87,26 @@ void write_sides(const both_sides &sides, int ours, int theirs, sides_writer *ou
 }
 
 // Makes a name in the folder of `path` that nobody can foresee.
-int name_beside(const char *path, char (&beside)[PATH_MAX]) {
+std::error_code name_beside(const char *path, char (&beside)[PATH_MAX]) {
     const char *slash = std::strrchr(path, '/');
     const int folder = slash == nullptr ? 0 : static_cast<int>(slash + 1 - path);
     uint64_t random[2];
     if (getentropy(random, sizeof random) != 0) {
-        return errno;
+        return last_error();
     }
     const int length = std::snprintf(beside, sizeof beside, "%.*s.tdm-%016" PRIx64 "%016" PRIx64,
                                      folder, path, random[0], random[1]);
-    return length > 0 && length < int{sizeof beside} ? 0 : ENAMETOOLONG;
+    const bool fits = length > 0 && length < int{sizeof beside};
+    return fits ? std::error_code() : system_error(ENAMETOOLONG);
 }
 
-// Writes the new file `beside` and gives it the name of ours; an errno value when it cannot.
-int replace_by_sides(const both_sides &sides, int ours, int theirs, const char *beside) {
+// Writes the new file `beside` and gives it the name of ours.
+std::error_code replace_by_sides(const both_sides &sides, int ours, int theirs,
+                                 const char *beside) {
     const int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
     const owned_descriptor out(sys::open(beside, flags, 0600));
     if (!out.is_open()) {
-        return errno;
+        return last_error();
     }
     sides_writer writer(out.get());
     write_sides(sides, ours, theirs, &writer);
@@ -111,14 +114,14 @@ int replace_by_sides(const both_sides &sides, int ours, int theirs, const char *
     }, written{};
     if (sys::fstat(ours, &old) != 0 || sys::fchmod(out.get(), old.st_mode & 07777) != 0 ||
         sys::fsync(out.get()) != 0 || sys::fstat(out.get(), &written) != 0) {
-        writer.fail(errno);
+        writer.fail(last_error());
     }
     const bool is_there = look_by_name(AT_FDCWD, beside, written).same;
-    writer.fail(is_there ? 0 : ESTALE);
-    if (writer.error() == 0 && std::rename(beside, sides.ours) != 0) {
-        writer.fail(errno);
+    writer.fail(is_there ? std::error_code() : system_error(ESTALE));
+    if (!writer.error() && std::rename(beside, sides.ours) != 0) {
+        writer.fail(last_error());
     }
-    if (writer.error() != 0 && is_there) {
+    if (writer.error() && is_there) {
         unlink(beside);
     }
     return writer.error();
@@ -126,8 +129,8 @@ int replace_by_sides(const both_sides &sides, int ours, int theirs, const char *
 
 both_sides given_sides;
 
-int keep_given_sides() {
-    if (write_both_sides(given_sides) == 0) {
+exit_status keep_given_sides() {
+    if (!write_both_sides(given_sides)) {
         say_sides_are_kept();
         return status_negative;
     }
@@ -141,23 +144,23 @@ void say_sides_are_kept() noexcept {
     say_without_memory("; both sides are kept between markers");
 }
 
-int write_both_sides(const both_sides &sides) noexcept {
+std::error_code write_both_sides(const both_sides &sides) noexcept {
     const owned_descriptor ours(sys::open(sides.ours, O_RDONLY | O_CLOEXEC));
     if (!ours.is_open()) {
-        return errno;
+        return last_error();
     }
     const owned_descriptor theirs(sys::open(sides.theirs, O_RDONLY | O_CLOEXEC));
     char beside[PATH_MAX];
-    if (const int error = name_beside(sides.ours, beside); error != 0) {
+    if (const std::error_code error = name_beside(sides.ours, beside); error) {
         return error;
     }
     remove_at_end(beside);
-    const int error = replace_by_sides(sides, ours.get(), theirs.get(), beside);
+    const std::error_code error = replace_by_sides(sides, ours.get(), theirs.get(), beside);
     keep_at_end(beside);
     return error;
 }
 
-int (*last_resort_for(int argc, char **argv) noexcept)() {
+exit_status (*last_resort_for(int argc, char **argv) noexcept)() {
     if (argc < 2 || std::strcmp(argv[1], "git-merge") != 0) {
         return nullptr;
     }

@@ -3,6 +3,10 @@
 #ifndef NORVIK_BOTH_SIDES_H
 #define NORVIK_BOTH_SIDES_H
 
+#include <system_error>
+
+#include "exit_status.h"
+
 namespace norvik {
 
 struct both_sides {
@@ -14,13 +18,13 @@ struct both_sides {
 };
 
 // Writes both sides beside ours and renames; ours stays as it is where it cannot be read or nothing
-// can be written. Of theirs there is what can be read. 0 or an errno value.
-[[nodiscard]] int write_both_sides(const both_sides &sides) noexcept;
+// can be written. Of theirs there is what can be read.
+[[nodiscard]] std::error_code write_both_sides(const both_sides &sides) noexcept;
 
 // What is left to do when there is no memory to run this command line: for one of the driver, to
 // write both sides, as far as they can be seen without reading the options; null for any other.
 // (See watch_memory in out_of_memory.h.)
-[[nodiscard]] int (*last_resort_for(int argc, char **argv) noexcept)();
+[[nodiscard]] exit_status (*last_resort_for(int argc, char **argv) noexcept)();
 
 // Says that they are, when there is no memory to say it with the file's name.
 void say_sides_are_kept() noexcept;

@@ -59,7 +59,8 @@ std::vector<std::string> option_names(const command_declaration &command) {
 }
 
 // Hands the words that are no options, in order, to the operands. An option among them is unknown.
-int take_operands(const std::vector<std::string> &words, const command_declaration &command) {
+exit_status take_operands(const std::vector<std::string> &words,
+                          const command_declaration &command) {
     size_t next = 0;
     bool options_ended = false;
     for (const std::string &word : words) {
@@ -99,7 +100,7 @@ int take_operands(const std::vector<std::string> &words, const command_declarati
     return status_done;
 }
 
-int run_command(const command_entry &entry, std::span<char *> words) {
+exit_status run_command(const command_entry &entry, std::span<char *> words) {
     command_context context;
     context.tell = [](const failure &what) { tell(what); };
     context.note_replaced = note_replaced;
@@ -124,11 +125,11 @@ int run_command(const command_entry &entry, std::span<char *> words) {
     context.color = color == "always"  ? color_choice::always
                     : color == "never" ? color_choice::never
                                        : color_choice::automatic;
-    const int status = take_operands(parsed.others, command);
+    const exit_status status = take_operands(parsed.others, command);
     return status == status_done ? command.run() : status;
 }
 
-int unknown_command(const char *word) {
+exit_status unknown_command(const char *word) {
     std::vector<std::string> names{"--version", "--help"};
     for (const command_entry &entry : command_table()) {
         names.emplace_back(entry.name);
@@ -137,7 +138,7 @@ int unknown_command(const char *word) {
     return usage_error("", kind + escape_name(word) + "'" + suggestion(word, names));
 }
 
-int dispatch(std::span<char *> words) {
+exit_status dispatch(std::span<char *> words) {
     if (words.empty()) {
         return usage_error("", "no command given");
     }
@@ -167,12 +168,12 @@ int dispatch(std::span<char *> words) {
 int run_command_line(int argc, char **argv) {
     forget_notes();
     watch_memory(last_resort_for(argc, argv));
-    int status = status_trouble;
+    exit_status status = status_trouble;
     try {
         begin_standard_output();
         const auto count = static_cast<size_t>(std::max(argc - 1, 0));
         status = dispatch(std::span<char *>(argv + (argc > 0 ? 1 : 0), count));
-        status = std::max<int>(status, finish_standard_output());
+        status = std::max(status, finish_standard_output());
     } catch (const std::bad_alloc &) {
         note_out_of_memory();
         status = status_trouble;

@@ -12,6 +12,8 @@
 #include <variant>
 #include <vector>
 
+#include "exit_status.h"
+
 namespace norvik {
 
 // One operand of the command line, in order. Exactly one of `single` and `list` is set; a list
@@ -59,7 +61,7 @@ struct command_declaration {
     // Long names ("--json") of options of which the first is refused with, or without, the second.
     std::vector<std::pair<const char *, const char *>> exclusions;
     std::vector<std::pair<const char *, const char *>> needs;
-    std::function<int()> run;  // does the work, returns an exit_status
+    std::function<exit_status()> run;  // does the work, returns an exit_status
 
     void take(const char *operand_name, std::string &value, const char *description);
     void take_optional(const char *operand_name, std::string &value, const char *description);

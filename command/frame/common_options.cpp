@@ -41,9 +41,10 @@ void add_dry_run_option(command_declaration &command, command_context &context) 
     command.flag("--dry-run", context.dry_run, "Say what would be done and change nothing");
 }
 
-int require_output(const command_context &context, std::string_view command, bool writes_file) {
+exit_status require_output(const command_context &context, std::string_view command,
+                           bool writes_file) {
     return writes_file || !context.dry_run
-               ? int{status_done}
+               ? status_done
                : usage_error(command, "--dry-run needs -o FILE: nothing else is replaced");
 }
 

@@ -25,8 +25,8 @@ void add_dry_run_option(command_declaration &command, command_context &context);
 // Refuses a --dry-run where no file is written: it would promise what is not done anyway. --force
 // and --break-links ask for nothing there. `command` is its name. 0, or status_trouble after a
 // message.
-[[nodiscard]] int require_output(const command_context &context, std::string_view command,
-                                 bool writes_file);
+[[nodiscard]] exit_status require_output(const command_context &context, std::string_view command,
+                                         bool writes_file);
 
 // Declares --damaged, the one option that reads damage, for all commands that can.
 void add_damaged_option(command_declaration &command, bool &damaged);

@@ -26,7 +26,7 @@ void end_at_cut_file(int signal, siginfo_t *info, void *) {
     }
     constexpr char words[] = "tdm: a file was cut short while it was being read; gave up\n";
     const ssize_t told = write(STDERR_FILENO, words, sizeof words - 1);
-    _exit(told < 0 ? status_trouble : int{status_trouble});
+    _exit(told < 0 ? status_trouble : status_trouble);
 }
 
 }  // namespace

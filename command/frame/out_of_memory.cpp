@@ -16,7 +16,7 @@ namespace {
 
 bool failed = false;
 bool replaced = false;
-int (*last_resort)() = nullptr;
+exit_status (*last_resort)() = nullptr;
 
 [[noreturn]] void note_and_throw() {
     note_out_of_memory();
@@ -59,7 +59,7 @@ void say_without_memory(const char *words) noexcept {
     (void)std::fprintf(stderr, "tdm: out of memory%s\n", words);
 }
 
-int end_without_memory() noexcept {
+exit_status end_without_memory() noexcept {
     if (last_resort != nullptr && !replaced) {
         return last_resort();
     }
@@ -67,7 +67,7 @@ int end_without_memory() noexcept {
     return status_trouble;
 }
 
-void watch_memory(int (*otherwise)()) noexcept {
+void watch_memory(exit_status (*otherwise)()) noexcept {
     last_resort = otherwise;
     std::set_new_handler(note_and_throw);
     std::set_terminate(end_in_order);

@@ -6,6 +6,8 @@
 #ifndef NORVIK_OUT_OF_MEMORY_H
 #define NORVIK_OUT_OF_MEMORY_H
 
+#include "exit_status.h"
+
 namespace norvik {
 
 // Says that an allocation has failed; one whose caller can do without is forgotten again when the
@@ -28,12 +30,12 @@ void say_without_memory(const char *words) noexcept;
 
 // Ends a run for which there was no memory: does what watch_memory was given for that, otherwise
 // prints "tdm: out of memory", and whether a file has been replaced all the same. The exit status.
-[[nodiscard]] int end_without_memory() noexcept;
+[[nodiscard]] exit_status end_without_memory() noexcept;
 
 // Notes failed allocations of C++ from now on, and ends the command in order where it would abort
 // for want of memory. `otherwise` (may be null) does what is left to do then, unless a file has
 // been replaced already, and gives the exit status.
-void watch_memory(int (*otherwise)()) noexcept;
+void watch_memory(exit_status (*otherwise)()) noexcept;
 
 }  // namespace norvik
 

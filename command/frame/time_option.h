@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+#include "exit_status.h"
+
 namespace norvik {
 
 struct command_declaration;
@@ -15,7 +17,7 @@ struct time_option {
     void declare(command_declaration &command);
 
     // 0 with the time in seconds since 1970, or status_trouble after a message.
-    [[nodiscard]] int get(uint64_t &seconds) const;
+    [[nodiscard]] exit_status get(uint64_t &seconds) const;
 };
 
 }  // namespace norvik

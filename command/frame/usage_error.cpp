@@ -28,7 +28,7 @@ size_t edit_distance(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-int usage_error(std::string_view command, const std::string &message) {
+exit_status usage_error(std::string_view command, const std::string &message) {
     const std::string help = command.empty() ? "tdm -h" : "tdm " + std::string(command) + " -h";
     say("%s (see '%s')", message.c_str(), help.c_str());
     return status_trouble;

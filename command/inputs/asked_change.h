@@ -22,16 +22,16 @@ template <typename Plan>
 class asked_change {
 public:
     // Plans in the open container; 0, or another status after a message.
-    using planner = std::function<int(container_change *change, Plan *plan)>;
+    using planner = std::function<exit_status(container_change *change, Plan *plan)>;
 
     asked_change(const command_context &context, std::string container, planner make)
         : context_(context), container_(std::move(container)), make_(std::move(make)) {}
 
     // Locks the container and plans; 0, or another status after a message.
-    [[nodiscard]] int plan() {
+    [[nodiscard]] exit_status plan() {
         change_.emplace(context_);
         plan_.emplace();
-        const int status = told(change_->open(container_));
+        const exit_status status = told(change_->open(container_));
         return status == status_done ? make_(&*change_, &*plan_) : status;
     }
 
@@ -41,7 +41,7 @@ public:
     // with `yes` takes that for the answer; 0 with the container locked, or another status after a
     // message.
     template <typename Describe, typename Question>
-    [[nodiscard]] int ask(bool yes, const Describe &describe, const Question &question) {
+    [[nodiscard]] exit_status ask(bool yes, const Describe &describe, const Question &question) {
         for (;;) {
             if (!yes || !context_.quiet) {
                 tell_plan(describe(*plan_, telling::planned));
@@ -51,7 +51,8 @@ public:
             }
             change_->replacement.unlock();
             change_.reset();
-            if (const int answer = confirm(context_, question(*plan_)); answer != status_done) {
+            if (const exit_status answer = confirm(context_, question(*plan_));
+                answer != status_done) {
                 return answer;
             }
             change_.emplace(context_);
@@ -60,15 +61,15 @@ public:
                 return told(opened);
             }
             (void)tell(opened.failure());
-            if (const int status = plan(); status != status_done) {
+            if (const exit_status status = plan(); status != status_done) {
                 return status;
             }
         }
     }
 
     // Makes the change, of a container that is locked; `done` is told then.
-    [[nodiscard]] int carry_out(done_report done) {
-        const int status = told(norvik::carry_out(*plan_, &change_->replacement));
+    [[nodiscard]] exit_status carry_out(done_report done) {
+        const exit_status status = told(norvik::carry_out(*plan_, &change_->replacement));
         if (status == status_done && !context_.quiet) {
             tell_done(std::move(done));
         }

@@ -27,13 +27,13 @@ void base_options::declare(command_declaration &command) {
     command.flag("--update", update, "With --merge: write the merged text to FILE");
 }
 
-int base_options::check_usage(const std::string &file) const {
+exit_status base_options::check_usage(const std::string &file) const {
     const char *wrong = no_base && !base.empty() ? "--base and --no-base exclude each other"
                         : no_base && merge       ? "--merge and --no-base exclude each other"
                         : update && !merge       ? "--update needs --merge"
                         : update && file == "-"  ? "--update needs a FILE to write to, not -"
                                                  : nullptr;
-    return wrong == nullptr ? int{status_done} : usage_error("checkin", wrong);
+    return wrong == nullptr ? status_done : usage_error("checkin", wrong);
 }
 
 }  // namespace norvik

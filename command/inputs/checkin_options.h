@@ -28,7 +28,7 @@ struct base_options {
 
     void declare(command_declaration &command);
     // Refuses what does not go together, `file` being the text's name; 0, or status_trouble.
-    [[nodiscard]] int check_usage(const std::string &file) const;
+    [[nodiscard]] exit_status check_usage(const std::string &file) const;
 };
 
 }  // namespace norvik

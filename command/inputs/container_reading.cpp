@@ -17,51 +17,53 @@
 namespace norvik {
 namespace {
 
-// Instead of an errno value.
-constexpr int not_a_file_or_pipe = -1;
+constexpr const char *cannot_be_read = "cannot be read";
 
-// Reads the pipe to its end, `most` bytes at most; a file in memory takes its place. 0 or an errno
-// value.
-int take_pipe(owned_descriptor *pipe, uint64_t most) {
+// Reads the pipe to its end, `most` bytes at most; a file in memory takes its place.
+std::error_code take_pipe(owned_descriptor *pipe, uint64_t most) {
     owned_descriptor memory(sys::memfd_create("container", MFD_CLOEXEC));
     if (!memory.is_open()) {
-        return errno;
+        return last_error();
     }
     constexpr std::size_t piece = std::size_t{1} << 20;
     for (uint64_t taken = 0;;) {
         const ssize_t got = sys::splice(pipe->get(), memory.get(), piece);
         if (got < 0 && errno != EINTR) {
-            return errno;
+            return last_error();
         }
         if (got == 0) {
             break;
         }
         taken += static_cast<uint64_t>(std::max<ssize_t>(got, 0));
         if (taken > most) {
-            return EFBIG;
+            return system_error(EFBIG);
         }
     }
     *pipe = std::move(memory);
-    return 0;
+    return {};
 }
 
-int open_input(const std::string &name, uint64_t most_of_pipe, container_reading *out) {
+result<> open_input(const std::string &name, uint64_t most_of_pipe, container_reading *out) {
     // A pipe that nobody writes to is empty; waiting for its writer could last for ever.
     out->input =
         owned_descriptor(sys::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!out->input.is_open() || sys::fstat(out->input.get(), &out->opened) != 0) {
-        return errno;
+        return system_failure(name, cannot_be_read, last_error());
     }
     (void)fcntl(out->input.get(), F_SETFL, 0);
     const mode_t mode = out->opened.st_mode;
     if (S_ISREG(mode) || S_ISDIR(mode)) {
-        return S_ISREG(mode) ? 0 : EISDIR;
+        return S_ISREG(mode) ? result<>()
+                             : system_failure(name, cannot_be_read, system_error(EISDIR));
     }
     if (!S_ISFIFO(mode)) {
-        return not_a_file_or_pipe;
+        return refusal(name, "is neither a regular file nor a pipe");
     }
-    const int error = take_pipe(&out->input, most_of_pipe);
-    return error == 0 && sys::fstat(out->input.get(), &out->opened) != 0 ? errno : error;
+    std::error_code error = take_pipe(&out->input, most_of_pipe);
+    if (!error && sys::fstat(out->input.get(), &out->opened) != 0) {
+        error = last_error();
+    }
+    return error ? system_failure(name, cannot_be_read, error) : result<>();
 }
 
 bool same_time(const timespec &a, const timespec &b) {
@@ -79,26 +81,20 @@ bool was_changed(const container_reading &reading) {
 
 }  // namespace
 
-int open_to_judge(const std::string &name, container_reading *out, uint64_t most_of_pipe) {
+exit_status open_to_judge(const std::string &name, container_reading *out, uint64_t most_of_pipe) {
     *out = container_reading{};
-    int error = open_input(name, most_of_pipe, out);
-    if (error == not_a_file_or_pipe) {
-        say_of_file(name, "is neither a regular file nor a pipe");
+    if (told(open_input(name, most_of_pipe, out)) != status_done ||
+        told(open_container(out->input.get(), name), &out->view) != status_done) {
         return status_trouble;
     }
-    if (error == 0) {
-        if (told(open_container(out->input.get(), name), &out->view) != status_done) {
-            return status_trouble;
-        }
-        error = out->path.read_from(out->input.get()).value();
-    }
+    const std::error_code error = out->path.read_from(out->input.get());
     out->shown = shown_path(out->path.path(), name);
-    return error == 0 ? int{status_done} : say_errno(name, "cannot be read", error);
+    return error ? tell(system_failure(name, cannot_be_read, error)) : status_done;
 }
 
-int open_sound_container(const std::string &name, bool read_damaged, container_reading *out,
-                         bool *damaged) {
-    int status = open_to_judge(name, out);
+exit_status open_sound_container(const std::string &name, bool read_damaged, container_reading *out,
+                                 bool *damaged) {
+    exit_status status = open_to_judge(name, out);
     if (status != status_done) {
         return status;
     }
@@ -112,10 +108,10 @@ int open_sound_container(const std::string &name, bool read_damaged, container_r
     (void)tell(norvik::damaged(out->view, *found));
     say_of_file(name, read_damaged ? "is damaged; it is read all the same (--damaged)"
                                    : "is damaged (--damaged reads it all the same)");
-    return read_damaged ? int{status_done} : unless_changed(*out, status_trouble);
+    return read_damaged ? status_done : unless_changed(*out, status_trouble);
 }
 
-int unless_changed(const container_reading &reading, int status) {
+exit_status unless_changed(const container_reading &reading, exit_status status) {
     if (!was_changed(reading)) {
         return status;
     }

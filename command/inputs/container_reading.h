@@ -10,6 +10,7 @@
 
 #include "container_view.h"
 #include "descriptor_path.h"
+#include "exit_status.h"
 #include "owned_descriptor.h"
 #include "shown_path.h"
 
@@ -29,21 +30,21 @@ inline constexpr uint64_t longest_pipe = uint64_t{4} << 30;
 // Opens a container for reading, whatever it holds. Refuses what is neither a regular file nor a
 // pipe, and a pipe with more than `most_of_pipe` bytes, which may have no end. 0, or status_trouble
 // after a message.
-[[nodiscard]] int open_to_judge(const std::string &name, container_reading *out,
-                                uint64_t most_of_pipe = longest_pipe);
+[[nodiscard]] exit_status open_to_judge(const std::string &name, container_reading *out,
+                                        uint64_t most_of_pipe = longest_pipe);
 
 // The same, for a container that must be sound: one that scan_structure finds damaged is told with
 // its line and gives status_trouble, unless `read_damaged`, which tells it and goes on; `damaged`
 // (may be null) says which it was.
-[[nodiscard]] int open_sound_container(const std::string &name, bool read_damaged,
-                                       container_reading *out, bool *damaged = nullptr);
+[[nodiscard]] exit_status open_sound_container(const std::string &name, bool read_damaged,
+                                               container_reading *out, bool *damaged = nullptr);
 
 // For the end of a command that reads: the status it has, or status_trouble, after a message, when
 // somebody has written to the file since it was opened, so that what was read is of no one state of
 // it. A container that another one was renamed over has not changed: the old one is read to its
 // end. What is written at once after the opening is seen where the file system gives such writes a
 // time of their own.
-[[nodiscard]] int unless_changed(const container_reading &reading, int status);
+[[nodiscard]] exit_status unless_changed(const container_reading &reading, exit_status status);
 
 }  // namespace norvik
 

@@ -10,7 +10,7 @@
 
 namespace norvik {
 
-int read_import_list(const std::string &name, std::vector<import_item> &items) {
+exit_status read_import_list(const std::string &name, std::vector<import_item> &items) {
     input_text input;
     if (told(input.read(name)) != status_done) {
         return status_trouble;

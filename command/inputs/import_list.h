@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "exit_status.h"
+
 namespace norvik {
 
 struct import_item {
@@ -15,7 +17,8 @@ struct import_item {
 
 // Appends the items of a list file ("-": standard input): a name, a blank and a time a line. 0, or
 // status_trouble after a message that names the line.
-[[nodiscard]] int read_import_list(const std::string &name, std::vector<import_item> &items);
+[[nodiscard]] exit_status read_import_list(const std::string &name,
+                                           std::vector<import_item> &items);
 
 }  // namespace norvik
 

@@ -13,7 +13,7 @@
 
 namespace norvik {
 
-int working_file::read(const std::string &name) {
+exit_status working_file::read(const std::string &name) {
     name_ = name;
     if (name == "-") {
         return told(input_.read(name));
@@ -26,7 +26,7 @@ int working_file::read(const std::string &name) {
     if (const std::error_code error = read_base(source_.get(), &base_); error) {
         return say_errno(name, "what it was made from cannot be read", error);
     }
-    const int status = told(input_.read(source_.get(), name));
+    const exit_status status = told(input_.read(source_.get(), name));
     struct stat found {};
     if (sys::fstat(source_.get(), &found) != 0 || !S_ISREG(found.st_mode)) {
         source_ = owned_descriptor();
@@ -34,7 +34,7 @@ int working_file::read(const std::string &name) {
     return status;
 }
 
-int working_file::check_unchanged(int descriptor) const {
+exit_status working_file::check_unchanged(int descriptor) const {
     file_bytes now;
     if (const std::error_code error = now.load(descriptor); error) {
         return say_errno(name_, "cannot be read again", error);
@@ -65,8 +65,8 @@ void working_file::set_base(std::string_view identifier) const try {
     say_without_memory("; the file checked in is not marked with the version that it is now");
 }
 
-int working_file::prepare(std::string_view text, const std::string &identifier,
-                          const granted_rights &rights) {
+exit_status working_file::prepare(std::string_view text, const std::string &identifier,
+                                  const granted_rights &rights) {
     struct stat read {};
     if (told(replacement_.lock(name_)) != status_done) {
         return status_trouble;

@@ -23,7 +23,7 @@ public:
 
     // Reads the file `name`; "-", standard input, has neither mark nor place. 0, or status_trouble
     // after a message.
-    [[nodiscard]] int read(const std::string &name);
+    [[nodiscard]] exit_status read(const std::string &name);
 
     const std::string &name() const { return name_; }
     const input_text &input() const { return input_; }
@@ -36,14 +36,14 @@ public:
 
     // Makes `text`, marked with `identifier` and made from what `rights` are of, ready to take the
     // file's place; 0, or status_trouble after a message.
-    [[nodiscard]] int prepare(std::string_view text, const std::string &identifier,
-                              const granted_rights &rights);
+    [[nodiscard]] exit_status prepare(std::string_view text, const std::string &identifier,
+                                      const granted_rights &rights);
 
     // Puts in place what prepare has made ready; 0, or status_trouble after a message.
-    [[nodiscard]] int replace() { return told(replacement_.commit({})); }
+    [[nodiscard]] exit_status replace() { return told(replacement_.commit({})); }
 
     // Whether it still holds what was read; else status_trouble after a message.
-    [[nodiscard]] int check_unchanged(int descriptor) const;
+    [[nodiscard]] exit_status check_unchanged(int descriptor) const;
 
 private:
     const command_context &context_;

@@ -157,8 +157,8 @@ void judge(const library_run &state, size_t index) {
 
 }  // namespace
 
-int merge_by_library(const command_context &context, const merge_options &options, int mq,
-                     text_merge *run) {
+exit_status merge_by_library(const command_context &context, const merge_options &options, int mq,
+                             text_merge *run) {
     run->plan = plan_merge(run->in, options.apply_adjacent);
     if (run->compared.identical) {
         return status_done;

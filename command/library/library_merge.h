@@ -12,8 +12,8 @@ namespace norvik {
 // whose text comes out as one contributor's, the base's, or the accepted ones' after each other is
 // decided so; any other would lose or double lines, and becomes a conflict. Results: status_done,
 // status_negative when the merge was abandoned, status_trouble after a message.
-[[nodiscard]] int merge_by_library(const command_context &context, const merge_options &options,
-                                   int mq, text_merge *run);
+[[nodiscard]] exit_status merge_by_library(const command_context &context,
+                                           const merge_options &options, int mq, text_merge *run);
 
 }  // namespace norvik
 

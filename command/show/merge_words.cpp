@@ -319,7 +319,7 @@ void say_conflicts_of_base(const merge_run &run, const merge_options &options,
     }
 }
 
-int finish_or_say(const merge_options &options, merge_run *run) {
+exit_status finish_or_say(const merge_options &options, merge_run *run) {
     if (finish_merge(options, run)) {
         return status_done;
     }

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "exit_status.h"
 #include "merge_run.h"
 
 namespace norvik {
@@ -32,7 +33,7 @@ void say_conflicts_of_base(const merge_run &run, const merge_options &options,
                            std::string_view base);
 
 // finish_merge; 0, or status_trouble after saying which lines keep the text from passing its check.
-[[nodiscard]] int finish_or_say(const merge_options &options, merge_run *run);
+[[nodiscard]] exit_status finish_or_say(const merge_options &options, merge_run *run);
 
 // Every region with its places, a line a place; the text of --report.
 std::string report_text(const merge_run &run, const merge_options &options);

@@ -10,7 +10,7 @@
 
 namespace norvik {
 
-int confirm(const command_context &context, const std::string &question) {
+exit_status confirm(const command_context &context, const std::string &question) {
     if (context.no_input || !is_terminal(STDIN_FILENO)) {
         say("nothing is changed without an answer; --yes goes on without asking");
         return status_trouble;

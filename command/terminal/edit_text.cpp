@@ -29,7 +29,7 @@ std::string editor_command() {
 }
 
 // The variable may hold words of options, so that a shell takes it apart.
-int run_editor(const std::string &path) {
+exit_status run_editor(const std::string &path) {
     const std::string command = editor_command() + " \"$@\"";
     const pid_t child = fork();
     if (child == 0) {
@@ -48,7 +48,7 @@ int run_editor(const std::string &path) {
 
 }  // namespace
 
-int edit_text(std::string *text) {
+exit_status edit_text(std::string *text) {
     private_file file;
     std::error_code error = file.create();
     error = error ? error : write_bytes(file.descriptor(), *text);

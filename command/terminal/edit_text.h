@@ -4,11 +4,13 @@
 
 #include <string>
 
+#include "exit_status.h"
+
 namespace norvik {
 
 // Puts `text` into a private file, runs $VISUAL, $EDITOR or vi on it and reads it back; 0, or
 // status_trouble after a message with the text as it was.
-[[nodiscard]] int edit_text(std::string *text);
+[[nodiscard]] exit_status edit_text(std::string *text);
 
 }  // namespace norvik
 

@@ -37,7 +37,7 @@ std::string_view words_of(remedy way_out) {
 
 }  // namespace
 
-int tell(const failure &why) {
+exit_status tell(const failure &why) {
     if (why.kind == failure_kind::told) {
         return status_trouble;
     }

@@ -167,7 +167,7 @@ reply ask_one(const conversation &c, const merge_region &region, int32_t contrib
     }
 }
 
-int ask_region(const conversation &c, merge_region *region) {
+exit_status ask_region(const conversation &c, merge_region *region) {
     std::vector<int32_t> accepted;
     for (const int32_t k : region->contributors) {
         if (!accepted.empty() && kind_of(c.run, *region, k) == tdm_diff_delete) {
@@ -235,15 +235,15 @@ std::string question_text(tdm_difference_kind kind, int file_number) {
            "? ";
 }
 
-int ask_about_conflicts(const command_context &context, const merge_options &options,
-                        merge_run *run) {
+exit_status ask_about_conflicts(const command_context &context, const merge_options &options,
+                                merge_run *run) {
     const conversation c = make_conversation(context, options, *run);
     for (merge_region &region : run->plan.regions) {
         if (region.places.empty() || !is_conflict(region)) {
             continue;
         }
         show_region(c, region, false);
-        const int status = ask_region(c, &region);
+        const exit_status status = ask_region(c, &region);
         if (status != status_done) {
             return status;
         }

@@ -23,8 +23,8 @@ namespace norvik {
 // nothing is, the base stays. An answer may also take the base or a file, or edit the text. The
 // answers go into the plan. Results: status_done, status_negative when the merge was abandoned,
 // status_trouble after a message.
-[[nodiscard]] int ask_about_conflicts(const command_context &context, const merge_options &options,
-                                      merge_run *run);
+[[nodiscard]] exit_status ask_about_conflicts(const command_context &context,
+                                              const merge_options &options, merge_run *run);
 
 // Shows a region's places in the base and in each of its contributors side by side, on standard
 // error.

@@ -50,7 +50,7 @@ void print_words(std::string_view words) {
 }
 
 bool standard_output_finished = false;
-int standard_output_result = status_done;
+exit_status standard_output_result = status_done;
 std::string done_before_output;  // what has been done, whatever becomes of standard output
 
 }  // namespace
@@ -105,9 +105,9 @@ int output_writer::close_and_take_error() {
     return std::exchange(error_, 0);
 }
 
-int output_writer::finish() {
+exit_status output_writer::finish() {
     const int error = close_and_take_error();
-    return error == 0 ? int{status_done} : say_errno(name_, "cannot write", error);
+    return error == 0 ? status_done : say_errno(name_, "cannot write", error);
 }
 
 output_writer &standard_output() {
@@ -133,7 +133,7 @@ void widen_standard_stream() {
     std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
 }
 
-int finish_standard_output() {
+exit_status finish_standard_output() {
     if (std::exchange(standard_output_finished, true)) {
         // What was written since has gone nowhere.
         if (const int late = standard_output().close_and_take_error(); late != 0) {
@@ -176,7 +176,7 @@ void say_of_line(std::string_view name, uint64_t line, std::string_view reason) 
     print_words(escape_name(name) + ":" + std::to_string(line) + ": " + std::string(reason));
 }
 
-int say_errno(std::string_view name, const char *what, int error) {
+exit_status say_errno(std::string_view name, const char *what, int error) {
     if (error == ENOMEM) {
         note_out_of_memory();
     }

@@ -12,6 +12,7 @@
 #include <system_error>
 #include <utility>
 
+#include "exit_status.h"
 #include "owned_descriptor.h"
 
 namespace norvik {
@@ -52,7 +53,7 @@ public:
     bool failed() const { return error_ != 0; }
 
     // Flushes and closes its descriptor; 0, or status_trouble after a message.
-    int finish();
+    exit_status finish();
 
     // The same without a message: 0 or the errno value of the first failure.
     int close_and_take_error();
@@ -90,7 +91,7 @@ void widen_standard_stream();
 // Flushes standard output, what the library has written to it included, and closes it; 0, or
 // status_trouble after a message. Called by the frame; a second call gives the same result again,
 // or a failure when anything was written in between, which has gone nowhere.
-int finish_standard_output();
+exit_status finish_standard_output();
 
 // Makes that result status_trouble: what was written has not reached its reader.
 void standard_output_is_lost();
@@ -110,8 +111,8 @@ void say_of_file(std::string_view name, std::string_view reason);
 void say_of_line(std::string_view name, uint64_t line, std::string_view reason);
 
 // say_of_file with the text of `error` (an errno value) after `what`; returns status_trouble.
-int say_errno(std::string_view name, const char *what, int error);
-inline int say_errno(std::string_view name, const char *what, std::error_code error) {
+exit_status say_errno(std::string_view name, const char *what, int error);
+inline exit_status say_errno(std::string_view name, const char *what, std::error_code error) {
     return say_errno(name, what, error.value());
 }
 

@@ -186,7 +186,7 @@ std::string time_text(uint64_t seconds) {
     return text;
 }
 
-int current_time(uint64_t &seconds) {
+exit_status current_time(uint64_t &seconds) {
     const char *epoch = getenv("SOURCE_DATE_EPOCH");
     if (epoch == nullptr || *epoch == '\0') {
         seconds = static_cast<uint64_t>(time(nullptr));

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "exit_status.h"
+
 namespace norvik {
 
 // Reads @SECONDS, SECONDS (unless its digits may be a date of our time: 20240501), or ISO 8601 with
@@ -20,7 +22,7 @@ std::string time_text(uint64_t seconds);
 
 // Now, or SOURCE_DATE_EPOCH when that is set; 0, or status_trouble after a message when that is no
 // number.
-int current_time(uint64_t &seconds);
+exit_status current_time(uint64_t &seconds);
 
 }  // namespace norvik
 
