@@ -96,7 +96,7 @@ TEST_F(differences, other_forms_are_as_documented) {
         expect_golden(std::string("diff-") + form + ".txt",
                       diff(base, file, {std::string("--") + form}));
     }
-    expect_golden("diff.json", diff(base, file, {"--json"}));
+    expect_golden("json/diff.json", diff(base, file, {"--json"}));
     expect_golden("diff-side.txt", diff(base, file, {"-y", "-W", "40"}));
     expect_golden("diff-side-context.txt", diff(base, file, {"-y", "-W", "40", "-U1"}));
     expect_golden("diff-color.txt", diff(base, file, {"--color=always"}));

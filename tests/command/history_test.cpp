@@ -43,7 +43,7 @@ protected:
 
 TEST_F(history, listings_are_as_documented) {
     expect_golden("list.txt", without_identifiers(tdm("list c", dated).out));
-    expect_golden("list.json", without_identifiers(tdm("list c --json", dated).out));
+    expect_golden("json/list.json", without_identifiers(tdm("list c --json", dated).out));
     expect_golden("annotate.txt", tdm("annotate c", dated).out);
     expect_golden("annotate-all.txt", tdm("annotate c --all main@2", dated).out);
     EXPECT_EQ(without_identifiers(tdm("annotate c --raw --deleted").out),

@@ -47,11 +47,11 @@ TEST_F(inspection, listings_are_as_documented) {
         {"log.txt", "log c"},
         {"log-oneline.txt", "log c --oneline --reverse --color always"},
         {"log-branch.txt", "log c --branch main -n 2"},
-        {"log.json", "log c --json"},
+        {"json/log.json", "log c --json"},
         {"show.txt", "show c main@3"},
         {"show-first.txt", "show c main@0"},
         {"info.txt", "info c"},
-        {"verify.json", "verify c --json"},
+        {"json/verify.json", "verify c --json"},
     };
     for (const auto &[golden, words] : rows) {
         expect_golden(golden, without_identifiers(tdm(words, dated).out));

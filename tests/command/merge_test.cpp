@@ -43,7 +43,7 @@ TEST_F(merging, command_writes_reports_and_refuses) {
     write_file("y", lines_of("a b c d e2 f"));
     const command_result json = tdm("merge base x y -o out --json --report report");
     EXPECT_EQ(json.status, 1);
-    expect_golden("merge.json", json.out);
+    expect_golden("json/merge.json", json.out);
     expect_golden("merge-report.txt", read_file("report"));
     expect_golden("merge-conflict.txt", read_file("out"));
     EXPECT_EQ(json.err, "tdm: out:5: conflict: x and y changed the same lines differently\n");
