@@ -1,6 +1,7 @@
 include(CMakePackageConfigHelpers)
 
 install(TARGETS norviktdm_shared norvikruntime_shared norviktdm_static norvikruntime_static
+        norvikhistory_shared norvikhistory_static
     EXPORT norviktdmTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
@@ -16,6 +17,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/norviktdm DESTINATION include)
 
 set_target_properties(norviktdm_shared PROPERTIES EXPORT_NAME norviktdm)
 set_target_properties(norvikruntime_shared PROPERTIES EXPORT_NAME norvikruntime)
+set_target_properties(norvikhistory_shared PROPERTIES EXPORT_NAME norvikhistory)
 install(EXPORT norviktdmTargets NAMESPACE norviktdm::
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/norviktdm)
 file(WRITE ${CMAKE_BINARY_DIR}/norviktdmConfig.cmake
@@ -27,15 +29,23 @@ install(FILES ${CMAKE_BINARY_DIR}/norviktdmConfig.cmake
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/norviktdm)
 
 # The prefix is taken from where the file lies, so that an installed tree can be moved.
-file(WRITE ${CMAKE_BINARY_DIR}/norviktdm.pc
+function(install_pkgconfig name description libraries private)
+    file(WRITE ${CMAKE_BINARY_DIR}/${name}.pc
 "prefix=\${pcfiledir}/../..
 libdir=\${prefix}/${CMAKE_INSTALL_LIBDIR}
 includedir=\${prefix}/include
 
-Name: norviktdm
-Description: Text-file delta manager: versioned containers, comparison and merge
+Name: ${name}
+Description: ${description}
 Version: ${PROJECT_VERSION}
-Libs: -L\${libdir} -lnorviktdm -lnorvikruntime
+Libs: -L\${libdir} ${libraries}
+Libs.private: ${private}
 Cflags: -I\${includedir}
 ")
-install(FILES ${CMAKE_BINARY_DIR}/norviktdm.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+    install(FILES ${CMAKE_BINARY_DIR}/${name}.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endfunction()
+install_pkgconfig(norviktdm "Text-file delta manager: versioned containers, comparison and merge"
+    "-lnorviktdm -lnorvikruntime" "")
+install_pkgconfig(norvikhistory "Versioned containers, comparison and merge, for programs"
+    "-lnorvikhistory" "-lstdc++ -lm")

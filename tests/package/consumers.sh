@@ -12,7 +12,8 @@ cmake --install "$build" --prefix "$prefix" >"$work/log" || {
 }
 
 for file in bin/tdm lib/libnorviktdm.so lib/libnorvikruntime.so lib/libnorviktdm.a \
-    lib/libnorvikruntime.a include/norviktdm/tdm.h include/norviktdm/runtime.h \
+    lib/libnorvikruntime.a lib/libnorvikhistory.so lib/libnorvikhistory.a \
+    include/norviktdm/tdm.h include/norviktdm/runtime.h include/norviktdm/history.h \
     share/man/man1/tdm.1; do
     [ -e "$prefix/$file" ] || {
         echo "$file is not installed" >&2
@@ -49,12 +50,29 @@ cc $flags $(pkg-config --cflags norviktdm) -o "$work/own_static" \
     "$prefix/lib/libnorviktdm.a" "$prefix/lib/libnorvikruntime.a"
 (cd "$work" && ./own_static)
 
+# The whole of history.h and changes.h, both ways, and the headers as C++.
+mkdir "$work/shared_host" "$work/static_host"
+for name in changes history; do
+    # shellcheck disable=SC2046,SC2086
+    cc $flags -D_DEFAULT_SOURCE -o "$work/$name" "$source/tests/package/$name.c" \
+        $(pkg-config --cflags --libs norvikhistory) -Wl,-rpath,"$prefix/lib" -pthread
+    (cd "$work/shared_host" && ../"$name")
+    # shellcheck disable=SC2046,SC2086
+    cc $flags -D_DEFAULT_SOURCE -o "$work/$name" "$source/tests/package/$name.c" \
+        $(pkg-config --cflags norvikhistory) "$prefix/lib/libnorvikhistory.a" -lstdc++ -pthread
+    (cd "$work/static_host" && ../"$name")
+done
+# shellcheck disable=SC2046,SC2086
+printf '#include <norviktdm/history.h>\n' |
+    c++ -std=c++20 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -x c++ - \
+        $(pkg-config --cflags norvikhistory)
+
 cmake -G Ninja -S "$source/tests/package" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/log" &&
     cmake --build "$work/cmake" >>"$work/log" || {
     cat "$work/log"
     exit 1
 }
-(cd "$work" && cmake/interface)
+(cd "$work" && cmake/interface && cmake/changes)
 
 # The README's program is the first block of C in it.
 sed -n '/^```c$/,/^```$/{/^```/d;p}' "$source/README.md" >"$work/readme.c"

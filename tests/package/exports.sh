@@ -1,11 +1,16 @@
 #!/bin/sh
-# The dynamic symbols of a shared library are exactly what its header declares:
-# exports.sh LIBRARY HEADER
+# The symbols of a library are exactly what its headers declare: exports.sh LIBRARY HEADER...
 set -eu
 export LC_ALL=C
-exported=$(nm -D --defined-only "$1" | awk '{ print $NF }' | sort)
-declared=$(sed -n '/^NORVIK_API/{:a;/[(;]/!{N;ba};s/\n/ /g;s/[[(;].*//;s/.*[ *]//p}' "$2" | sort)
+library=$1
+shift
+case $library in
+*.a) which=-g ;;
+*) which=-D ;;
+esac
+exported=$(nm $which --defined-only "$library" | awk 'NF == 3 { print $3 }' | sort)
+declared=$(sed -n '/^NORVIK_API/{:a;/[(;]/!{N;ba};s/\n/ /g;s/[[(;].*//;s/.*[ *]//p}' "$@" | sort)
 [ "$exported" = "$declared" ] || {
-    printf '%s exports:\n%s\n%s declares:\n%s\n' "$1" "$exported" "$2" "$declared" >&2
+    printf '%s exports:\n%s\n%s declares:\n%s\n' "$library" "$exported" "$*" "$declared" >&2
     exit 1
 }

@@ -1,0 +1,342 @@
+/* A host in C that keeps containers in the current folder: uses every function of history.h. Prints
+ * the place of the first answer that is not as documented, and ends with 1. */
+#include <errno.h>
+#include <fcntl.h>
+#include <norviktdm/history.h>
+#include <pthread.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include "expect.h"
+
+static int stored_as(const norvik_outcome *outcome, const char *name) {
+    return norvik_outcome_answer(outcome) == norvik_answer_done &&
+           strcmp(norvik_outcome_version(outcome), name) == 0 &&
+           strlen(norvik_outcome_oid(outcome)) == 32;
+}
+
+/* Checks a text in; 1 when it is not stored as the version `name`. */
+static int stores(const char *path, const char *string, const char *name) {
+    norvik_outcome *outcome = NULL;
+    DONE(norvik_checkin(path, text(string), NULL, NULL, &outcome));
+    EXPECT(stored_as(outcome, name));
+    norvik_outcome_free(outcome);
+    return 0;
+}
+
+static int reads_as(const char *path, const char *version, const char *string) {
+    norvik_container *container = NULL;
+    const norvik_version *found = NULL;
+    char *bytes = NULL;
+    size_t size = 0;
+    DONE(norvik_open(path, 0, &container));
+    DONE(norvik_find_version(container, version, &found));
+    DONE(norvik_version_text(container, found, &bytes, &size));
+    const int same = size == strlen(string) && strcmp(bytes, string) == 0;
+    norvik_free_bytes(bytes);
+    norvik_close(container);
+    EXPECT(same);
+    return 0;
+}
+
+static int file_exists(const char *path) {
+    return access(path, F_OK) == 0;
+}
+
+static int keeps_versions(void) {
+    norvik_outcome *outcome = NULL;
+    norvik_create_options create = {.size = sizeof create, .branch = "trunk", .time = 1};
+    norvik_change_options dry = {.size = sizeof dry, .flags = norvik_dry_run};
+    DONE(norvik_create("c", &create, &dry, NULL));
+    EXPECT(!file_exists("c"));
+    DONE(norvik_create("c", &create, NULL, &outcome));
+    EXPECT(stored_as(outcome, "trunk@0") && norvik_outcome_merge(outcome) == NULL);
+    norvik_outcome_free(outcome);
+    EXPECT(refused(norvik_create("c", NULL, NULL, NULL)));
+    EXPECT(stores("c", "a\nb\nc\n", "trunk@1") == 0);
+
+    norvik_checkin_options options = {.size = sizeof options, .base = "trunk@1", .time = 7};
+    DONE(norvik_checkin("c", text("a\nB\nc\nd"), &options, NULL, &outcome));
+    EXPECT(stored_as(outcome, "trunk@2"));
+    norvik_outcome_free(outcome);
+    DONE(norvik_checkin("c", text("a\nB\nc\nd"), NULL, NULL, &outcome));
+    EXPECT(norvik_outcome_answer(outcome) == norvik_answer_same);
+    EXPECT(strcmp(norvik_outcome_version(outcome), "trunk@2") == 0);
+    norvik_outcome_free(outcome);
+    options.base = NULL;
+    options.branch = "side";
+    options.from = "trunk@1";
+    DONE(norvik_checkin("c", text("a\nb\n"), &options, NULL, &outcome));
+    EXPECT(stored_as(outcome, "side@1"));
+    norvik_outcome_free(outcome);
+    DONE(norvik_create_branch("c", "idle", "trunk", 9, NULL, &outcome));
+    EXPECT(stored_as(outcome, "idle@0"));
+    norvik_outcome_free(outcome);
+    EXPECT(refused(norvik_create_branch("c", "idle", "trunk", 9, NULL, NULL)));
+
+    char cut[] = "^12\n";
+    norvik_error *error = norvik_checkin("c", (norvik_text){cut, 3}, &options, NULL, &outcome);
+    EXPECT(outcome == NULL && norvik_error_kind(error) == norvik_kind_refused);
+    EXPECT(strstr(norvik_error_message(error), "side") != NULL); /* which exists by now */
+    norvik_error_free(error);
+    return 0;
+}
+
+/* What others stored since the base is told, merged, or left in conflict. */
+static int merges_what_came_since(void) {
+    norvik_outcome *outcome = NULL;
+    norvik_checkin_options options = {.size = sizeof options, .name = "mine"};
+    DONE(norvik_create("m", NULL, NULL, NULL));
+    EXPECT(stores("m", "1\n2\n3\n4\n5\n", "main@1") == 0);
+    EXPECT(stores("m", "one\n2\n3\n4\n5\n", "main@2") == 0);
+    options.base = "main@1";
+    DONE(norvik_checkin("m", text("1\n2\n3\n4\nfive\n"), &options, NULL, &outcome));
+    EXPECT(norvik_outcome_answer(outcome) == norvik_answer_outdated);
+    EXPECT(norvik_outcome_since_count(outcome) == 1);
+    EXPECT(strcmp(norvik_outcome_since_at(outcome, 0), "main@2") == 0);
+    EXPECT(norvik_outcome_since_at(outcome, 1) == NULL);
+    norvik_outcome_free(outcome);
+    options.flags = norvik_merge_newest;
+    DONE(norvik_checkin("m", text("1\n2\n3\n4\nfive\n"), &options, NULL, &outcome));
+    EXPECT(stored_as(outcome, "main@3"));
+    EXPECT(holds(norvik_merged_text(norvik_outcome_merge(outcome)), "one\n2\n3\n4\nfive\n"));
+    norvik_outcome_free(outcome);
+    EXPECT(reads_as("m", "", "one\n2\n3\n4\nfive\n") == 0);
+    DONE(norvik_checkin("m", text("I\n2\n3\n4\n5\n"), &options, NULL, &outcome));
+    EXPECT(norvik_outcome_answer(outcome) == norvik_answer_conflict);
+    EXPECT(norvik_conflict_count(norvik_outcome_merge(outcome)) == 1);
+    norvik_outcome_free(outcome);
+    options.base = NULL;
+    EXPECT(refused(norvik_checkin("m", text("2\n"), &options, NULL, &outcome)));
+    return 0;
+}
+
+static int take_piece(void *user, const char *bytes, size_t size) {
+    char *const taken = user;
+    strncat(taken, bytes, size);
+    return strlen(taken) > 6; /* enough */
+}
+
+static int lists_and_gives_texts(void) {
+    norvik_container *container = NULL;
+    const norvik_version *version = NULL;
+    DONE(norvik_open("c", 0, &container));
+    EXPECT(strlen(norvik_element(container)) == 32);
+    EXPECT(norvik_version_count(container) == 5 && norvik_branch_count(container) == 3);
+    EXPECT(norvik_version_at(container, 5) == NULL && norvik_branch_at(container, 3) == NULL);
+    const norvik_branch *branch = norvik_branch_at(container, 1);
+    EXPECT(strcmp(branch->name, "side") == 0 && branch->number == 1 && branch->deleted == 0);
+    EXPECT(branch->parent_branch == 0 && branch->parent_version == 1);
+    DONE(norvik_find_version(container, "trunk@2", &version));
+    EXPECT(version->number == 2 && version->branch == 0 && version->time == 7);
+    EXPECT(strcmp(version->name, "trunk@2") == 0 && version->deleted == 0);
+    const norvik_version *by_oid = NULL;
+    DONE(norvik_find_version(container, version->oid, &by_oid));
+    EXPECT(by_oid == version);
+    EXPECT(refused(norvik_find_version(container, "trunk@9", &by_oid)) && by_oid == NULL);
+
+    char taken[64] = "";
+    norvik_error *error = norvik_write_text(container, version, take_piece, taken);
+    EXPECT(failed_as(error, norvik_kind_stopped) && strcmp(taken, "a\nB\nc\nd") == 0);
+    taken[0] = '\0';
+    DONE(norvik_find_version(container, "side", &by_oid));
+    DONE(norvik_write_text(container, by_oid, take_piece, taken));
+    EXPECT(strcmp(taken, "a\nb\n") == 0);
+    char *bytes = NULL;
+    DONE(norvik_version_text(container, version, &bytes, NULL));
+    EXPECT(strcmp(bytes, "a\nB\nc\nd") == 0);
+    norvik_free_bytes(bytes);
+
+    norvik_annotation *annotation = NULL;
+    DONE(norvik_annotate(container, version, &annotation));
+    EXPECT(norvik_annotated_count(annotation) == 4 && !norvik_annotated_at(annotation, 4));
+    const char *const brought_by[] = {"trunk@1", "trunk@2", "trunk@1", "trunk@2"};
+    for (size_t i = 0; i < 4; i++) {
+        EXPECT(strcmp(norvik_annotated_at(annotation, i)->version->name, brought_by[i]) == 0);
+    }
+    EXPECT(holds(norvik_annotated_at(annotation, 3)->text, "d"));
+    norvik_annotation_free(annotation);
+    const norvik_version stranger = *version;
+    EXPECT(refused(norvik_annotate(container, &stranger, &annotation)));
+    norvik_close(container);
+    return 0;
+}
+
+static void note_progress(void *user, uint64_t done, uint64_t all) {
+    *(int *)user += done <= all ? 1 : 1000;
+}
+
+static int verifies(void) {
+    norvik_container *container = NULL;
+    norvik_verdict *verdict = NULL;
+    const norvik_version *version = NULL;
+    int calls = 0;
+    const int file = open("c", O_RDONLY);
+    DONE(norvik_open_descriptor(file, "c", 0, &container));
+    close(file);
+    DONE(norvik_verify(container, norvik_with_digests, note_progress, &calls, &verdict));
+    EXPECT(norvik_complaint_count(verdict) == 0 && !norvik_complaint_at(verdict, 0) && calls < 9);
+    DONE(norvik_find_version(container, "trunk@2", &version));
+    const norvik_version_facts *facts = norvik_facts_of(verdict, version);
+    EXPECT(facts->lines == 4 && facts->bytes == 7 && facts->in_doubt == 0 && facts->digest != 0);
+    EXPECT(facts->inserted == 2 && facts->removed == 1);
+    EXPECT(norvik_facts_of(verdict, NULL) == NULL);
+    norvik_verdict_free(verdict);
+    norvik_close(container);
+
+    char bytes[4096];
+    FILE *stream = fopen("c", "rb");
+    size_t size = fread(bytes, 1, sizeof bytes - 16, stream);
+    fclose(stream);
+    size += (size_t)sprintf(bytes + size, "stray\n");
+    *(strstr(bytes, "\nB\n") + 1) = '\0';
+    const norvik_text damaged = {bytes, size};
+    norvik_error *error = norvik_open_memory(damaged, "bytes", 0, &container);
+    EXPECT(norvik_error_line(error) != 0 && strcmp(norvik_error_file(error), "bytes") == 0);
+    EXPECT(failed_as(error, norvik_kind_damaged) && container == NULL);
+    DONE(norvik_open_memory(damaged, "bytes", norvik_open_damaged, &container));
+    DONE(norvik_verify(container, 0, NULL, NULL, &verdict));
+    EXPECT(norvik_complaint_count(verdict) == 2 && norvik_complaint_at(verdict, 0)->line != 0);
+    EXPECT(strlen(norvik_complaint_at(verdict, 0)->reason) > 0);
+    norvik_verdict_free(verdict);
+    norvik_close(container);
+    stream = fopen("damaged", "wb");
+    EXPECT(fwrite(bytes, 1, size, stream) == size && fclose(stream) == 0);
+    error = norvik_open("no-such-file", 0, &container);
+    EXPECT(norvik_error_system(error) == ENOENT && failed_as(error, norvik_kind_system));
+    return 0;
+}
+
+static const norvik_fate *fate_of(const norvik_plan *plan, const char *name) {
+    for (size_t i = 0; i < norvik_fate_count(plan); i++) {
+        if (strcmp(norvik_fate_at(plan, i)->name, name) == 0) {
+            return norvik_fate_at(plan, i);
+        }
+    }
+    return NULL;
+}
+
+static int deletes_as_planned(void) {
+    const char *const version = "trunk@1";
+    const char *const branch = "idle";
+    norvik_plan *plan = NULL;
+    norvik_plan *stale = NULL;
+    norvik_outcome *outcome = NULL;
+    DONE(norvik_plan_deletion("c", &version, 1, &branch, 1, NULL, &plan));
+    DONE(norvik_plan_deletion("c", &version, 1, NULL, 0, NULL, &stale));
+    EXPECT(norvik_fate_count(plan) == 3 && norvik_fate_at(plan, 3) == NULL);
+    EXPECT(fate_of(plan, "trunk@1")->kind == norvik_fate_hidden);
+    EXPECT(fate_of(plan, "idle@0")->kind == norvik_fate_gone);
+    EXPECT(fate_of(plan, "idle")->is_branch && fate_of(plan, "idle")->kind == norvik_fate_gone);
+    EXPECT(norvik_kept_line_count(plan) == 0);
+    EXPECT(reads_as("c", "trunk@1", "a\nb\nc\n") == 0);
+    DONE(norvik_carry_out(plan, &outcome));
+    EXPECT(norvik_outcome_answer(outcome) == norvik_answer_done);
+    norvik_outcome_free(outcome);
+    norvik_plan_free(plan);
+    EXPECT(failed_as(norvik_carry_out(stale, NULL), norvik_kind_changed));
+    norvik_plan_free(stale);
+    norvik_container *container = NULL;
+    const norvik_version *gone = NULL;
+    DONE(norvik_open("c", 0, &container));
+    EXPECT(refused(norvik_find_version(container, version, &gone)));
+    norvik_close(container);
+    EXPECT(reads_as("c", "trunk", "a\nB\nc\nd") == 0);
+    EXPECT(refused(norvik_plan_deletion("c", NULL, 1, NULL, 0, NULL, &plan)) && plan == NULL);
+    return 0;
+}
+
+static int purges_and_repairs(void) {
+    norvik_plan *plan = NULL;
+    EXPECT(stores("m", "one\nsecret\n2\n3\n", "main@4") == 0);
+    EXPECT(stores("m", "one\n2\n3\n", "main@5") == 0);
+    EXPECT(refused(norvik_plan_purge("m", "main@2", NULL, &plan)));
+    DONE(norvik_plan_purge("m", "main@4", NULL, &plan));
+    EXPECT(norvik_fate_count(plan) == 1 && norvik_kept_line_at(plan, 0) == NULL);
+    DONE(norvik_carry_out(plan, NULL));
+    norvik_plan_free(plan);
+    EXPECT(stores("m", "one\nkey\n2\n3\nend\n", "main@6") == 0);
+    EXPECT(stores("m", "one\n2\n3\nend\n", "main@7") == 0);
+    DONE(norvik_plan_purge("m", "main@6", NULL, &plan));
+    EXPECT(norvik_kept_line_count(plan) == 1 && norvik_kept_line_at(plan, 0)->count == 1);
+    EXPECT(holds(norvik_kept_line_at(plan, 0)->text, "end") &&
+           norvik_kept_line_at(plan, 0)->is_copy == 0);
+    EXPECT(strcmp(norvik_kept_line_at(plan, 0)->holders, "main@7") == 0);
+    norvik_plan_free(plan);
+
+    EXPECT(
+        failed_as(norvik_plan_repair("damaged", "repaired", 0, NULL, &plan), norvik_kind_damaged));
+    DONE(norvik_plan_repair("damaged", "repaired", norvik_drop_stray, NULL, &plan));
+    EXPECT(norvik_fate_count(plan) == 5 && fate_of(plan, "side@1")->kind == norvik_fate_saved);
+    EXPECT(fate_of(plan, "trunk@2")->kind == norvik_fate_lost &&
+           fate_of(plan, "trunk@2")->line != 0 && strlen(fate_of(plan, "trunk@2")->reason) > 0);
+    DONE(norvik_carry_out(plan, NULL));
+    EXPECT(refused(norvik_carry_out(plan, NULL))); /* it exists by now */
+    norvik_plan_free(plan);
+    EXPECT(reads_as("repaired", "side", "a\nb\n") == 0);
+    return 0;
+}
+
+static void take_notice(void *user, const norvik_error *what) {
+    snprintf(user, 128, "%s", norvik_error_message(what));
+}
+
+/* Another process holds the container. */
+static int waits_no_longer_than_it_may(void) {
+    char notice[128] = "";
+    norvik_outcome *outcome = NULL;
+    norvik_change_options change = {
+        .size = sizeof change, .lock_wait = 50, .notice = take_notice, .user = notice};
+    const norvik_checkin_options trunk = {.size = sizeof trunk, .branch = "trunk"};
+    EXPECT(system("flock c sleep 1 & sleep 0.3") == 0);
+    EXPECT(refused(norvik_checkin("c", text("x\n"), &trunk, &change, &outcome)) && outcome == NULL);
+    change.lock_wait = 5000;
+    change.flags = norvik_dry_run;
+    DONE(norvik_checkin("c", text("x\n"), &trunk, &change, &outcome));
+    EXPECT(stored_as(outcome, "trunk@3") && strstr(notice, "would be replaced") != NULL);
+    norvik_outcome_free(outcome);
+    EXPECT(reads_as("c", "trunk", "a\nB\nc\nd") == 0);
+    return 0;
+}
+
+static void *work_alone(void *name) {
+    char path[8];
+    char line[16];
+    snprintf(path, sizeof path, "t%s", (const char *)name);
+    if (failed_as(norvik_create(path, NULL, NULL, NULL), 0)) {
+        for (int i = 1; i <= 20; i++) {
+            char version[16];
+            snprintf(line, sizeof line, "line %d\n", i);
+            snprintf(version, sizeof version, "main@%d", i);
+            if (stores(path, line, version) != 0 || reads_as(path, version, line) != 0) {
+                return name;
+            }
+        }
+        return NULL;
+    }
+    return name;
+}
+
+static int serves_threads(void) {
+    static char names[4][2] = {"0", "1", "2", "3"};
+    pthread_t threads[4];
+    int failed = 0;
+    for (int i = 0; i < 4; i++) {
+        EXPECT(pthread_create(&threads[i], NULL, work_alone, names[i]) == 0);
+    }
+    for (int i = 0; i < 4; i++) {
+        void *result = NULL;
+        EXPECT(pthread_join(threads[i], &result) == 0);
+        failed += result != NULL;
+    }
+    EXPECT(failed == 0);
+    return 0;
+}
+
+int main(void) {
+    return keeps_versions() || merges_what_came_since() || lists_and_gives_texts() || verifies() ||
+           deletes_as_planned() || purges_and_repairs() || waits_no_longer_than_it_may() ||
+           serves_threads();
+}
