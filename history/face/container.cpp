@@ -11,6 +11,7 @@
 #include "memory_file.h"
 #include "owned_descriptor.h"
 #include "structure.h"
+#include "system_calls.h"
 #include "texts.h"
 
 namespace norvik::face {
@@ -63,20 +64,24 @@ norvik_error *open_descriptor(int descriptor, std::string_view name, uint32_t fl
     }
     memory_file memory;
     std::error_code error = memory.create(name);
-    (void)lseek(descriptor, 0, SEEK_SET);  // a pipe has no start
+    (void)sys::lseek(descriptor, 0, SEEK_SET);  // a pipe has no start
     error = error ? error : copy_bytes(descriptor, memory.descriptor());
     return error ? make_error(system_failure(name, "cannot be read", error))
                  : open_held(memory, name, flags, out);
 }
 
+// A device may have no end, and a pipe no writer.
 norvik_error *open_path(const char *path, uint32_t flags, norvik_container **out) {
     if (path == nullptr) {
         return refuse("there is no path");
     }
-    const owned_descriptor input(open(
-        path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));  // no waiting for a pipe's writer
-    if (!input.is_open()) {
+    const owned_descriptor input(sys::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    struct stat status {};
+    if (!input.is_open() || sys::fstat(input.get(), &status) != 0) {
         return make_error(system_failure(path, "cannot be read", last_error()));
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return make_error(norvik_kind_refused, path, "is no regular file");
     }
     return open_descriptor(input.get(), path, flags, out);
 }

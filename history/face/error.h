@@ -35,8 +35,15 @@ inline norvik_error *refuse(std::string_view reason) {
     return make_error(norvik_kind_refused, {}, reason);
 }
 
-// Forgets what the library has said so far, on this thread.
-void listen_anew() noexcept;
+// As long as it lives, what the library says on this thread is collected; nothing is left of it
+// afterwards.
+struct listening {
+    listening() noexcept { forget(); }
+    ~listening() { forget(); }
+    listening(const listening &) = delete;
+    listening &operator=(const listening &) = delete;
+    static void forget() noexcept;
+};
 // What it has said: words without a newline at the end. Whether it missed memory.
 std::string take_library_words();
 bool library_missed_memory() noexcept;
@@ -44,7 +51,7 @@ bool library_missed_memory() noexcept;
 // Runs what a call does: `action` returns its error, null for none.
 template <typename Action>
 norvik_error *guarded(Action action) noexcept try {
-    listen_anew();
+    const listening ear;
     return action();
 } catch (const std::bad_alloc &) {
     return out_of_memory();

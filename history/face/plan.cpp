@@ -9,6 +9,7 @@
 #include "container_plan.h"
 #include "container_repair.h"
 #include "descriptor_path.h"
+#include "system_calls.h"
 #include "texts.h"
 
 namespace norvik::face {
@@ -138,8 +139,8 @@ result<> plan_purging(container_change *locked, const char *version, purge_plan 
 
 result<> judge(const std::string &path, bool drop_stray, repair_plan *repair) {
     repair->input =
-        owned_descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    if (!repair->input.is_open() || fstat(repair->input.get(), &repair->found) != 0) {
+        owned_descriptor(sys::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!repair->input.is_open() || sys::fstat(repair->input.get(), &repair->found) != 0) {
         return system_failure(path, "cannot be read", last_error());
     }
     auto opened = open_container(repair->input.get(), path);
@@ -193,7 +194,7 @@ norvik_error *plan_repairing(const char *path, const char *new_path, uint32_t fl
 
 bool is_as_found(const repair_plan &repair) {
     struct stat now {};
-    return fstat(repair.input.get(), &now) == 0 && now.st_size == repair.found.st_size &&
+    return sys::fstat(repair.input.get(), &now) == 0 && now.st_size == repair.found.st_size &&
            now.st_mtim.tv_sec == repair.found.st_mtim.tv_sec &&
            now.st_mtim.tv_nsec == repair.found.st_mtim.tv_nsec;
 }

@@ -10,6 +10,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <initializer_list>
 #include <new>
 #include <string>
@@ -72,15 +73,15 @@ void collect(const char *format, va_list arguments) try {
 
 namespace norvik::face {
 
-void listen_anew() noexcept {
-    state.words.clear();
+void listening::forget() noexcept {
+    std::string().swap(state.words);
     state.missed_memory = false;
     state.temporary = {};
 }
 
 std::string take_library_words() {
-    std::string words = std::move(state.words);
-    state.words.clear();
+    std::string words;
+    words.swap(state.words);
     while (words.ends_with('\n') || words.ends_with(' ')) {
         words.pop_back();
     }
@@ -117,6 +118,11 @@ void msg_print(int, const void *catalogue, int index, ...) {
     va_start(arguments, index);
     collect(format_of(catalogue, index), arguments);
     va_end(arguments);
+}
+
+const char *msg_strerror(int errnum) {
+    state.missed_memory |= errnum == ENOMEM;
+    return std::strerror(errnum);
 }
 
 void msg_print_shared(int, const char *, const msg_table *catalogue, int number, ...) {

@@ -46,12 +46,12 @@ typedef struct norvik_branch {
 /** Opens a container.
  *  @param flags  of norvik_open_flag.
  *  @param out    receives the container, closed by norvik_close.
- *  @returns null or an error; system: it cannot be read; damaged: the first thing that is not
- *           sound, with its line. */
+ *  @returns null or an error; system: it cannot be read; refused: it is no regular file; damaged:
+ *           the first thing that is not sound, with its line. */
 NORVIK_API norvik_error *norvik_open(const char *path, uint32_t flags, norvik_container **out);
 
-/** The same of an open file, which is read from its start where that can be. The descriptor stays
- *  the caller's, who may close it afterwards.
+/** The same of an open file, which is read to its end, from its start where it has one; a pipe will
+ *  do. The descriptor stays the caller's, who may close it afterwards.
  *  @param name  what errors call it. */
 NORVIK_API norvik_error *norvik_open_descriptor(int descriptor, const char *name, uint32_t flags,
                                                 norvik_container **out);

@@ -167,6 +167,10 @@ TEST_F(inspection, scripts_get_what_is_written_here) {
         {"cp c d; echo y | script -qec \"$TDM delete d main@4\" /dev/null >/dev/null; cmp -s c d; "
          "echo $?",
          "1\n"},
+        {"cp c d; (sleep 0.4; echo new | $TDM checkin d - -q --lock-timeout 1; echo y; sleep 0.4; "
+         "echo n) | script -qec \"$TDM delete d main@4\" /dev/null | "
+         "grep -o -e meanwhile -e 'Delete.*?'; $TDM checkout d",
+         "Delete 1 version?\nmeanwhile\nDelete 1 version?\nnew\n"},
         {"for c in delete purge; do echo yes | script -qec \"$TDM $c c main@4 --no-input\" "
          "/dev/null | "
          "grep -o -e --yes; done",
