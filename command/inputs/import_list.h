@@ -2,18 +2,13 @@
 #ifndef NORVIK_IMPORT_LIST_H
 #define NORVIK_IMPORT_LIST_H
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "exit_status.h"
+#include "version_import.h"
 
 namespace norvik {
-
-struct import_item {
-    std::string path;
-    uint64_t time;
-};
 
 // Appends the items of a list file ("-": standard input): a name, a blank and a time a line. 0, or
 // status_trouble after a message that names the line.

@@ -12,6 +12,7 @@ std::string shown(const container_view &view, version_id id) {
 
 std::vector<std::string> names_of(const std::vector<const branch_record *> &branches) {
     std::vector<std::string> names;
+    names.reserve(branches.size());
     for (const branch_record *branch : branches) {
         names.push_back("branch " + escape_name(branch->oid));
     }
