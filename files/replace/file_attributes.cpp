@@ -5,11 +5,14 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <cstdint>
 #include <cstring>
+#include <mutex>
 #include <string_view>
 #include <vector>
 
+#include "owned_descriptor.h"
 #include "system_calls.h"
 
 namespace norvik {
@@ -225,11 +228,32 @@ std::error_code settle_list(int target, gid_t group, const granted_rights &right
     return rights.everybody_reads() ? std::error_code() : remove_access_list(target);
 }
 
+// The umask, which asking for it by umask() would change for a moment, for all threads.
+mode_t current_umask() {
+    constexpr std::string_view name = "\nUmask:\t";
+    std::array<char, 4096> text{};
+    const owned_descriptor status(sys::open("/proc/self/status", O_RDONLY | O_CLOEXEC));
+    const ssize_t size = status.is_open() ? sys::read(status.get(), text.data(), text.size()) : -1;
+    const std::string_view facts(text.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+    const std::size_t at = facts.find(name);
+    unsigned mask = 0;
+    if (at != std::string_view::npos) {
+        const char *const digits = facts.data() + at + name.size();
+        if (std::from_chars(digits, facts.data() + facts.size(), mask, 8).ptr != digits) {
+            return mask;
+        }
+    }
+    static std::mutex one_at_a_time;
+    const std::lock_guard lock(one_at_a_time);
+    mask = umask(077);
+    umask(mask);
+    return mask;
+}
+
 }  // namespace
 
 std::error_code set_new_file_mode(int target, const granted_rights &rights) {
-    const mode_t mask = umask(077);
-    umask(mask);
+    const mode_t mask = current_umask();
     struct stat status {};
     if (sys::fstat(target, &status) != 0) {
         return last_error();

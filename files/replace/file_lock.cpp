@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <ctime>
+#include <thread>
 #include <utility>
 
 #include "system_calls.h"
@@ -145,7 +147,48 @@ private:
     bool made_ = false;
 };
 
+failure gave_up_waiting(const locked_file &file) {
+    failure why = refusal(file.name, "another command holds it; gave up waiting");
+    why.way_out = remedy::patience;
+    return why;
+}
+
 // Waits in the kernel's queue, where those who wait are served in their order and at once.
+result<> wait_in_queue(const locked_file &file, double deadline) {
+    const wake_up_call end_of_waiting(deadline);
+    if (!end_of_waiting.is_set()) {
+        return system_failure(file.name, "cannot be waited for", last_error());
+    }
+    while (sys::flock(file.descriptor.get(), LOCK_EX) != 0) {
+        if (errno != EINTR) {
+            return system_failure(file.name, "cannot be locked", last_error());
+        }
+        if (monotonic_seconds() >= deadline) {
+            return gave_up_waiting(file);
+        }
+    }
+    return {};
+}
+
+// Looks again and again, less often as time goes by.
+result<> look_for_lock(const locked_file &file, double deadline) {
+    constexpr double shortest = 0.001;
+    constexpr double longest = 0.02;
+    for (double pause = shortest;; pause = std::min(2 * pause, longest)) {
+        if (sys::flock(file.descriptor.get(), LOCK_EX | LOCK_NB) == 0) {
+            return {};
+        }
+        if (errno != EWOULDBLOCK && errno != EINTR) {
+            return system_failure(file.name, "cannot be locked", last_error());
+        }
+        const double left = deadline - monotonic_seconds();
+        if (left <= 0) {
+            return gave_up_waiting(file);
+        }
+        std::this_thread::sleep_for(std::chrono::duration<double>(std::min(pause, left)));
+    }
+}
+
 result<> wait_for_lock(const locked_file &file, const replace_options &options, double deadline,
                        bool &told) {
     if (sys::flock(file.descriptor.get(), LOCK_EX | LOCK_NB) == 0) {
@@ -157,21 +200,7 @@ result<> wait_for_lock(const locked_file &file, const replace_options &options, 
     if (!options.quiet && !std::exchange(told, true)) {
         options.tell(refusal(file.name, "waiting for another command to finish with it"));
     }
-    const wake_up_call end_of_waiting(deadline);
-    if (!end_of_waiting.is_set()) {
-        return system_failure(file.name, "cannot be waited for", last_error());
-    }
-    while (sys::flock(file.descriptor.get(), LOCK_EX) != 0) {
-        if (errno != EINTR) {
-            return system_failure(file.name, "cannot be locked", last_error());
-        }
-        if (monotonic_seconds() >= deadline) {
-            failure why = refusal(file.name, "another command holds it; gave up waiting");
-            why.way_out = remedy::patience;
-            return why;
-        }
-    }
-    return {};
+    return options.waits_in_queue ? wait_in_queue(file, deadline) : look_for_lock(file, deadline);
 }
 
 // False with no error where nothing has the name.

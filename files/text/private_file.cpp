@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <mutex>
 #include <utility>
 
 #include "failure.h"
@@ -93,8 +94,12 @@ private_file &private_file::operator=(private_file &&other) noexcept {
 
 std::error_code private_file::create() {
     remove();
-    if (const std::error_code error = folder < 0 ? make_folder() : std::error_code(); error) {
-        return error;
+    {
+        static std::mutex one_at_a_time;
+        const std::lock_guard lock(one_at_a_time);
+        if (const std::error_code error = folder < 0 ? make_folder() : std::error_code(); error) {
+            return error;
+        }
     }
     char room[most_digits + 1];
     const char *name = digits_of(files_made++, room);

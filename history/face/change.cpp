@@ -229,6 +229,7 @@ norvik_error *take_change(const norvik_change_options *given, replace_options *o
     out->lock_timeout = chosen.lock_wait == 0  ? default_wait
                         : chosen.lock_wait < 0 ? 0
                                                : chosen.lock_wait / 1000.0;
+    out->waits_in_queue = false;
     out->break_links = (chosen.flags & norvik_break_links) != 0;
     out->force = (chosen.flags & norvik_force) != 0;
     out->dry_run = (chosen.flags & norvik_dry_run) != 0;

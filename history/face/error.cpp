@@ -18,6 +18,9 @@ struct owned_error : norvik_error {
 };
 
 norvik_kind kind_of(const failure &why) {
+    if (why.way_out == remedy::patience) {
+        return norvik_kind_busy;
+    }
     switch (why.kind) {
         case failure_kind::system:
             return norvik_kind_system;

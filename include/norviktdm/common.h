@@ -48,7 +48,8 @@ enum norvik_kind {
     norvik_kind_damaged = 3, /* a container is not sound */
     norvik_kind_changed = 4, /* somebody else changed the file meanwhile: look again */
     norvik_kind_memory = 5,  /* there is not enough memory */
-    norvik_kind_stopped = 6  /* a procedure of the caller's ended the call */
+    norvik_kind_stopped = 6, /* a procedure of the caller's ended the call */
+    norvik_kind_busy = 7     /* another program holds the file: try again later */
 };
 
 /** @returns of norvik_kind; 0 for null. Later versions may have more kinds. */

@@ -15,13 +15,13 @@
     } while (0)
 
 /* The call gives no error. */
-#define DONE(call)                                                                            \
-    do {                                                                                      \
-        norvik_error *const failed = (call);                                                  \
-        if (failed != NULL) {                                                                 \
-            fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, norvik_error_message(failed)); \
-            return 1;                                                                         \
-        }                                                                                     \
+#define DONE(call)                                                                                \
+    do {                                                                                          \
+        norvik_error *const call_error = (call);                                                  \
+        if (call_error != NULL) {                                                                 \
+            fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, norvik_error_message(call_error)); \
+            return 1;                                                                             \
+        }                                                                                         \
     } while (0)
 
 static inline norvik_text text(const char *string) {
