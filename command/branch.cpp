@@ -1,4 +1,6 @@
-// tdm branch: a branch off an existing version.#include <memory>
+// tdm branch: a branch off an existing version.
+
+#include <memory>
 #include <string>
 #include <utility>
 

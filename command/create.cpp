@@ -1,4 +1,6 @@
-// tdm create: the container of a new element, with its empty version 0.#include <memory>
+// tdm create: the container of a new element, with its empty version 0.
+
+#include <memory>
 #include <string>
 #include <utility>
 

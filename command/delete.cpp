@@ -1,4 +1,6 @@
-// tdm delete: removes versions and whole branches.#include <memory>
+// tdm delete: removes versions and whole branches.
+
+#include <memory>
 #include <string>
 #include <vector>
 

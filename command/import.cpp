@@ -1,4 +1,8 @@
-// tdm import: many files, each the next version, in one run.#include <memory>
+// tdm import: many files, each the next version, in one run.
+//
+// The versions are woven into one weave in memory (version_import.h), which is written once, proven
+// version by version and put in the container's place: all or nothing.
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,37 +19,6 @@
 #include "text_file.h"
 #include "usage_error.h"
 #include "version_import.h"
-
-//
-// The versions are woven into one weave in memory (import_weave.h), which is written once, proven
-// version by version and put in the container's place: all or nothing.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "change_words.h"
-#include "checkin_options.h"
-#include "command_context.h"
-#include "command_declaration.h"
-#include "container_change.h"
-#include "failure_words.h"
-#include "history_proof.h"
-#include "import_list.h"
-#include "import_weave.h"
-#include "input_text.h"
-#include "output.h"
-#include "progress.h"
-#include "proof.h"
-#include "random_digits.h"
-#include "structure.h"
-#include "text_file.h"
-#include "usage_error.h"
-#include "version_edit.h"
 
 namespace norvik {
 

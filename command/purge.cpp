@@ -1,4 +1,6 @@
-// tdm purge: removes a version and every line that it alone has brought.#include <memory>
+// tdm purge: removes a version and every line that it alone has brought.
+
+#include <memory>
 #include <string>
 
 #include "asked_change.h"

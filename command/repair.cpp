@@ -1,4 +1,6 @@
-// tdm repair: what can be saved from a damaged container.#include <memory>
+// tdm repair: what can be saved from a damaged container.
+
+#include <memory>
 #include <string>
 #include <utility>
 

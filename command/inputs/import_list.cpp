@@ -1,9 +1,9 @@
 #include "import_list.h"
-#include "failure_words.h"
 
 #include <string_view>
 
 #include "exit_status.h"
+#include "failure_words.h"
 #include "input_text.h"
 #include "output.h"
 #include "time_text.h"

@@ -1,5 +1,4 @@
 #include "working_file.h"
-#include "failure_words.h"
 
 #include <sys/stat.h>
 
@@ -7,6 +6,7 @@
 
 #include "base_attribute.h"
 #include "container_view.h"
+#include "failure_words.h"
 #include "out_of_memory.h"
 #include "output.h"
 #include "system_calls.h"
