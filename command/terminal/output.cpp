@@ -1,6 +1,7 @@
 #include "output.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -124,6 +125,8 @@ void begin_standard_output() {
 }
 
 void tell_done(done_report &&report) {
+    // What is done is told, also to those who read no further.
+    signal(SIGPIPE, SIG_IGN);
     standard_output().write(report.words);
     done_before_output = std::move(report.done);
 }

@@ -18,7 +18,8 @@
 namespace norvik {
 
 // A buffered writer on a descriptor. The first failure is remembered (later writes do nothing) and
-// reported once, by finish(). A closed pipe ends the process by SIGPIPE, silently.
+// reported once, by finish(). A closed pipe ends the process by SIGPIPE, silently, until
+// tell_done has been called.
 class output_writer {
 public:
     // Writes to a duplicate of `descriptor`, which stays the caller's. `name` is used in the
@@ -77,7 +78,7 @@ output_writer &standard_output();
 void begin_standard_output();
 
 // What a command says once its file is in place. It is made before, so that saying it then takes no
-// memory.
+// memory. From then on a closed pipe is a failed write, which is told as such.
 struct done_report {
     std::string words;  // for standard output
     std::string done;   // what holds even if they cannot be written, such as "main@5 is stored"
