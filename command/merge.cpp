@@ -200,7 +200,8 @@ void declare_decisions(command_declaration &command, command_options *options) {
         "The library's own merge: 0 asks in need, 1 always, 2 never, 3 but for the last file",
         option_group::more);
     command.allow_one_of({"--ask", "--mq"});
-    command.refuse_with("--mq", {"--strict"});
+    // The library's own words go to standard output, in front of the JSON.
+    command.refuse_with("--mq", {"--strict", "--json"});
 }
 
 }  // namespace

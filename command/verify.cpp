@@ -16,6 +16,7 @@
 #include "output.h"
 #include "progress.h"
 #include "random_digits.h"
+#include "text_file.h"
 
 namespace norvik {
 
@@ -145,6 +146,11 @@ exit_status verify_one(const command_context &context, const std::string &name,
 exit_status run_verify(const command_context &context, const verify_options &options) {
     json_writer json(verify_schema);
     json.begin_array("containers");
+    std::vector<std::string> names = options.containers;
+    names.push_back(options.digests);
+    if (told(refuse_spent_input(names)) != status_done) {
+        return status_trouble;
+    }
     std::optional<kept_digests> kept;
     if (!options.digests.empty() && !(kept = read_digests(options.digests))) {
         return status_trouble;

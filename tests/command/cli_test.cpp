@@ -34,6 +34,7 @@ TEST(frame, wrong_usage_is_told_in_one_line_and_gives_2) {
         {"diff -W 40 a b", "--width requires --side-by-side (see 'tdm diff -h')"},
         {"log --oneline --json c", "--oneline excludes --json (see 'tdm log -h')"},
         {"merge a b --mq 1 --strict -o c", "--strict excludes --mq (see 'tdm merge -h')"},
+        {"merge a b --mq 1 --json -o c", "--mq excludes --json (see 'tdm merge -h')"},
         {"checkout a --dry-run",
          "--dry-run needs -o FILE: nothing else is replaced (see 'tdm checkout -h')"},
         {"diff -q --json a b", "--json excludes --quiet (see 'tdm diff -h')"},

@@ -27,6 +27,8 @@ TEST(verify, tells_what_is_no_container_from_a_damaged_one) {
         {".", 2, "Is a directory"},
         {"none", 2, "No such file"},
         {"/dev/zero", 2, "neither a regular file nor a pipe"},
+        {"pipe pipe", 2, "pipe: is given twice, but can be read only once"},
+        {"--digests pipe pipe", 2, "pipe: is given twice"},
         {"--digests . sound", 2, ".: cannot be read: Is a directory"},
         {"text", 1, "no version can be read"},
         {"none text sound", 2, "sound, 6 versions"},
