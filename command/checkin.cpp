@@ -1,4 +1,6 @@
-// tdm checkin: the next version of a branch.#include <algorithm>
+// tdm checkin: the next version of a branch.
+
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <utility>
@@ -74,13 +76,15 @@ exit_status store_text(checkin_run &run, const input_text &input) {
 
 // Stores the file's own text. A file that equals the newest version is as good as made from it.
 exit_status store_file(checkin_run &run) {
-    if (const size_t line = find_conflict(run.file.input().text());
-        line != 0 && !run.context.quiet) {
-        say_of_line(run.file.name(), line, "a conflict between markers is stored with the text");
-    }
+    const size_t conflict = find_conflict(run.file.input().text());
     const exit_status status = store_text(run, run.file.input());
     if (status == status_done) {
         run.file.set_base(run.oid);
+        if (conflict != 0 && !run.context.quiet) {
+            say_of_line(run.file.name(), conflict,
+                        std::string("a conflict between markers ") +
+                            (run.context.dry_run ? "would be" : "is") + " stored with the text");
+        }
     } else if (status == status_negative && run.found.newest != nullptr &&
                run.found.newest->id == run.plan.predecessor) {
         run.file.set_base(run.found.newest->oid);
@@ -93,7 +97,10 @@ exit_status refuse_conflicts(checkin_run &run, const checkin_merge &merge) {
     const bool update = run.options.base.update;
     say_conflicts(merge.run, merge.options, update ? run.file.name() : "<merged>");
     if (!update) {
-        say_of_file(run.file.name(), "nothing is stored (--update leaves the conflicts in it)");
+        say_of_file(run.file.name(),
+                    run.options.file == "-"
+                        ? "nothing is stored"
+                        : "nothing is stored (--update leaves the conflicts in it)");
         return status_negative;
     }
     const std::string newest(run.found.newest->oid);
@@ -105,6 +112,22 @@ exit_status refuse_conflicts(checkin_run &run, const checkin_merge &merge) {
                                      ? "would get the conflicts between markers; nothing is stored"
                                      : "has the conflicts between markers; nothing is stored");
     return status_negative;
+}
+
+// Says what a merge has made of the file, where nothing else does; standard input is none.
+void tell_of_file(const checkin_run &run, bool replaced, bool same_as_newest) {
+    const bool dry = run.context.dry_run;
+    if (run.context.quiet || run.options.file == "-") {
+        return;
+    }
+    if (!replaced) {
+        say_of_file(run.file.name(), std::string(dry ? "would keep" : "keeps") +
+                                         " its own text, without what came since (--update)");
+    } else if (same_as_newest && !dry) {
+        say_of_file(run.file.name(),
+                    "is updated to the text of " +
+                        escape_name(version_name(run.change.old, run.found.newest->id)));
+    }
 }
 
 // The container is replaced first: should the file then not be, its text is in the new version all
@@ -130,15 +153,16 @@ exit_status store_merged(checkin_run &run, const checkin_merge &merge) {
     }
     if (same_as_file) {
         run.file.set_base(base);
-    } else if (replaces && run.file.replace() != status_done) {
+        return status;
+    }
+    if (replaces && run.file.replace() != status_done) {
         const std::string name = run.plan.branch + "@" + std::to_string(run.plan.id.number);
         say_of_file(
             run.file.name(),
             "is not updated" + (same_as_newest ? "" : ", but " + escape_name(name) + " is stored"));
         return status_trouble;
-    } else if (!replaces && !run.context.quiet) {
-        say_of_file(run.file.name(), "keeps its own text, without what came since (--update)");
     }
+    tell_of_file(run, replaces, same_as_newest);
     return status;
 }
 
@@ -186,7 +210,8 @@ exit_status store_outdated(checkin_run &run) {
     }
     if (!run.context.quiet) {
         say_of_file(run.file.name(),
-                    "is merged with " + escape_name(version_name(view, run.found.newest->id)));
+                    (run.context.dry_run ? "would be merged with " : "is merged with ") +
+                        escape_name(version_name(view, run.found.newest->id)));
     }
     return store_merged(run, merge);
 }

@@ -169,18 +169,27 @@ TEST_F(update, merge_stores_what_is_clean_and_leaves_conflicts_in_the_file) {
     EXPECT_EQ(read_file("f"),
               "0\n1\nB\n3\n4\n<<<<<<< f\n5\nmine\n||||||| main@1\n5\n=======\nE\n>>>>>>> main@3\n");
     EXPECT_EQ(tdm({"checkout", "c", base_of("f")}).out, newest_text);
-    EXPECT_NE(tdm("checkin c f --dry-run").err.find("f:6: a conflict"), std::string::npos);
+    EXPECT_NE(tdm("checkin c f --dry-run").err.find("f:6: a conflict between markers would be"),
+              std::string::npos);
+    ASSERT_EQ(shell("cp c d; $TDM checkin d f -q").status, 0);
+    EXPECT_EQ(tdm("checkin d f").err.find("a conflict"), std::string::npos) << "nothing stored";
+    EXPECT_NE(tdm("checkin c - --base main@1 --merge", {.input = "0\n1\n2\n3\n4\n5\nmine\n"})
+                  .err.find("nothing is stored\n"),
+              std::string::npos);
 
     edit("f", "5\n");
     write_file("f", "0\n" + read_file("f"));
     const std::string mark = base_of("f");
-    ASSERT_EQ(tdm("checkin c f --merge --update --dry-run").status, 0);
+    EXPECT_NE(tdm("checkin c f --merge --update --dry-run").err.find("f: would be merged with"),
+              std::string::npos);
     const command_result merged = tdm("checkin c f --merge");
     EXPECT_EQ(merged.out, "main@4\n");
     EXPECT_NE(merged.err.find("f: keeps its own text"), std::string::npos) << merged.err;
     EXPECT_EQ(tdm("checkout c").out, "0\n" + newest_text);
     EXPECT_EQ(base_of("f"), mark) << "the file lacks what came since";
-    EXPECT_EQ(tdm("checkin c f --merge --update").status, 1) << "nothing new";
+    const command_result same = tdm("checkin c f --merge --update");
+    EXPECT_EQ(same.status, 1) << "nothing new";
+    EXPECT_NE(same.err.find("f: is updated to the text of main@4"), std::string::npos) << same.err;
     EXPECT_EQ(read_file("f"), "0\n" + newest_text);
     write_file("f", "0\n" + newest_text + "more\n");
     ASSERT_EQ(tdm("checkin c f --merge --update").out, "main@5\n");
