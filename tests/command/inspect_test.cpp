@@ -99,6 +99,10 @@ TEST_F(inspection, trouble_is_told_by_status_and_words) {
         {"info none", 2, "No such file"},
         {"dump none", 2, "No such file"},
         {"purge c main", 2, "--yes"},
+        {"verify --digests damaged c", 2, "damaged: is not what 'tdm verify --json' prints"},
+        {"diff --git c c", 2, "takes the seven operands"},
+        {"config none", 2, "unknown program 'none'; there is git"},
+        {"merge c c c --label=1 --label=2 --label=3 --label=4", 2, "more labels than files"},
         {"repair damaged", 2, "-o FILE is missing"},
         {"repair damaged -o damaged --force", 2, "is the same file"},
     };
@@ -160,6 +164,14 @@ TEST_F(inspection, scripts_get_what_is_written_here) {
         {"printf '\\033[2J\\n' >t; cp c d; $TDM checkin d t -q --no-base; "
          "script -qec \"$TDM annotate d --no-pager\" /dev/null | grep -o 'e.2J'",
          "e[2J\n"},
+        {"script -qec \"$TDM dump d --no-pager\" /dev/null | grep -o 'e.2J'", "e[2J\n"},
+        {"GIT_DIFF_PATH_COUNTER=1 $TDM diff a/b", "* Unmerged path a/b\n"},
+        {"SOURCE_DATE_EPOCH=x $TDM checkin c x 2>&1",
+         "tdm: SOURCE_DATE_EPOCH is not a number of seconds\n"},
+        {"f=$'\\001\\\"\\xe2\\x82\\xac\\xf0\\x9f\\x98y\\xed\\xa0\\x80\\xe2\\x82'; cp c \"$f\"; "
+         "$TDM list --json \"$f\" | grep '^  .cont'",
+         "  \"container\": \"\\u0001\\\"\u20ac\ufffdy\ufffd\ufffd\ufffd\ufffd\",\n"
+         "  \"container_base64\": \"ASLigqzwn5h57aCA4oI=\",\n"},
         {"cp c d; script -qec \"$TDM import d t\" /dev/null | grep -c importing", "0\n"},
         {"cp c d; echo n | script -qec \"$TDM delete d main@4\" /dev/null | grep -o 'tdm: "
          "Delete.*]'; cmp c d",

@@ -46,7 +46,8 @@ TEST_F(asking, answers_decide) {
         EXPECT_EQ(result.status, 0) << result.out;
         EXPECT_EQ(read_file("out"), lines_of(row.text)) << result.out;
     }
-    const command_result shown = merge("y n y");
+    const command_result shown = merge("y n y", "--ask --report told");
+    EXPECT_NE(read_file("told").find("decided by an answer between x and y\n"), std::string::npos);
     for (const char *words : {"file 1 (base) line 2", "file 3 y line 2", "Do you want the CHANGE",
                               "[Y/n/a/b/K/e/s/?]", "[y/N/a/b/K/e/s/?]"}) {
         EXPECT_NE(shown.out.find(words), std::string::npos) << words << "\n" << shown.out;

@@ -88,6 +88,30 @@ TEST_F(merging, command_writes_reports_and_refuses) {
         << style.out;
 }
 
+TEST_F(merging, same_lines_in_two_places_are_told_and_a_conflict_under_strict) {
+    write_file("base", lines_of("a b c d e f g"));
+    write_file("x", lines_of("a P Q R b c d e f g"));
+    write_file("y", lines_of("a b c d e f P Q R g"));
+    const struct {
+        const char *option;
+        int status;
+        const char *words, *json;
+    } rows[] = {
+        {"", 0, "inserted in different places by several files: lines 2-4 and lines 10-12\n",
+         "\"second\": 10,"},
+        {" --strict", 1, "x and y inserted the same lines in different places; also at line 14\n",
+         "\"reason\": \"repeated\","},
+    };
+    for (const auto &row : rows) {
+        const std::string line = std::string("merge base x y -f -o out") + row.option;
+        const command_result result = tdm(line.c_str());
+        EXPECT_EQ(result.status, row.status);
+        EXPECT_NE(result.err.find(row.words), std::string::npos) << result.err;
+        const command_result json = tdm((line + " --json").c_str());
+        EXPECT_NE(json.out.find(row.json), std::string::npos) << json.out;
+    }
+}
+
 TEST_F(merging, decisions_of_the_library_that_lose_lines_become_a_conflict) {
     const std::array<const char *, 4> rows[] = {
         // base, x, y, the text after automatic decisions or nothing for a conflict

@@ -161,6 +161,43 @@ TEST_F(container, is_never_overwritten_by_what_reads_it) {
     EXPECT_EQ(read(text), "A\n");
 }
 
+TEST_F(container, at_a_path_that_cannot_be_read_or_written_is_told) {
+    const std::string file = write("c", branched);
+    const std::string text = write("text", "A\n");
+    const std::string below = text + "/none", folder = path(""), out = path("out");
+    const std::pair<const char *, std::string> rows[] = {
+        {nullptr, "\"(null)\": Bad address"},
+        {below.c_str(), "\"" + below + "\": Not a directory"},
+        {folder.c_str(), "\"" + folder + "\": Is a directory"},
+    };
+    for (const auto &[bad, words] : rows) {
+        const char *const c = file.c_str();
+        const char *const o = out.c_str();
+        const std::function<int()> calls[] = {
+            [&] { return tdm_get_cont_info(bad, o); },
+            [&] { return tdm_construct_ver(bad, o, "a1", 0); },
+            [&] { return tdm_delete_versions_and_branches(bad, o, 0, nullptr, 0, nullptr); },
+            [&] { return tdm_create_branch(1, "n", "v", o, "bA", nullptr, 1, bad); },
+            [&] { return tdm_create_branch(1, "n", "v", bad, "bA", nullptr, 1, c); },
+            [&] { return tdm_create_elem(1, "e", "b", "v", bad); },
+        };
+        for (const auto &call : calls) {
+            const std::string told = test::messages_of([&] { EXPECT_NE(call(), 0) << words; });
+            EXPECT_NE(told.find(words), std::string::npos) << &call - calls << ": " << told;
+        }
+    }
+    const char *const none = nullptr;
+    for (const auto &oids : {static_cast<const char *const *>(nullptr), &none}) {
+        const std::string told = test::messages_of([&] {
+            EXPECT_EQ(tdm_delete_versions_and_branches(file.c_str(), path("new").c_str(), 1, oids,
+                                                       0, nullptr),
+                      -1);
+        });
+        EXPECT_EQ(told, "The list of versions and branches to delete is not valid.\n");
+    }
+    EXPECT_EQ(read(file), branched);
+}
+
 TEST_F(container, what_would_damage_a_history_is_refused) {
     const std::string header = "^V v1 0 1 1\n^V v0 0 0 1\n^B b 0 0 0\n^E e\n";
     const std::string status = "^S db1 0\n";

@@ -222,6 +222,12 @@ TEST_F(session_files, grow_the_conversion_buffer_until_a_text_fits) {
     EXPECT_EQ(tdm_convert_codeset(nullptr, 2, 2, text.c_str(), 100, &buffer, &size, &length),
               nullptr);
     EXPECT_EQ(length, 0U);
+    test::set_conversion([](char *, uint64_t, uint64_t *) { return 1; });
+    EXPECT_NE(test::messages_of([&] {
+                  EXPECT_EQ(tdm_convert_codeset(nullptr, 1, 2, "odd", 3, &buffer, &size, &length),
+                            nullptr);
+              }).find("odd"),
+              std::string::npos);
     test::set_conversion(nullptr);
     mem_free(buffer);
 }
