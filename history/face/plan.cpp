@@ -9,6 +9,7 @@
 #include "container_plan.h"
 #include "container_repair.h"
 #include "descriptor_path.h"
+#include "memory_file.h"
 #include "system_calls.h"
 #include "texts.h"
 
@@ -143,11 +144,22 @@ result<> judge(const std::string &path, bool drop_stray, repair_plan *repair) {
     if (!repair->input.is_open() || sys::fstat(repair->input.get(), &repair->found) != 0) {
         return system_failure(path, "cannot be read", last_error());
     }
-    auto opened = open_container(repair->input.get(), path);
+    // The plan may be looked at for long: a mapping of a file that is cut meanwhile would end the
+    // process.
+    memory_file copy;
+    granted_rights rights;
+    std::error_code error = rights.add(repair->input.get());
+    error = error ? error : copy.create(path);
+    error = error ? error : copy_bytes(repair->input.get(), copy.descriptor());
+    if (error) {
+        return system_failure(path, "cannot be read", error);
+    }
+    auto opened = open_container(copy.descriptor(), path);
     if (!opened) {
         return opened.failure();
     }
     repair->view = std::move(*opened);
+    repair->view.rights = rights;
     repair->check = check_container(repair->view, false, {});
     repair->verdict = judge_versions(repair->view, repair->check, drop_stray);
     if (!repair->verdict.worth_writing() && !repair->check.faults.empty()) {

@@ -276,6 +276,10 @@ static int purges_and_repairs(void) {
     EXPECT(refused(norvik_carry_out(plan, NULL))); /* it exists by now */
     norvik_plan_free(plan);
     EXPECT(reads_as("repaired", "side", "a\nb\n") == 0);
+    DONE(norvik_plan_repair("damaged", "again", norvik_drop_stray, NULL, &plan));
+    EXPECT(truncate("damaged", 10) == 0);
+    EXPECT(failed_as(norvik_carry_out(plan, NULL), norvik_kind_changed));
+    norvik_plan_free(plan);
     return 0;
 }
 
