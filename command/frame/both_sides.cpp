@@ -23,6 +23,8 @@ namespace norvik {
 
 namespace {
 
+constexpr int not_regular = EINVAL;
+
 // Writes to a descriptor and remembers the first failure.
 class sides_writer {
 public:
@@ -86,6 +88,20 @@ void write_sides(const both_sides &sides, int ours, int theirs, sides_writer *ou
     out->write_marker('>', sides.marker_size, sides.theirs_label);
 }
 
+// Opens a regular file: anything else may have no end, or has been read (errno is not_regular).
+owned_descriptor open_side(const char *path) {
+    owned_descriptor side(sys::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    struct stat status {};
+    if (!side.is_open() || sys::fstat(side.get(), &status) != 0) {
+        return {};
+    }
+    if (!S_ISREG(status.st_mode)) {
+        side = owned_descriptor();
+        errno = not_regular;
+    }
+    return side;
+}
+
 // Makes a name in the folder of `path` that nobody can foresee.
 std::error_code name_beside(const char *path, char (&beside)[PATH_MAX]) {
     const char *slash = std::strrchr(path, '/');
@@ -145,11 +161,14 @@ void say_sides_are_kept() noexcept {
 }
 
 std::error_code write_both_sides(const both_sides &sides) noexcept {
-    const owned_descriptor ours(sys::open(sides.ours, O_RDONLY | O_CLOEXEC));
+    const owned_descriptor ours = open_side(sides.ours);
     if (!ours.is_open()) {
         return last_error();
     }
-    const owned_descriptor theirs(sys::open(sides.theirs, O_RDONLY | O_CLOEXEC));
+    const owned_descriptor theirs = open_side(sides.theirs);
+    if (!theirs.is_open() && errno == not_regular) {
+        return last_error();
+    }
     char beside[PATH_MAX];
     if (const std::error_code error = name_beside(sides.ours, beside); error) {
         return error;

@@ -59,7 +59,8 @@ result<> open_input(const std::string &name, uint64_t most_of_pipe, container_re
     if (!S_ISFIFO(mode)) {
         return refusal(name, "is neither a regular file nor a pipe");
     }
-    std::error_code error = take_pipe(&out->input, most_of_pipe);
+    std::error_code error = out->pipe_rights.emplace().add(out->input.get());
+    error = error ? error : take_pipe(&out->input, most_of_pipe);
     if (!error && sys::fstat(out->input.get(), &out->opened) != 0) {
         error = last_error();
     }
@@ -87,6 +88,7 @@ exit_status open_to_judge(const std::string &name, container_reading *out, uint6
         told(open_container(out->input.get(), name), &out->view) != status_done) {
         return status_trouble;
     }
+    out->view.rights = out->pipe_rights.value_or(out->view.rights);
     const std::error_code error = out->path.read_from(out->input.get());
     out->shown = shown_path(out->path.path(), name);
     return error ? tell(system_failure(name, cannot_be_read, error)) : status_done;

@@ -6,11 +6,13 @@
 
 #include <sys/stat.h>
 
+#include <optional>
 #include <string>
 
 #include "container_view.h"
 #include "descriptor_path.h"
 #include "exit_status.h"
+#include "file_bytes.h"
 #include "owned_descriptor.h"
 #include "shown_path.h"
 
@@ -18,20 +20,18 @@ namespace norvik {
 
 struct container_reading {
     container_view view;
-    owned_descriptor input;  // the one opening; of a pipe, its bytes in memory
-    struct stat opened {};   // as the file was then
-    descriptor_path path;    // by which the library reads it
-    shown_path shown;        // its messages show the name
+    owned_descriptor input;                     // the one opening; of a pipe, its bytes in memory
+    struct stat opened {};                      // as the file was then
+    std::optional<granted_rights> pipe_rights;  // of the pipe, when it was one
+    descriptor_path path;                       // by which the library reads it
+    shown_path shown;                           // its messages show the name
 };
-
-// As much as is taken from a pipe.
-inline constexpr uint64_t longest_pipe = uint64_t{4} << 30;
 
 // Opens a container for reading, whatever it holds. Refuses what is neither a regular file nor a
 // pipe, and a pipe with more than `most_of_pipe` bytes, which may have no end. 0, or status_trouble
 // after a message.
 [[nodiscard]] exit_status open_to_judge(const std::string &name, container_reading *out,
-                                        uint64_t most_of_pipe = longest_pipe);
+                                        uint64_t most_of_pipe = longest_stream);
 
 // The same, for a container that must be sound: one that scan_structure finds damaged is told with
 // its line and gives status_trouble, unless `read_damaged`, which tells it and goes on; `damaged`

@@ -1,6 +1,8 @@
 #include "file_attributes.h"
 
 #include <endian.h>
+#include <linux/magic.h>
+#include <sys/vfs.h>
 
 #include <algorithm>
 #include <array>
@@ -169,12 +171,23 @@ result<> copy_attributes(const attribute_copy &how) {
     return extended ? copy_mode(how, lacking) : extended;
 }
 
+namespace {
+
+// A pipe without a name has a mode as well, which no folder shows and nobody has chosen.
+bool is_named_pipe(int descriptor, const struct stat &status) {
+    struct statfs system {};
+    return S_ISFIFO(status.st_mode) && fstatfs(descriptor, &system) == 0 &&
+           system.f_type != PIPEFS_MAGIC;
+}
+
+}  // namespace
+
 std::error_code granted_rights::add(int descriptor) {
     struct stat status {};
     if (sys::fstat(descriptor, &status) != 0) {
         return last_error();
     }
-    if (!S_ISREG(status.st_mode)) {
+    if (!S_ISREG(status.st_mode) && !is_named_pipe(descriptor, status)) {
         return {};
     }
     granted_rights one;
@@ -283,15 +296,19 @@ mode_t group_bits_in(std::string_view list) {
     return 0;
 }
 
-}  // namespace
+// What becomes of a file's mode and access list.
+struct narrowing {
+    mode_t mode = 0;  // 0: nothing changes
+    bool drops_list = false;
+};
 
-result<mode_t> narrow_file_mode(int target, const std::string &name, const granted_rights &rights) {
+result<narrowing> plan_narrowing(int file, const std::string &name, const granted_rights &rights) {
     struct stat status {};
-    if (sys::fstat(target, &status) != 0) {
+    if (sys::fstat(file, &status) != 0) {
         return system_failure(name, "cannot read the new file's mode", last_error());
     }
     std::string own;
-    if (const std::error_code error = read_access_list(target, own); error) {
+    if (const std::error_code error = read_access_list(file, own); error) {
         return system_failure(name, "the new file's access list cannot be read", error);
     }
     const mode_t old = status.st_mode & 07777;
@@ -304,14 +321,30 @@ result<mode_t> narrow_file_mode(int target, const std::string &name, const grant
     const bool same_list = !own.empty() && own == rights.list_for(status.st_gid);
     const bool drops_list = !own.empty() && !same_list && !rights.everybody_reads();
     if (mode == old && !drops_list) {
-        return mode_t{0};
+        return narrowing{};
     }
     mode &= drops_list ? ~mode_t{S_IRWXG} | group_bits_in(own) : ~mode_t{0};
-    if ((drops_list && sys::fremovexattr(target, access_list) != 0) ||
-        sys::fchmod(target, mode) != 0) {
+    return narrowing{mode, drops_list};
+}
+
+}  // namespace
+
+result<mode_t> narrowed_file_mode(int file, const std::string &name, const granted_rights &rights) {
+    const auto planned = plan_narrowing(file, name, rights);
+    return planned ? result<mode_t>(planned->mode) : planned.failure();
+}
+
+result<mode_t> narrow_file_mode(int target, const std::string &name, const granted_rights &rights) {
+    const auto planned = plan_narrowing(target, name, rights);
+    if (!planned) {
+        return planned.failure();
+    }
+    if (planned->mode != 0 &&
+        ((planned->drops_list && sys::fremovexattr(target, access_list) != 0) ||
+         sys::fchmod(target, planned->mode) != 0)) {
         return system_failure(name, "its mode cannot be narrowed", last_error());
     }
-    return mode;
+    return planned->mode;
 }
 
 }  // namespace norvik

@@ -30,7 +30,8 @@ result<> copy_attributes(const attribute_copy &how);
 // more. Without any file it is everything.
 class granted_rights {
 public:
-    // Counts an open file in; what is no regular file (a pipe, a terminal) takes nothing away.
+    // Counts an open file or named pipe in; anything else (a shell's pipe, a terminal) takes
+    // nothing away.
     [[nodiscard]] std::error_code add(int descriptor);
     void add(const granted_rights &more);
 
@@ -57,6 +58,9 @@ private:
 // Gives a file that did not exist before the mode that the umask and the files it was made from
 // leave. A list that it has from its folder goes unless everybody may read those files.
 [[nodiscard]] std::error_code set_new_file_mode(int target, const granted_rights &rights);
+
+// The mode that narrow_file_mode would give a file like this one; changes nothing.
+result<mode_t> narrowed_file_mode(int file, const std::string &name, const granted_rights &rights);
 
 // Takes from a file the rights of those who cannot read what it is made from: its new mode, or 0
 // when that changed nothing.

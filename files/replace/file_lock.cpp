@@ -53,8 +53,14 @@ result<> resolve(bool may_be_new, locked_file &file) {
         file.path = resolved;
         return {};
     }
-    if (errno != ENOENT || !may_be_new) {
-        return system_failure(file.name, "cannot be opened", last_error());
+    const int error = errno;
+    struct stat status {};
+    // A pipe that /dev/stdin leads to has no path.
+    if (error == ENOENT && sys::stat(file.name.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        return refusal(file.name, "is not a regular file");
+    }
+    if (error != ENOENT || !may_be_new) {
+        return system_failure(file.name, "cannot be opened", system_error(error));
     }
     auto path = resolve_new(file.name);
     if (!path) {

@@ -91,8 +91,7 @@ result<> file_replacement::commit(const std::function<result<>(int descriptor)> 
     }
     auto done = prove ? prove(temporary_.descriptor()) : result<>();
     if (done && options_.dry_run) {
-        options_.tell(refusal(file_.name, file_.exists ? "would be replaced" : "would be created"));
-        return {};
+        return end_dry_run();
     }
     done = done ? set_attributes() : done;
     if (done && mark_) {
@@ -102,6 +101,29 @@ result<> file_replacement::commit(const std::function<result<>(int descriptor)> 
     }
     done = done ? force_to_disk() : done;
     return done ? put_in_place() : done;
+}
+
+result<> file_replacement::end_dry_run() const {
+    options_.tell(refusal(file_.name, file_.exists ? "would be replaced" : "would be created"));
+    if (!file_.exists || narrowed_to_ == nullptr) {
+        return {};
+    }
+    const auto narrowed = narrowed_file_mode(file_.descriptor.get(), file_.name, rights_);
+    if (!narrowed) {
+        return narrowed.failure();
+    }
+    tell_mode("would get", *narrowed);
+    return {};
+}
+
+void file_replacement::tell_mode(const char *gets, mode_t narrowed) const {
+    if (narrowed == 0 || options_.quiet) {
+        return;
+    }
+    char mode[32];
+    std::snprintf(mode, sizeof mode, " the mode %04o: ", static_cast<unsigned>(narrowed));
+    options_.tell(
+        refusal(file_.name, std::string(gets) + mode + narrowed_to_ + " may be read by no more"));
 }
 
 result<> file_replacement::made_from(int descriptor) {
@@ -125,12 +147,7 @@ result<> file_replacement::set_attributes() {
     if (!narrowed) {
         return narrowed.failure();
     }
-    if (*narrowed != 0 && !options_.quiet) {
-        char mode[16];
-        std::snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(*narrowed));
-        options_.tell(refusal(file_.name, std::string("gets the mode ") + mode + ": " +
-                                              narrowed_to_ + " may be read by no more"));
-    }
+    tell_mode("gets", *narrowed);
     return {};
 }
 

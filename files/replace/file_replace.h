@@ -77,6 +77,9 @@ public:
     result<> commit(const std::function<result<>(int descriptor)> &prove);
 
 private:
+    result<> end_dry_run() const;
+    // Tells the mode of an existing file that is narrowed, 0 when it is not.
+    void tell_mode(const char *gets, mode_t narrowed) const;
     result<> set_attributes();
     result<> force_to_disk();
     result<> put_in_place();

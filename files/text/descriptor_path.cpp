@@ -40,7 +40,7 @@ std::error_code write_bytes(int to, std::string_view bytes) {
     return {};
 }
 
-std::error_code copy_bytes(int from, int to) {
+std::error_code copy_bytes(int from, int to, std::uint64_t most) {
     char buffer[1 << 16];
     for (;;) {
         const ssize_t size = sys::read(from, buffer, sizeof buffer);
@@ -51,6 +51,10 @@ std::error_code copy_bytes(int from, int to) {
             return last_error();
         }
         const auto got = static_cast<size_t>(std::max<ssize_t>(size, 0));
+        if (got > most) {
+            return system_error(EFBIG);
+        }
+        most -= got;
         if (const std::error_code error = write_bytes(to, {buffer, got}); error) {
             return error;
         }

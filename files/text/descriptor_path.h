@@ -6,6 +6,7 @@
 #ifndef NORVIK_DESCRIPTOR_PATH_H
 #define NORVIK_DESCRIPTOR_PATH_H
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -23,8 +24,9 @@ namespace norvik {
 // Writes all of `bytes`.
 [[nodiscard]] std::error_code write_bytes(int to, std::string_view bytes);
 
-// Copies what follows from where `from` stands to where `to` stands.
-[[nodiscard]] std::error_code copy_bytes(int from, int to);
+// Copies what follows from where `from` stands to where `to` stands; EFBIG when that is more than
+// `most` bytes.
+[[nodiscard]] std::error_code copy_bytes(int from, int to, std::uint64_t most = UINT64_MAX);
 
 // The descriptor stays the caller's and must stay open as long as the path is used.
 class descriptor_path {

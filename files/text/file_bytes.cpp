@@ -9,12 +9,14 @@
 
 namespace norvik {
 
-std::error_code read_to_end(int descriptor, std::size_t expected, std::string *text) {
+std::error_code read_to_end(int descriptor, std::size_t expected, std::string *text,
+                            std::uint64_t most) {
+    const std::uint64_t bound = std::max<std::uint64_t>(expected, most);
     text->resize(std::max<std::size_t>(expected + 1, 4096));
     std::size_t size = 0;
     for (;;) {
         if (size == text->size()) {
-            text->resize(text->size() * 2);
+            text->resize(std::min<std::uint64_t>(text->size() * 2, bound + 1));
         }
         const ssize_t got = sys::read(descriptor, text->data() + size, text->size() - size);
         if (got < 0 && errno != EINTR) {
@@ -25,6 +27,9 @@ std::error_code read_to_end(int descriptor, std::size_t expected, std::string *t
             return {};
         }
         size += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+        if (size > bound) {
+            return system_error(EFBIG);
+        }
     }
 }
 

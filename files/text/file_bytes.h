@@ -3,14 +3,20 @@
 #define NORVIK_FILE_BYTES_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <system_error>
 
 namespace norvik {
 
-// Reads what follows in an open file into `text`, with room for `expected` bytes from the start.
-[[nodiscard]] std::error_code read_to_end(int descriptor, std::size_t expected, std::string *text);
+// As many bytes as are taken from what is no regular file, such as a pipe, which may have no end.
+inline constexpr std::uint64_t longest_stream = std::uint64_t{4} << 30;
+
+// Reads what follows in an open file into `text`, with room for `expected` bytes from the start;
+// EFBIG when there are more than these and more than `most`.
+[[nodiscard]] std::error_code read_to_end(int descriptor, std::size_t expected, std::string *text,
+                                          std::uint64_t most = longest_stream);
 
 // A read-only mapping, or a copy for what cannot be mapped (a pipe).
 class file_bytes {

@@ -5,6 +5,7 @@
 #include "file_bytes.h"
 #include "file_lock.h"
 #include "system_calls.h"
+#include "text_file.h"
 
 namespace norvik {
 
@@ -26,6 +27,9 @@ result<> input_text::read(int descriptor, const std::string &name) {
     struct stat status {};
     if (sys::fstat(descriptor, &status) != 0) {
         return system_failure(shown, "cannot be read", last_error());
+    }
+    if (auto fits = refuse_device(descriptor, status, shown); !fits) {
+        return fits;
     }
     const bool regular = S_ISREG(status.st_mode);
     const auto expected = regular ? static_cast<std::size_t>(status.st_size) : 0;

@@ -14,7 +14,8 @@ namespace norvik {
 
 class input_text {
 public:
-    // Reads the file `name`, "-" for standard input.
+    // Reads the file `name`, "-" for standard input: a regular one, /dev/null, or what can be read
+    // to its end within longest_stream.
     result<> read(const std::string &name);
 
     // The same from an open file, which must be at its start and stay open as long as this object

@@ -1,5 +1,7 @@
 #include "text_file.h"
 
+#include <sys/sysmacros.h>
+
 #include <cerrno>
 #include <set>
 #include <utility>
@@ -18,7 +20,7 @@ std::error_code make_copy(text_file *file) {
 
 std::error_code copy_into_memory(int from, text_file *file) {
     const std::error_code error = make_copy(file);
-    return error ? error : copy_bytes(from, file->input.get());
+    return error ? error : copy_bytes(from, file->input.get(), longest_stream);
 }
 
 // When `input` has its text.
@@ -46,6 +48,14 @@ result<> refuse_spent_input(const std::vector<std::string> &names) {
     return {};
 }
 
+result<> refuse_device(int descriptor, const struct stat &status, const std::string &name) {
+    const bool is_device = S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode);
+    const bool is_null = S_ISCHR(status.st_mode) && status.st_rdev == makedev(1, 3);
+    return is_device && !is_null && isatty(descriptor) == 0
+               ? refusal(name, "is neither a regular file nor a pipe")
+               : result<>();
+}
+
 result<> open_text_file(const std::string &name, text_file *out) {
     out->name = name;
     const bool is_standard_input = name == "-";
@@ -60,6 +70,9 @@ result<> open_text_file(const std::string &name, text_file *out) {
     }
     if (S_ISDIR(status.st_mode)) {
         return system_failure(name, "cannot read", system_error(EISDIR));
+    }
+    if (auto fits = refuse_device(from, status, name); !fits) {
+        return fits;
     }
     if (const std::error_code error = out->rights.add(from); error) {
         return system_failure(name, "cannot see who may read it", error);

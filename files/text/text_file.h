@@ -2,6 +2,8 @@
 #ifndef NORVIK_TEXT_FILE_H
 #define NORVIK_TEXT_FILE_H
 
+#include <sys/stat.h>
+
 #include <string>
 #include <vector>
 
@@ -26,8 +28,12 @@ struct text_file {
 // a second reading would find an empty text. Nothing is read.
 result<> refuse_spent_input(const std::vector<std::string> &names);
 
-// Opens `name`. A regular file stays where it is; "-" (standard input), a pipe or a device is
-// copied into memory, which makes /dev/null an empty text.
+// Refuses a device that is neither a terminal nor /dev/null: it may have no end. `status` is of the
+// open file, and `name` what the failure calls it.
+result<> refuse_device(int descriptor, const struct stat &status, const std::string &name);
+
+// Opens `name`. A regular file stays where it is; "-" (standard input), a pipe or a terminal is
+// copied into memory, as far as longest_stream, and /dev/null is an empty text.
 result<> open_text_file(const std::string &name, text_file *out);
 
 // Makes a text_file of a text that has no file of its own.

@@ -101,6 +101,8 @@ TEST_F(git, failing_driver_keeps_both_sides) {
         EXPECT_EQ(tdm("git-merge o a b 7 path", {.file_size_limit = limit}).status, 2);
         EXPECT_EQ(read_file("a"), "ours, a long line\n");
     }
+    EXPECT_EQ(tdm("git-merge o a /dev/zero 7 path").status, 2);
+    EXPECT_EQ(read_file("a"), "ours, a long line\n");
     EXPECT_EQ(tdm("git-merge missing a b 9 path %S %X %Y").status, 1);
     EXPECT_EQ(read_file("a"),
               "<<<<<<<<< ours\nours, a long line\n=========\ntheirs\n>>>>>>>>> theirs\n");

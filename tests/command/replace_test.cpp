@@ -312,6 +312,11 @@ TEST_F(replacement, is_done_or_refused_as_written_here) {
          "c: has several hard links, which would part (--break-links goes on)\n"},
         {"ln c other; $TDM checkin c second --break-links; grep -q two other", 0, "", true},
         {"mkdir folder; $TDM checkin folder second", 2, "folder: is not a regular file"},
+        {"cat c | $TDM checkin /dev/stdin second", 2, "/dev/stdin: is not a regular file"},
+        {"$TDM checkin c /dev/zero", 2, "/dev/zero: is neither a regular file nor a pipe"},
+        {"$TDM checkin c - </dev/zero", 2, "<stdin>: is neither a regular file nor a pipe"},
+        {"$TDM import c --from-list /dev/zero", 2, "/dev/zero: is neither"},
+        {"$TDM merge first second /dev/zero", 2, "/dev/zero: is neither"},
         {"$TDM checkin missing second", 2, "missing: cannot be opened: No such file"},
         {"$TDM checkin c c", 2, "c: is the same file as c"},
         {"ln -s c other; $TDM checkin other ./c", 2, "other: is the same file as ./c"},
@@ -348,6 +353,11 @@ TEST_F(replacement, output_file_is_replaced_with_force_and_new_ones_obey_the_uma
     ASSERT_EQ(tdm("checkout c -o out").status, 0);
     EXPECT_EQ(read_file("out"), first_text);
     EXPECT_EQ(mode_of("out"), 0644u);
+    shell(
+        "mkfifo -m 600 p; cat c >p & sleep 0.2; $TDM checkout p -o private; "
+        "$TDM checkout <(cat c) -o public");
+    EXPECT_EQ(mode_of("private"), 0600u);
+    EXPECT_EQ(mode_of("public"), 0644u);
     write_file("out", "precious");
     chmod("out", 0600);
     ASSERT_EQ(tdm("checkout c -o out --force").status, 0);
@@ -378,7 +388,13 @@ TEST_F(replacement, new_file_is_read_by_no_more_than_what_it_is_made_from) {
         {"checkin c second", "c", 0640},  // it has a text already
     };
     for (const auto &r : rows) {
-        ASSERT_EQ(r.was == 0 ? 0 : chmod(r.file, r.was), 0);
+        if (r.was != 0) {
+            ASSERT_EQ(chmod(r.file, r.was), 0);
+            const std::string planned = tdm((r.words + std::string(" --dry-run")).c_str()).err;
+            EXPECT_NE(planned.find("would get the mode 0"), std::string::npos) << planned;
+            EXPECT_NE(planned.find(r.told), std::string::npos) << planned;
+            EXPECT_EQ(mode_of(r.file), r.was);
+        }
         const command_result result = tdm(r.words);
         EXPECT_EQ(result.status, 0) << result.err;
         EXPECT_EQ(result.err.find(r.told) != std::string::npos, r.was != 0) << result.err;

@@ -1,4 +1,5 @@
 // What verify says, and what repair saves.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -30,6 +31,7 @@ TEST(verify, tells_what_is_no_container_from_a_damaged_one) {
         {"pipe pipe", 2, "pipe: is given twice, but can be read only once"},
         {"--digests pipe pipe", 2, "pipe: is given twice"},
         {"--digests . sound", 2, ".: cannot be read: Is a directory"},
+        {"--digests /dev/zero sound", 2, "/dev/zero: is neither a regular file nor a pipe"},
         {"text", 1, "no version can be read"},
         {"none text sound", 2, "sound, 6 versions"},
         {"text sound", 1, "text:1: the first line"},
@@ -49,6 +51,10 @@ TEST(verify, pipe_without_end_is_refused) {
     EXPECT_EQ(norvik::open_to_judge(name, reading.get(), 1 << 20), norvik::status_trouble);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "tdm: " + name + ": cannot be read: File too large\n");
+    std::string text;
+    const norvik::owned_descriptor nowhere(open("/dev/null", O_WRONLY));
+    EXPECT_EQ(norvik::read_to_end(fileno(endless), 0, &text, 1 << 20).value(), EFBIG);
+    EXPECT_EQ(norvik::copy_bytes(fileno(endless), nowhere.get(), 1 << 20).value(), EFBIG);
     reading.reset();
     pclose(endless);
 }
