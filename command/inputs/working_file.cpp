@@ -57,7 +57,11 @@ void working_file::set_base(std::string_view identifier) const try {
         return;
     }
     error = error ? error : write_base(source_.get(), identifier);
-    if (error) {
+    // Where nothing can be marked, it is not news to those who check in there; a file that had a
+    // mark is guarded, and somebody counts on that.
+    const bool never_marked = base_.empty() && (error == std::errc::not_supported ||
+                                                error == std::errc::function_not_supported);
+    if (error && !never_marked) {
         (void)say_errno(name_, "cannot be marked with the version that it is now", error);
     }
 } catch (const std::bad_alloc &) {

@@ -9,25 +9,27 @@ namespace norvik {
 namespace {
 
 constexpr const char *attribute = "user.tdm.base";
-constexpr std::size_t longest_identifier = 4096;  // of what can be one; longer is somebody else's
+constexpr std::size_t longest_value = 65536;  // of any attribute, by the kernel
 
 bool is_not_kept(int error) {
     return error == ENOTSUP || error == ENOSYS;
 }
 
 std::error_code set_or_remove(int descriptor, std::string_view identifier) {
-    return identifier.empty() ? remove_base(descriptor) : write_base(descriptor, identifier);
+    const std::error_code error =
+        identifier.empty() ? remove_base(descriptor) : write_base(descriptor, identifier);
+    return is_not_kept(error.value()) ? std::error_code() : error;
 }
 
 }  // namespace
 
 std::error_code read_base(int descriptor, std::string *identifier) {
-    identifier->resize(longest_identifier);
+    identifier->resize(longest_value);
     const ssize_t size =
         sys::fgetxattr(descriptor, attribute, identifier->data(), identifier->size());
     const int error = size < 0 ? errno : 0;
     identifier->resize(size < 0 ? 0 : static_cast<std::size_t>(size));
-    const bool none = error == ENODATA || error == ERANGE || is_not_kept(error);
+    const bool none = error == ENODATA || is_not_kept(error);
     return none ? std::error_code() : system_error(error);
 }
 
@@ -35,12 +37,9 @@ std::error_code write_base(int descriptor, std::string_view identifier) {
     if (sys::fsetxattr(descriptor, attribute, identifier.data(), identifier.size()) == 0) {
         return {};
     }
-    const int error = errno;
-    if (is_not_kept(error)) {
-        return {};
-    }
+    const std::error_code error = last_error();
     (void)remove_base(descriptor);
-    return system_error(error);
+    return error;
 }
 
 std::error_code remove_base(int descriptor) {

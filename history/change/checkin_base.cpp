@@ -8,6 +8,8 @@ namespace norvik {
 
 namespace {
 
+constexpr std::size_t longest_shown = 256;  // bytes of a mark, which anybody may have set
+
 // The version that a text must have been made from: that which a new branch is made off, or the
 // newest of the branch, for want of one its branch point.
 const version_record *newest_for(const container_view &view, const checkin_plan &plan) {
@@ -34,18 +36,14 @@ version_id origin_of(const container_view &view, version_id id) {
     return id;
 }
 
-const version_record *marked_base(const container_view &view, const base_request &request,
-                                  const notice_sink &tell) {
-    const version_record *found = find_version_by_oid(view, request.mark);
-    if (found == nullptr) {
-        const bool deleted =
-            std::any_of(view.versions.begin(), view.versions.end(),
-                        [&](const version_record &v) { return v.oid == request.mark; });
-        tell(refusal(request.text, "was made from version " + request.mark +
-                                       (deleted ? ", which is deleted" : ", which is not one") +
-                                       " of " + view.name + "; what came since cannot be told"));
-    }
-    return found;
+// What is known of a mark that is of no living version.
+std::string unknown_mark(const container_view &view, const std::string &mark) {
+    const bool deleted = std::any_of(view.versions.begin(), view.versions.end(),
+                                     [&](const version_record &v) { return v.oid == mark; });
+    const std::string shown =
+        mark.size() <= longest_shown ? mark : mark.substr(0, longest_shown) + "...";
+    return "was made from version " + shown +
+           (deleted ? ", which has been deleted from " : ", which is not one of ") + view.name;
 }
 
 }  // namespace
@@ -61,12 +59,20 @@ result<checkin_base> find_checkin_base(const container_view &view, const checkin
         }
         found.base = *named;
     } else if (!request.mark.empty()) {
-        found.base = marked_base(view, request, tell);
+        found.base = find_version_by_oid(view, request.mark);
     }
+    const bool is_unknown = found.base == nullptr && !request.mark.empty();
     if (request.needed && found.base == nullptr) {
-        failure why = refusal(request.text, "does not say what it was made from");
+        failure why = refusal(
+            request.text, is_unknown ? unknown_mark(view, request.mark) + ": no base for a merge"
+                                     : "does not say what it was made from");
         why.way_out = remedy::name_base;
         return why;
+    }
+    if (is_unknown) {
+        tell(refusal(request.text, unknown_mark(view, request.mark) +
+                                       "; the mark is passed over, and what came since cannot be "
+                                       "told"));
     }
     found.current = found.base == nullptr || found.newest == nullptr ||
                     origin_of(view, found.base->id) == origin_of(view, found.newest->id);

@@ -26,7 +26,8 @@ struct checkin_base {
     bool current = true;                     // nothing has come since, as far as is known
 };
 
-// Finds both. A mark that the container lacks is told and passed over.
+// Finds both. A mark that the container lacks is told and passed over; where the base is needed it
+// is the failure.
 result<checkin_base> find_checkin_base(const container_view &view, const checkin_plan &plan,
                                        const base_request &request, const notice_sink &tell);
 

@@ -7,6 +7,8 @@
 #include <string>
 
 #include "run_command.h"
+#include "system_calls.h"
+#include "working_file.h"
 
 namespace {
 
@@ -155,9 +157,38 @@ TEST_F(update, mark_follows_what_is_stored_and_foreign_ones_are_told) {
     const command_result foreign = tdm("checkin c f");
     EXPECT_EQ(foreign.out, "main@6\n");
     EXPECT_NE(foreign.err.find("version elsewhere, which is not one of c"), std::string::npos);
+    ASSERT_EQ(tdm("checkin c -", {.input = "over\nlines that stay\n"}).out, "main@7\n");
     ASSERT_EQ(tdm("delete c main@6 --yes").status, 0);
-    EXPECT_EQ(tdm("checkin c f --merge").status, 2);
-    EXPECT_EQ(tdm("checkin c f").status, 0);
+    const std::string gone =
+        "tdm: f: was made from version " + base_of("f") + ", which has been deleted from c";
+    const command_result unmerged = tdm("checkin c f --merge");
+    EXPECT_EQ(unmerged.status, 2);
+    EXPECT_EQ(unmerged.err, gone + ": no base for a merge (--base VERSION says it)\n");
+    const command_result passed = tdm("checkin c f");
+    EXPECT_EQ(passed.status, 0);
+    EXPECT_EQ(passed.err, gone + "; the mark is passed over, and what came since cannot be told\n");
+    setxattr("f", attribute, std::string(300, 'x').data(), 300, 0);
+    EXPECT_NE(tdm("checkin c f").err.find(std::string(256, 'x') + "..., which is not"),
+              std::string::npos);
+}
+
+TEST_F(update, file_that_cannot_be_marked_is_told_where_it_had_a_mark) {
+    const norvik::command_context context;
+    write_file("f", "1\n");
+    for (const bool marked : {false, true}) {
+        norvik::working_file file(context);
+        ASSERT_EQ(file.read("f"), norvik::status_done);
+        norvik::sys::fault = [](norvik::sys::call which, size_t *) {
+            errno = ENOTSUP;
+            return which == norvik::sys::call::set_attribute;
+        };
+        testing::internal::CaptureStderr();
+        file.set_base("new");
+        norvik::sys::fault = nullptr;
+        EXPECT_EQ(testing::internal::GetCapturedStderr().empty(), !marked);
+        EXPECT_EQ(base_of("f"), "") << "a wrong one";
+        setxattr("f", attribute, "old", 3, 0);
+    }
 }
 
 TEST_F(update, merge_stores_what_is_clean_and_leaves_conflicts_in_the_file) {
