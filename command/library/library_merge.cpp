@@ -98,20 +98,20 @@ uint64_t ask_about(tdm_session *, const diff_block *b, uint64_t default_answer) 
     return answer;
 }
 
-// 0; 1 when a decision failed or the user abandoned the merge, which the library has said.
-int queue_all(const library_run &state, int mq) {
+// False when a decision failed or the user abandoned the merge, which the library has said.
+bool queue_all(const library_run &state, int mq) {
     tdm_session *session = state.run.compared.session.get();
     merge_report *report = tdm_merge_init_report(session, "", mq, ask_about, write_block, 0);
     if (report == nullptr) {
-        return 1;
+        return false;
     }
     for (const diff_block &b : state.run.compared.blocks) {
         if (tdm_merge_queue_diff(report, &b) != 0) {
             (void)tdm_merge_term(report, 1);
-            return 1;
+            return false;
         }
     }
-    return tdm_merge_term(report, 0);
+    return tdm_merge_term(report, 0) == 0;
 }
 
 std::vector<std::string> texts_of(const library_run &state, const merge_region &region) {
@@ -167,9 +167,9 @@ exit_status merge_by_library(const command_context &context, const merge_options
     state.texts.resize(run->plan.places.size());
     state.regions.resize(run->plan.regions.size());
     current = &state;
-    const int result = queue_all(state, mq);
+    const bool decided = queue_all(state, mq);
     current = nullptr;
-    if (result != 0) {
+    if (!decided) {
         // Without memory the library ends a merge as if it had been abandoned.
         return state.cannot_ask || is_out_of_memory() ? status_trouble : status_negative;
     }

@@ -13,6 +13,7 @@
 
 #include "escaped_text.h"
 #include "exit_status.h"
+#include "failure.h"
 #include "out_of_memory.h"
 #include "system_calls.h"
 
@@ -58,17 +59,17 @@ std::string done_before_output;  // what has been done, whatever becomes of stan
 
 output_writer::output_writer(int descriptor, std::string name)
     : descriptor_(sys::duplicate(descriptor)),
-      error_(descriptor_.is_open() ? 0 : errno),
+      error_(descriptor_.is_open() ? std::error_code() : last_error()),
       name_(std::move(name)) {}
 
 output_writer::output_writer(owned_descriptor descriptor, std::string name)
     : descriptor_(std::move(descriptor)), name_(std::move(name)) {}
 
 void output_writer::write_out(const char *bytes, size_t size) {
-    while (size > 0 && error_ == 0) {
+    while (size > 0 && !error_) {
         const ssize_t written = sys::write(descriptor_.get(), bytes, size);
         if (written < 0 && errno != EINTR) {
-            error_ = errno;
+            error_ = last_error();
         } else if (written > 0) {
             bytes += written;
             size -= static_cast<size_t>(written);
@@ -97,18 +98,18 @@ void output_writer::flush() {
     used_ = 0;
 }
 
-int output_writer::close_and_take_error() {
+std::error_code output_writer::close_and_take_error() {
     flush();
-    if (descriptor_.is_open() && sys::close(descriptor_.release()) != 0 && error_ == 0 &&
+    if (descriptor_.is_open() && sys::close(descriptor_.release()) != 0 && !error_ &&
         errno != EINTR) {
-        error_ = errno;
+        error_ = last_error();
     }
-    return std::exchange(error_, 0);
+    return std::exchange(error_, {});
 }
 
 exit_status output_writer::finish() {
-    const int error = close_and_take_error();
-    return error == 0 ? status_done : say_errno(name_, "cannot write", error);
+    const std::error_code error = close_and_take_error();
+    return !error ? status_done : say_errno(name_, "cannot write", error);
 }
 
 output_writer &standard_output() {
@@ -139,7 +140,7 @@ void widen_standard_stream() {
 exit_status finish_standard_output() {
     if (std::exchange(standard_output_finished, true)) {
         // What was written since has gone nowhere.
-        if (const int late = standard_output().close_and_take_error(); late != 0) {
+        if (const std::error_code late = standard_output().close_and_take_error()) {
             standard_output_result = say_errno("<stdout>", "cannot write", late);
         }
         return standard_output_result;
@@ -147,14 +148,14 @@ exit_status finish_standard_output() {
     // What the library has printed through the stream shares the descriptor; a descriptor that was
     // closed from the start (EBADF with nothing to write) is no failure.
     const bool stream_failed = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
-    const int stream_error = stream_failed ? errno : 0;
-    const int own_error = standard_output().close_and_take_error();
-    const int error = own_error != 0 ? own_error : stream_error;
-    if (error != 0 && !done_before_output.empty()) {
+    const std::error_code stream_error = stream_failed ? last_error() : std::error_code();
+    const std::error_code own_error = standard_output().close_and_take_error();
+    const std::error_code error = own_error ? own_error : stream_error;
+    if (error && !done_before_output.empty()) {
         say("%s, but <stdout> could not be written: %s", done_before_output.c_str(),
-            std::strerror(error));
+            std::strerror(error.value()));
         standard_output_result = status_trouble;
-    } else if (error != 0) {
+    } else if (error) {
         standard_output_result = say_errno("<stdout>", "cannot write", error);
     }
     return standard_output_result;

@@ -34,7 +34,7 @@ public:
     void start_again(owned_descriptor descriptor) {
         descriptor_.release();
         descriptor_ = std::move(descriptor);
-        error_ = 0;
+        error_ = {};
         used_ = 0;
     }
 
@@ -51,13 +51,13 @@ public:
 
     // Hands what is buffered to the system.
     void flush();
-    bool failed() const { return error_ != 0; }
+    bool failed() const { return static_cast<bool>(error_); }
 
     // Flushes and closes its descriptor; 0, or status_trouble after a message.
     exit_status finish();
 
-    // The same without a message: 0 or the errno value of the first failure.
-    int close_and_take_error();
+    // The same without a message: the first failure.
+    std::error_code close_and_take_error();
 
 private:
     void write_out(const char *bytes, size_t size);
@@ -65,7 +65,7 @@ private:
 
     static constexpr size_t capacity = size_t{1} << 16;
     owned_descriptor descriptor_;
-    int error_ = 0;
+    std::error_code error_;
     std::string name_;
     std::unique_ptr<char[]> buffer_{new char[capacity]};
     size_t used_ = 0;

@@ -50,9 +50,8 @@ result<> version_import::add(const import_item &item, const input_text &before,
     change_->stores(next->rights());
     const bool again = next->can_be_read_again();
     const bool keeps_open = again && versions_.size() < most_open_files;
-    versions_.push_back(
-        {std::move(*oid), item.time, id.number, &item.path, again ? nullptr : next,
-         owned_descriptor(keeps_open ? fcntl(next->descriptor(), F_DUPFD_CLOEXEC, 0) : -1)});
+    versions_.push_back({std::move(*oid), item.time, id.number, &item.path, again ? nullptr : next,
+                         owned_descriptor(keeps_open ? sys::duplicate(next->descriptor()) : -1)});
     return {};
 }
 

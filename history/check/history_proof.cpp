@@ -27,8 +27,9 @@ void history_proof::find_texts(uint32_t count) {
         holders.clear();
         cursor.holders(stretch, ours, &holders);
         for (const position_range &part : holders) {
-            texts_.push_back({part.first - start, part.end - start, place,
-                              stretch.kind == 0 ? stretch.bytes : text_of(stretch.bytes)});
+            texts_.push_back(
+                {part.first - start, part.end - start, place,
+                 stretch.kind == format::kind_plain ? stretch.bytes : text_of(stretch.bytes)});
         }
     }
     faulty_ = !cursor.faults().empty();

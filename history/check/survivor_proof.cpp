@@ -91,7 +91,8 @@ bool take_equal(survivor_lines *before, survivor_lines *after) {
     if (before->stretch().run != after->stretch().run || before->holders() != after->holders()) {
         return false;
     }
-    if (before->stretch().kind == 0 && after->stretch().kind == 0) {
+    if (before->stretch().kind == format::kind_plain &&
+        after->stretch().kind == format::kind_plain) {
         const std::size_t size = std::min(before->bytes().size(), after->bytes().size());
         if (std::memcmp(before->bytes().data(), after->bytes().data(), size) != 0) {
             return false;

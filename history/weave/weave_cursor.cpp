@@ -302,14 +302,14 @@ void weave_cursor::take_plain(uint64_t most, weave_stretch *out, text_step *step
 void weave_cursor::take_stretch(weave_stretch *out) {
     open_run &run = runs_.back();
     const char kind = *at_ == format::record_mark ? at_[1] : '\0';
-    if (announced_ &&
-        (kind != 0 || !is_ancestor(run.id, run.members, announced_->by, announced_->members))) {
+    if (announced_ && (kind != format::kind_plain ||
+                       !is_ancestor(run.id, run.members, announced_->by, announced_->members))) {
         activate_announced();
     }
     check_under_deletion(&run);
     *out = {run.id, run.members, run.record, {}, 0, line_, kind};
     text_step step;
-    if (kind != 0) {
+    if (kind != format::kind_plain) {
         take_marked(kind, out, &step);
     } else {
         uint64_t most = announced_ ? announced_->lines : nothing_due;

@@ -51,7 +51,7 @@ typedef struct norvik_branch {
 NORVIK_API norvik_error *norvik_open(const char *path, uint32_t flags, norvik_container **out);
 
 /** The same of an open file, which is read to its end, from its start where it has one; a pipe will
- *  do. The descriptor stays the caller's, who may close it afterwards.
+ *  do. The descriptor stays the caller's, who may close it afterwards; where it stands is changed.
  *  @param name  what errors call it. */
 NORVIK_API norvik_error *norvik_open_descriptor(int descriptor, const char *name, uint32_t flags,
                                                 norvik_container **out);
@@ -367,7 +367,8 @@ NORVIK_API const norvik_kept_line *norvik_kept_line_at(const norvik_plan *plan, 
 /** Does what was planned.
  *  @param out  receives the outcome; null: not wanted.
  *  @returns null or an error; changed: the container is not the one that the plan was made of, also
- *           when the plan has been carried out before. */
+ *           when the plan has been carried out before; refused: the new container of a repair
+ *           exists, by then also from the plan itself. */
 NORVIK_API norvik_error *norvik_carry_out(norvik_plan *plan, norvik_outcome **out);
 
 /** Frees a plan. */
