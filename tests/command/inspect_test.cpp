@@ -208,6 +208,27 @@ TEST_F(inspection, scripts_get_what_is_written_here) {
         {"TDM_PAGER='cat >/dev/null; exit 3' script -qec \"$TDM list c\" t >/dev/null; echo $?; "
          "grep -o 'the pager failed: cat >/dev/null; exit 3' t",
          "2\nthe pager failed: cat >/dev/null; exit 3\n"},
+        {"echo 1 >x; echo 2 >y; export GIT_DIFF_PATH_COUNTER=1; GIT_PAGER_IN_USE=true NO_COLOR= "
+         "TERM=xterm $TDM diff f x 1 100644 y 2 100644 | grep -c $'\\033'; "
+         "$TDM diff --stat f x 1 100644 y 2 100644 | head -1",
+         "3\n b/f | 2 +-\n"},
+        {"cp c d; mkfifo p; (sleep 1.2; echo z) >p & script -qec \"$TDM import d x p\" /dev/null | "
+         "grep -o 'importing .#*[.]*.  25%'",
+         "importing [############......................................]  25%\n"},
+        {"printf 'a\\033\\n1\\n' >x; printf 'a\\033\\n2\\n' >y; "
+         "script -qec \"$TDM diff --word x y --no-pager\" /dev/null | grep -c '^a.e'",
+         "1\n"},
+        {"for i in 1 2 3 4 5 6 7; do $TDM branch d b$i main -q; done; "
+         "$TDM delete d main --dry-run 2>&1 | grep -o '[0-9] more'",
+         "2 more\n"},
+        {"f=$(printf %0100d 0); sed \"0,/^.V [0-9a-f]*/s//^V $f/\" c >d; "
+         "$TDM repair d -o new 2>&1 | grep -o 'renamed: .*damaged'; $TDM verify new 2>&1 | cut -c "
+         "1-10",
+         "renamed: br\u00e4nches@0 (its identifier is damaged\nnew: sound\n"},
+        {"$TDM list c --branch n 2>&1; $TDM import c --from-list n 2>&1; $TDM import c x --time n "
+         "2>&1 | grep -o 'is no time'; $TDM merge $(seq 33) 2>&1 | grep -o 'more than 31'",
+         "tdm: c: has no branch n\ntdm: n: cannot be opened: No such file or directory\n"
+         "is no time\nmore than 31\n"},
         {"PAGER=false TDM_PAGER=cat script -qec \"$TDM list c\" /dev/null | grep -c failed", "0\n"},
     };
     for (const auto &[script, out] : rows) {

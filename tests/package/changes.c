@@ -96,6 +96,10 @@ static int refuses(void) {
     options.style = 3;
     const norvik_text two[] = {one, one};
     EXPECT(refused(norvik_merge_texts(two, 2, &options, &merge)) && merge == NULL);
+    options.size = 2;
+    EXPECT(refused(norvik_merge_texts(two, 2, &options, &merge)));
+    const norvik_text bad[] = {one, nul};
+    EXPECT(refused(norvik_merge_texts(bad, 2, NULL, &merge)));
     EXPECT(norvik_error_kind(NULL) == 0 && norvik_hunk_count(NULL) == 0);
     norvik_comparison_free(NULL);
     norvik_merge_free(NULL);

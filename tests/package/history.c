@@ -283,6 +283,102 @@ static int purges_and_repairs(void) {
     return 0;
 }
 
+static int refuses_to_read(void) {
+    const norvik_text nothing = {NULL, 1};
+    norvik_container *container = NULL;
+    const norvik_version *version = NULL;
+    norvik_annotation *annotation = NULL;
+    norvik_verdict *verdict = NULL;
+    char *bytes = NULL;
+    EXPECT(refused(norvik_open("c", 0, NULL)) && refused(norvik_open(NULL, 0, &container)));
+    EXPECT(refused(norvik_open(".", 0, &container)) && refused(norvik_open("c", 8, &container)));
+    EXPECT(refused(norvik_open_memory(nothing, "n", 0, &container)));
+    EXPECT(refused(norvik_open_memory(text(""), "n", 8, &container)));
+    EXPECT(failed_as(norvik_open_memory(text("no\n"), "n", 0, &container), norvik_kind_damaged));
+    EXPECT(failed_as(norvik_open_descriptor(-1, "n", 0, &container), norvik_kind_system));
+    EXPECT(refused(norvik_find_version(NULL, "main", &version)));
+    EXPECT(norvik_version_count(NULL) == 0 && norvik_branch_at(NULL, 0) == NULL);
+
+    DONE(norvik_open("c", 0, &container));
+    DONE(norvik_find_version(container, "trunk", &version));
+    EXPECT(refused(norvik_write_text(container, version, NULL, NULL)));
+    EXPECT(refused(norvik_write_text(NULL, version, take_piece, NULL)));
+    EXPECT(refused(norvik_version_text(container, NULL, &bytes, NULL)) && bytes == NULL);
+    EXPECT(refused(norvik_annotate(NULL, version, &annotation)));
+    EXPECT(refused(norvik_verify(NULL, 0, NULL, NULL, &verdict)));
+    EXPECT(refused(norvik_verify(container, 8, NULL, NULL, &verdict)) && verdict == NULL);
+    version = NULL;
+    for (size_t i = 0; version == NULL || version->deleted == 0; i++) {
+        version = norvik_version_at(container, i);
+        EXPECT(version != NULL);
+    }
+    EXPECT(refused(norvik_version_text(container, version, &bytes, NULL)));
+    norvik_close(container);
+    return 0;
+}
+
+/* Whether the text is refused for the reason, and nothing is given out. */
+static int refuses_text(norvik_text some, const char *reason) {
+    norvik_outcome *outcome = NULL;
+    norvik_error *error = norvik_checkin("m", some, NULL, NULL, &outcome);
+    const int right = outcome == NULL && strstr(norvik_error_reason(error), reason) != NULL;
+    return refused(error) && right;
+}
+
+static int refuses_to_change(void) {
+    static char line[8001];
+    const norvik_text nothing = {NULL, 1};
+    const norvik_text long_line = {line, sizeof line};
+    const char *const missing[] = {NULL};
+    norvik_plan *plan = NULL;
+    norvik_change_options change = {.size = sizeof change, .flags = 1U << 30};
+    norvik_create_options create = {.size = sizeof create, .branch = "a b"};
+    norvik_checkin_options options = {.size = sizeof options, .flags = 1U << 30};
+    EXPECT(refused(norvik_create("n", &create, NULL, NULL)) && !file_exists("n"));
+    EXPECT(refused(norvik_create(NULL, NULL, NULL, NULL)));
+    EXPECT(refused(norvik_create("n", NULL, &change, NULL)));
+    change.size = 2;
+    EXPECT(refused(norvik_create("n", NULL, &change, NULL)) && !file_exists("n"));
+    EXPECT(refused(norvik_create_branch("m", NULL, "main", 0, NULL, NULL)));
+    EXPECT(refused(norvik_create_branch("m", "n", "main@99", 0, NULL, NULL)));
+    EXPECT(refused(norvik_checkin(NULL, text(""), NULL, NULL, NULL)));
+    EXPECT(refused(norvik_checkin("m", text(""), &options, NULL, NULL)));
+    options.flags = 0;
+    options.from = "main@1";
+    EXPECT(refused(norvik_checkin("m", text(""), &options, NULL, NULL)));
+    options.branch = "n";
+    options.from = "main@99";
+    EXPECT(refused(norvik_checkin("m", text(""), &options, NULL, NULL)));
+    memset(line, 'a', sizeof line);
+    EXPECT(refuses_text(nothing, "has a size") && refuses_text(long_line, "has 8001 bytes"));
+    line[0] = '^';
+    line[8000] = '\n';
+    EXPECT(refuses_text(long_line, "begins with '^'"));
+
+    EXPECT(refused(norvik_plan_deletion("m", NULL, 0, NULL, 0, NULL, &plan)));
+    EXPECT(refused(norvik_plan_deletion("m", missing, 1, NULL, 0, NULL, &plan)));
+    EXPECT(refused(norvik_plan_purge(NULL, "main@1", NULL, &plan)));
+    EXPECT(refused(norvik_plan_purge("m", NULL, NULL, &plan)));
+    EXPECT(refused(norvik_plan_purge("m", "main@1", &change, &plan)));
+    EXPECT(refused(norvik_plan_repair(NULL, "n", 0, NULL, &plan)));
+    EXPECT(refused(norvik_plan_repair("m", "n", 8, NULL, &plan)));
+    EXPECT(failed_as(norvik_plan_repair("none", "n", 0, NULL, &plan), norvik_kind_system));
+    EXPECT(failed_as(norvik_plan_repair("damaged", "n", 0, NULL, &plan), norvik_kind_damaged));
+    EXPECT(refused(norvik_carry_out(NULL, NULL)) && norvik_fate_count(NULL) == 0);
+    return 0;
+}
+
+/* What the newest version holds is the same, whatever the base. */
+static int tells_what_is_stored(void) {
+    norvik_outcome *outcome = NULL;
+    norvik_checkin_options options = {.size = sizeof options, .base = "main@1"};
+    DONE(norvik_checkin("m", text("one\n2\n3\nend\n"), &options, NULL, &outcome));
+    EXPECT(norvik_outcome_answer(outcome) == norvik_answer_same);
+    EXPECT(strcmp(norvik_outcome_version(outcome), "main@7") == 0);
+    norvik_outcome_free(outcome);
+    return 0;
+}
+
 static void take_notice(void *user, const norvik_error *what) {
     snprintf(user, 128, "%s", norvik_error_message(what));
 }
@@ -349,6 +445,7 @@ static int serves_threads(void) {
 
 int main(void) {
     return keeps_versions() || merges_what_came_since() || lists_and_gives_texts() || verifies() ||
-           deletes_as_planned() || purges_and_repairs() || waits_no_longer_than_it_may() ||
+           deletes_as_planned() || purges_and_repairs() || refuses_to_read() ||
+           refuses_to_change() || tells_what_is_stored() || waits_no_longer_than_it_may() ||
            serves_threads();
 }
