@@ -76,6 +76,33 @@ static int leaves_conflicts(void) {
     return 0;
 }
 
+static int gives_reasons_of_conflicts(void) {
+    static const struct {
+        const char *base, *mine, *yours;
+        uint32_t reason;
+    } rows[] = {
+        {"a\n1\n2\n3\n4\ne\nf\ng\n", "a\ne\nf\ng\n1\n2\nIII\n4\n", "a\n1\n2\n3!\n4\ne\nf\ng\n",
+         norvik_conflict_moved},
+        {"r\nr\nr\nr\n", "r\nr\nr\n", "r\nr\nq\nr\nr\n", norvik_conflict_ambiguous},
+        {"a\nb\nc\nd\ne\nf\n", "a\nP\nQ\nR\nb\nc\nd\ne\nf\n", "a\nb\nc\nd\ne\nP\nQ\nR\nf\n",
+         norvik_conflict_repeated},
+    };
+    const norvik_merge_options strict = {.size = sizeof strict, .flags = norvik_strict};
+    for (size_t i = 0; i < sizeof rows / sizeof *rows; i++) {
+        const norvik_text texts[] = {text(rows[i].base), text(rows[i].mine), text(rows[i].yours)};
+        norvik_merge *merge = NULL;
+        DONE(norvik_merge_texts(texts, 3, &strict, &merge));
+        EXPECT(norvik_conflict_count(merge) > 0);
+        size_t region = 0;
+        while (norvik_region_at(merge, region)->conflict == norvik_conflict_none) {
+            region++;
+        }
+        EXPECT(norvik_region_at(merge, region)->conflict == rows[i].reason);
+        norvik_merge_free(merge);
+    }
+    return 0;
+}
+
 static int refuses(void) {
     norvik_comparison *changes = (norvik_comparison *)&changes;
     const norvik_text nul = {"one\ntw\0o\n", 9};
@@ -109,5 +136,6 @@ static int refuses(void) {
 
 int main(void) {
     EXPECT(norvik_history_version() == NORVIK_HISTORY_VERSION);
-    return compares() || merges() || leaves_conflicts() || refuses();
+    return compares() || merges() || leaves_conflicts() || gives_reasons_of_conflicts() ||
+           refuses();
 }

@@ -344,10 +344,9 @@ static int refuses_to_change(void) {
     EXPECT(refused(norvik_checkin(NULL, text(""), NULL, NULL, NULL)));
     EXPECT(refused(norvik_checkin("m", text(""), &options, NULL, NULL)));
     options.flags = 0;
-    options.from = "main@1";
+    options.from = "main@99";
     EXPECT(refused(norvik_checkin("m", text(""), &options, NULL, NULL)));
     options.branch = "n";
-    options.from = "main@99";
     EXPECT(refused(norvik_checkin("m", text(""), &options, NULL, NULL)));
     memset(line, 'a', sizeof line);
     EXPECT(refuses_text(nothing, "has a size") && refuses_text(long_line, "has 8001 bytes"));
