@@ -33,8 +33,8 @@ struct annotate_options {
     bool damaged = false;
 
     // The library's flags: 1 the version's own lines, 2 deleted ones, 4 those of other branches.
-    uint32_t flags() const {
-        uint32_t bits = tdm_annotate_lines;
+    std::uint32_t flags() const {
+        std::uint32_t bits = tdm_annotate_lines;
         if (deleted || all) {
             bits |= tdm_annotate_deleted;
         }
@@ -54,20 +54,20 @@ struct listed_line {
 };
 
 bool take_line(std::string_view &listing, listed_line &line) {
-    const size_t newline = listing.find('\n');
+    const std::size_t newline = listing.find('\n');
     if (newline == std::string_view::npos) {
         return false;
     }
     std::string_view whole = listing.substr(0, newline + 1);
     listing.remove_prefix(newline + 1);
-    const size_t blank = whole.find(' ', 2);
+    const std::size_t blank = whole.find(' ', 2);
     if (whole.size() < 4 || blank == std::string_view::npos) {
         return false;
     }
     std::string_view names = whole.substr(2, blank - 2);
     line = {whole[0], names, {}, whole.substr(blank + 1)};
     // An identifier may itself hold a comma; ours do not.
-    const size_t comma = line.tag == 'D' ? names.rfind(',') : std::string_view::npos;
+    const std::size_t comma = line.tag == 'D' ? names.rfind(',') : std::string_view::npos;
     if (comma != std::string_view::npos) {
         line.oid = names.substr(0, comma);
         line.deleter = names.substr(comma + 1);
@@ -75,9 +75,9 @@ bool take_line(std::string_view &listing, listed_line &line) {
     return true;
 }
 
-uint64_t count_lines(std::string_view text) {
-    uint64_t count = 0;
-    for (size_t newline = text.find('\n'); newline != text.npos; count++) {
+std::uint64_t count_lines(std::string_view text) {
+    std::uint64_t count = 0;
+    for (std::size_t newline = text.find('\n'); newline != text.npos; count++) {
         newline = text.find('\n', newline + 1);
     }
     return count;
@@ -88,9 +88,9 @@ public:
     annotation_printer(const container_view &view, bool tagged, bool escaped)
         : view_(view), tagged_(tagged), escaped_(escaped), labels_(view.versions.size()) {
         // The highest number has the widest name of its branch.
-        std::unordered_map<uint64_t, uint64_t> highest;
+        std::unordered_map<std::uint64_t, std::uint64_t> highest;
         for (const version_record &version : view.versions) {
-            uint64_t &number = highest[version.id.branch];
+            std::uint64_t &number = highest[version.id.branch];
             number = std::max(number, version.id.number);
         }
         for (const auto &[branch, number] : highest) {
@@ -101,7 +101,7 @@ public:
 
     void print(std::string_view listing) {
         number_width_ = std::to_string(count_lines(listing)).size();
-        uint64_t number = 0;
+        std::uint64_t number = 0;
         listed_line line;
         while (take_line(listing, line)) {
             number += line.tag == 'I';
@@ -119,9 +119,9 @@ private:
             return *last_label_;
         }
         const version_record *version = find_version_by_oid(view_, oid);
-        std::string &text = version == nullptr
-                                ? unknown_
-                                : labels_[static_cast<size_t>(version - view_.versions.data())];
+        std::string &text =
+            version == nullptr ? unknown_
+                               : labels_[static_cast<std::size_t>(version - view_.versions.data())];
         if (text.empty()) {
             text = widened(shown_name(version), width_);
             text += version == nullptr ? "  -                   " : "  " + time_text(version->time);
@@ -131,7 +131,7 @@ private:
         return text;
     }
 
-    void print_line(const listed_line &line, uint64_t number) {
+    void print_line(const listed_line &line, std::uint64_t number) {
         output_writer &out = standard_output();
         if (tagged_) {
             out.write(line.tag == 'I' ? "  " : line.tag == 'D' ? "- " : "| ");
@@ -139,8 +139,8 @@ private:
         out.write(label(line.oid));
         char digits[24];
         char *at = digits + sizeof digits;
-        size_t width = 0;
-        for (uint64_t rest = line.tag == 'I' ? number : 0; rest > 0; rest /= 10, width++) {
+        std::size_t width = 0;
+        for (std::uint64_t rest = line.tag == 'I' ? number : 0; rest > 0; rest /= 10, width++) {
             *--at = static_cast<char>('0' + rest % 10);
         }
         for (; width < number_width_ + 2; width++) {
@@ -162,8 +162,8 @@ private:
     const container_view &view_;
     bool tagged_;
     bool escaped_;
-    size_t width_ = 0;
-    size_t number_width_ = 1;
+    std::size_t width_ = 0;
+    std::size_t number_width_ = 1;
     std::vector<std::string> labels_;  // by the version's place in the header; made when needed
     std::string unknown_;
     std::string_view last_oid_;

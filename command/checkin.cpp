@@ -47,7 +47,7 @@ struct checkin_run {
     checkin_plan plan;
     checkin_base found;
     std::string oid;  // the new version's
-    uint64_t time = 0;
+    std::uint64_t time = 0;
 };
 
 exit_status nothing_to_store(const container_change &change, version_id same) {
@@ -76,7 +76,7 @@ exit_status store_text(checkin_run &run, const input_text &input) {
 
 // Stores the file's own text. A file that equals the newest version is as good as made from it.
 exit_status store_file(checkin_run &run) {
-    const size_t conflict = find_conflict(run.file.input().text());
+    const std::size_t conflict = find_conflict(run.file.input().text());
     const exit_status status = store_text(run, run.file.input());
     if (status == status_done) {
         run.file.set_base(run.oid);

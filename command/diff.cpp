@@ -90,7 +90,7 @@ exit_status load_files(const diff_options &options, diff_run *run) {
         return status_trouble;
     }
     run->files.resize(options.operands.size());
-    for (size_t i = 0; i < run->files.size(); i++) {
+    for (std::size_t i = 0; i < run->files.size(); i++) {
         if (told(open_text_file(options.operands[i], &run->files[i])) != status_done) {
             return status_trouble;
         }
@@ -103,7 +103,7 @@ exit_status compare(const diff_options &options, diff_run *run) {
     for (const lined_text &file : run->files) {
         run->labels.push_back(file.name);
     }
-    for (size_t i = 0; i < std::min(options.labels.size(), run->labels.size()); i++) {
+    for (std::size_t i = 0; i < std::min(options.labels.size(), run->labels.size()); i++) {
         run->labels[i] = options.labels[i];
     }
     if (told(compare_files(&run->files, "compare", options.view.ignore_blanks,
@@ -112,7 +112,7 @@ exit_status compare(const diff_options &options, diff_run *run) {
     }
     const auto equality =
         options.view.ignore_blanks ? line_equality::without_blanks : line_equality::exact;
-    for (size_t k = 1; k < run->files.size(); k++) {
+    for (std::size_t k = 1; k < run->files.size(); k++) {
         file_edits &edits = run->edits[k - 1];
         edits = edits_of(run->compared, run->files, k, {equality, true});
         if (options.no_moves) {
@@ -144,7 +144,7 @@ void write_one(const diff_options &options, const diff_view &view, const file_di
 void write_all(const command_context &context, const diff_options &options, const diff_view &view,
                const diff_run &run) {
     std::vector<file_difference> differences;
-    for (size_t k = 1; k < run.files.size(); k++) {
+    for (std::size_t k = 1; k < run.files.size(); k++) {
         differences.push_back(
             {run.files[0], run.files[k], run.labels[0], run.labels[k], run.edits[k - 1]});
     }
@@ -188,8 +188,8 @@ bool git_wants_color(const command_context &context) {
 
 bool is_text(const lined_text &file) {
     const std::string_view bytes = file.bytes.view();
-    size_t longest = 0;
-    for (int32_t i = 0; i < file.lines.count(); i++) {
+    std::size_t longest = 0;
+    for (std::int32_t i = 0; i < file.lines.count(); i++) {
         const std::string_view line = file.lines.line(i);
         longest = std::max(longest, line.size() - (line.ends_with('\n') ? 1 : 0));
     }

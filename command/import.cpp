@@ -32,7 +32,7 @@ struct import_options {
 };
 
 exit_status collect_items(const import_options &options, std::vector<import_item> *items) {
-    uint64_t time = 0;
+    std::uint64_t time = 0;
     if (options.stored.time.get(time) != status_done) {
         return status_trouble;
     }
@@ -54,7 +54,7 @@ exit_status import_all(const command_context &context, const import_options &opt
                        version_import *work, const checkin_plan &plan, std::size_t items,
                        done_report *report) {
     progress bar(context, "importing", items * 2);
-    const auto at = [&bar](uint64_t done) { bar.at(done); };
+    const auto at = [&bar](std::uint64_t done) { bar.at(done); };
     const auto tell_same = [&context](const failure &notice) {
         if (!context.quiet) {
             (void)tell(notice);

@@ -49,14 +49,14 @@ void print_table(const container_view &view, const version_list &versions) {
     const auto shown_name = [&view](const version_record *version) {
         return escape_name(version_name(view, version->id));
     };
-    size_t width = 7;
+    std::size_t width = 7;
     for (const version_record *version : versions) {
         width = std::max(width, count_columns(shown_name(version)));
     }
     output_writer &out = standard_output();
     const int column = static_cast<int>(width);
     out.printf("%-*s  %-20s  %-32s  %s\n", column, "VERSION", "DATE", "IDENTIFIER", "OFF");
-    uint64_t branch = UINT64_MAX;
+    std::uint64_t branch = UINT64_MAX;
     for (const version_record *version : versions) {
         std::string note;
         if (version->id.branch != branch) {

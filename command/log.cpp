@@ -41,7 +41,7 @@ struct log_options {
     std::string branch;
     bool reverse = false;
     bool oneline = false;
-    uint64_t most = UINT64_MAX;
+    std::uint64_t most = UINT64_MAX;
 };
 
 struct logged_version {
@@ -54,7 +54,7 @@ struct logged_version {
 using version_log = std::vector<logged_version>;
 
 version_log collect(const container_view &view, const weave_scan &scan, const branch_record *only,
-                    uint64_t most) {
+                    std::uint64_t most) {
     std::unordered_map<version_id, std::vector<const branch_record *>, version_id_hash> hanging;
     for (const branch_record &branch : view.branches) {
         if (!branch.deleted && branch.number != 0) {
@@ -67,7 +67,7 @@ version_log collect(const container_view &view, const weave_scan &scan, const br
             break;
         }
         if (only == nullptr || version.id.branch == only->number) {
-            const uint32_t position = position_of(scan.tree, version.id);
+            const std::uint32_t position = position_of(scan.tree, version.id);
             const auto branches = hanging.find(version.id);
             log.push_back({&version, scan.changes[position], scan.totals[position],
                            branches == hanging.end() ? std::vector<const branch_record *>{}
@@ -262,7 +262,7 @@ exit_status run_log(const command_context &context, const log_options &options) 
     }
     progress bar(context, "reading", view.bytes.view().size());
     const weave_scan scan =
-        scan_weave(view, false, [&](uint64_t bytes) { bar.at(view.weave_offset + bytes); });
+        scan_weave(view, false, [&](std::uint64_t bytes) { bar.at(view.weave_offset + bytes); });
     const version_log log = collect(view, scan, only, options.most);
     if (context.json) {
         print_machine_form(view, only, options, log);

@@ -59,7 +59,7 @@ exit_status write_file(const command_context &context, const std::string &name,
 void take_labels(command_options *options) {
     marker_options &markers = options->merge.markers;
     markers.labels = options->names;
-    for (size_t i = 0; i < std::min(options->labels.size(), markers.labels.size()); i++) {
+    for (std::size_t i = 0; i < std::min(options->labels.size(), markers.labels.size()); i++) {
         markers.labels[i] = options->labels[i];
     }
     markers.base_label = markers.labels.front();

@@ -30,7 +30,7 @@ struct show_options {
     std::string container;
     bool damaged = false;
     std::string version;
-    int32_t context = 3;
+    std::int32_t context = 3;
 };
 
 // A version and the one before it, with what has changed between them.
@@ -46,7 +46,7 @@ struct version_change {
 exit_status read_change(const container_view &view, version_change *change) {
     const version_tree tree = build_version_tree(view);
     const version_id id = change->version->id;
-    const uint32_t before = tree.parent[position_of(tree, id)];
+    const std::uint32_t before = tree.parent[position_of(tree, id)];
     change->has_predecessor = before != no_position;
     change->texts.resize(2);
     exit_status status = told(hold_text("/dev/null", "", &change->texts[0]));
@@ -83,8 +83,8 @@ std::string counts_text(const change_counts &counts) {
 std::string lines_text(const version_change &change) {
     change_counts shown;
     for (const edit &e : change.edits.edits) {
-        shown.added += static_cast<uint64_t>(e.file_end - e.file_first);
-        shown.deleted += static_cast<uint64_t>(e.base_end - e.base_first);
+        shown.added += static_cast<std::uint64_t>(e.file_end - e.file_first);
+        shown.deleted += static_cast<std::uint64_t>(e.base_end - e.base_first);
     }
     const std::string stored = counts_text(change.stored);
     const std::string below = counts_text(shown);

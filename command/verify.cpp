@@ -33,7 +33,7 @@ struct verify_options {
 
 void describe_version(json_writer &json, const container_view &view, const container_check &check,
                       const version_record &version) {
-    const uint32_t position = position_of(check.scan.tree, version.id);
+    const std::uint32_t position = position_of(check.scan.tree, version.id);
     const text_step &text = check.scan.totals[position];
     json.begin_object();
     json.text("name", version_name(view, version.id));
@@ -79,8 +79,8 @@ void tell_complaints(const container_view &view, const container_check &check) {
 }
 
 void tell_summary(const container_view &view, const container_check &check) {
-    uint64_t live = 0;
-    uint64_t trusted = 0;
+    std::uint64_t live = 0;
+    std::uint64_t trusted = 0;
     for (const version_record &version : view.versions) {
         live += version.deleted ? 0 : 1;
         trusted += is_trusted(check, version) ? 1 : 0;
@@ -125,7 +125,7 @@ exit_status verify_one(const command_context &context, const std::string &name,
     progress bar(context, "verifying", view.bytes.view().size());
     container_check check =
         check_container(view, json != nullptr || kept != nullptr,
-                        [&](uint64_t bytes) { bar.at(view.weave_offset + bytes); });
+                        [&](std::uint64_t bytes) { bar.at(view.weave_offset + bytes); });
     if (kept != nullptr) {
         kept->compare(view, &check);
     }

@@ -11,18 +11,18 @@ namespace norvik {
 // Base lines base_first .. base_end - 1 are replaced by lines file_first .. file_end - 1 of the
 // file; lines count from 0, and one of the two ranges may be empty.
 struct edit {
-    int32_t base_first = 0;
-    int32_t base_end = 0;
-    int32_t file_first = 0;
-    int32_t file_end = 0;
+    std::int32_t base_first = 0;
+    std::int32_t base_end = 0;
+    std::int32_t file_first = 0;
+    std::int32_t file_end = 0;
     friend bool operator==(const edit &, const edit &) = default;
 };
 
 // `count` lines that stand in both texts, the same line by line.
 struct line_run {
-    int32_t base_first = 0;
-    int32_t file_first = 0;
-    int32_t count = 0;
+    std::int32_t base_first = 0;
+    std::int32_t file_first = 0;
+    std::int32_t count = 0;
     friend bool operator==(const line_run &, const line_run &) = default;
 };
 

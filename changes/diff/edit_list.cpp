@@ -29,7 +29,7 @@ void add_checked(const pair_texts &texts, line_run run, std::vector<line_run> *r
         return;
     }
     line_run piece{run.base_first, run.file_first, 0};
-    for (int32_t i = 0; i < run.count; i++) {
+    for (std::int32_t i = 0; i < run.count; i++) {
         if (same_line(texts.base.line(run.base_first + i), texts.file.line(run.file_first + i),
                       texts.options.equality)) {
             piece.count++;
@@ -47,20 +47,21 @@ void add_checked(const pair_texts &texts, line_run run, std::vector<line_run> *r
 
 // The common tail may begin within a line where lines are very long; only whole lines count.
 line_run tail_run(const text_lines &base, const text_lines &file, const common_ends &ends) {
-    const auto first_line = [](const text_lines &text, uint64_t tail_bytes) {
-        const size_t offset = text.bytes.size() - std::min<size_t>(tail_bytes, text.bytes.size());
+    const auto first_line = [](const text_lines &text, std::uint64_t tail_bytes) {
+        const std::size_t offset =
+            text.bytes.size() - std::min<std::size_t>(tail_bytes, text.bytes.size());
         return std::lower_bound(text.starts.begin(), text.starts.end(), offset) -
                text.starts.begin();
     };
     const auto base_lines = base.count() - first_line(base, ends.base_tail_bytes);
     const auto file_lines = file.count() - first_line(file, ends.file_tail_bytes);
-    const auto count = static_cast<int32_t>(std::min(base_lines, file_lines));
+    const auto count = static_cast<std::int32_t>(std::min(base_lines, file_lines));
     return {base.count() - count, file.count() - count, count};
 }
 
 // Runs that continue each other become one; the list is in order of the file's lines.
 void join_runs(std::vector<line_run> *runs) {
-    size_t kept = 0;
+    std::size_t kept = 0;
     for (const line_run &run : *runs) {
         line_run *last = kept == 0 ? nullptr : &(*runs)[kept - 1];
         if (last != nullptr && last->base_first + last->count == run.base_first &&
@@ -76,7 +77,7 @@ void join_runs(std::vector<line_run> *runs) {
 paired_lines check_pairs(const pair_texts &texts, const paired_lines &found,
                          const common_ends &ends) {
     paired_lines pairs;
-    add_checked(texts, {0, 0, static_cast<int32_t>(ends.head_lines)}, &pairs.in_place);
+    add_checked(texts, {0, 0, static_cast<std::int32_t>(ends.head_lines)}, &pairs.in_place);
     for (const line_run &run : found.in_place) {
         add_checked(texts, run, &pairs.in_place);
     }
@@ -86,8 +87,8 @@ paired_lines check_pairs(const pair_texts &texts, const paired_lines &found,
     line_run tail = tail_run(texts.base, texts.file, ends);
     if (!pairs.in_place.empty()) {
         const line_run &last = pairs.in_place.back();
-        const int32_t overlap = std::max({0, last.base_first + last.count - tail.base_first,
-                                          last.file_first + last.count - tail.file_first});
+        const std::int32_t overlap = std::max({0, last.base_first + last.count - tail.base_first,
+                                               last.file_first + last.count - tail.file_first});
         tail = {tail.base_first + overlap, tail.file_first + overlap, tail.count - overlap};
     }
     add_checked(texts, tail, &pairs.in_place);
@@ -99,35 +100,36 @@ paired_lines check_pairs(const pair_texts &texts, const paired_lines &found,
 // The heaviest set of runs that rises in both texts, by lines: a Fenwick tree of the best sum that
 // ends at or before a place in the base. The runs come in order of the file's lines.
 std::vector<bool> heaviest_rising(const std::vector<line_run> &runs) {
-    const size_t n = runs.size();
-    std::vector<size_t> by_base(n);
-    for (size_t i = 0; i < n; i++) {
+    const std::size_t n = runs.size();
+    std::vector<std::size_t> by_base(n);
+    for (std::size_t i = 0; i < n; i++) {
         by_base[i] = i;
     }
-    std::sort(by_base.begin(), by_base.end(),
-              [&](size_t a, size_t b) { return runs[a].base_first < runs[b].base_first; });
-    std::vector<size_t> rank(n);
-    for (size_t i = 0; i < n; i++) {
+    std::sort(by_base.begin(), by_base.end(), [&](std::size_t a, std::size_t b) {
+        return runs[a].base_first < runs[b].base_first;
+    });
+    std::vector<std::size_t> rank(n);
+    for (std::size_t i = 0; i < n; i++) {
         rank[by_base[i]] = i + 1;
     }
-    constexpr size_t none = ~size_t{0};
+    constexpr std::size_t none = ~std::size_t{0};
     struct best {
-        int64_t lines = 0;
-        size_t run = none;
+        std::int64_t lines = 0;
+        std::size_t run = none;
     };
     std::vector<best> tree(n + 1);
-    std::vector<size_t> before(n);
+    std::vector<std::size_t> before(n);
     best overall;
-    for (size_t i = 0; i < n; i++) {
+    for (std::size_t i = 0; i < n; i++) {
         best here;
-        for (size_t at = rank[i]; at > 0; at &= at - 1) {
+        for (std::size_t at = rank[i]; at > 0; at &= at - 1) {
             if (tree[at].lines > here.lines) {
                 here = tree[at];
             }
         }
         before[i] = here.run;
         here = {here.lines + runs[i].count, i};
-        for (size_t at = rank[i]; at <= n; at += at & (~at + 1)) {
+        for (std::size_t at = rank[i]; at <= n; at += at & (~at + 1)) {
             if (here.lines > tree[at].lines) {
                 tree[at] = here;
             }
@@ -137,7 +139,7 @@ std::vector<bool> heaviest_rising(const std::vector<line_run> &runs) {
         }
     }
     std::vector<bool> chosen(n, false);
-    for (size_t i = overall.run; i != none; i = before[i]) {
+    for (std::size_t i = overall.run; i != none; i = before[i]) {
         chosen[i] = true;
     }
     return chosen;
@@ -155,7 +157,7 @@ void choose_in_place(paired_lines *pairs) {
     const std::vector<bool> chosen = heaviest_rising(all);
     pairs->in_place.clear();
     pairs->crossing.clear();
-    for (size_t i = 0; i < all.size(); i++) {
+    for (std::size_t i = 0; i < all.size(); i++) {
         (chosen[i] ? pairs->in_place : pairs->crossing).push_back(all[i]);
     }
 }
@@ -163,7 +165,7 @@ void choose_in_place(paired_lines *pairs) {
 std::vector<edit> edits_between(const pair_texts &texts, const std::vector<line_run> &runs) {
     std::vector<edit> edits;
     edit next;
-    const auto close = [&](int32_t base_end, int32_t file_end) {
+    const auto close = [&](std::int32_t base_end, std::int32_t file_end) {
         next.base_end = base_end;
         next.file_end = file_end;
         if (next.base_end > next.base_first || next.file_end > next.file_first) {

@@ -25,9 +25,9 @@ namespace norvik {
 
 // What the library found common to all files at their ends, of one pair of files.
 struct common_ends {
-    uint64_t head_lines = 0;
-    uint64_t base_tail_bytes = 0;
-    uint64_t file_tail_bytes = 0;
+    std::uint64_t head_lines = 0;
+    std::uint64_t base_tail_bytes = 0;
+    std::uint64_t file_tail_bytes = 0;
 };
 
 // Runs of lines that are said to be the same in the base and in a file, in order of the file's

@@ -12,7 +12,7 @@ bool is_whole(const edit &e) {
     return is_insertion(e) != (e.file_first == e.file_end);
 }
 
-void shift(edit *e, int32_t lines) {
+void shift(edit *e, std::int32_t lines) {
     e->base_first += lines;
     e->base_end += lines;
     e->file_first += lines;
@@ -26,7 +26,7 @@ void join(edit *e, const edit &next) {
 
 // Down as far as it goes; true when it comes to stand at `next`.
 bool slide_to_next(const text_lines &base, const text_lines &file, edit *e, const edit *next) {
-    const int32_t limit = next == nullptr ? base.count() : next->base_first;
+    const std::int32_t limit = next == nullptr ? base.count() : next->base_first;
     while (e->base_end < limit && slide_down_one(base, file, e)) {
     }
     return next != nullptr && e->base_end == next->base_first;
@@ -90,8 +90,8 @@ bool slide_up_one(const text_lines &base, const text_lines &file, edit *e) {
 
 void settle_edits(const text_lines &base, const text_lines &file, std::vector<edit> *edits) {
     slide_all_down(base, file, edits);
-    size_t kept = 0;
-    for (size_t i = 0; i < edits->size(); i++) {
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < edits->size(); i++) {
         edit e = (*edits)[i];
         if (kept > 0 && slide_to_previous(base, file, &e, (*edits)[kept - 1])) {
             edit &joined = (*edits)[kept - 1];

@@ -32,21 +32,21 @@ public:
 
 private:
     struct span {
-        int32_t x_first, x_end, y_first, y_end;
+        std::int32_t x_first, x_end, y_first, y_end;
     };
 
     enum class too_far { divide, leave };
 
     bool match_middle(const edit &gap, too_far otherwise, std::vector<line_run> *runs);
     bool match_as(const edit &gap, too_far otherwise, std::vector<line_run> *runs);
-    bool same(int32_t base_line, int32_t file_line) const;
+    bool same(std::int32_t base_line, std::int32_t file_line) const;
     void match_one(const edit &gap, std::vector<line_run> *runs) const;
     void number_lines(const edit &gap);
     void keep_common(const edit &gap);
     bool shortest_edit(const span &part, std::vector<line_run> *runs);
-    void trace_back(const span &part, int32_t steps, std::vector<line_run> *runs);
+    void trace_back(const span &part, std::int32_t steps, std::vector<line_run> *runs);
     void divide(const span &part, std::vector<line_run> *runs);
-    void add(int32_t x, int32_t y, std::vector<line_run> *runs) const;
+    void add(std::int32_t x, std::int32_t y, std::vector<line_run> *runs) const;
 
     const text_lines &base_;
     const text_lines &file_;
@@ -55,10 +55,10 @@ private:
     // Every distinct line of the gap has a number; numbers_ holds the base's lines first. The
     // lines that occur on both sides are x and y, with the lines of the texts that they stand for.
     line_numbers table_;
-    std::vector<int32_t> numbers_;
-    std::vector<int32_t> x_, y_, x_line_, y_line_;
-    std::vector<int32_t> furthest_, trace_;
-    std::vector<int32_t> count_x_, count_y_, place_y_;
+    std::vector<std::int32_t> numbers_;
+    std::vector<std::int32_t> x_, y_, x_line_, y_line_;
+    std::vector<std::int32_t> furthest_, trace_;
+    std::vector<std::int32_t> count_x_, count_y_, place_y_;
 };
 
 }  // namespace norvik

@@ -9,25 +9,25 @@
 
 namespace norvik {
 
-inline constexpr uint64_t fingerprint_prime = (uint64_t{1} << 61) - 1;
+inline constexpr std::uint64_t fingerprint_prime = (std::uint64_t{1} << 61) - 1;
 // The base of the fingerprint's digits: a text's value is taken times this for every line.
-inline constexpr uint64_t fingerprint_base = 0x0b4e0ef37bc32127;
+inline constexpr std::uint64_t fingerprint_base = 0x0b4e0ef37bc32127;
 
 // 64 bits of a * b from both halves of the product.
-inline uint64_t mix(uint64_t a, uint64_t b) {
+inline std::uint64_t mix(std::uint64_t a, std::uint64_t b) {
     __extension__ using wide = unsigned __int128;
     const wide product = static_cast<wide>(a) * b;
-    return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
+    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
 // Below fingerprint_prime. O(bytes / 8).
-inline uint64_t hash_line(std::string_view line) {
-    constexpr uint64_t word_key = 0x9e3779b97f4a7c15;
-    constexpr uint64_t end_key = 0xd6e8feb86659fd93;
-    uint64_t hash = line.size() ^ end_key;
+inline std::uint64_t hash_line(std::string_view line) {
+    constexpr std::uint64_t word_key = 0x9e3779b97f4a7c15;
+    constexpr std::uint64_t end_key = 0xd6e8feb86659fd93;
+    std::uint64_t hash = line.size() ^ end_key;
     const char *at = line.data();
     std::size_t left = line.size();
-    uint64_t word = 0;
+    std::uint64_t word = 0;
     for (; left >= sizeof word; left -= sizeof word, at += sizeof word) {
         std::memcpy(&word, at, sizeof word);
         hash = mix(hash ^ word, word_key) + word;

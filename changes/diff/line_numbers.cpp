@@ -9,13 +9,13 @@
 
 namespace norvik {
 
-void line_numbers::reset(size_t expected) {
+void line_numbers::reset(std::size_t expected) {
     lines_.clear();
     hashes_.clear();
-    slots_.assign(std::bit_ceil(std::max<size_t>(expected, 4) * 2), -1);
+    slots_.assign(std::bit_ceil(std::max<std::size_t>(expected, 4) * 2), -1);
 }
 
-size_t line_numbers::hash_of(std::string_view line) const {
+std::size_t line_numbers::hash_of(std::string_view line) const {
     if (equality_ == line_equality::exact) {
         return hash_line(line);
     }
@@ -26,11 +26,11 @@ size_t line_numbers::hash_of(std::string_view line) const {
 }
 
 // The slot that holds the line, or the free one where it belongs.
-size_t line_numbers::slot_of(std::string_view line, size_t hash) const {
-    const size_t mask = slots_.size() - 1;
-    size_t at = hash & mask;
+std::size_t line_numbers::slot_of(std::string_view line, std::size_t hash) const {
+    const std::size_t mask = slots_.size() - 1;
+    std::size_t at = hash & mask;
     while (slots_[at] >= 0) {
-        const auto number = static_cast<size_t>(slots_[at]);
+        const auto number = static_cast<std::size_t>(slots_[at]);
         if (hashes_[number] == hash && same_line(lines_[number], line, equality_)) {
             return at;
         }
@@ -40,23 +40,23 @@ size_t line_numbers::slot_of(std::string_view line, size_t hash) const {
 }
 
 void line_numbers::grow() {
-    slots_.assign(std::max<size_t>(slots_.size() * 2, 8), -1);
-    const size_t mask = slots_.size() - 1;
-    for (size_t number = 0; number < lines_.size(); number++) {
-        size_t at = hashes_[number] & mask;
+    slots_.assign(std::max<std::size_t>(slots_.size() * 2, 8), -1);
+    const std::size_t mask = slots_.size() - 1;
+    for (std::size_t number = 0; number < lines_.size(); number++) {
+        std::size_t at = hashes_[number] & mask;
         while (slots_[at] >= 0) {
             at = (at + 1) & mask;
         }
-        slots_[at] = static_cast<int32_t>(number);
+        slots_[at] = static_cast<std::int32_t>(number);
     }
 }
 
-int32_t line_numbers::number(std::string_view line) {
+std::int32_t line_numbers::number(std::string_view line) {
     if (lines_.size() * 2 >= slots_.size()) {
         grow();
     }
-    const size_t hash = hash_of(line);
-    const size_t at = slot_of(line, hash);
+    const std::size_t hash = hash_of(line);
+    const std::size_t at = slot_of(line, hash);
     if (slots_[at] < 0) {
         slots_[at] = count();
         lines_.push_back(line);
@@ -65,7 +65,7 @@ int32_t line_numbers::number(std::string_view line) {
     return slots_[at];
 }
 
-int32_t line_numbers::find(std::string_view line) const {
+std::int32_t line_numbers::find(std::string_view line) const {
     return slots_.empty() ? -1 : slots_[slot_of(line, hash_of(line))];
 }
 

@@ -18,25 +18,28 @@ public:
     explicit line_numbers(line_equality equality) : equality_(equality) {}
 
     // Forgets all lines and makes room for `expected` distinct ones; more are welcome.
-    void reset(size_t expected);
+    void reset(std::size_t expected);
 
     // The line's number, from 0 in order of first appearance; number() gives a new line the next
     // one, find() gives -1 for a line that has none.
-    int32_t number(std::string_view line);
-    int32_t find(std::string_view line) const;
+    std::int32_t number(std::string_view line);
+    std::int32_t find(std::string_view line) const;
 
-    int32_t count() const { return static_cast<int32_t>(lines_.size()); }
-    std::string_view line(int32_t number) const { return lines_[static_cast<size_t>(number)]; }
+    std::int32_t count() const { return static_cast<std::int32_t>(lines_.size()); }
+    std::string_view line(std::int32_t number) const {
+        return lines_[static_cast<std::size_t>(number)];
+    }
 
 private:
-    size_t hash_of(std::string_view line) const;
-    size_t slot_of(std::string_view line, size_t hash) const;
+    std::size_t hash_of(std::string_view line) const;
+    std::size_t slot_of(std::string_view line, std::size_t hash) const;
     void grow();
 
     line_equality equality_;
     std::vector<std::string_view> lines_;
-    std::vector<size_t> hashes_;  // of the lines, so that growing looks at no text
-    std::vector<int32_t> slots_;  // a power of two of them, at most half of them taken; -1 free
+    std::vector<std::size_t> hashes_;  // of the lines, so that growing looks at no text
+    std::vector<std::int32_t>
+        slots_;  // a power of two of them, at most half of them taken; -1 free
 };
 
 }  // namespace norvik

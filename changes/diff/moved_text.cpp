@@ -7,7 +7,7 @@ namespace norvik {
 
 namespace {
 
-constexpr int32_t fewest_significant = 2;
+constexpr std::int32_t fewest_significant = 2;
 
 struct move_finder {
     const text_lines &base;
@@ -16,15 +16,16 @@ struct move_finder {
     line_equality equality;
     std::vector<bool> base_taken, file_taken;
 
-    bool free_pair(int32_t b, int32_t f) const {
-        return !base_taken[static_cast<size_t>(b)] && !file_taken[static_cast<size_t>(f)] &&
+    bool free_pair(std::int32_t b, std::int32_t f) const {
+        return !base_taken[static_cast<std::size_t>(b)] &&
+               !file_taken[static_cast<std::size_t>(f)] &&
                same_line(base.line(b), file.line(f), equality);
     }
 };
 
 bool is_moved(const move_finder &m, const line_run &run) {
-    int32_t significant = 0;
-    for (int32_t i = 0; i < run.count && significant < fewest_significant; i++) {
+    std::int32_t significant = 0;
+    for (std::int32_t i = 0; i < run.count && significant < fewest_significant; i++) {
         significant += is_significant(m.base.line(run.base_first + i)) ? 1 : 0;
     }
     return significant >= fewest_significant;
@@ -32,10 +33,10 @@ bool is_moved(const move_finder &m, const line_run &run) {
 
 // Grows the pair of lines to the longest run within the two edits, and takes it if it counts.
 // Returns the base line after the run, taken or not.
-int32_t take_run(move_finder &m, line_run run, const edit &removing, const edit &inserting,
-                 std::vector<line_run> *moves) {
-    int32_t after = run.base_first + 1;
-    int32_t file_after = run.file_first + 1;
+std::int32_t take_run(move_finder &m, line_run run, const edit &removing, const edit &inserting,
+                      std::vector<line_run> *moves) {
+    std::int32_t after = run.base_first + 1;
+    std::int32_t file_after = run.file_first + 1;
     while (after < removing.base_end && file_after < inserting.file_end &&
            m.free_pair(after, file_after)) {
         after++;
@@ -48,9 +49,9 @@ int32_t take_run(move_finder &m, line_run run, const edit &removing, const edit 
     }
     run.count = after - run.base_first;
     // Also what does not count is not looked at again.
-    for (int32_t i = 0; i < run.count; i++) {
-        m.base_taken[static_cast<size_t>(run.base_first + i)] = true;
-        m.file_taken[static_cast<size_t>(run.file_first + i)] = true;
+    for (std::int32_t i = 0; i < run.count; i++) {
+        m.base_taken[static_cast<std::size_t>(run.base_first + i)] = true;
+        m.file_taken[static_cast<std::size_t>(run.file_first + i)] = true;
     }
     if (is_moved(m, run)) {
         moves->push_back(run);
@@ -58,12 +59,12 @@ int32_t take_run(move_finder &m, line_run run, const edit &removing, const edit 
     return after;
 }
 
-bool none_taken(const std::vector<bool> &taken, int32_t first, int32_t end) {
+bool none_taken(const std::vector<bool> &taken, std::int32_t first, std::int32_t end) {
     return std::find(taken.begin() + first, taken.begin() + end, true) == taken.begin() + end;
 }
 
 void take_whole_edits(move_finder &m, std::vector<line_run> *moves) {
-    std::unordered_map<std::string_view, int32_t> removed;  // text and first line
+    std::unordered_map<std::string_view, std::int32_t> removed;  // text and first line
     for (const edit &e : m.edits) {
         if (e.base_end - e.base_first >= fewest_significant &&
             none_taken(m.base_taken, e.base_first, e.base_end)) {
@@ -71,7 +72,7 @@ void take_whole_edits(move_finder &m, std::vector<line_run> *moves) {
         }
     }
     for (const edit &e : m.edits) {
-        const int32_t count = e.file_end - e.file_first;
+        const std::int32_t count = e.file_end - e.file_first;
         if (count < fewest_significant || removed.empty() ||
             !none_taken(m.file_taken, e.file_first, e.file_end)) {
             continue;
@@ -86,18 +87,20 @@ void take_whole_edits(move_finder &m, std::vector<line_run> *moves) {
 
 }  // namespace
 
-int32_t edit_removing(const std::vector<edit> &edits, int32_t line) {
+std::int32_t edit_removing(const std::vector<edit> &edits, std::int32_t line) {
     const auto it = std::upper_bound(edits.begin(), edits.end(), line,
-                                     [](int32_t l, const edit &e) { return l < e.base_end; });
-    return it != edits.end() && it->base_first <= line ? static_cast<int32_t>(it - edits.begin())
-                                                       : -1;
+                                     [](std::int32_t l, const edit &e) { return l < e.base_end; });
+    return it != edits.end() && it->base_first <= line
+               ? static_cast<std::int32_t>(it - edits.begin())
+               : -1;
 }
 
-int32_t edit_inserting(const std::vector<edit> &edits, int32_t line) {
+std::int32_t edit_inserting(const std::vector<edit> &edits, std::int32_t line) {
     const auto it = std::upper_bound(edits.begin(), edits.end(), line,
-                                     [](int32_t l, const edit &e) { return l < e.file_end; });
-    return it != edits.end() && it->file_first <= line ? static_cast<int32_t>(it - edits.begin())
-                                                       : -1;
+                                     [](std::int32_t l, const edit &e) { return l < e.file_end; });
+    return it != edits.end() && it->file_first <= line
+               ? static_cast<std::int32_t>(it - edits.begin())
+               : -1;
 }
 
 std::vector<line_run> moved_runs(const text_lines &base, const text_lines &file,
@@ -111,21 +114,21 @@ std::vector<line_run> moved_runs(const text_lines &base, const text_lines &file,
                   file,
                   edits,
                   equality,
-                  std::vector<bool>(static_cast<size_t>(base.count())),
-                  std::vector<bool>(static_cast<size_t>(file.count()))};
+                  std::vector<bool>(static_cast<std::size_t>(base.count())),
+                  std::vector<bool>(static_cast<std::size_t>(file.count()))};
     for (const line_run &run : candidates) {
-        int32_t i = 0;
+        std::int32_t i = 0;
         while (i < run.count) {
-            const int32_t b = run.base_first + i;
-            const int32_t f = run.file_first + i;
-            const int32_t removing = edit_removing(edits, b);
-            const int32_t inserting = edit_inserting(edits, f);
+            const std::int32_t b = run.base_first + i;
+            const std::int32_t f = run.file_first + i;
+            const std::int32_t removing = edit_removing(edits, b);
+            const std::int32_t inserting = edit_inserting(edits, f);
             if (removing < 0 || inserting < 0 || !m.free_pair(b, f)) {
                 i++;
                 continue;
             }
-            i = take_run(m, {b, f, 1}, edits[static_cast<size_t>(removing)],
-                         edits[static_cast<size_t>(inserting)], &moves) -
+            i = take_run(m, {b, f, 1}, edits[static_cast<std::size_t>(removing)],
+                         edits[static_cast<std::size_t>(inserting)], &moves) -
                 run.base_first;
         }
     }

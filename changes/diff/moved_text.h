@@ -21,8 +21,8 @@ std::vector<line_run> moved_runs(const text_lines &base, const text_lines &file,
                                  std::span<const line_run> candidates, line_equality equality);
 
 // The index of the edit that removes base line `line`, or inserts file line `line`; -1 for none.
-int32_t edit_removing(const std::vector<edit> &edits, int32_t line);
-int32_t edit_inserting(const std::vector<edit> &edits, int32_t line);
+std::int32_t edit_removing(const std::vector<edit> &edits, std::int32_t line);
+std::int32_t edit_inserting(const std::vector<edit> &edits, std::int32_t line);
 
 }  // namespace norvik
 

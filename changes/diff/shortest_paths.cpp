@@ -6,25 +6,25 @@ namespace norvik {
 
 namespace {
 
-constexpr int64_t most_points = 1 << 20;
-constexpr int32_t unreached = 1 << 29;
+constexpr std::int64_t most_points = 1 << 20;
+constexpr std::int32_t unreached = 1 << 29;
 
 }  // namespace
 
-bool shortest_paths::take(const text_lines &file, const edit &stretch, int32_t removed,
-                          int32_t inserted) {
-    const int32_t base_lines = stretch.base_end - stretch.base_first;
-    if ((int64_t{base_lines} + 1) * (int64_t{removed} + inserted + 3) > most_points) {
+bool shortest_paths::take(const text_lines &file, const edit &stretch, std::int32_t removed,
+                          std::int32_t inserted) {
+    const std::int32_t base_lines = stretch.base_end - stretch.base_first;
+    if ((std::int64_t{base_lines} + 1) * (std::int64_t{removed} + inserted + 3) > most_points) {
         return false;
     }
     stretch_ = stretch;
-    table_.reset(static_cast<size_t>(base_lines));
+    table_.reset(static_cast<std::size_t>(base_lines));
     x_.clear();
     y_.clear();
-    for (int32_t i = stretch.base_first; i < stretch.base_end; i++) {
+    for (std::int32_t i = stretch.base_first; i < stretch.base_end; i++) {
         x_.push_back(table_.number(base_.line(i)));
     }
-    for (int32_t i = stretch.file_first; i < stretch.file_end; i++) {
+    for (std::int32_t i = stretch.file_first; i < stretch.file_end; i++) {
         y_.push_back(table_.number(file.line(i)));
     }
     // A path that goes further must come back, and is longer than the edit that is known.
@@ -39,10 +39,10 @@ bool shortest_paths::take(const text_lines &file, const edit &stretch, int32_t r
 void shortest_paths::fill_forward() {
     forward_.assign(at(x_end() + 1, lowest_ - 1), unreached);
     forward_[at(0, 0)] = 0;
-    for (int32_t x = 0; x <= x_end(); x++) {
-        const int32_t last = std::min(highest_, y_end() - x);
-        for (int32_t d = std::max(lowest_, -x); d <= last; d++) {
-            int32_t &steps = forward_[at(x, d)];
+    for (std::int32_t x = 0; x <= x_end(); x++) {
+        const std::int32_t last = std::min(highest_, y_end() - x);
+        for (std::int32_t d = std::max(lowest_, -x); d <= last; d++) {
+            std::int32_t &steps = forward_[at(x, d)];
             const bool right = x > 0;
             const bool down = d > -x;
             if (right && down && same(x - 1, x + d - 1)) {
@@ -58,10 +58,10 @@ void shortest_paths::fill_forward() {
 void shortest_paths::fill_backward() {
     backward_.assign(at(x_end() + 1, lowest_ - 1), unreached);
     backward_[at(x_end(), y_end() - x_end())] = 0;
-    for (int32_t x = x_end(); x >= 0; x--) {
-        const int32_t first = std::max(lowest_, -x);
-        for (int32_t d = std::min(highest_, y_end() - x); d >= first; d--) {
-            int32_t &steps = backward_[at(x, d)];
+    for (std::int32_t x = x_end(); x >= 0; x--) {
+        const std::int32_t first = std::max(lowest_, -x);
+        for (std::int32_t d = std::min(highest_, y_end() - x); d >= first; d--) {
+            std::int32_t &steps = backward_[at(x, d)];
             const bool right = x < x_end();
             const bool down = x + d < y_end();
             if (right && down && same(x, x + d)) {
@@ -74,21 +74,21 @@ void shortest_paths::fill_backward() {
     }
 }
 
-bool shortest_paths::may_pass(const edit &part, int32_t steps) const {
-    const int32_t x = part.base_first - stretch_.base_first;
-    const int32_t to_x = part.base_end - stretch_.base_first;
-    const int32_t d = part.file_first - stretch_.file_first - x;
-    const int32_t to_d = part.file_end - stretch_.file_first - to_x;
+bool shortest_paths::may_pass(const edit &part, std::int32_t steps) const {
+    const std::int32_t x = part.base_first - stretch_.base_first;
+    const std::int32_t to_x = part.base_end - stretch_.base_first;
+    const std::int32_t d = part.file_first - stretch_.file_first - x;
+    const std::int32_t to_d = part.file_end - stretch_.file_first - to_x;
     return std::min(d, to_d) >= lowest_ && std::max(d, to_d) <= highest_ &&
            forward_[at(x, d)] + steps + backward_[at(to_x, to_d)] == least_;
 }
 
-bool shortest_paths::is_certain(int32_t line) const {
-    const int32_t x = line - stretch_.base_first;
-    const int32_t last = std::min(highest_, y_end() - x);
-    int32_t kept = 0;
-    for (int32_t d = std::max(lowest_, -x); d <= last; d++) {
-        const int32_t steps = forward_[at(x, d)];
+bool shortest_paths::is_certain(std::int32_t line) const {
+    const std::int32_t x = line - stretch_.base_first;
+    const std::int32_t last = std::min(highest_, y_end() - x);
+    std::int32_t kept = 0;
+    for (std::int32_t d = std::max(lowest_, -x); d <= last; d++) {
+        const std::int32_t steps = forward_[at(x, d)];
         if (steps + 1 + backward_[at(x + 1, d - 1)] == least_) {
             return false;
         }

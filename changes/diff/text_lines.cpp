@@ -19,12 +19,12 @@ text_lines split_lines(std::string_view bytes) {
     lines.bytes = bytes;
     // A guess that spares most texts the second growth: forty bytes a line.
     lines.starts.reserve(bytes.size() / 40 + 2);
-    size_t at = 0;
+    std::size_t at = 0;
     while (at < bytes.size()) {
         const void *end = std::memchr(bytes.data() + at, '\n', bytes.size() - at);
         at = end == nullptr
                  ? bytes.size()
-                 : static_cast<size_t>(static_cast<const char *>(end) - bytes.data()) + 1;
+                 : static_cast<std::size_t>(static_cast<const char *>(end) - bytes.data()) + 1;
         lines.starts.push_back(at);
     }
     return lines;
@@ -38,8 +38,8 @@ bool same_line(std::string_view a, std::string_view b, line_equality equality) {
         lacks_last_newline(a) != lacks_last_newline(b)) {
         return false;
     }
-    size_t i = 0;
-    size_t j = 0;
+    std::size_t i = 0;
+    std::size_t j = 0;
     while (true) {
         while (i < a.size() && is_blank(a[i])) {
             i++;

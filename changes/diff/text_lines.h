@@ -12,17 +12,17 @@ namespace norvik {
 // Lines count from 0 here and in every edit; only what people and the library see counts from 1.
 struct text_lines {
     std::string_view bytes;
-    std::vector<size_t> starts{0};  // offset of every line, and the size as one entry more
+    std::vector<std::size_t> starts{0};  // offset of every line, and the size as one entry more
 
-    int32_t count() const { return static_cast<int32_t>(starts.size()) - 1; }
+    std::int32_t count() const { return static_cast<std::int32_t>(starts.size()) - 1; }
 
     // The line with its newline; the last line may have none.
-    std::string_view line(int32_t index) const { return range(index, index + 1); }
+    std::string_view line(std::int32_t index) const { return range(index, index + 1); }
 
     // Lines first .. end - 1 as they stand in the text.
-    std::string_view range(int32_t first, int32_t end) const {
-        const size_t from = starts[static_cast<size_t>(first)];
-        return bytes.substr(from, starts[static_cast<size_t>(end)] - from);
+    std::string_view range(std::int32_t first, std::int32_t end) const {
+        const std::size_t from = starts[static_cast<std::size_t>(first)];
+        return bytes.substr(from, starts[static_cast<std::size_t>(end)] - from);
     }
 };
 

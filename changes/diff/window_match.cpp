@@ -12,11 +12,11 @@ namespace norvik {
 namespace {
 
 // A run is beyond doubt when so many of so many lines in succession are distinct and say something.
-constexpr int32_t certain_lines = 32;
-constexpr size_t certain_distinct = 16;
+constexpr std::int32_t certain_lines = 32;
+constexpr std::size_t certain_distinct = 16;
 // A window of more lines than this, with many of them unmatched, ends at the next run.
-constexpr int32_t large_window = 4096;
-constexpr int32_t many_unmatched = 300;
+constexpr std::int32_t large_window = 4096;
+constexpr std::int32_t many_unmatched = 300;
 
 class window_matcher {
 public:
@@ -30,7 +30,7 @@ public:
                std::vector<line_run> *dropped);
 
 private:
-    bool is_diverse(int32_t first) const;
+    bool is_diverse(std::int32_t first) const;
     void number_stretches(std::span<const line_run> inside);
     void mark_gains(const edit &window, std::span<const line_run> inside);
     void match_part(const edit &part, std::span<const line_run> inside, bool gain,
@@ -42,12 +42,12 @@ private:
     const text_lines &file_;
     gap_matcher matcher_;
     line_numbers table_;
-    std::vector<int32_t> stretches_;  // of the places before each run and behind the last
-    std::vector<bool> gains_;         // by stretch
+    std::vector<std::int32_t> stretches_;  // of the places before each run and behind the last
+    std::vector<bool> gains_;              // by stretch
 };
 
 // What lies before inside[i], or behind the last run.
-edit gap_before(const edit &window, std::span<const line_run> inside, size_t i) {
+edit gap_before(const edit &window, std::span<const line_run> inside, std::size_t i) {
     edit gap = window;
     if (i > 0) {
         gap.base_first = inside[i - 1].base_first + inside[i - 1].count;
@@ -61,7 +61,7 @@ edit gap_before(const edit &window, std::span<const line_run> inside, size_t i) 
 }
 
 bool window_matcher::says_something(const line_run &run) const {
-    for (int32_t i = 0; i < run.count; i++) {
+    for (std::int32_t i = 0; i < run.count; i++) {
         if (is_significant(base_.line(run.base_first + i))) {
             return true;
         }
@@ -69,10 +69,10 @@ bool window_matcher::says_something(const line_run &run) const {
     return false;
 }
 
-bool window_matcher::is_diverse(int32_t first) const {
+bool window_matcher::is_diverse(std::int32_t first) const {
     std::array<std::string_view, certain_distinct> seen;
-    size_t count = 0;
-    for (int32_t i = 0; i < certain_lines && count < seen.size(); i++) {
+    std::size_t count = 0;
+    for (std::int32_t i = 0; i < certain_lines && count < seen.size(); i++) {
         const std::string_view line = base_.line(first + i);
         const auto end = seen.begin() + static_cast<std::ptrdiff_t>(count);
         if (is_significant(line) && std::find(seen.begin(), end, line) == end) {
@@ -83,7 +83,7 @@ bool window_matcher::is_diverse(int32_t first) const {
 }
 
 bool window_matcher::is_certain(const line_run &run) const {
-    const int32_t spare = run.count - certain_lines;
+    const std::int32_t spare = run.count - certain_lines;
     if (run.base_first + run.file_first == 0 || (run.base_first + run.count == base_.count() &&
                                                  run.file_first + run.count == file_.count())) {
         return true;
@@ -97,17 +97,17 @@ bool window_matcher::is_certain(const line_run &run) const {
 void window_matcher::number_stretches(std::span<const line_run> inside) {
     stretches_.assign(1, 0);
     // A line that has a letter or a digit in its middle counts, but with others of its length once.
-    uint64_t seen = 0;
-    size_t distinct = 0;
+    std::uint64_t seen = 0;
+    std::size_t distinct = 0;
     for (const line_run &run : inside) {
         bool full = false;
-        for (int32_t i = 0; i < run.count && !full; i++) {
+        for (std::int32_t i = 0; i < run.count && !full; i++) {
             const std::string_view line = base_.line(run.base_first + i);
             const char middle = line[line.size() / 2];
             if (is_significant(middle)) {
-                const size_t kind = (line.size() * 5 + static_cast<size_t>(middle)) % 64;
+                const std::size_t kind = (line.size() * 5 + static_cast<std::size_t>(middle)) % 64;
                 distinct += (seen >> kind & 1) == 0 ? 1 : 0;
-                seen |= uint64_t{1} << kind;
+                seen |= std::uint64_t{1} << kind;
                 full = distinct >= certain_distinct;
             }
         }
@@ -121,32 +121,32 @@ void window_matcher::number_stretches(std::span<const line_run> inside) {
 // the stretches that have one and those beside them.
 void window_matcher::mark_gains(const edit &window, std::span<const line_run> inside) {
     struct last_met {
-        int32_t base = -2;
-        int32_t file = -2;
+        std::int32_t base = -2;
+        std::int32_t file = -2;
     };
     std::vector<last_met> met;  // stretches, by number of table_
     table_.reset(inside.size());
-    gains_.assign(static_cast<size_t>(stretches_.back()) + 1, false);
-    const auto meet = [&](std::string_view line, int32_t stretch, int32_t last_met::*own,
-                          int32_t last_met::*other) {
-        const auto number = static_cast<size_t>(table_.number(line));
+    gains_.assign(static_cast<std::size_t>(stretches_.back()) + 1, false);
+    const auto meet = [&](std::string_view line, std::int32_t stretch, std::int32_t last_met::*own,
+                          std::int32_t last_met::*other) {
+        const auto number = static_cast<std::size_t>(table_.number(line));
         if (number == met.size()) {
             met.emplace_back();
         }
         met[number].*own = stretch;
         if (met[number].*other >= stretch - 1) {
-            const int32_t end = std::min(stretch + 2, stretches_.back() + 1);
-            for (int32_t i = std::max(met[number].*other - 1, 0); i < end; i++) {
-                gains_[static_cast<size_t>(i)] = true;
+            const std::int32_t end = std::min(stretch + 2, stretches_.back() + 1);
+            for (std::int32_t i = std::max(met[number].*other - 1, 0); i < end; i++) {
+                gains_[static_cast<std::size_t>(i)] = true;
             }
         }
     };
-    for (size_t i = 0; i <= inside.size(); i++) {
+    for (std::size_t i = 0; i <= inside.size(); i++) {
         const edit gap = gap_before(window, inside, i);
-        for (int32_t line = gap.base_first; line < gap.base_end; line++) {
+        for (std::int32_t line = gap.base_first; line < gap.base_end; line++) {
             meet(base_.line(line), stretches_[i], &last_met::base, &last_met::file);
         }
-        for (int32_t line = gap.file_first; line < gap.file_end; line++) {
+        for (std::int32_t line = gap.file_first; line < gap.file_end; line++) {
             meet(file_.line(line), stretches_[i], &last_met::file, &last_met::base);
         }
     }
@@ -196,9 +196,11 @@ void window_matcher::match(const edit &window, std::span<const line_run> inside,
     }
     number_stretches(inside);
     mark_gains(window, inside);
-    const auto gains = [this](size_t i) { return gains_[static_cast<size_t>(stretches_[i])]; };
-    size_t first = 0;  // gap before this run
-    for (size_t i = 0; i <= inside.size(); i++) {
+    const auto gains = [this](std::size_t i) {
+        return gains_[static_cast<std::size_t>(stretches_[i])];
+    };
+    std::size_t first = 0;  // gap before this run
+    for (std::size_t i = 0; i <= inside.size(); i++) {
         if (i < inside.size() && gains(i + 1) == gains(first)) {
             continue;
         }
@@ -215,7 +217,7 @@ void window_matcher::match(const edit &window, std::span<const line_run> inside,
 
 void window_matcher::match_part(const edit &part, std::span<const line_run> inside, bool gain,
                                 std::vector<line_run> *out, std::vector<line_run> *dropped) {
-    const size_t before = out->size();
+    const std::size_t before = out->size();
     if (gain && matcher_.match_fully(part, out)) {
         add_lost(inside, std::span(*out).subspan(before), dropped);
     } else {
@@ -231,16 +233,16 @@ void match_windows(const text_lines &base, const text_lines &file, line_equality
     std::vector<line_run> all;
     all.reserve(runs->size() + 1);
     edit window;
-    size_t first = 0;  // run of the window
-    int32_t matched = 0;
-    const auto close = [&](size_t end_run, int32_t base_end, int32_t file_end) {
+    std::size_t first = 0;  // run of the window
+    std::int32_t matched = 0;
+    const auto close = [&](std::size_t end_run, std::int32_t base_end, std::int32_t file_end) {
         window.base_end = base_end;
         window.file_end = file_end;
         matcher.match(window, std::span(*runs).subspan(first, end_run - first), &all, dropped);
     };
-    for (size_t i = 0; i < runs->size(); i++) {
+    for (std::size_t i = 0; i < runs->size(); i++) {
         const line_run run = (*runs)[i];
-        const int32_t lines =
+        const std::int32_t lines =
             run.base_first - window.base_first + run.file_first - window.file_first;
         const bool full = lines > large_window && lines - 2 * matched > many_unmatched;
         if (!matcher.is_certain(run) && !(full && matcher.says_something(run))) {

@@ -15,8 +15,8 @@ namespace norvik {
 
 // Base lines first .. end - 1; equal numbers stand for the place before line `first`.
 struct base_range {
-    int32_t first = 0;
-    int32_t end = 0;
+    std::int32_t first = 0;
+    std::int32_t end = 0;
 };
 
 // The stretches of the base in which nobody can say what the contributors did together. For each

@@ -12,21 +12,22 @@ namespace {
 // What is known of one distinct line, from the places alone but for `whole`. Contributors with the
 // same text count once.
 struct line_count {
-    int32_t base = 0;
-    int32_t merged = 0;
+    std::int32_t base = 0;
+    std::int32_t merged = 0;
     // Of the contributors' edits: the most of one, and all together.
-    int32_t most_inserted = 0;
-    int32_t all_inserted = 0;
-    int32_t most_deleted = 0;
-    int32_t all_deleted = 0;
+    std::int32_t most_inserted = 0;
+    std::int32_t all_inserted = 0;
+    std::int32_t most_deleted = 0;
+    std::int32_t all_deleted = 0;
     // In the base and each contributor.
-    int32_t least = 0;
-    int32_t most = 0;
-    int32_t current = 0;   // in the text that is being counted
-    int32_t inserted = 0;  // by the contributor that is being counted
-    int32_t deleted = 0;
-    int32_t whole = -1;  // the most in any whole text; -1: not counted, which is for doubtful lines
-    int32_t first_merged = -1;
+    std::int32_t least = 0;
+    std::int32_t most = 0;
+    std::int32_t current = 0;   // in the text that is being counted
+    std::int32_t inserted = 0;  // by the contributor that is being counted
+    std::int32_t deleted = 0;
+    std::int32_t whole =
+        -1;  // the most in any whole text; -1: not counted, which is for doubtful lines
+    std::int32_t first_merged = -1;
     bool excused = false;
     bool shared = false;  // in an edit that several made
     bool significant = false;
@@ -41,12 +42,12 @@ struct census {
 
 // A line of the merged text within a place, by its number; -1 where no text has it.
 struct merged_line {
-    int32_t line;
-    int32_t number;
+    std::int32_t line;
+    std::int32_t number;
 };
 
 line_count &count_of(census &c, std::string_view line) {
-    const auto number = static_cast<size_t>(c.numbers.number(line));
+    const auto number = static_cast<std::size_t>(c.numbers.number(line));
     if (number == c.counts.size()) {
         c.counts.emplace_back();
         c.counts.back().significant = is_significant(line);
@@ -56,7 +57,7 @@ line_count &count_of(census &c, std::string_view line) {
 
 void count_base(census &c) {
     for (const merge_place &place : c.plan.places) {
-        for (int32_t i = place.base_first; i < place.base_end; i++) {
+        for (std::int32_t i = place.base_first; i < place.base_end; i++) {
             line_count &count = count_of(c, c.in.base->line(i));
             count.least = count.most = ++count.base;
         }
@@ -65,19 +66,19 @@ void count_base(census &c) {
 
 // A line that a later contributor brings for the first time stood in none of those before: all of
 // its counts are 0 already.
-void count_contributor(census &c, int32_t contributor) {
+void count_contributor(census &c, std::int32_t contributor) {
     for (const merge_place &place : c.plan.places) {
         const place_version version = version_at(c.in, place, contributor);
-        for (int32_t i = version.first; i < version.end; i++) {
+        for (std::int32_t i = version.first; i < version.end; i++) {
             count_of(c, version.text->line(i)).current++;
         }
     }
-    const text_lines &file = *c.in.files[static_cast<size_t>(contributor)];
-    for (const edit &e : c.in.changes[static_cast<size_t>(contributor)].edits) {
-        for (int32_t i = e.base_first; i < e.base_end; i++) {
+    const text_lines &file = *c.in.files[static_cast<std::size_t>(contributor)];
+    for (const edit &e : c.in.changes[static_cast<std::size_t>(contributor)].edits) {
+        for (std::int32_t i = e.base_first; i < e.base_end; i++) {
             count_of(c, c.in.base->line(i)).deleted++;
         }
-        for (int32_t i = e.file_first; i < e.file_end; i++) {
+        for (std::int32_t i = e.file_first; i < e.file_end; i++) {
             count_of(c, file.line(i)).inserted++;
         }
     }
@@ -92,8 +93,8 @@ void count_contributor(census &c, int32_t contributor) {
     }
 }
 
-void excuse(census &c, const text_lines &text, int32_t first, int32_t end) {
-    for (int32_t i = first; i < end; i++) {
+void excuse(census &c, const text_lines &text, std::int32_t first, std::int32_t end) {
+    for (std::int32_t i = first; i < end; i++) {
         count_of(c, text.line(i)).excused = true;
     }
 }
@@ -102,25 +103,25 @@ void excuse(census &c, const text_lines &text, int32_t first, int32_t end) {
 // same text are one.
 void mark_shared(census &c) {
     const auto text_of = [&](const place_edit &e) {
-        return c.in.same_as[static_cast<size_t>(e.contributor)];
+        return c.in.same_as[static_cast<std::size_t>(e.contributor)];
     };
     for (const merge_place &place : c.plan.places) {
         std::vector<place_edit> edits = place.edits;
         std::stable_sort(edits.begin(), edits.end(), [&](const place_edit &a, const place_edit &b) {
             return edit_at(c.in, a).base_first < edit_at(c.in, b).base_first;
         });
-        for (size_t i = 1; i < edits.size(); i++) {
+        for (std::size_t i = 1; i < edits.size(); i++) {
             const edit &e = edit_at(c.in, edits[i]);
             const edit &before = edit_at(c.in, edits[i - 1]);
             if (e.base_first != before.base_first || e.base_end != before.base_end ||
                 text_of(edits[i]) == text_of(edits[i - 1])) {
                 continue;
             }
-            for (int32_t line = e.base_first; line < e.base_end; line++) {
+            for (std::int32_t line = e.base_first; line < e.base_end; line++) {
                 count_of(c, c.in.base->line(line)).shared = true;
             }
-            const text_lines &file = *c.in.files[static_cast<size_t>(edits[i].contributor)];
-            for (int32_t line = e.file_first; line < e.file_end; line++) {
+            const text_lines &file = *c.in.files[static_cast<std::size_t>(edits[i].contributor)];
+            for (std::int32_t line = e.file_first; line < e.file_end; line++) {
                 count_of(c, file.line(line)).shared = true;
             }
         }
@@ -129,13 +130,13 @@ void mark_shared(census &c) {
 
 void excuse_undecided(census &c) {
     for (const merge_place &place : c.plan.places) {
-        const merge_region &region = c.plan.regions[static_cast<size_t>(place.region)];
+        const merge_region &region = c.plan.regions[static_cast<std::size_t>(place.region)];
         if (!is_conflict(region) && region.answer.empty()) {
             continue;
         }
         excuse(c, *c.in.base, place.base_first, place.base_end);
-        for (size_t k = 0; k < c.in.files.size(); k++) {
-            const place_version version = version_at(c.in, place, static_cast<int32_t>(k));
+        for (std::size_t k = 0; k < c.in.files.size(); k++) {
+            const place_version version = version_at(c.in, place, static_cast<std::int32_t>(k));
             excuse(c, *version.text, version.first, version.end);
         }
     }
@@ -149,11 +150,11 @@ std::vector<merged_line> count_merged(census &c, const merged_text &merged) {
         }
         const text_lines text = split_lines(
             std::string_view(merged.text).substr(placed.from, placed.end - placed.from));
-        for (int32_t i = 0; i < text.count(); i++) {
-            const int32_t number = c.numbers.find(text.line(i));
+        for (std::int32_t i = 0; i < text.count(); i++) {
+            const std::int32_t number = c.numbers.find(text.line(i));
             lines.push_back({placed.first_line + i, number});
             if (number >= 0) {
-                c.counts[static_cast<size_t>(number)].merged++;
+                c.counts[static_cast<std::size_t>(number)].merged++;
             }
         }
     }
@@ -170,8 +171,8 @@ bool is_fault(const line_count &count, line_fault_kind *kind) {
     if (count.excused || !count.significant) {
         return false;
     }
-    int32_t least = count.base + count.most_inserted - count.all_deleted;
-    int32_t most = count.base + count.all_inserted - count.most_deleted;
+    std::int32_t least = count.base + count.most_inserted - count.all_deleted;
+    std::int32_t most = count.base + count.all_inserted - count.most_deleted;
     if (!count.shared || count.whole <= 1) {
         least = count.least == count.base ? std::max(least, count.most) : least;
         most = count.most == count.base ? std::min(most, count.least) : most;
@@ -198,12 +199,12 @@ void count_doubtful(census &c) {
         count.whole = is_doubtful(count) ? 0 : -1;
         any = any || count.whole == 0;
     }
-    for (size_t k = 0; any && k <= c.in.files.size(); k++) {
+    for (std::size_t k = 0; any && k <= c.in.files.size(); k++) {
         const text_lines &text = k == 0 ? *c.in.base : *c.in.files[k - 1];
-        for (int32_t i = 0; i < text.count(); i++) {
-            const int32_t number = c.numbers.find(text.line(i));
-            if (number >= 0 && c.counts[static_cast<size_t>(number)].whole >= 0) {
-                c.counts[static_cast<size_t>(number)].current++;
+        for (std::int32_t i = 0; i < text.count(); i++) {
+            const std::int32_t number = c.numbers.find(text.line(i));
+            if (number >= 0 && c.counts[static_cast<std::size_t>(number)].whole >= 0) {
+                c.counts[static_cast<std::size_t>(number)].current++;
             }
         }
         for (line_count &count : c.counts) {
@@ -216,25 +217,26 @@ void count_doubtful(census &c) {
 // Whether the text between two places is the same everywhere; contributors are looked at only
 // where lines are compared exactly.
 bool same_between(const census &c, const merged_text &merged) {
-    std::vector<int32_t> at(c.in.files.size(), 0);  // the line after the place before, by file
-    size_t merged_at = 0;
-    int32_t base_at = 0;
-    for (size_t i = 0; i <= c.plan.places.size(); i++) {
+    std::vector<std::int32_t> at(c.in.files.size(), 0);  // the line after the place before, by file
+    std::size_t merged_at = 0;
+    std::int32_t base_at = 0;
+    for (std::size_t i = 0; i <= c.plan.places.size(); i++) {
         const merge_place *place = i < c.plan.places.size() ? &c.plan.places[i] : nullptr;
-        const int32_t end = place != nullptr ? place->base_first : c.in.base->count();
+        const std::int32_t end = place != nullptr ? place->base_first : c.in.base->count();
         const std::string_view bytes = c.in.base->range(base_at, end);
         if (std::string_view(merged.text).substr(merged_at, bytes.size()) != bytes) {
             return false;
         }
-        for (size_t k = 0; k < at.size(); k++) {
-            const int32_t file_end = at[k] + end - base_at;
+        for (std::size_t k = 0; k < at.size(); k++) {
+            const std::int32_t file_end = at[k] + end - base_at;
             if (file_end > c.in.files[k]->count() ||
                 (c.in.equality == line_equality::exact &&
                  c.in.files[k]->range(at[k], file_end) != bytes)) {
                 return false;
             }
             if (place != nullptr) {
-                const place_version version = version_at(c.in, *place, static_cast<int32_t>(k));
+                const place_version version =
+                    version_at(c.in, *place, static_cast<std::int32_t>(k));
                 at[k] = version.of_base ? file_end + version.end - version.first : version.end;
             }
         }
@@ -247,24 +249,24 @@ bool same_between(const census &c, const merged_text &merged) {
 }
 
 template <typename Predicate>
-std::vector<int32_t> places_with(const census &c, Predicate wanted) {
-    const auto any_wanted = [&](const text_lines &text, int32_t first, int32_t end) {
-        for (int32_t i = first; i < end; i++) {
-            const int32_t number = c.numbers.find(text.line(i));
-            if (number >= 0 && wanted(c.counts[static_cast<size_t>(number)])) {
+std::vector<std::int32_t> places_with(const census &c, Predicate wanted) {
+    const auto any_wanted = [&](const text_lines &text, std::int32_t first, std::int32_t end) {
+        for (std::int32_t i = first; i < end; i++) {
+            const std::int32_t number = c.numbers.find(text.line(i));
+            if (number >= 0 && wanted(c.counts[static_cast<std::size_t>(number)])) {
                 return true;
             }
         }
         return false;
     };
-    std::vector<int32_t> places;
-    for (size_t i = 0; i < c.plan.places.size(); i++) {
+    std::vector<std::int32_t> places;
+    for (std::size_t i = 0; i < c.plan.places.size(); i++) {
         for (const place_edit &source : c.plan.places[i].edits) {
             const edit &e = edit_at(c.in, source);
             if (any_wanted(*c.in.base, e.base_first, e.base_end) ||
-                any_wanted(*c.in.files[static_cast<size_t>(source.contributor)], e.file_first,
+                any_wanted(*c.in.files[static_cast<std::size_t>(source.contributor)], e.file_first,
                            e.file_end)) {
-                places.push_back(static_cast<int32_t>(i));
+                places.push_back(static_cast<std::int32_t>(i));
                 break;
             }
         }
@@ -273,9 +275,9 @@ std::vector<int32_t> places_with(const census &c, Predicate wanted) {
 }
 
 void find_faults(const census &c, merge_verdict *verdict) {
-    for (int32_t number = 0; number < c.numbers.count(); number++) {
+    for (std::int32_t number = 0; number < c.numbers.count(); number++) {
         line_fault_kind kind;
-        if (is_fault(c.counts[static_cast<size_t>(number)], &kind)) {
+        if (is_fault(c.counts[static_cast<std::size_t>(number)], &kind)) {
             verdict->faults.push_back({kind, c.numbers.line(number)});
         }
     }
@@ -289,10 +291,10 @@ void find_faults(const census &c, merge_verdict *verdict) {
 
 void find_repeated(census &c, const std::vector<merged_line> &lines, merge_verdict *verdict) {
     for (const merged_line &line : lines) {
-        if (line.number < 0 || !is_repeated(c.counts[static_cast<size_t>(line.number)])) {
+        if (line.number < 0 || !is_repeated(c.counts[static_cast<std::size_t>(line.number)])) {
             continue;
         }
-        line_count &count = c.counts[static_cast<size_t>(line.number)];
+        line_count &count = c.counts[static_cast<std::size_t>(line.number)];
         repeated_lines *last = verdict->repeated.empty() ? nullptr : &verdict->repeated.back();
         if (count.first_merged < 0) {
             count.first_merged = line.line;
@@ -315,9 +317,9 @@ merge_verdict check_merged(const merge_input &in, const merge_plan &plan,
     merge_verdict verdict;
     census c{in, plan, line_numbers(in.equality), {}};
     count_base(c);
-    for (size_t k = 0; k < in.files.size(); k++) {
-        if (in.same_as[k] == static_cast<int32_t>(k)) {
-            count_contributor(c, static_cast<int32_t>(k));
+    for (std::size_t k = 0; k < in.files.size(); k++) {
+        if (in.same_as[k] == static_cast<std::int32_t>(k)) {
+            count_contributor(c, static_cast<std::int32_t>(k));
         }
     }
     mark_shared(c);

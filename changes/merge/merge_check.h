@@ -34,16 +34,16 @@ struct line_fault {
 // Lines that several contributors inserted in different places, so that the merged text has them
 // more than once: merged lines first .. first + count - 1 and second .. second + count - 1, from 0.
 struct repeated_lines {
-    int32_t first = 0;
-    int32_t second = 0;
-    int32_t count = 0;
+    std::int32_t first = 0;
+    std::int32_t second = 0;
+    std::int32_t count = 0;
 };
 
 struct merge_verdict {
     std::vector<line_fault> faults;
-    std::vector<int32_t> fault_places;  // rising: the places whose edits hold lines at fault
+    std::vector<std::int32_t> fault_places;  // rising: the places whose edits hold lines at fault
     std::vector<repeated_lines> repeated;
-    std::vector<int32_t> repeated_places;
+    std::vector<std::int32_t> repeated_places;
 };
 
 // `merged` must have been written from the plan. Views of the faults are into the texts.

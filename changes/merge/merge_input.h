@@ -17,17 +17,18 @@ struct merge_input {
     std::vector<const text_lines *> files;
     std::vector<file_edits> changes;
     // For each contributor the first one that has the same text, most often itself.
-    std::vector<int32_t> same_as;
+    std::vector<std::int32_t> same_as;
     line_equality equality = line_equality::exact;
 };
 
 struct place_edit {
-    int32_t contributor = 0;
-    int32_t edit = 0;  // index into the contributor's edits
+    std::int32_t contributor = 0;
+    std::int32_t edit = 0;  // index into the contributor's edits
 };
 
 inline const edit &edit_at(const merge_input &in, const place_edit &e) {
-    return in.changes[static_cast<size_t>(e.contributor)].edits[static_cast<size_t>(e.edit)];
+    return in.changes[static_cast<std::size_t>(e.contributor)]
+        .edits[static_cast<std::size_t>(e.edit)];
 }
 
 }  // namespace norvik

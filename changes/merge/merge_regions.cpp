@@ -12,9 +12,9 @@ namespace {
 
 std::vector<place_edit> all_edits(const merge_input &in) {
     std::vector<place_edit> all;
-    for (size_t k = 0; k < in.changes.size(); k++) {
-        for (size_t i = 0; i < in.changes[k].edits.size(); i++) {
-            all.push_back({static_cast<int32_t>(k), static_cast<int32_t>(i)});
+    for (std::size_t k = 0; k < in.changes.size(); k++) {
+        for (std::size_t i = 0; i < in.changes[k].edits.size(); i++) {
+            all.push_back({static_cast<std::int32_t>(k), static_cast<std::int32_t>(i)});
         }
     }
     std::sort(all.begin(), all.end(), [&](const place_edit &a, const place_edit &b) {
@@ -41,9 +41,9 @@ bool belongs_to(const merge_input &in, const merge_place &place, const edit &e,
 void join_ambiguous(std::vector<base_range> ranges, std::vector<merge_place> *places) {
     std::sort(ranges.begin(), ranges.end(),
               [](const base_range &a, const base_range &b) { return a.first < b.first; });
-    size_t next = 0;  // range
-    size_t kept = 0;
-    int32_t tied_to = -1;
+    std::size_t next = 0;  // range
+    std::size_t kept = 0;
+    std::int32_t tied_to = -1;
     for (merge_place &place : *places) {
         const bool tied = place.base_first <= tied_to;
         bool ambiguous = tied;
@@ -81,15 +81,15 @@ void make_places(const merge_input &in, bool apply_adjacent, merge_plan *plan) {
         places.back().edits.push_back(next);
     }
     join_ambiguous(ambiguous_ranges(in, order), &places);
-    for (size_t i = 0; i < places.size(); i++) {
+    for (std::size_t i = 0; i < places.size(); i++) {
         std::sort(places[i].edits.begin(), places[i].edits.end(),
                   [](const place_edit &a, const place_edit &b) {
                       return a.contributor != b.contributor ? a.contributor < b.contributor
                                                             : a.edit < b.edit;
                   });
         for (const place_edit &e : places[i].edits) {
-            plan->facts[static_cast<size_t>(e.contributor)][static_cast<size_t>(e.edit)].place =
-                static_cast<int32_t>(i);
+            plan->facts[static_cast<std::size_t>(e.contributor)][static_cast<std::size_t>(e.edit)]
+                .place = static_cast<std::int32_t>(i);
         }
     }
 }
@@ -97,35 +97,35 @@ void make_places(const merge_input &in, bool apply_adjacent, merge_plan *plan) {
 // Groups of places that are tied together, by the least place of each group.
 class place_groups {
 public:
-    explicit place_groups(size_t count) : parent_(count) {
+    explicit place_groups(std::size_t count) : parent_(count) {
         std::iota(parent_.begin(), parent_.end(), 0);
     }
-    int32_t find(int32_t i) {
-        while (parent_[static_cast<size_t>(i)] != i) {
-            int32_t &up = parent_[static_cast<size_t>(i)];
-            up = parent_[static_cast<size_t>(up)];
+    std::int32_t find(std::int32_t i) {
+        while (parent_[static_cast<std::size_t>(i)] != i) {
+            std::int32_t &up = parent_[static_cast<std::size_t>(i)];
+            up = parent_[static_cast<std::size_t>(up)];
             i = up;
         }
         return i;
     }
-    void tie(int32_t a, int32_t b) {
-        const int32_t x = find(a);
-        const int32_t y = find(b);
-        parent_[static_cast<size_t>(std::max(x, y))] = std::min(x, y);
+    void tie(std::int32_t a, std::int32_t b) {
+        const std::int32_t x = find(a);
+        const std::int32_t y = find(b);
+        parent_[static_cast<std::size_t>(std::max(x, y))] = std::min(x, y);
     }
 
 private:
-    std::vector<int32_t> parent_;
+    std::vector<std::int32_t> parent_;
 };
 
 void tie_moves(const merge_input &in, merge_plan *plan, place_groups *groups) {
-    for (size_t k = 0; k < in.changes.size(); k++) {
+    for (std::size_t k = 0; k < in.changes.size(); k++) {
         const file_edits &changes = in.changes[k];
         for (const line_run &run : changes.moves) {
-            const int32_t from = edit_removing(changes.edits, run.base_first);
-            const int32_t to = edit_inserting(changes.edits, run.file_first);
-            edit_fact &left = plan->facts[k][static_cast<size_t>(from)];
-            edit_fact &entered = plan->facts[k][static_cast<size_t>(to)];
+            const std::int32_t from = edit_removing(changes.edits, run.base_first);
+            const std::int32_t to = edit_inserting(changes.edits, run.file_first);
+            edit_fact &left = plan->facts[k][static_cast<std::size_t>(from)];
+            edit_fact &entered = plan->facts[k][static_cast<std::size_t>(to)];
             left.moves = true;
             entered.moves = true;
             groups->tie(left.place, entered.place);
@@ -133,7 +133,7 @@ void tie_moves(const merge_input &in, merge_plan *plan, place_groups *groups) {
     }
 }
 
-void sort_unique(std::vector<int32_t> *values) {
+void sort_unique(std::vector<std::int32_t> *values) {
     std::sort(values->begin(), values->end());
     values->erase(std::unique(values->begin(), values->end()), values->end());
 }
@@ -141,16 +141,17 @@ void sort_unique(std::vector<int32_t> *values) {
 void make_regions(const merge_input &in, merge_plan *plan) {
     place_groups groups(plan->places.size());
     tie_moves(in, plan, &groups);
-    std::vector<int32_t> region_of(plan->places.size(), -1);
-    for (size_t i = 0; i < plan->places.size(); i++) {
-        int32_t &region = region_of[static_cast<size_t>(groups.find(static_cast<int32_t>(i)))];
+    std::vector<std::int32_t> region_of(plan->places.size(), -1);
+    for (std::size_t i = 0; i < plan->places.size(); i++) {
+        std::int32_t &region =
+            region_of[static_cast<std::size_t>(groups.find(static_cast<std::int32_t>(i)))];
         if (region < 0) {
-            region = static_cast<int32_t>(plan->regions.size());
+            region = static_cast<std::int32_t>(plan->regions.size());
             plan->regions.emplace_back();
         }
         plan->places[i].region = region;
-        merge_region &r = plan->regions[static_cast<size_t>(region)];
-        r.places.push_back(static_cast<int32_t>(i));
+        merge_region &r = plan->regions[static_cast<std::size_t>(region)];
+        r.places.push_back(static_cast<std::int32_t>(i));
         for (const place_edit &e : plan->places[i].edits) {
             r.contributors.push_back(e.contributor);
         }
@@ -162,13 +163,13 @@ void make_regions(const merge_input &in, merge_plan *plan) {
 
 std::string_view new_lines(const merge_input &in, const place_edit &source) {
     const edit &e = edit_at(in, source);
-    return in.files[static_cast<size_t>(source.contributor)]->range(e.file_first, e.file_end);
+    return in.files[static_cast<std::size_t>(source.contributor)]->range(e.file_first, e.file_end);
 }
 
 // Whether the edit lies within the moved run: it must leave something of the run, and not stand at
 // its edge, where nobody can say whether it belongs to the run or to what stands beside it.
 bool lies_within(const edit &e, const line_run &run) {
-    const int32_t end = run.base_first + run.count;
+    const std::int32_t end = run.base_first + run.count;
     if (e.base_first == e.base_end) {
         return e.base_first > run.base_first && e.base_end < end;
     }
@@ -178,9 +179,9 @@ bool lies_within(const edit &e, const line_run &run) {
 
 // The run of `changes` that the edit can be carried with; null for none.
 const line_run *run_around(const file_edits &changes, const edit &e) {
-    const auto after =
-        std::upper_bound(changes.moves.begin(), changes.moves.end(), e.base_first,
-                         [](int32_t line, const line_run &run) { return line < run.base_first; });
+    const auto after = std::upper_bound(
+        changes.moves.begin(), changes.moves.end(), e.base_first,
+        [](std::int32_t line, const line_run &run) { return line < run.base_first; });
     return after != changes.moves.begin() && lies_within(e, *(after - 1)) ? &*(after - 1) : nullptr;
 }
 
@@ -192,16 +193,16 @@ bool can_be_carried(const merge_input &in, const merge_plan &plan, const merge_r
     if (fact_of(plan, source).moves || lacks_last_newline(new_lines(in, source))) {
         return false;
     }
-    return std::any_of(region.contributors.begin(), region.contributors.end(), [&](int32_t k) {
+    return std::any_of(region.contributors.begin(), region.contributors.end(), [&](std::int32_t k) {
         return k != source.contributor &&
-               run_around(in.changes[static_cast<size_t>(k)], e) != nullptr;
+               run_around(in.changes[static_cast<std::size_t>(k)], e) != nullptr;
     });
 }
 
 bool same_versions(const merge_input &in, const merge_plan &plan, const merge_region &region,
-                   int32_t a, int32_t b) {
-    return std::all_of(region.places.begin(), region.places.end(), [&](int32_t i) {
-        const merge_place &place = plan.places[static_cast<size_t>(i)];
+                   std::int32_t a, std::int32_t b) {
+    return std::all_of(region.places.begin(), region.places.end(), [&](std::int32_t i) {
+        const merge_place &place = plan.places[static_cast<std::size_t>(i)];
         return version_at(in, place, a).bytes() == version_at(in, place, b).bytes();
     });
 }
@@ -232,8 +233,8 @@ bool settle_carried(const merge_input &in, std::vector<carried_edit> *carried) {
 }
 
 bool has_moves(const merge_plan &plan, const merge_region &region) {
-    for (const int32_t i : region.places) {
-        for (const place_edit &e : plan.places[static_cast<size_t>(i)].edits) {
+    for (const std::int32_t i : region.places) {
+        for (const place_edit &e : plan.places[static_cast<std::size_t>(i)].edits) {
             if (fact_of(plan, e).moves) {
                 return true;
             }
@@ -245,9 +246,9 @@ bool has_moves(const merge_plan &plan, const merge_region &region) {
 // Divides the region's edits into those that are carried and those that change the region; false
 // when the contributors of the latter differ, or the former do not go together.
 bool decide_clean(const merge_input &in, const merge_plan &plan, bool moves, merge_region *region) {
-    std::vector<int32_t> changers;
-    for (const int32_t i : region->places) {
-        for (const place_edit &e : plan.places[static_cast<size_t>(i)].edits) {
+    std::vector<std::int32_t> changers;
+    for (const std::int32_t i : region->places) {
+        for (const place_edit &e : plan.places[static_cast<std::size_t>(i)].edits) {
             if (moves && can_be_carried(in, plan, *region, e)) {
                 region->carried.push_back({e, {}});
             } else {
@@ -260,14 +261,14 @@ bool decide_clean(const merge_input &in, const merge_plan &plan, bool moves, mer
     }
     sort_unique(&changers);
     region->taken = changers.front();
-    for (const int32_t k : changers) {
+    for (const std::int32_t k : changers) {
         if (k != region->taken && !same_versions(in, plan, *region, k, region->taken)) {
             return false;
         }
     }
     for (carried_edit &c : region->carried) {
         const line_run *run =
-            run_around(in.changes[static_cast<size_t>(region->taken)], edit_at(in, c.source));
+            run_around(in.changes[static_cast<std::size_t>(region->taken)], edit_at(in, c.source));
         if (run == nullptr) {
             return false;
         }
@@ -288,8 +289,9 @@ void decide(const merge_input &in, const merge_plan &plan, merge_region *region)
     if (region->contributors.size() == 1) {
         return;
     }
-    if (std::any_of(region->places.begin(), region->places.end(),
-                    [&](int32_t i) { return plan.places[static_cast<size_t>(i)].ambiguous; })) {
+    if (std::any_of(region->places.begin(), region->places.end(), [&](std::int32_t i) {
+            return plan.places[static_cast<std::size_t>(i)].ambiguous;
+        })) {
         region->conflict = conflict_reason::ambiguous;
         return;
     }
@@ -302,11 +304,12 @@ void decide(const merge_input &in, const merge_plan &plan, merge_region *region)
 
 }  // namespace
 
-int32_t carried_to(const merge_input &in, const carried_edit &c) {
+std::int32_t carried_to(const merge_input &in, const carried_edit &c) {
     return c.run.file_first + edit_at(in, c.source).base_first - c.run.base_first;
 }
 
-place_version version_at(const merge_input &in, const merge_place &place, int32_t contributor) {
+place_version version_at(const merge_input &in, const merge_place &place,
+                         std::int32_t contributor) {
     const edit *first = nullptr;
     const edit *last = nullptr;
     for (const place_edit &e : place.edits) {
@@ -318,7 +321,7 @@ place_version version_at(const merge_input &in, const merge_place &place, int32_
     if (first == nullptr) {
         return {in.base, place.base_first, place.base_end, true};
     }
-    return {in.files[static_cast<size_t>(contributor)],
+    return {in.files[static_cast<std::size_t>(contributor)],
             first->file_first - (first->base_first - place.base_first),
             last->file_end + (place.base_end - last->base_end), false};
 }
@@ -333,21 +336,22 @@ merge_plan plan_merge(const merge_input &in, bool apply_adjacent) {
     return plan;
 }
 
-void force_conflict(merge_plan *plan, const std::vector<int32_t> &places, conflict_reason reason) {
-    std::vector<int32_t> regions;
+void force_conflict(merge_plan *plan, const std::vector<std::int32_t> &places,
+                    conflict_reason reason) {
+    std::vector<std::int32_t> regions;
     regions.reserve(places.size());
-    for (const int32_t place : places) {
-        regions.push_back(plan->places[static_cast<size_t>(place)].region);
+    for (const std::int32_t place : places) {
+        regions.push_back(plan->places[static_cast<std::size_t>(place)].region);
     }
     sort_unique(&regions);
     if (regions.empty()) {
         return;
     }
-    merge_region &first = plan->regions[static_cast<size_t>(regions.front())];
-    for (const int32_t r : regions) {
-        merge_region &other = plan->regions[static_cast<size_t>(r)];
-        for (const int32_t place : other.places) {
-            plan->places[static_cast<size_t>(place)].region = regions.front();
+    merge_region &first = plan->regions[static_cast<std::size_t>(regions.front())];
+    for (const std::int32_t r : regions) {
+        merge_region &other = plan->regions[static_cast<std::size_t>(r)];
+        for (const std::int32_t place : other.places) {
+            plan->places[static_cast<std::size_t>(place)].region = regions.front();
         }
         if (&other != &first) {
             first.places.insert(first.places.end(), other.places.begin(), other.places.end());

@@ -24,9 +24,9 @@ namespace norvik {
 // Base lines base_first .. base_end - 1, and the edits of them. Places are in base order and do
 // not overlap.
 struct merge_place {
-    int32_t base_first = 0;
-    int32_t base_end = 0;
-    int32_t region = 0;
+    std::int32_t base_first = 0;
+    std::int32_t base_end = 0;
+    std::int32_t region = 0;
     bool ambiguous = false;         // see merge_ambiguity.h
     std::vector<place_edit> edits;  // by contributor, then by base line
 };
@@ -47,10 +47,10 @@ enum class conflict_reason {
 };
 
 struct merge_region {
-    std::vector<int32_t> places;        // rising
-    std::vector<int32_t> contributors;  // rising: those with an edit in it
+    std::vector<std::int32_t> places;        // rising
+    std::vector<std::int32_t> contributors;  // rising: those with an edit in it
     conflict_reason conflict = conflict_reason::none;
-    int32_t taken = 0;                  // the contributor whose text is taken, without conflict
+    std::int32_t taken = 0;             // the contributor whose text is taken, without conflict
     std::vector<carried_edit> carried;  // in order of carried_to; without conflict only
     // What somebody decided instead, one text for each of the places; it overrules all above.
     std::vector<std::string> answer;
@@ -58,7 +58,7 @@ struct merge_region {
 
 // What is known of one contributor's edit.
 struct edit_fact {
-    int32_t place = 0;
+    std::int32_t place = 0;
     bool moves = false;  // some of its lines, removed or inserted, are in a moved run
 };
 
@@ -78,24 +78,25 @@ inline bool is_conflict(const merge_region &region) {
 
 // Makes the regions of `places` one region in conflict, for `reason`. The regions that were joined
 // to the first stay in the list without places.
-void force_conflict(merge_plan *plan, const std::vector<int32_t> &places, conflict_reason reason);
+void force_conflict(merge_plan *plan, const std::vector<std::int32_t> &places,
+                    conflict_reason reason);
 
 // The line of the taken contributor's file at which the carried edit stands.
-int32_t carried_to(const merge_input &in, const carried_edit &c);
+std::int32_t carried_to(const merge_input &in, const carried_edit &c);
 
 // A contributor's lines for a place: the file's lines first .. end - 1, or the base's where the
 // contributor changed nothing in the place.
 struct place_version {
     const text_lines *text = nullptr;
-    int32_t first = 0;
-    int32_t end = 0;
+    std::int32_t first = 0;
+    std::int32_t end = 0;
     bool of_base = false;
     std::string_view bytes() const { return text->range(first, end); }
 };
-place_version version_at(const merge_input &in, const merge_place &place, int32_t contributor);
+place_version version_at(const merge_input &in, const merge_place &place, std::int32_t contributor);
 
 inline const edit_fact &fact_of(const merge_plan &plan, const place_edit &e) {
-    return plan.facts[static_cast<size_t>(e.contributor)][static_cast<size_t>(e.edit)];
+    return plan.facts[static_cast<std::size_t>(e.contributor)][static_cast<std::size_t>(e.edit)];
 }
 
 }  // namespace norvik

@@ -12,10 +12,10 @@ constexpr int most_rounds = 4;
 
 // The place whose text ends without a newline and the one that follows; for the last place, the
 // one before.
-std::vector<int32_t> around_unended(const merge_run &run) {
-    const int32_t place = run.merged.unended_place;
-    std::vector<int32_t> places{place};
-    if (place + 1 < static_cast<int32_t>(run.plan.places.size())) {
+std::vector<std::int32_t> around_unended(const merge_run &run) {
+    const std::int32_t place = run.merged.unended_place;
+    std::vector<std::int32_t> places{place};
+    if (place + 1 < static_cast<std::int32_t>(run.plan.places.size())) {
         places.push_back(place + 1);
     } else if (place > 0) {
         places.push_back(place - 1);
@@ -29,11 +29,11 @@ bool add_contributor(const text_lines *text, merge_input *in) {
     const auto same =
         std::find_if(in->files.begin(), in->files.end(),
                      [&](const text_lines *other) { return other->bytes == text->bytes; });
-    const auto first = static_cast<size_t>(same - in->files.begin());
+    const auto first = static_cast<std::size_t>(same - in->files.begin());
     const bool shared = same != in->files.end();
     in->changes.push_back(shared ? in->changes[first] : file_edits{});
     in->files.push_back(text);
-    in->same_as.push_back(static_cast<int32_t>(first));
+    in->same_as.push_back(static_cast<std::int32_t>(first));
     return shared;
 }
 

@@ -8,8 +8,8 @@ namespace {
 
 struct shown_lines {
     const text_lines *text;
-    int32_t first;
-    int32_t end;
+    std::int32_t first;
+    std::int32_t end;
 };
 
 shown_lines shown(const place_version &version) {
@@ -42,28 +42,28 @@ std::string on_one_line(const std::string &label, const marker_options &options)
 
 void add_marker(char mark, const marker_options &options, const std::string &label,
                 std::string *out) {
-    out->append(static_cast<size_t>(options.size), mark);
+    out->append(static_cast<std::size_t>(options.size), mark);
     if (!label.empty()) {
         *out += ' ' + on_one_line(label, options);
     }
     *out += '\n';
 }
 
-std::string side_label(const std::vector<int32_t> &side, const marker_options &options) {
+std::string side_label(const std::vector<std::int32_t> &side, const marker_options &options) {
     std::string label;
-    for (const int32_t k : side) {
-        label += (label.empty() ? "" : ", ") + options.labels[static_cast<size_t>(k)];
+    for (const std::int32_t k : side) {
+        label += (label.empty() ? "" : ", ") + options.labels[static_cast<std::size_t>(k)];
     }
     return label;
 }
 
 // Takes the lines that all sides have at their beginning off them; returns their number.
-int32_t common_front(std::vector<shown_lines> *sides) {
+std::int32_t common_front(std::vector<shown_lines> *sides) {
     const shown_lines front = sides->front();
-    int32_t count = front.end - front.first;
+    std::int32_t count = front.end - front.first;
     for (const shown_lines &side : *sides) {
-        int32_t same = 0;
-        const int32_t most = std::min(count, side.end - side.first);
+        std::int32_t same = 0;
+        const std::int32_t most = std::min(count, side.end - side.first);
         while (same < most &&
                side.text->line(side.first + same) == front.text->line(front.first + same)) {
             same++;
@@ -76,12 +76,12 @@ int32_t common_front(std::vector<shown_lines> *sides) {
     return count;
 }
 
-int32_t common_back(std::vector<shown_lines> *sides) {
+std::int32_t common_back(std::vector<shown_lines> *sides) {
     const shown_lines front = sides->front();
-    int32_t count = front.end - front.first;
+    std::int32_t count = front.end - front.first;
     for (const shown_lines &side : *sides) {
-        int32_t same = 0;
-        const int32_t most = std::min(count, side.end - side.first);
+        std::int32_t same = 0;
+        const std::int32_t most = std::min(count, side.end - side.first);
         while (same < most &&
                side.text->line(side.end - 1 - same) == front.text->line(front.end - 1 - same)) {
             same++;
@@ -98,7 +98,7 @@ class text_builder {
 public:
     explicit text_builder(merged_text *out) : out_(out) {}
 
-    void add(std::string_view bytes, int32_t place) {
+    void add(std::string_view bytes, std::int32_t place) {
         if (bytes.empty()) {
             return;
         }
@@ -111,26 +111,27 @@ public:
 
 private:
     merged_text *out_;
-    int32_t last_place_ = 0;
+    std::int32_t last_place_ = 0;
 };
 
 }  // namespace
 
-std::vector<std::vector<int32_t>> conflict_sides(const merge_input &in, const merge_region &region,
-                                                 const merge_place &place) {
-    std::vector<int32_t> contributors = region.contributors;
+std::vector<std::vector<std::int32_t>> conflict_sides(const merge_input &in,
+                                                      const merge_region &region,
+                                                      const merge_place &place) {
+    std::vector<std::int32_t> contributors = region.contributors;
     if (contributors.size() < 2) {
         contributors.clear();
-        for (size_t k = 0; k < in.files.size(); k++) {
-            contributors.push_back(static_cast<int32_t>(k));
+        for (std::size_t k = 0; k < in.files.size(); k++) {
+            contributors.push_back(static_cast<std::int32_t>(k));
         }
     }
-    std::vector<std::vector<int32_t>> sides;
-    for (const int32_t k : contributors) {
+    std::vector<std::vector<std::int32_t>> sides;
+    for (const std::int32_t k : contributors) {
         const std::string_view bytes = version_at(in, place, k).bytes();
         const auto same = std::find_if(sides.begin(), sides.end(), [&](const auto &side) {
-            return place.ambiguous ? in.same_as[static_cast<size_t>(side.front())] ==
-                                         in.same_as[static_cast<size_t>(k)]
+            return place.ambiguous ? in.same_as[static_cast<std::size_t>(side.front())] ==
+                                         in.same_as[static_cast<std::size_t>(k)]
                                    : version_at(in, place, side.front()).bytes() == bytes;
         });
         if (same == sides.end()) {
@@ -143,16 +144,16 @@ std::vector<std::vector<int32_t>> conflict_sides(const merge_input &in, const me
 }
 
 std::string conflict_text(const merge_input &in, const merge_place &place,
-                          const std::vector<std::vector<int32_t>> &sides,
-                          const marker_options &options, int32_t *lead_lines) {
+                          const std::vector<std::vector<std::int32_t>> &sides,
+                          const marker_options &options, std::int32_t *lead_lines) {
     std::vector<shown_lines> texts;
     texts.reserve(sides.size());
-    for (const std::vector<int32_t> &side : sides) {
+    for (const std::vector<std::int32_t> &side : sides) {
         texts.push_back(shown(version_at(in, place, side.front())));
     }
     const shown_lines first = texts.front();
-    int32_t front = 0;
-    int32_t back = 0;
+    std::int32_t front = 0;
+    std::int32_t back = 0;
     // Equal sides stand whole: the question is whether they are one change or several.
     if (options.style != marker_style::diff3 && !place.ambiguous) {
         front = common_front(&texts);
@@ -163,7 +164,7 @@ std::string conflict_text(const merge_input &in, const merge_place &place,
     }
     std::string out;
     add_lines({first.text, first.first, first.first + front}, &out);
-    for (size_t i = 0; i < texts.size(); i++) {
+    for (std::size_t i = 0; i < texts.size(); i++) {
         const bool middle = i > 0 && i + 1 < texts.size();
         const std::string label = side_label(sides[i], options);
         if (i == 0) {
@@ -186,19 +187,20 @@ std::string clean_text(const merge_input &in, const merge_region &region,
                        const merge_place &place) {
     const place_version version = version_at(in, place, region.taken);
     std::string out;
-    int32_t next = version.first;
-    auto c = std::lower_bound(
-        region.carried.begin(), region.carried.end(), version.first,
-        [&](const carried_edit &carried, int32_t line) { return carried_to(in, carried) < line; });
+    std::int32_t next = version.first;
+    auto c = std::lower_bound(region.carried.begin(), region.carried.end(), version.first,
+                              [&](const carried_edit &carried, std::int32_t line) {
+                                  return carried_to(in, carried) < line;
+                              });
     for (; !version.of_base && c != region.carried.end(); ++c) {
         const edit &e = edit_at(in, c->source);
-        const int32_t at = carried_to(in, *c);
+        const std::int32_t at = carried_to(in, *c);
         if (at >= version.end) {
             break;
         }
         out += version.text->range(next, at);
-        out +=
-            in.files[static_cast<size_t>(c->source.contributor)]->range(e.file_first, e.file_end);
+        out += in.files[static_cast<std::size_t>(c->source.contributor)]->range(e.file_first,
+                                                                                e.file_end);
         next = at + (e.base_end - e.base_first);
     }
     out += version.text->range(next, version.end);
@@ -208,15 +210,15 @@ std::string clean_text(const merge_input &in, const merge_region &region,
 namespace {
 
 // A place's text as the plan has it; says in `placed` what kind of text it is.
-std::string place_text(const merge_input &in, const merge_plan &plan, size_t index,
+std::string place_text(const merge_input &in, const merge_plan &plan, std::size_t index,
                        const marker_options &options, placed_text *placed) {
     const merge_place &place = plan.places[index];
-    const merge_region &region = plan.regions[static_cast<size_t>(place.region)];
+    const merge_region &region = plan.regions[static_cast<std::size_t>(place.region)];
     if (!region.answer.empty()) {
         const auto at = std::lower_bound(region.places.begin(), region.places.end(),
-                                         static_cast<int32_t>(index));
+                                         static_cast<std::int32_t>(index));
         placed->answered = true;
-        return region.answer[static_cast<size_t>(at - region.places.begin())];
+        return region.answer[static_cast<std::size_t>(at - region.places.begin())];
     }
     if (!is_conflict(region)) {
         return clean_text(in, region, place);
@@ -234,18 +236,18 @@ merged_text write_merged(const merge_input &in, const merge_plan &plan,
     merged_text out;
     out.text.reserve(in.base->bytes.size() + in.base->bytes.size() / 8);
     text_builder builder(&out);
-    int32_t written = 0;  // base lines
-    int32_t lines = 0;    // of the merged text
-    for (size_t i = 0; i < plan.places.size(); i++) {
+    std::int32_t written = 0;  // base lines
+    std::int32_t lines = 0;    // of the merged text
+    for (std::size_t i = 0; i < plan.places.size(); i++) {
         builder.add(in.base->range(written, plan.places[i].base_first), -1);
         placed_text placed;
         placed.from = out.text.size();
         placed.first_line = lines + plan.places[i].base_first - written;
         const std::string text = place_text(in, plan, i, options, &placed);
-        builder.add(text, static_cast<int32_t>(i));
+        builder.add(text, static_cast<std::int32_t>(i));
         placed.end = out.text.size();
         lines = placed.first_line +
-                static_cast<int32_t>(std::count(text.begin(), text.end(), '\n')) +
+                static_cast<std::int32_t>(std::count(text.begin(), text.end(), '\n')) +
                 (lacks_last_newline(text) ? 1 : 0);
         placed.end_line = lines;
         out.conflicts += placed.conflict ? 1 : 0;

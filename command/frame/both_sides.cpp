@@ -33,14 +33,14 @@ public:
     std::error_code error() const { return error_; }
     void fail(std::error_code error) { error_ = error_ ? error_ : error; }
 
-    void write(const char *bytes, size_t size) {
+    void write(const char *bytes, std::size_t size) {
         while (size > 0 && !error_) {
             const ssize_t written = sys::write(to_, bytes, size);
             if (written < 0 && errno != EINTR) {
                 fail(last_error());
             } else if (written > 0) {
                 bytes += written;
-                size -= static_cast<size_t>(written);
+                size -= static_cast<std::size_t>(written);
             }
         }
     }
@@ -63,7 +63,7 @@ public:
             char buffer[4096];
             const ssize_t size = sys::read(from, buffer, sizeof buffer);
             if (size > 0) {
-                write(buffer, static_cast<size_t>(size));
+                write(buffer, static_cast<std::size_t>(size));
                 last = buffer[size - 1];
             } else if (size == 0 || errno != EINTR) {
                 const std::error_code error = size == 0 ? std::error_code() : last_error();
@@ -106,7 +106,7 @@ owned_descriptor open_side(const char *path) {
 std::error_code name_beside(const char *path, char (&beside)[PATH_MAX]) {
     const char *slash = std::strrchr(path, '/');
     const int folder = slash == nullptr ? 0 : static_cast<int>(slash + 1 - path);
-    uint64_t random[2];
+    std::uint64_t random[2];
     if (getentropy(random, sizeof random) != 0) {
         return last_error();
     }

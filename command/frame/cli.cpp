@@ -50,7 +50,7 @@ std::vector<std::string> option_names(const command_declaration &command) {
     std::vector<std::string> names;
     for (const declared_option &option : command.options) {
         const std::string_view all = option.names;
-        const size_t start = all.find("--");
+        const std::size_t start = all.find("--");
         if (start != all.npos) {
             names.emplace_back(all.substr(start));
         }
@@ -61,7 +61,7 @@ std::vector<std::string> option_names(const command_declaration &command) {
 // Hands the words that are no options, in order, to the operands. An option among them is unknown.
 exit_status take_operands(const std::vector<std::string> &words,
                           const command_declaration &command) {
-    size_t next = 0;
+    std::size_t next = 0;
     bool options_ended = false;
     for (const std::string &word : words) {
         if (!options_ended && word == "--") {
@@ -171,7 +171,7 @@ int run_command_line(int argc, char **argv) {
     exit_status status = status_trouble;
     try {
         begin_standard_output();
-        const auto count = static_cast<size_t>(std::max(argc - 1, 0));
+        const auto count = static_cast<std::size_t>(std::max(argc - 1, 0));
         status = dispatch(std::span<char *>(argv + (argc > 0 ? 1 : 0), count));
         status = std::max(status, finish_standard_output());
     } catch (const std::bad_alloc &) {

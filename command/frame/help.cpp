@@ -12,8 +12,8 @@ namespace norvik {
 
 namespace {
 
-constexpr size_t left_column = 26;
-constexpr size_t most_columns = 79;  // of a terminal with 80
+constexpr std::size_t left_column = 26;
+constexpr std::size_t most_columns = 79;  // of a terminal with 80
 
 constexpr const char *overview_details = R"(
 VERSION is BRANCH@N, BRANCH (its newest version), or an identifier or a unique
@@ -33,7 +33,7 @@ Environment:
 
 // Prints `start` and behind it the words of a text, in lines that fit; all but the first line begin
 // in column `indent`.
-void print_folded(std::string line, std::string_view text, size_t indent) {
+void print_folded(std::string line, std::string_view text, std::size_t indent) {
     bool first = true;
     while (!text.empty()) {
         const std::string_view word = text.substr(0, text.find_first_of(" \n"));
@@ -92,7 +92,7 @@ std::string usage_line(const command_declaration &command) {
 
 void print_option(const declared_option &option) {
     std::string left = option.names;
-    if (const size_t comma = left.find(','); comma != left.npos) {
+    if (const std::size_t comma = left.find(','); comma != left.npos) {
         left.insert(comma + 1, " ");
     }
     if (option.value_name != nullptr) {

@@ -13,7 +13,7 @@ void time_option::declare(command_declaration &command) {
                   "Date it: @SECONDS since 1970, or ISO 8601 with clock and zone");
 }
 
-exit_status time_option::get(uint64_t &seconds) const {
+exit_status time_option::get(std::uint64_t &seconds) const {
     if (text.empty()) {
         return current_time(seconds);
     }

@@ -17,7 +17,7 @@ struct time_option {
     void declare(command_declaration &command);
 
     // 0 with the time in seconds since 1970, or status_trouble after a message.
-    [[nodiscard]] exit_status get(uint64_t &seconds) const;
+    [[nodiscard]] exit_status get(std::uint64_t &seconds) const;
 };
 
 }  // namespace norvik

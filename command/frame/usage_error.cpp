@@ -11,14 +11,14 @@ namespace norvik {
 
 namespace {
 
-size_t edit_distance(std::string_view a, std::string_view b) {
-    std::vector<size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), size_t{0});
-    for (size_t i = 0; i < a.size(); i++) {
-        size_t diagonal = row[0];
+std::size_t edit_distance(std::string_view a, std::string_view b) {
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < a.size(); i++) {
+        std::size_t diagonal = row[0];
         row[0] = i + 1;
-        for (size_t j = 0; j < b.size(); j++) {
-            const size_t replaced = diagonal + (a[i] != b[j]);
+        for (std::size_t j = 0; j < b.size(); j++) {
+            const std::size_t replaced = diagonal + (a[i] != b[j]);
             diagonal = row[j + 1];
             row[j + 1] = std::min({row[j] + 1, row[j + 1] + 1, replaced});
         }
@@ -36,9 +36,9 @@ exit_status usage_error(std::string_view command, const std::string &message) {
 
 std::string suggestion(std::string_view word, std::span<const std::string> candidates) {
     std::string_view nearest;
-    size_t best = std::max<size_t>(1, word.size() / 3);
+    std::size_t best = std::max<std::size_t>(1, word.size() / 3);
     for (const std::string &candidate : candidates) {
-        const size_t distance = edit_distance(word, candidate);
+        const std::size_t distance = edit_distance(word, candidate);
         if (distance < best || (distance == best && nearest.empty())) {
             best = distance;
             nearest = candidate;

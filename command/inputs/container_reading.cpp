@@ -20,13 +20,13 @@ namespace {
 constexpr const char *cannot_be_read = "cannot be read";
 
 // Reads the pipe to its end, `most` bytes at most; a file in memory takes its place.
-std::error_code take_pipe(owned_descriptor *pipe, uint64_t most) {
+std::error_code take_pipe(owned_descriptor *pipe, std::uint64_t most) {
     owned_descriptor memory(sys::memfd_create("container", MFD_CLOEXEC));
     if (!memory.is_open()) {
         return last_error();
     }
     constexpr std::size_t piece = std::size_t{1} << 20;
-    for (uint64_t taken = 0;;) {
+    for (std::uint64_t taken = 0;;) {
         const ssize_t got = sys::splice(pipe->get(), memory.get(), piece);
         if (got < 0 && errno != EINTR) {
             return last_error();
@@ -34,7 +34,7 @@ std::error_code take_pipe(owned_descriptor *pipe, uint64_t most) {
         if (got == 0) {
             break;
         }
-        taken += static_cast<uint64_t>(std::max<ssize_t>(got, 0));
+        taken += static_cast<std::uint64_t>(std::max<ssize_t>(got, 0));
         if (taken > most) {
             return system_error(EFBIG);
         }
@@ -43,7 +43,7 @@ std::error_code take_pipe(owned_descriptor *pipe, uint64_t most) {
     return {};
 }
 
-result<> open_input(const std::string &name, uint64_t most_of_pipe, container_reading *out) {
+result<> open_input(const std::string &name, std::uint64_t most_of_pipe, container_reading *out) {
     // A pipe that nobody writes to is empty; waiting for its writer could last for ever.
     out->input =
         owned_descriptor(sys::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
@@ -82,7 +82,8 @@ bool was_changed(const container_reading &reading) {
 
 }  // namespace
 
-exit_status open_to_judge(const std::string &name, container_reading *out, uint64_t most_of_pipe) {
+exit_status open_to_judge(const std::string &name, container_reading *out,
+                          std::uint64_t most_of_pipe) {
     *out = container_reading{};
     if (told(open_input(name, most_of_pipe, out)) != status_done ||
         told(open_container(out->input.get(), name), &out->view) != status_done) {

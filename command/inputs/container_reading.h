@@ -31,7 +31,7 @@ struct container_reading {
 // pipe, and a pipe with more than `most_of_pipe` bytes, which may have no end. 0, or status_trouble
 // after a message.
 [[nodiscard]] exit_status open_to_judge(const std::string &name, container_reading *out,
-                                        uint64_t most_of_pipe = longest_stream);
+                                        std::uint64_t most_of_pipe = longest_stream);
 
 // The same, for a container that must be sound: one that scan_structure finds damaged is told with
 // its line and gives status_trouble, unless `read_damaged`, which tells it and goes on; `damaged`

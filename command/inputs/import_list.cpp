@@ -16,11 +16,11 @@ exit_status read_import_list(const std::string &name, std::vector<import_item> &
         return status_trouble;
     }
     std::string_view rest = input.text();
-    for (uint64_t number = 1; !rest.empty(); number++) {
+    for (std::uint64_t number = 1; !rest.empty(); number++) {
         const std::string_view line = rest.substr(0, rest.find('\n'));
         rest.remove_prefix(std::min(rest.size(), line.size() + 1));
-        const size_t blank = line.rfind(' ');
-        uint64_t time = 0;
+        const std::size_t blank = line.rfind(' ');
+        std::uint64_t time = 0;
         if (blank == std::string_view::npos || blank == 0 ||
             !parse_time(line.substr(blank + 1), time)) {
             say_of_line(name, number, "not a name, a blank and a time");

@@ -3,6 +3,8 @@
 #include <dlfcn.h>
 #include <norviktdm/runtime.h>
 
+#include <cstddef>
+
 #include "out_of_memory.h"
 
 namespace {
@@ -22,17 +24,17 @@ void *noted(void *block) {
 
 }  // namespace
 
-void *mem_malloc(size_t size) {
-    static auto *const next = behind<void *(size_t)>("mem_malloc");
+void *mem_malloc(std::size_t size) {
+    static auto *const next = behind<void *(std::size_t)>("mem_malloc");
     return noted(next(size));
 }
 
-void *mem_calloc(size_t count, size_t size) {
-    static auto *const next = behind<void *(size_t, size_t)>("mem_calloc");
+void *mem_calloc(std::size_t count, std::size_t size) {
+    static auto *const next = behind<void *(std::size_t, std::size_t)>("mem_calloc");
     return noted(next(count, size));
 }
 
-void *mem_realloc(void *block, size_t size) {
-    static auto *const next = behind<void *(void *, size_t)>("mem_realloc");
+void *mem_realloc(void *block, std::size_t size) {
+    static auto *const next = behind<void *(void *, std::size_t)>("mem_realloc");
     return noted(next(block, size));
 }

@@ -11,7 +11,7 @@ namespace norvik {
 
 namespace {
 
-constexpr uint64_t allowed_answers = msg_answer_abort | msg_answer_yes | msg_answer_no;
+constexpr std::uint64_t allowed_answers = msg_answer_abort | msg_answer_yes | msg_answer_no;
 
 bool is_insertion(const diff_block &b) {
     return b.kind == tdm_diff_insert || b.kind == tdm_diff_moved_insert;
@@ -19,8 +19,8 @@ bool is_insertion(const diff_block &b) {
 
 struct region_record {
     bool asked = false;
-    bool joined = false;            // text followed a line without newline
-    std::vector<int32_t> accepted;  // contributors whose blocks were accepted, in order
+    bool joined = false;                 // text followed a line without newline
+    std::vector<std::int32_t> accepted;  // contributors whose blocks were accepted, in order
 };
 
 struct library_run {
@@ -37,31 +37,31 @@ struct library_run {
 library_run *current = nullptr;
 
 // The place that holds the block, or -1: then no contributor changed anything there.
-int32_t place_of(const merge_plan &plan, const diff_block &b) {
-    const int32_t first = is_insertion(b) ? b.base_first : b.base_first - 1;
-    const int32_t end = b.base_last;
-    for (auto place =
-             std::lower_bound(plan.places.begin(), plan.places.end(), first,
-                              [](const merge_place &p, int32_t line) { return p.base_end < line; });
+std::int32_t place_of(const merge_plan &plan, const diff_block &b) {
+    const std::int32_t first = is_insertion(b) ? b.base_first : b.base_first - 1;
+    const std::int32_t end = b.base_last;
+    for (auto place = std::lower_bound(
+             plan.places.begin(), plan.places.end(), first,
+             [](const merge_place &p, std::int32_t line) { return p.base_end < line; });
          place != plan.places.end() && place->base_first <= end; ++place) {
         const bool inside = place->base_first <= first && place->base_end >= end;
         const bool overlap = place->base_first < end && place->base_end > first;
         if (is_insertion(b) ? inside : overlap) {
-            return static_cast<int32_t>(place - plan.places.begin());
+            return static_cast<std::int32_t>(place - plan.places.begin());
         }
     }
     return -1;
 }
 
 int write_block(merge_report *, tdm_session *, const diff_block *b, int base_text, int) {
-    const int32_t place = place_of(current->run.plan, *b);
+    const std::int32_t place = place_of(current->run.plan, *b);
     if (place < 0) {
         return 0;
     }
     const std::vector<lined_text> &files = current->run.files;
-    std::string &text = current->texts[static_cast<size_t>(place)];
+    std::string &text = current->texts[static_cast<std::size_t>(place)];
     const auto region =
-        static_cast<size_t>(current->run.plan.places[static_cast<size_t>(place)].region);
+        static_cast<std::size_t>(current->run.plan.places[static_cast<std::size_t>(place)].region);
     current->regions[region].joined |= lacks_last_newline(text);
     text += base_text != 0 ? files[0].lines.range(b->base_first - 1, b->base_last)
                            : files[b->file_index].lines.range(b->other_first - 1, b->other_last);
@@ -74,14 +74,14 @@ tdm_difference_kind question_kind(const diff_block &b) {
                                        : tdm_diff_delete;
 }
 
-uint64_t ask_about(tdm_session *, const diff_block *b, uint64_t default_answer) {
+std::uint64_t ask_about(tdm_session *, const diff_block *b, std::uint64_t default_answer) {
     if (!can_ask(current->context)) {
         current->cannot_ask = true;
         return msg_answer_abort;
     }
-    const int32_t place = place_of(current->run.plan, *b);
+    const std::int32_t place = place_of(current->run.plan, *b);
     const auto region =
-        static_cast<size_t>(current->run.plan.places[static_cast<size_t>(place)].region);
+        static_cast<std::size_t>(current->run.plan.places[static_cast<std::size_t>(place)].region);
     region_record &record = current->regions[region];
     if (!record.asked) {
         show_region(current->context, current->options, current->run,
@@ -90,7 +90,8 @@ uint64_t ask_about(tdm_session *, const diff_block *b, uint64_t default_answer) 
     record.asked = true;
     const int file = static_cast<int>(b->file_index);
     const std::string question = question_text(question_kind(*b), file + 1);
-    const uint64_t answer = msg_prompt_yes_no(0, question.c_str(), allowed_answers, default_answer);
+    const std::uint64_t answer =
+        msg_prompt_yes_no(0, question.c_str(), allowed_answers, default_answer);
     if (answer == msg_answer_yes && std::find(record.accepted.begin(), record.accepted.end(),
                                               file - 1) == record.accepted.end()) {
         record.accepted.push_back(file - 1);
@@ -116,8 +117,8 @@ bool queue_all(const library_run &state, int mq) {
 
 std::vector<std::string> texts_of(const library_run &state, const merge_region &region) {
     std::vector<std::string> texts;
-    for (const int32_t place : region.places) {
-        texts.push_back(state.texts[static_cast<size_t>(place)]);
+    for (const std::int32_t place : region.places) {
+        texts.push_back(state.texts[static_cast<std::size_t>(place)]);
     }
     return texts;
 }
@@ -133,12 +134,13 @@ bool is_whole(const library_run &state, const merge_region &region, const region
         texts == joined_versions(state.run, region, record.accepted)) {
         return true;
     }
-    return std::any_of(region.contributors.begin(), region.contributors.end(),
-                       [&](int32_t k) { return texts == joined_versions(state.run, region, {k}); });
+    return std::any_of(region.contributors.begin(), region.contributors.end(), [&](std::int32_t k) {
+        return texts == joined_versions(state.run, region, {k});
+    });
 }
 
 // Compares what the library made of a region with what may come out of it.
-void judge(const library_run &state, size_t index) {
+void judge(const library_run &state, std::size_t index) {
     merge_region &region = state.run.plan.regions[index];
     const region_record &record = state.regions[index];
     const std::vector<std::string> texts = texts_of(state, region);
@@ -173,7 +175,7 @@ exit_status merge_by_library(const command_context &context, const merge_options
         // Without memory the library ends a merge as if it had been abandoned.
         return state.cannot_ask || is_out_of_memory() ? status_trouble : status_negative;
     }
-    for (size_t i = 0; i < run->plan.regions.size(); i++) {
+    for (std::size_t i = 0; i < run->plan.regions.size(); i++) {
         judge(state, i);
     }
     return status_done;

@@ -28,14 +28,14 @@ constexpr int failure_severity = 6;
 constexpr int internal_error_number = 34;
 
 // Numbers in the library's catalogue.
-constexpr uint16_t line_too_long = 7;
-constexpr uint16_t holds_nul = 8;
-constexpr uint16_t advice_on_binary_data[] = {9, 43, 44, 45, 46, 47};
+constexpr std::uint16_t line_too_long = 7;
+constexpr std::uint16_t holds_nul = 8;
+constexpr std::uint16_t advice_on_binary_data[] = {9, 43, 44, 45, 46, 47};
 
-uint16_t number_in_library(const void *catalogue, int index) {
+std::uint16_t number_in_library(const void *catalogue, int index) {
     const bool known = catalogue == &_tdm_text_file_delta_msg_table && index >= 0 &&
                        index < _tdm_text_file_delta_msg_table.count;
-    return known ? _tdm_text_file_delta_msg_table.numbers[index] : uint16_t{0};
+    return known ? _tdm_text_file_delta_msg_table.numbers[index] : std::uint16_t{0};
 }
 
 const char *format_of(const void *catalogue, int index) {
@@ -59,7 +59,7 @@ void print_report(const std::string &text) {
 }
 
 std::string reason_of_line(std::string_view line) {
-    const size_t nul = line.find('\0');
+    const std::size_t nul = line.find('\0');
     return nul != std::string_view::npos
                ? "byte " + std::to_string(nul + 1) + " is NUL, which no text holds; encode the file"
                : "has " + std::to_string(line.size()) + " bytes, the longest line may have " +
@@ -77,7 +77,7 @@ void say_why_no_text(const char *path) try {
     if (file.is_open() && !bytes.load(file.get())) {
         rest = bytes.view();
     }
-    for (uint64_t number = 1; !rest.empty(); number++) {
+    for (std::uint64_t number = 1; !rest.empty(); number++) {
         const std::string_view line = rest.substr(0, rest.find('\n'));
         if (!format::can_be_read_back(rest.substr(0, line.size() + 1)) ||
             line.find('\0') != std::string_view::npos) {
@@ -106,7 +106,7 @@ void print(int severity, const char *format, va_list arguments) try {
 }  // namespace
 
 void msg_print(int severity, const void *catalogue, int index, ...) {
-    const uint16_t number = number_in_library(catalogue, index);
+    const std::uint16_t number = number_in_library(catalogue, index);
     va_list arguments;
     va_start(arguments, index);
     if (number == line_too_long || number == holds_nul) {

@@ -12,7 +12,7 @@
 // Temporary files hold people's text, and one on disk would outlive a command that is killed. These
 // live in memory, as long as the command; that the library cannot remove them by their paths is as
 // it should be.
-FILE *futil_tmpfile_binary(void *, void *, void *, char *name, size_t name_size) try {
+FILE *futil_tmpfile_binary(void *, void *, void *, char *name, std::size_t name_size) try {
     static norvik::memory_file file;  // the library has one at a time
     file = {};
     // Told under the name of the file that is being made.

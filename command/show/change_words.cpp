@@ -71,7 +71,7 @@ void list_lines(const container_view &view, const kept_lines &lines, sentences *
 
 std::string describe_purged(const purge_plan &plan, telling mood) {
     const bool done = mood == telling::done;
-    const uint64_t gone = plan.lines.inserted - plan.lines.held.count;
+    const std::uint64_t gone = plan.lines.inserted - plan.lines.held.count;
     return shown(plan.before, plan.version) +
            (done ? ": deleted; of " : ": would be deleted; of ") + lines_text(plan.lines.inserted) +
            " that it inserted " + std::to_string(gone) +
@@ -93,10 +93,12 @@ const char *would(telling mood) {
 
 }  // namespace
 
-done_report report_of_versions(const std::string &branch, uint64_t first, uint64_t last) {
-    const auto name = [&branch](uint64_t number) { return branch + "@" + std::to_string(number); };
+done_report report_of_versions(const std::string &branch, std::uint64_t first, std::uint64_t last) {
+    const auto name = [&branch](std::uint64_t number) {
+        return branch + "@" + std::to_string(number);
+    };
     done_report report;
-    for (uint64_t number = first; number <= last; number++) {
+    for (std::uint64_t number = first; number <= last; number++) {
         report.words += name(number) + "\n";
     }
     report.done = escape_name(name(first)) +
@@ -161,7 +163,7 @@ sentences describe_held(const purge_plan &plan) {
     return out;
 }
 
-std::string lines_text(uint64_t count) {
+std::string lines_text(std::uint64_t count) {
     return std::to_string(count) + (count == 1 ? " line" : " lines");
 }
 

@@ -15,8 +15,8 @@ namespace norvik {
 
 // What is to be said of new versions of a branch, numbers `first` to `last`: made before they are
 // stored, told after that (see done_report).
-[[nodiscard]] done_report report_of_versions(const std::string &branch, uint64_t first,
-                                             uint64_t last);
+[[nodiscard]] done_report report_of_versions(const std::string &branch, std::uint64_t first,
+                                             std::uint64_t last);
 
 // Prints the names of the new versions on standard output, or after --dry-run says on standard
 // error that they would be made; nothing when quiet.
@@ -37,7 +37,7 @@ using sentences = std::vector<std::string>;
 [[nodiscard]] sentences describe_held(const purge_plan &plan);
 
 // "3 lines".
-[[nodiscard]] std::string lines_text(uint64_t count);
+[[nodiscard]] std::string lines_text(std::uint64_t count);
 
 // One sentence for each run of versions that one fault puts in doubt.
 [[nodiscard]] sentences describe_lost(const container_view &view, const repair_verdict &verdict,

@@ -18,7 +18,7 @@ struct diff_view {
     bool escape = false;     // for a terminal: show control bytes instead of sending them
     bool mark_moves = true;  // else moved text is shown as a deletion and an insertion
     bool ignore_blanks = false;
-    int32_t context = 3;
+    std::int32_t context = 3;
     bool whole = true;  // side by side: all lines, not the edits and their context alone
     int width = 130;    // side by side: columns
 };
@@ -51,7 +51,7 @@ void write_blocks(output_writer &out, const std::vector<diff_block> &blocks);
 void write_diff_json(const std::vector<file_difference> &files);
 
 // How many lines of the file moved.
-int64_t moved_lines(const file_edits &edits);
+std::int64_t moved_lines(const file_edits &edits);
 
 }  // namespace norvik
 

@@ -13,9 +13,9 @@ constexpr std::array kind_names{"unchanged", "change",       "insert",
                                 "delete",    "moved_insert", "moved_delete"};
 
 struct line_sums {
-    int64_t inserted = 0;
-    int64_t deleted = 0;
-    int64_t moved = 0;
+    std::int64_t inserted = 0;
+    std::int64_t deleted = 0;
+    std::int64_t moved = 0;
 };
 
 // With marked moves, moved lines are counted by themselves.
@@ -33,23 +33,23 @@ line_sums sums_of(const file_edits &edits, bool mark_moves) {
 
 // At most 40 marks, in proportion.
 std::string bar(const line_sums &sums, bool color) {
-    const int64_t all = sums.inserted + sums.deleted;
-    const int64_t width = std::min<int64_t>(all, 40);
-    int64_t plus = all == 0 ? 0 : (sums.inserted * width + all - 1) / all;
+    const std::int64_t all = sums.inserted + sums.deleted;
+    const std::int64_t width = std::min<std::int64_t>(all, 40);
+    std::int64_t plus = all == 0 ? 0 : (sums.inserted * width + all - 1) / all;
     plus = sums.deleted > 0 ? std::min(plus, width - 1) : plus;
-    const std::string added(static_cast<size_t>(plus), '+');
-    const std::string gone(static_cast<size_t>(width - plus), '-');
+    const std::string added(static_cast<std::size_t>(plus), '+');
+    const std::string gone(static_cast<std::size_t>(width - plus), '-');
     return color ? "\x1b[32m" + added + "\x1b[31m" + gone + "\x1b[m" : added + gone;
 }
 
-void describe_range(json_writer &json, const char *key, int32_t first, int32_t end) {
+void describe_range(json_writer &json, const char *key, std::int32_t first, std::int32_t end) {
     json.begin_object(key);
     json.field("first", first + 1);
     json.field("count", end - first);
     json.end();
 }
 
-void describe_file(json_writer &json, const file_difference &d, size_t number) {
+void describe_file(json_writer &json, const file_difference &d, std::size_t number) {
     const line_sums sums = sums_of(d.edits, true);
     json.begin_object();
     json.field("file", number);
@@ -80,8 +80,8 @@ void describe_file(json_writer &json, const file_difference &d, size_t number) {
 
 }  // namespace
 
-int64_t moved_lines(const file_edits &edits) {
-    int64_t lines = 0;
+std::int64_t moved_lines(const file_edits &edits) {
+    std::int64_t lines = 0;
     for (const line_run &run : edits.moves) {
         lines += run.count;
     }
@@ -91,7 +91,7 @@ int64_t moved_lines(const file_edits &edits) {
 void write_stat(output_writer &out, const diff_view &view,
                 const std::vector<file_difference> &files) {
     line_sums all;
-    size_t changed = 0;
+    std::size_t changed = 0;
     for (const file_difference &d : files) {
         if (d.edits.edits.empty()) {
             continue;
@@ -129,7 +129,7 @@ void write_diff_json(const std::vector<file_difference> &files) {
                                    [](const file_difference &d) { return d.edits.edits.empty(); }));
     json.text("base", files.front().base_label);
     json.begin_array("files");
-    for (size_t i = 0; i < files.size(); i++) {
+    for (std::size_t i = 0; i < files.size(); i++) {
         describe_file(json, files[i], i + 1);
     }
     json.end();

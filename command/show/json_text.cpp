@@ -15,13 +15,13 @@ std::string base64(std::string_view bytes) {
     constexpr const char *digits =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string out;
-    for (size_t i = 0; i < bytes.size(); i += 3) {
-        const size_t taken = std::min<size_t>(3, bytes.size() - i);
-        uint32_t group = 0;
-        for (size_t k = 0; k < 3; k++) {
-            group = (group << 8) | (k < taken ? static_cast<uint8_t>(bytes[i + k]) : 0U);
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        const std::size_t taken = std::min<std::size_t>(3, bytes.size() - i);
+        std::uint32_t group = 0;
+        for (std::size_t k = 0; k < 3; k++) {
+            group = (group << 8) | (k < taken ? static_cast<std::uint8_t>(bytes[i + k]) : 0U);
         }
-        for (size_t k = 0; k < 4; k++) {
+        for (std::size_t k = 0; k < 4; k++) {
             out += k <= taken ? digits[(group >> (18 - 6 * k)) & 63U] : '=';
         }
     }
@@ -30,19 +30,19 @@ std::string base64(std::string_view bytes) {
 
 // The bytes of a character that is broken off: of `text`, which begins with no whole character, as
 // many as could begin one, and one at least.
-size_t broken_length(std::string_view text) {
-    const auto byte = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
-    const uint8_t lead = byte(0);
+std::size_t broken_length(std::string_view text) {
+    const auto byte = [&](std::size_t i) { return static_cast<std::uint8_t>(text[i]); };
+    const std::uint8_t lead = byte(0);
     if (lead < 0xc2 || lead > 0xf4 || text.size() == 1) {
         return 1;
     }
-    const uint8_t least = lead == 0xe0 ? 0xa0 : lead == 0xf0 ? 0x90 : 0x80;
-    const uint8_t most = lead == 0xed ? 0x9f : lead == 0xf4 ? 0x8f : 0xbf;
+    const std::uint8_t least = lead == 0xe0 ? 0xa0 : lead == 0xf0 ? 0x90 : 0x80;
+    const std::uint8_t most = lead == 0xed ? 0x9f : lead == 0xf4 ? 0x8f : 0xbf;
     if (byte(1) < least || byte(1) > most) {
         return 1;
     }
-    const size_t whole = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-    size_t length = 2;
+    const std::size_t whole = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
+    std::size_t length = 2;
     while (length < std::min(whole, text.size()) && (byte(length) & 0xc0) == 0x80) {
         length++;
     }
@@ -52,10 +52,10 @@ size_t broken_length(std::string_view text) {
 void append_ascii(std::string &out, char c) {
     constexpr std::string_view named = "\"\\\b\f\n\r\t";
     constexpr std::string_view names = "\"\\bfnrt";
-    const size_t found = named.find(c);
+    const std::size_t found = named.find(c);
     if (found != named.npos) {
         out += {'\\', names[found]};
-    } else if (static_cast<uint8_t>(c) < 0x20) {
+    } else if (static_cast<std::uint8_t>(c) < 0x20) {
         char buffer[8];
         std::snprintf(buffer, sizeof buffer, "\\u%04x", static_cast<unsigned>(c));
         out += buffer;
@@ -67,8 +67,8 @@ void append_ascii(std::string &out, char c) {
 std::string quoted(std::string_view text) {
     std::string out = "\"";
     while (!text.empty()) {
-        uint32_t character = 0;
-        const size_t length = decode_utf8(text, character);
+        std::uint32_t character = 0;
+        const std::size_t length = decode_utf8(text, character);
         if (length == 1) {
             append_ascii(out, text[0]);
         } else {

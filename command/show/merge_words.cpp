@@ -13,7 +13,7 @@ namespace norvik {
 
 namespace {
 
-constexpr size_t most_moves_told = 8;  // of one region
+constexpr std::size_t most_moves_told = 8;  // of one region
 
 bool is_blank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r' && c != '\n');
@@ -21,7 +21,7 @@ bool is_blank(char c) {
 
 std::string without_crs(std::string_view text) {
     std::string out;
-    for (size_t i = 0; i < text.size(); i++) {
+    for (std::size_t i = 0; i < text.size(); i++) {
         if (text[i] != '\r' || i + 1 == text.size() || text[i + 1] != '\n') {
             out += text[i];
         }
@@ -65,13 +65,13 @@ constexpr std::array<invisible_kind, 4> invisible_kinds{{
     {"blanks", without_any_blanks},
 }};
 
-std::string label_of(const merge_options &options, int32_t contributor) {
-    return escape_name(options.markers.labels[static_cast<size_t>(contributor)]);
+std::string label_of(const merge_options &options, std::int32_t contributor) {
+    return escape_name(options.markers.labels[static_cast<std::size_t>(contributor)]);
 }
 
-std::string names_of(const merge_options &options, const std::vector<int32_t> &contributors) {
+std::string names_of(const merge_options &options, const std::vector<std::int32_t> &contributors) {
     std::string names;
-    for (size_t i = 0; i < contributors.size(); i++) {
+    for (std::size_t i = 0; i < contributors.size(); i++) {
         names += i == 0 ? "" : i + 1 == contributors.size() ? " and " : ", ";
         names += label_of(options, contributors[i]);
     }
@@ -81,14 +81,14 @@ std::string names_of(const merge_options &options, const std::vector<int32_t> &c
 std::string move_words(const merge_run &run, const merge_options &options,
                        const merge_region &region) {
     std::string words;
-    size_t told = 0;
-    for (const int32_t i : region.places) {
-        const merge_place &place = run.plan.places[static_cast<size_t>(i)];
-        for (const int32_t k : region.contributors) {
-            const std::vector<line_run> &moves = run.in.changes[static_cast<size_t>(k)].moves;
+    std::size_t told = 0;
+    for (const std::int32_t i : region.places) {
+        const merge_place &place = run.plan.places[static_cast<std::size_t>(i)];
+        for (const std::int32_t k : region.contributors) {
+            const std::vector<line_run> &moves = run.in.changes[static_cast<std::size_t>(k)].moves;
             auto move = std::lower_bound(
                 moves.begin(), moves.end(), place.base_first,
-                [](const line_run &m, int32_t line) { return m.base_first < line; });
+                [](const line_run &m, std::int32_t line) { return m.base_first < line; });
             for (; move != moves.end() && move->base_first < place.base_end; ++move) {
                 if (++told > most_moves_told) {
                     return words + "; and so on";
@@ -127,10 +127,11 @@ std::string hidden_words(const merge_run &run, const merge_options &options,
 }
 
 const char *conflict_words(const merge_run &run, const merge_region &region) {
-    const bool insertions = std::all_of(region.places.begin(), region.places.end(), [&](int32_t i) {
-        const merge_place &place = run.plan.places[static_cast<size_t>(i)];
-        return place.base_first == place.base_end;
-    });
+    const bool insertions =
+        std::all_of(region.places.begin(), region.places.end(), [&](std::int32_t i) {
+            const merge_place &place = run.plan.places[static_cast<std::size_t>(i)];
+            return place.base_first == place.base_end;
+        });
     switch (region.conflict) {
         case conflict_reason::repeated:
             return " inserted the same lines in different places";
@@ -155,30 +156,30 @@ const char *outcome_of(const merge_region &region) {
 
 const char *reason_of(conflict_reason reason) {
     constexpr std::array names{"none", "differ", "moved", "ambiguous", "repeated", "unproved"};
-    return names[static_cast<size_t>(reason)];
+    return names[static_cast<std::size_t>(reason)];
 }
 
-void describe_range(json_writer &json, int32_t first, int32_t end) {
+void describe_range(json_writer &json, std::int32_t first, std::int32_t end) {
     json.field("first", first + 1);
     json.field("count", end - first);
 }
 
-void describe_range(json_writer &json, const char *key, int32_t first, int32_t end) {
+void describe_range(json_writer &json, const char *key, std::int32_t first, std::int32_t end) {
     json.begin_object(key);
     describe_range(json, first, end);
     json.end();
 }
 
 void describe_place(json_writer &json, const merge_run &run, const merge_region &region,
-                    int32_t index) {
-    const merge_place &place = run.plan.places[static_cast<size_t>(index)];
-    const placed_text &placed = run.merged.places[static_cast<size_t>(index)];
+                    std::int32_t index) {
+    const merge_place &place = run.plan.places[static_cast<std::size_t>(index)];
+    const placed_text &placed = run.merged.places[static_cast<std::size_t>(index)];
     json.begin_object();
     json.field("markers", placed.conflict);
     describe_range(json, "base", place.base_first, place.base_end);
     describe_range(json, "output", placed.first_line, placed.end_line);
     json.begin_array("versions");
-    for (const int32_t k : region.contributors) {
+    for (const std::int32_t k : region.contributors) {
         const place_version version = version_at(run.in, place, k);
         if (!version.of_base) {
             json.begin_object();
@@ -199,7 +200,7 @@ void describe_region(json_writer &json, const merge_run &run, const merge_option
         json.text("reason", reason_of(region.conflict));
     }
     json.begin_array("files");
-    for (const int32_t k : region.contributors) {
+    for (const std::int32_t k : region.contributors) {
         json.element(k + 1);
     }
     json.end();
@@ -208,7 +209,7 @@ void describe_region(json_writer &json, const merge_run &run, const merge_option
     }
     json.text("words", region_words(run, options, region));
     json.begin_array("places");
-    for (const int32_t place : region.places) {
+    for (const std::int32_t place : region.places) {
         describe_place(json, run, region, place);
     }
     json.end();
@@ -235,7 +236,7 @@ std::string_view invisible_difference(const std::vector<std::string_view> &texts
     return {};
 }
 
-std::string range_words(int32_t first, int32_t end) {
+std::string range_words(std::int32_t first, std::int32_t end) {
     if (first == end) {
         return "after line " + std::to_string(first);
     }
@@ -249,9 +250,9 @@ std::string region_words(const merge_run &run, const merge_options &options,
     if (is_conflict(region)) {
         std::string words =
             "conflict: " + names + conflict_words(run, region) + move_words(run, options, region);
-        for (const int32_t place : region.places) {
-            words +=
-                hidden_words(run, options, region, run.plan.places[static_cast<size_t>(place)]);
+        for (const std::int32_t place : region.places) {
+            words += hidden_words(run, options, region,
+                                  run.plan.places[static_cast<std::size_t>(place)]);
         }
         return words;
     }
@@ -270,16 +271,16 @@ namespace {
 
 // The lines on which the conflict's markers begin, from 1; where nothing stands between markers,
 // the first line of the region.
-std::vector<int32_t> marker_lines(const merge_run &run, const merge_region &region) {
-    std::vector<int32_t> lines;
-    for (const int32_t place : region.places) {
-        const placed_text &placed = run.merged.places[static_cast<size_t>(place)];
+std::vector<std::int32_t> marker_lines(const merge_run &run, const merge_region &region) {
+    std::vector<std::int32_t> lines;
+    for (const std::int32_t place : region.places) {
+        const placed_text &placed = run.merged.places[static_cast<std::size_t>(place)];
         if (placed.conflict) {
             lines.push_back(placed.first_line + placed.lead_lines + 1);
         }
     }
     if (lines.empty()) {
-        const auto first = static_cast<size_t>(region.places.front());
+        const auto first = static_cast<std::size_t>(region.places.front());
         lines.push_back(run.merged.places[first].first_line + 1);
     }
     return lines;
@@ -292,15 +293,15 @@ void say_conflicts(const merge_run &run, const merge_options &options, std::stri
         if (region.places.empty() || !is_conflict(region)) {
             continue;
         }
-        const std::vector<int32_t> lines = marker_lines(run, region);
+        const std::vector<std::int32_t> lines = marker_lines(run, region);
         std::string words = region_words(run, options, region);
-        for (size_t i = 1; i < lines.size(); i++) {
+        for (std::size_t i = 1; i < lines.size(); i++) {
             words += (i == 1 ? "; also at line " : ", ") + std::to_string(lines[i]);
         }
-        say_of_line(output, static_cast<uint64_t>(lines.front()), words);
+        say_of_line(output, static_cast<std::uint64_t>(lines.front()), words);
     }
     for (const repeated_lines &lines : run.verdict.repeated) {
-        say_of_line(output, static_cast<uint64_t>(lines.first) + 1,
+        say_of_line(output, static_cast<std::uint64_t>(lines.first) + 1,
                     "inserted in different places by several files: " +
                         range_words(lines.first, lines.first + lines.count) + " and " +
                         range_words(lines.second, lines.second + lines.count));
@@ -311,9 +312,9 @@ void say_conflicts_of_base(const merge_run &run, const merge_options &options,
                            std::string_view base) {
     for (const merge_region &region : run.plan.regions) {
         if (!region.places.empty() && is_conflict(region)) {
-            const auto first = static_cast<size_t>(region.places.front());
-            const int32_t line = run.plan.places[first].base_first + 1;
-            say_of_line(base, static_cast<uint64_t>(std::clamp(run.in.base->count(), 1, line)),
+            const auto first = static_cast<std::size_t>(region.places.front());
+            const std::int32_t line = run.plan.places[first].base_first + 1;
+            say_of_line(base, static_cast<std::uint64_t>(std::clamp(run.in.base->count(), 1, line)),
                         region_words(run, options, region));
         }
     }
@@ -336,12 +337,12 @@ std::string report_text(const merge_run &run, const merge_options &options) {
             continue;
         }
         report += region_words(run, options, region) + "\n";
-        for (const int32_t i : region.places) {
-            const merge_place &place = run.plan.places[static_cast<size_t>(i)];
-            const placed_text &placed = run.merged.places[static_cast<size_t>(i)];
+        for (const std::int32_t i : region.places) {
+            const merge_place &place = run.plan.places[static_cast<std::size_t>(i)];
+            const placed_text &placed = run.merged.places[static_cast<std::size_t>(i)];
             report += "    base " + range_words(place.base_first, place.base_end) + ", merged " +
                       range_words(placed.first_line, placed.end_line);
-            for (const int32_t k : region.contributors) {
+            for (const std::int32_t k : region.contributors) {
                 const place_version version = version_at(run.in, place, k);
                 if (!version.of_base) {
                     report +=

@@ -17,7 +17,7 @@ namespace norvik {
 std::string_view invisible_difference(const std::vector<std::string_view> &texts);
 
 // "lines 3-6", "line 3" or, for an empty range, "after line 2"; from the 0-based range.
-std::string range_words(int32_t first, int32_t end);
+std::string range_words(std::int32_t first, std::int32_t end);
 
 // What a region's contributors did and what became of it, in one line without its place.
 std::string region_words(const merge_run &run, const merge_options &options,

@@ -17,12 +17,12 @@ struct side_writer {
     std::vector<bool> base_moved, file_moved;
 };
 
-std::vector<bool> moved_flags(int32_t lines, const std::vector<line_run> &moves,
-                              int32_t line_run::*first) {
-    std::vector<bool> flags(static_cast<size_t>(lines));
+std::vector<bool> moved_flags(std::int32_t lines, const std::vector<line_run> &moves,
+                              std::int32_t line_run::*first) {
+    std::vector<bool> flags(static_cast<std::size_t>(lines));
     for (const line_run &run : moves) {
-        for (int32_t i = 0; i < run.count; i++) {
-            flags[static_cast<size_t>(run.*first + i)] = true;
+        for (std::int32_t i = 0; i < run.count; i++) {
+            flags[static_cast<std::size_t>(run.*first + i)] = true;
         }
     }
     return flags;
@@ -35,11 +35,11 @@ void write_cell(const side_writer &w, const char *color, std::string_view line) 
 }
 
 // A negative line number leaves the side empty.
-void write_row(const side_writer &w, int32_t base_line, int32_t file_line) {
+void write_row(const side_writer &w, std::int32_t base_line, std::int32_t file_line) {
     const bool left = base_line >= 0;
     const bool right = file_line >= 0;
-    const bool moved = (left && w.base_moved[static_cast<size_t>(base_line)]) ||
-                       (right && w.file_moved[static_cast<size_t>(file_line)]);
+    const bool moved = (left && w.base_moved[static_cast<std::size_t>(base_line)]) ||
+                       (right && w.file_moved[static_cast<std::size_t>(file_line)]);
     const std::string_view old_text = left ? w.d.base.lines.line(base_line) : std::string_view();
     const std::string_view new_text = right ? w.d.file.lines.line(file_line) : std::string_view();
     const char mark = left && right ? '|' : left ? '<' : '>';
@@ -55,8 +55,9 @@ void write_row(const side_writer &w, int32_t base_line, int32_t file_line) {
     }
 }
 
-void write_same(const side_writer &w, int32_t base_first, int32_t base_end, int32_t file_first) {
-    for (int32_t i = 0; i < base_end - base_first; i++) {
+void write_same(const side_writer &w, std::int32_t base_first, std::int32_t base_end,
+                std::int32_t file_first) {
+    for (std::int32_t i = 0; i < base_end - base_first; i++) {
         write_cell(w, "", w.d.base.lines.line(base_first + i));
         w.out.write("   ");
         write_cell(w, "", w.d.file.lines.line(file_first + i));
@@ -65,12 +66,12 @@ void write_same(const side_writer &w, int32_t base_first, int32_t base_end, int3
 }
 
 // The lines that are the same from `from` (both sides) up to the next edit or the end.
-void write_between(const side_writer &w, const edit &from, int32_t base_end, bool first,
+void write_between(const side_writer &w, const edit &from, std::int32_t base_end, bool first,
                    bool last) {
-    const int32_t lines = base_end - from.base_end;
-    const int32_t after = first ? 0 : w.view.context;
-    const int32_t before = last ? 0 : w.view.context;
-    if (w.view.whole || lines <= int64_t{after} + before) {
+    const std::int32_t lines = base_end - from.base_end;
+    const std::int32_t after = first ? 0 : w.view.context;
+    const std::int32_t before = last ? 0 : w.view.context;
+    if (w.view.whole || lines <= std::int64_t{after} + before) {
         write_same(w, from.base_end, base_end, from.file_end);
         return;
     }
@@ -99,9 +100,9 @@ void write_side_by_side(output_writer &out, const diff_view &view, const file_di
     edit before;
     for (const edit &e : d.edits.edits) {
         write_between(w, before, e.base_first, &e == &d.edits.edits.front(), false);
-        const int32_t removed = e.base_end - e.base_first;
-        const int32_t inserted = e.file_end - e.file_first;
-        for (int32_t i = 0; i < std::max(removed, inserted); i++) {
+        const std::int32_t removed = e.base_end - e.base_first;
+        const std::int32_t inserted = e.file_end - e.file_first;
+        for (std::int32_t i = 0; i < std::max(removed, inserted); i++) {
             write_row(w, i < removed ? e.base_first + i : -1, i < inserted ? e.file_first + i : -1);
         }
         before = e;

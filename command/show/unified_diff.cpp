@@ -11,7 +11,7 @@ namespace norvik {
 
 namespace {
 
-enum line_kind : size_t { kind_context, kind_old, kind_new, kind_old_moved, kind_new_moved };
+enum line_kind : std::size_t { kind_context, kind_old, kind_new, kind_old_moved, kind_new_moved };
 
 struct line_style {
     char mark;
@@ -36,8 +36,8 @@ struct hunk_writer {
     const text_lines &b;
     std::vector<line_run> by_base;
     std::vector<line_run> by_file;
-    size_t next_base = 0;  // first run of by_base that may still lie ahead; next_file likewise
-    size_t next_file = 0;
+    std::size_t next_base = 0;  // first run of by_base that may still lie ahead; next_file likewise
+    std::size_t next_file = 0;
 };
 
 void write_line(hunk_writer &w, line_kind kind, std::string_view line) {
@@ -65,16 +65,16 @@ void write_line(hunk_writer &w, line_kind kind, std::string_view line) {
     }
 }
 
-void write_lines(hunk_writer &w, line_kind kind, const text_lines &text, int32_t first,
-                 int32_t end) {
-    for (int32_t i = first; i < end; i++) {
+void write_lines(hunk_writer &w, line_kind kind, const text_lines &text, std::int32_t first,
+                 std::int32_t end) {
+    for (std::int32_t i = first; i < end; i++) {
         write_line(w, kind, text.line(i));
     }
 }
 
 // The moved runs are sorted and the hunks are written in order, so that each side keeps its place.
-bool in_moved_run(const std::vector<line_run> &runs, size_t *next, int32_t line_run::*first,
-                  int32_t line) {
+bool in_moved_run(const std::vector<line_run> &runs, std::size_t *next,
+                  std::int32_t line_run::*first, std::int32_t line) {
     while (*next < runs.size() && runs[*next].*first + runs[*next].count <= line) {
         (*next)++;
     }
@@ -82,23 +82,23 @@ bool in_moved_run(const std::vector<line_run> &runs, size_t *next, int32_t line_
 }
 
 void write_edit(hunk_writer &w, const edit &e) {
-    for (int32_t i = e.base_first; i < e.base_end; i++) {
+    for (std::int32_t i = e.base_first; i < e.base_end; i++) {
         const bool moved = in_moved_run(w.by_base, &w.next_base, &line_run::base_first, i);
         write_line(w, moved ? kind_old_moved : kind_old, w.a.line(i));
     }
-    for (int32_t i = e.file_first; i < e.file_end; i++) {
+    for (std::int32_t i = e.file_first; i < e.file_end; i++) {
         const bool moved = in_moved_run(w.by_file, &w.next_file, &line_run::file_first, i);
         write_line(w, moved ? kind_new_moved : kind_new, w.b.line(i));
     }
 }
 
-std::string line_range(int32_t first, int32_t count) {
+std::string line_range(std::int32_t first, std::int32_t count) {
     const std::string from = std::to_string(first + 1);
     return count == 1 ? from : from + "-" + std::to_string(first + count);
 }
 
 // ", N" is left out for one line; an empty range names the line before it.
-void add_range(std::string &heading, int32_t first, int32_t count) {
+void add_range(std::string &heading, std::int32_t first, std::int32_t count) {
     heading += std::to_string(count == 0 ? first : first + 1);
     if (count != 1) {
         heading += ',';
@@ -114,7 +114,7 @@ std::string move_notes(const hunk_writer &w, const edit &hunk) {
         notes += notes.empty() ? " " : "; ";
         notes += note;
     };
-    for (size_t i = w.next_base; i < w.by_base.size(); i++) {
+    for (std::size_t i = w.next_base; i < w.by_base.size(); i++) {
         const line_run &run = w.by_base[i];
         if (run.base_first >= hunk.base_end) {
             break;
@@ -124,7 +124,7 @@ std::string move_notes(const hunk_writer &w, const edit &hunk) {
                 line_range(run.file_first, run.count));
         }
     }
-    for (size_t i = w.next_file; i < w.by_file.size(); i++) {
+    for (std::size_t i = w.next_file; i < w.by_file.size(); i++) {
         const line_run &run = w.by_file[i];
         if (run.file_first >= hunk.file_end) {
             break;
@@ -140,8 +140,8 @@ std::string move_notes(const hunk_writer &w, const edit &hunk) {
 void write_hunk(hunk_writer &w, std::span<const edit> edits) {
     const edit &front = edits.front();
     const edit &back = edits.back();
-    const int32_t before = std::min(w.options.context, front.base_first);
-    const int32_t after = std::min(w.options.context, w.a.count() - back.base_end);
+    const std::int32_t before = std::min(w.options.context, front.base_first);
+    const std::int32_t after = std::min(w.options.context, w.a.count() - back.base_end);
     const edit hunk{front.base_first - before, back.base_end + after, front.file_first - before,
                     back.file_end + after};
     std::string heading = "@@ -";
@@ -153,7 +153,7 @@ void write_hunk(hunk_writer &w, std::span<const edit> edits) {
     w.out.write(w.options.color ? cyan + heading + plain : heading);
     w.out.write(notes);
     w.out.put('\n');
-    int32_t shown = hunk.base_first;
+    std::int32_t shown = hunk.base_first;
     for (const edit &e : edits) {
         write_lines(w, kind_context, w.a, shown, e.base_first);
         write_edit(w, e);
@@ -205,10 +205,10 @@ void write_unified(output_writer &out, const unified_options &options, const tex
                   [](const line_run &x, const line_run &y) { return x.file_first < y.file_first; });
     }
     const std::span<const edit> all = edits.edits;
-    for (size_t from = 0; from < all.size();) {
-        size_t to = from + 1;
+    for (std::size_t from = 0; from < all.size();) {
+        std::size_t to = from + 1;
         while (to < all.size() &&
-               all[to].base_first - all[to - 1].base_end <= 2 * int64_t{options.context}) {
+               all[to].base_first - all[to - 1].base_end <= 2 * std::int64_t{options.context}) {
             to++;
         }
         write_hunk(w, all.subspan(from, to - from));

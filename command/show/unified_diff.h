@@ -12,7 +12,7 @@
 namespace norvik {
 
 struct unified_options {
-    int32_t context = 3;  // lines shown before and after an edit
+    std::int32_t context = 3;  // lines shown before and after an edit
     bool color = false;
     bool escape = false;     // show control bytes as escape_text does: for terminals only
     bool mark_moves = true;  // say in a hunk's heading where moved lines went and came from

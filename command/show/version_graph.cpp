@@ -55,7 +55,7 @@ std::string version_graph::next(const version_record &version, std::vector<std::
     std::vector<std::size_t> meeting;
     const auto hanging = hanging_.find(version.id);
     for (std::size_t i = 0; i < columns_.size(); i++) {
-        const uint64_t branch = columns_[i].branch;
+        const std::uint64_t branch = columns_[i].branch;
         if (branch == version.id.branch ||
             (hanging != hanging_.end() &&
              std::binary_search(hanging->second.begin(), hanging->second.end(), branch))) {

@@ -28,7 +28,7 @@ public:
 
 private:
     struct column {
-        uint64_t branch;
+        std::uint64_t branch;
         bool begun;  // a version of it has been drawn
     };
 
@@ -37,7 +37,7 @@ private:
 
     const std::size_t most_columns_;
     std::vector<column> columns_;
-    std::unordered_map<version_id, std::vector<uint64_t>, version_id_hash> hanging_;
+    std::unordered_map<version_id, std::vector<std::uint64_t>, version_id_hash> hanging_;
 };
 
 // A drawn line as it looks when the list stands on its head.

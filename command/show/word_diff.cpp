@@ -29,9 +29,9 @@ byte_kind kind_of(char c) {
 text_lines split_words(std::string_view bytes) {
     text_lines words;
     words.bytes = bytes;
-    for (size_t at = 0; at < bytes.size();) {
+    for (std::size_t at = 0; at < bytes.size();) {
         const byte_kind kind = kind_of(bytes[at]);
-        size_t end = at + 1;
+        std::size_t end = at + 1;
         while ((kind == byte_kind::word || kind == byte_kind::blank) && end < bytes.size() &&
                kind_of(bytes[end]) == kind) {
             end++;
@@ -54,7 +54,7 @@ void write_text(word_writer &w, std::string_view text) {
         if (w.view.escape) {
             // escape_text keeps a newline at the end of a line only.
             const text_lines lines = split_lines(text);
-            for (int32_t i = 0; i < lines.count(); i++) {
+            for (std::int32_t i = 0; i < lines.count(); i++) {
                 w.out.write(escape_text(lines.line(i)));
             }
         } else {
@@ -67,7 +67,7 @@ void write_text(word_writer &w, std::string_view text) {
 void write_marked(word_writer &w, std::string_view text, const char *open, const char *close,
                   const char *color) {
     const text_lines lines = split_lines(text);
-    for (int32_t i = 0; i < lines.count(); i++) {
+    for (std::int32_t i = 0; i < lines.count(); i++) {
         std::string_view line = lines.line(i);
         const bool ended = !lacks_last_newline(line);
         line.remove_suffix(ended ? 1 : 0);
@@ -90,8 +90,8 @@ void write_edit(word_writer &w, const file_difference &d, const edit &e) {
     gap_matcher matcher(old_words, new_words, line_equality::exact);
     matcher.match({0, old_words.count(), 0, new_words.count()}, &runs);
     runs.push_back({old_words.count(), new_words.count(), 0});
-    int32_t old_at = 0;
-    int32_t new_at = 0;
+    std::int32_t old_at = 0;
+    std::int32_t new_at = 0;
     for (const line_run &run : runs) {
         write_marked(w, old_words.range(old_at, run.base_first), "[-", "-]", "\x1b[31m");
         write_marked(w, new_words.range(new_at, run.file_first), "{+", "+}", "\x1b[32m");
@@ -105,7 +105,7 @@ void write_edit(word_writer &w, const file_difference &d, const edit &e) {
     }
 }
 
-void write_lines(word_writer &w, const text_lines &text, int32_t first, int32_t end) {
+void write_lines(word_writer &w, const text_lines &text, std::int32_t first, std::int32_t end) {
     write_text(w, text.range(first, end));
     if (!w.at_line_start) {
         w.out.put('\n');
@@ -121,18 +121,18 @@ void write_word_diff(output_writer &out, const diff_view &view, const file_diffe
     const text_lines &base = d.base.lines;
     out.printf("--- %s\n+++ %s\n", escape_name(d.base_label).c_str(),
                escape_name(d.file_label).c_str());
-    int32_t shown = 0;
-    for (size_t i = 0; i < edits.size(); i++) {
+    std::int32_t shown = 0;
+    for (std::size_t i = 0; i < edits.size(); i++) {
         const edit &e = edits[i];
         if (i == 0 || e.base_first - shown > view.context) {
-            const int32_t before = std::min(view.context, e.base_first - shown);
+            const std::int32_t before = std::min(view.context, e.base_first - shown);
             out.printf("%s@@ line %d @@%s\n", view.color ? "\x1b[36m" : "",
                        e.file_first - before + 1, view.color ? plain : "");
             shown = e.base_first - before;
         }
         write_lines(w, base, shown, e.base_first);
         write_edit(w, d, e);
-        const int32_t next = i + 1 < edits.size() ? edits[i + 1].base_first : base.count();
+        const std::int32_t next = i + 1 < edits.size() ? edits[i + 1].base_first : base.count();
         shown = e.base_end + std::min(view.context, next - e.base_end);
         write_lines(w, base, e.base_end, shown);
     }

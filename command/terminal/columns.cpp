@@ -12,8 +12,8 @@ namespace norvik {
 namespace {
 
 struct shown_character {
-    size_t bytes;
-    size_t columns;
+    std::size_t bytes;
+    std::size_t columns;
 };
 
 // The first character of escaped text, which is not empty.
@@ -21,22 +21,22 @@ shown_character first_character(std::string_view escaped) {
     if (static_cast<unsigned char>(escaped[0]) < 0x80) {
         return {1, 1};
     }
-    uint32_t character = 0;
-    const size_t bytes = decode_utf8(escaped, character);
+    std::uint32_t character = 0;
+    const std::size_t bytes = decode_utf8(escaped, character);
     const int columns = utf8proc_charwidth(static_cast<utf8proc_int32_t>(character));
-    return {bytes, static_cast<size_t>(columns)};
+    return {bytes, static_cast<std::size_t>(columns)};
 }
 
 // How many characters of one byte and one column the text begins with.
-size_t plain_length(std::string_view escaped) {
+std::size_t plain_length(std::string_view escaped) {
     const auto is_special = [](unsigned char c) { return c < ' ' || c >= 0x80; };
-    return static_cast<size_t>(std::ranges::find_if(escaped, is_special) - escaped.begin());
+    return static_cast<std::size_t>(std::ranges::find_if(escaped, is_special) - escaped.begin());
 }
 
 }  // namespace
 
-size_t count_columns(std::string_view escaped) {
-    size_t columns = 0;
+std::size_t count_columns(std::string_view escaped) {
+    std::size_t columns = 0;
     while (!escaped.empty()) {
         const shown_character next = first_character(escaped);
         columns += next.columns;
@@ -45,24 +45,24 @@ size_t count_columns(std::string_view escaped) {
     return columns;
 }
 
-std::string widened(std::string escaped, size_t columns) {
-    const size_t used = count_columns(escaped);
+std::string widened(std::string escaped, std::size_t columns) {
+    const std::size_t used = count_columns(escaped);
     escaped.append(columns - std::min(columns, used), ' ');
     return escaped;
 }
 
 std::string fit_column(std::string_view line, int columns) {
-    const auto width = static_cast<size_t>(columns);
+    const auto width = static_cast<std::size_t>(columns);
     if (line.ends_with('\n')) {
         line.remove_suffix(1);
     }
     std::string out;
-    size_t column = 0;
+    std::size_t column = 0;
     // The longest beginning that leaves a column for the mark of what is cut.
-    size_t kept = 0, kept_columns = 0;
+    std::size_t kept = 0, kept_columns = 0;
     const std::string escaped = escape_text(line);
     for (std::string_view rest = escaped; !rest.empty();) {
-        const size_t plain = plain_length(rest.substr(0, width - column));
+        const std::size_t plain = plain_length(rest.substr(0, width - column));
         if (plain > 0) {
             out += rest.substr(0, plain);
             rest.remove_prefix(plain);
@@ -77,7 +77,7 @@ std::string fit_column(std::string_view line, int columns) {
             out.resize(kept);
             return out.append(width - 1 - kept_columns, ' ') + '>';
         }
-        const size_t blanks = tab ? std::min(8 - column % 8, width - column) : 0;
+        const std::size_t blanks = tab ? std::min(8 - column % 8, width - column) : 0;
         out.append(blanks, ' ').append(tab ? "" : rest.substr(0, next.bytes));
         column += tab ? blanks : next.columns;
         if (column < width) {

@@ -11,12 +11,12 @@ namespace norvik {
 namespace {
 
 // Characters beyond ASCII that steer a terminal or turn the reading direction.
-bool is_steering(uint32_t c) {
+bool is_steering(std::uint32_t c) {
     return (c >= 0x80 && c <= 0x9f) || c == 0x61c || (c >= 0x200b && c <= 0x200f) ||
            (c >= 0x2028 && c <= 0x202e) || (c >= 0x2060 && c <= 0x2069) || c == 0xfeff;
 }
 
-void append_escaped_byte(std::string &out, uint8_t byte) {
+void append_escaped_byte(std::string &out, std::uint8_t byte) {
     char buffer[8];
     switch (byte) {
         case '\n':
@@ -41,9 +41,9 @@ std::string escape(std::string_view text, bool name) {
     std::string out;
     out.reserve(text.size());
     while (!text.empty()) {
-        uint32_t c = 0;
-        const size_t length = decode_utf8(text, c);
-        const auto first = static_cast<uint8_t>(text[0]);
+        std::uint32_t c = 0;
+        const std::size_t length = decode_utf8(text, c);
+        const auto first = static_cast<std::uint8_t>(text[0]);
         if (length == 0 || c < 0x20 || c == 0x7f) {
             if (!name && (c == '\t' || (c == '\n' && text.size() == 1)) && length == 1) {
                 out += text[0];
@@ -66,8 +66,8 @@ std::string escape(std::string_view text, bool name) {
 
 }  // namespace
 
-size_t decode_utf8(std::string_view text, uint32_t &character) {
-    character = static_cast<uint8_t>(text[0]);
+std::size_t decode_utf8(std::string_view text, std::uint32_t &character) {
+    character = static_cast<std::uint8_t>(text[0]);
     if (character < 0x80) {
         return 1;
     }
@@ -75,8 +75,8 @@ size_t decode_utf8(std::string_view text, uint32_t &character) {
     const utf8proc_ssize_t length =
         utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t *>(text.data()),
                          static_cast<utf8proc_ssize_t>(text.size()), &found);
-    character = static_cast<uint32_t>(found);
-    return length > 0 ? static_cast<size_t>(length) : 0;
+    character = static_cast<std::uint32_t>(found);
+    return length > 0 ? static_cast<std::size_t>(length) : 0;
 }
 
 std::string escape_name(std::string_view text) {
@@ -89,8 +89,8 @@ std::string escape_text(std::string_view text) {
 
 bool is_utf8(std::string_view text) {
     while (!text.empty()) {
-        uint32_t c = 0;
-        const size_t length = decode_utf8(text, c);
+        std::uint32_t c = 0;
+        const std::size_t length = decode_utf8(text, c);
         if (length == 0) {
             return false;
         }

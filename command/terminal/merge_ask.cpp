@@ -18,7 +18,7 @@ namespace norvik {
 
 namespace {
 
-constexpr int32_t most_rows = 20;  // of a place, unless all are asked for
+constexpr std::int32_t most_rows = 20;  // of a place, unless all are asked for
 constexpr const char *answer_help =
     "y yes, n no, a abandon the merge, b take the base, 1-9... take that file (the base is 1),\n"
     "e edit, s see all lines, ? this help; an empty line takes the default\n";
@@ -34,9 +34,9 @@ const char *paint(const conversation &c, const char *code) {
     return c.color ? code : "";
 }
 
-void show_row(const conversation &c, const std::vector<place_version> &versions, int32_t row,
+void show_row(const conversation &c, const std::vector<place_version> &versions, std::int32_t row,
               int width) {
-    for (size_t i = 0; i < versions.size(); i++) {
+    for (std::size_t i = 0; i < versions.size(); i++) {
         const place_version &v = versions[i];
         const bool there = v.first + row < v.end;
         const std::string_view line = there ? v.text->line(v.first + row) : std::string_view();
@@ -53,20 +53,20 @@ void show_place(const conversation &c, const merge_region &region, const merge_p
     const int width =
         std::max(8, (c.width - 1) / (static_cast<int>(region.contributors.size()) + 1) - 3);
     std::cerr << paint(c, "\x1b[1m") << fit_column(heading, width);
-    for (const int32_t k : region.contributors) {
+    for (const std::int32_t k : region.contributors) {
         versions.push_back(version_at(c.run.in, place, k));
         heading = "file " + std::to_string(k + 2) + " " +
-                  escape_name(c.options.markers.labels[static_cast<size_t>(k)]) + " " +
+                  escape_name(c.options.markers.labels[static_cast<std::size_t>(k)]) + " " +
                   range_words(versions.back().first, versions.back().end);
         std::cerr << " | " << fit_column(heading, width);
     }
     std::cerr << paint(c, "\x1b[m") << '\n';
-    int32_t rows = 0;
+    std::int32_t rows = 0;
     for (const place_version &v : versions) {
         rows = std::max(rows, v.end - v.first);
     }
-    const int32_t shown = whole ? rows : std::min(rows, most_rows);
-    for (int32_t row = 0; row < shown; row++) {
+    const std::int32_t shown = whole ? rows : std::min(rows, most_rows);
+    for (std::int32_t row = 0; row < shown; row++) {
         show_row(c, versions, row, width);
     }
     if (shown < rows) {
@@ -77,16 +77,17 @@ void show_place(const conversation &c, const merge_region &region, const merge_p
 void show_region(const conversation &c, const merge_region &region, bool whole) {
     std::cerr << paint(c, "\x1b[1;36m") << region_words(c.run, c.options, region)
               << paint(c, "\x1b[m") << '\n';
-    for (const int32_t i : region.places) {
-        show_place(c, region, c.run.plan.places[static_cast<size_t>(i)], whole);
+    for (const std::int32_t i : region.places) {
+        show_place(c, region, c.run.plan.places[static_cast<std::size_t>(i)], whole);
     }
 }
 
-tdm_difference_kind kind_of(const merge_run &run, const merge_region &region, int32_t contributor) {
+tdm_difference_kind kind_of(const merge_run &run, const merge_region &region,
+                            std::int32_t contributor) {
     bool removes = false;
     bool inserts = false;
-    for (const int32_t i : region.places) {
-        const merge_place &place = run.plan.places[static_cast<size_t>(i)];
+    for (const std::int32_t i : region.places) {
+        const merge_place &place = run.plan.places[static_cast<std::size_t>(i)];
         const place_version version = version_at(run.in, place, contributor);
         removes = removes || (!version.of_base && place.base_end > place.base_first);
         inserts = inserts || (!version.of_base && version.end > version.first);
@@ -97,8 +98,8 @@ tdm_difference_kind kind_of(const merge_run &run, const merge_region &region, in
 // False when the editor failed or left markers: then the question stands.
 bool edit_region(const conversation &c, const merge_region &region,
                  std::vector<std::string> *answer) {
-    for (const int32_t i : region.places) {
-        const merge_place &place = c.run.plan.places[static_cast<size_t>(i)];
+    for (const std::int32_t i : region.places) {
+        const merge_place &place = c.run.plan.places[static_cast<std::size_t>(i)];
         const auto sides = conflict_sides(c.run.in, region, place);
         if (sides.size() < 2) {
             answer->emplace_back(version_at(c.run.in, place, sides[0][0]).bytes());
@@ -108,7 +109,7 @@ bool edit_region(const conversation &c, const merge_region &region,
         if (edit_text(&text) != status_done) {
             return false;
         }
-        const std::string marker(static_cast<size_t>(c.options.markers.size), '<');
+        const std::string marker(static_cast<std::size_t>(c.options.markers.size), '<');
         if (text.starts_with(marker) || text.find("\n" + marker) != text.npos) {
             say("there are still markers in the text");
             return false;
@@ -132,12 +133,13 @@ bool take_file(const conversation &c, const merge_region &region, const std::str
     }
     out->kind = reply::decided;
     out->answer = joined_versions(
-        c.run, region, number == 1 ? std::vector<int32_t>{} : std::vector<int32_t>{number - 2});
+        c.run, region,
+        number == 1 ? std::vector<std::int32_t>{} : std::vector<std::int32_t>{number - 2});
     return true;
 }
 
 // Asks until there is an answer; end of input abandons.
-reply ask_one(const conversation &c, const merge_region &region, int32_t contributor,
+reply ask_one(const conversation &c, const merge_region &region, std::int32_t contributor,
               bool default_yes) {
     while (true) {
         std::cerr << question_text(kind_of(c.run, region, contributor), contributor + 2)
@@ -168,8 +170,8 @@ reply ask_one(const conversation &c, const merge_region &region, int32_t contrib
 }
 
 exit_status ask_region(const conversation &c, merge_region *region) {
-    std::vector<int32_t> accepted;
-    for (const int32_t k : region->contributors) {
+    std::vector<std::int32_t> accepted;
+    for (const std::int32_t k : region->contributors) {
         if (!accepted.empty() && kind_of(c.run, *region, k) == tdm_diff_delete) {
             continue;
         }
@@ -197,12 +199,12 @@ conversation make_conversation(const command_context &context, const merge_optio
 }  // namespace
 
 std::vector<std::string> joined_versions(const merge_run &run, const merge_region &region,
-                                         const std::vector<int32_t> &contributors) {
+                                         const std::vector<std::int32_t> &contributors) {
     std::vector<std::string> texts;
-    for (const int32_t i : region.places) {
-        const merge_place &place = run.plan.places[static_cast<size_t>(i)];
+    for (const std::int32_t i : region.places) {
+        const merge_place &place = run.plan.places[static_cast<std::size_t>(i)];
         std::string text;
-        for (const int32_t k : contributors) {
+        for (const std::int32_t k : contributors) {
             text += lacks_last_newline(text) ? "\n" : "";
             text += version_at(run.in, place, k).bytes();
         }

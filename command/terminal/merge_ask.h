@@ -34,7 +34,7 @@ void show_region(const command_context &context, const merge_options &options, c
 // One text for each place of the region: those of the contributors after each other, a line's end
 // between them, or the base's for none.
 std::vector<std::string> joined_versions(const merge_run &run, const merge_region &region,
-                                         const std::vector<int32_t> &contributors);
+                                         const std::vector<std::int32_t> &contributors);
 
 // The question of the library's merge for a change, an insertion or a deletion, with the file's
 // number, the base being file 1.

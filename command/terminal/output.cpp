@@ -25,10 +25,10 @@ std::string formatted(const char *format, va_list arguments) {
     char buffer[512];
     const int size = std::vsnprintf(buffer, sizeof buffer, format, arguments);
     std::string text;
-    if (size >= 0 && static_cast<size_t>(size) < sizeof buffer) {
-        text.assign(buffer, static_cast<size_t>(size));
+    if (size >= 0 && static_cast<std::size_t>(size) < sizeof buffer) {
+        text.assign(buffer, static_cast<std::size_t>(size));
     } else if (size > 0) {
-        text.resize(static_cast<size_t>(size));
+        text.resize(static_cast<std::size_t>(size));
         std::vsnprintf(text.data(), text.size() + 1, format, again);
     }
     va_end(again);
@@ -65,14 +65,14 @@ output_writer::output_writer(int descriptor, std::string name)
 output_writer::output_writer(owned_descriptor descriptor, std::string name)
     : descriptor_(std::move(descriptor)), name_(std::move(name)) {}
 
-void output_writer::write_out(const char *bytes, size_t size) {
+void output_writer::write_out(const char *bytes, std::size_t size) {
     while (size > 0 && !error_) {
         const ssize_t written = sys::write(descriptor_.get(), bytes, size);
         if (written < 0 && errno != EINTR) {
             error_ = last_error();
         } else if (written > 0) {
             bytes += written;
-            size -= static_cast<size_t>(written);
+            size -= static_cast<std::size_t>(written);
         }
     }
 }
@@ -133,7 +133,7 @@ void tell_done(done_report &&report) {
 }
 
 void widen_standard_stream() {
-    static char buffer[size_t{1} << 16];
+    static char buffer[std::size_t{1} << 16];
     std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
 }
 
@@ -176,7 +176,7 @@ void say_of_file(std::string_view name, std::string_view reason) {
     print_words(escape_name(name) + ": " + std::string(reason));
 }
 
-void say_of_line(std::string_view name, uint64_t line, std::string_view reason) {
+void say_of_line(std::string_view name, std::uint64_t line, std::string_view reason) {
     print_words(escape_name(name) + ":" + std::to_string(line) + ": " + std::string(reason));
 }
 

@@ -60,15 +60,15 @@ public:
     std::error_code close_and_take_error();
 
 private:
-    void write_out(const char *bytes, size_t size);
+    void write_out(const char *bytes, std::size_t size);
     void write_past(std::string_view bytes);
 
-    static constexpr size_t capacity = size_t{1} << 16;
+    static constexpr std::size_t capacity = std::size_t{1} << 16;
     owned_descriptor descriptor_;
     std::error_code error_;
     std::string name_;
     std::unique_ptr<char[]> buffer_{new char[capacity]};
-    size_t used_ = 0;
+    std::size_t used_ = 0;
 };
 
 // The one writer for standard output; finished by finish_standard_output at the end of the run.
@@ -109,7 +109,7 @@ void say(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 // Prints "tdm: NAME: reason" or, with a line (from 1), "tdm: NAME:LINE: reason".
 void say_of_file(std::string_view name, std::string_view reason);
-void say_of_line(std::string_view name, uint64_t line, std::string_view reason);
+void say_of_line(std::string_view name, std::uint64_t line, std::string_view reason);
 
 // say_of_file with the text of `error` (an errno value) after `what`; returns status_trouble.
 exit_status say_errno(std::string_view name, const char *what, int error);

@@ -14,18 +14,18 @@ namespace norvik {
 
 namespace {
 
-constexpr int64_t first_draw_after = 1000;  // milliseconds
-constexpr int64_t draw_every = 100;
+constexpr std::int64_t first_draw_after = 1000;  // milliseconds
+constexpr std::int64_t draw_every = 100;
 
-int64_t now_milliseconds() {
+std::int64_t now_milliseconds() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 
 }  // namespace
 
-progress::progress(const command_context &context, std::string what, uint64_t total)
+progress::progress(const command_context &context, std::string what, std::uint64_t total)
     : what_(std::move(what)),
       total_(total),
       enabled_(!context.no_progress && !context.quiet && !context.json && total > 0 &&
@@ -39,25 +39,25 @@ progress::~progress() {
     }
 }
 
-void progress::at(uint64_t done) {
+void progress::at(std::uint64_t done) {
     if (!enabled_) {
         return;
     }
-    const int64_t now = now_milliseconds();
+    const std::int64_t now = now_milliseconds();
     if (now >= next_draw_) {
         next_draw_ = now + draw_every;
         draw(std::min(done, total_));
     }
 }
 
-void progress::draw(uint64_t done) {
+void progress::draw(std::uint64_t done) {
     const int percent =
         static_cast<int>(static_cast<double>(done) * 100.0 / static_cast<double>(total_));
     const int room = terminal_width(STDERR_FILENO) - static_cast<int>(what_.size()) - 12;
     const int width = std::clamp(room, 0, 50);
     const int filled = width * percent / 100;
-    const std::string bar = std::string(static_cast<size_t>(filled), '#') +
-                            std::string(static_cast<size_t>(width - filled), '.');
+    const std::string bar = std::string(static_cast<std::size_t>(filled), '#') +
+                            std::string(static_cast<std::size_t>(width - filled), '.');
     std::fprintf(stderr, "\r%s [%s] %3d%%", what_.c_str(), bar.c_str(), percent);
     drawn_ = true;
 }

@@ -12,22 +12,22 @@ struct command_context;
 class progress {
 public:
     // `what` stands before the bar ("importing"); `total` is the number of steps, of any unit.
-    progress(const command_context &context, std::string what, uint64_t total);
+    progress(const command_context &context, std::string what, std::uint64_t total);
     ~progress();
     progress(const progress &) = delete;
     progress &operator=(const progress &) = delete;
 
     // `done` of the total steps are finished; cheap enough to be called for each.
-    void at(uint64_t done);
+    void at(std::uint64_t done);
 
 private:
-    void draw(uint64_t done);
+    void draw(std::uint64_t done);
 
     std::string what_;
-    uint64_t total_;
+    std::uint64_t total_;
     bool enabled_;
     bool drawn_ = false;
-    int64_t next_draw_ = 0;  // milliseconds of the monotonic clock
+    std::int64_t next_draw_ = 0;  // milliseconds of the monotonic clock
 };
 
 }  // namespace norvik

@@ -14,7 +14,7 @@ namespace chrono = std::chrono;
 
 namespace {
 
-constexpr uint64_t end_of_year_9999 = 253402300799;
+constexpr std::uint64_t end_of_year_9999 = 253402300799;
 
 // Takes text apart from the front; every step says whether it found what it sought.
 struct text_scanner {
@@ -29,12 +29,12 @@ struct text_scanner {
     }
 
     // Exactly `digits` decimal digits.
-    bool take_number(size_t digits, int &value) {
+    bool take_number(std::size_t digits, int &value) {
         if (rest.size() < digits) {
             return false;
         }
         value = 0;
-        for (size_t i = 0; i < digits; i++) {
+        for (std::size_t i = 0; i < digits; i++) {
             if (rest[i] < '0' || rest[i] > '9') {
                 return false;
             }
@@ -47,7 +47,7 @@ struct text_scanner {
     bool digit_follows() const { return !rest.empty() && rest[0] >= '0' && rest[0] <= '9'; }
 
     bool skip_digits() {
-        const size_t start = rest.size();
+        const std::size_t start = rest.size();
         while (digit_follows()) {
             rest.remove_prefix(1);
         }
@@ -113,14 +113,14 @@ bool take_zone(text_scanner &text, chrono::seconds &offset) {
     return text.rest.empty() && hours < 24 && minutes < 60;
 }
 
-bool parse_seconds(std::string_view text, uint64_t &seconds) {
+bool parse_seconds(std::string_view text, std::uint64_t &seconds) {
     const char *end = text.data() + text.size();
     const auto result = std::from_chars(text.data(), end, seconds);
     return !text.empty() && result.ec == std::errc{} && result.ptr == end;
 }
 
 // Writes a number over the zeros that end before `end`.
-void put_digits(std::string &text, size_t end, long value) {
+void put_digits(std::string &text, std::size_t end, long value) {
     for (; value > 0; value /= 10) {
         text[--end] = static_cast<char>('0' + value % 10);
     }
@@ -141,7 +141,7 @@ bool may_be_date(std::string_view digits) {
 
 }  // namespace
 
-bool parse_time(std::string_view text, uint64_t &seconds) {
+bool parse_time(std::string_view text, std::uint64_t &seconds) {
     if (text.starts_with('@')) {
         return parse_seconds(text.substr(1), seconds);
     }
@@ -162,13 +162,13 @@ bool parse_time(std::string_view text, uint64_t &seconds) {
         return false;
     }
     const chrono::sys_seconds result = date + clock - offset;
-    seconds = static_cast<uint64_t>(result.time_since_epoch().count());
+    seconds = static_cast<std::uint64_t>(result.time_since_epoch().count());
     // A leap second is the last of a day in UTC, and counts as the first of the next.
     return result >= chrono::sys_seconds{} &&
            (!leap || result == chrono::floor<chrono::days>(result));
 }
 
-std::string time_text(uint64_t seconds) {
+std::string time_text(std::uint64_t seconds) {
     if (seconds > end_of_year_9999) {
         return "@" + std::to_string(seconds);
     }
@@ -186,10 +186,10 @@ std::string time_text(uint64_t seconds) {
     return text;
 }
 
-exit_status current_time(uint64_t &seconds) {
+exit_status current_time(std::uint64_t &seconds) {
     const char *epoch = getenv("SOURCE_DATE_EPOCH");
     if (epoch == nullptr || *epoch == '\0') {
-        seconds = static_cast<uint64_t>(time(nullptr));
+        seconds = static_cast<std::uint64_t>(time(nullptr));
         return status_done;
     }
     if (parse_seconds(epoch, seconds)) {

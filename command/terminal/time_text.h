@@ -15,14 +15,14 @@ namespace norvik {
 // a zone: 2024-05-01T12:30:00Z, 2024-05-01 12:30+02:00, 20240501T123000Z, seconds and their
 // fraction (dropped) optional. False for anything else, a time without a zone, one before 1970 and
 // a leap second that is not the last of a day included.
-bool parse_time(std::string_view text, uint64_t &seconds);
+bool parse_time(std::string_view text, std::uint64_t &seconds);
 
 // ISO 8601 in UTC, 2024-05-01T12:30:00Z; @SECONDS for a time after the year 9999.
-std::string time_text(uint64_t seconds);
+std::string time_text(std::uint64_t seconds);
 
 // Now, or SOURCE_DATE_EPOCH when that is set; 0, or status_trouble after a message when that is no
 // number.
-exit_status current_time(uint64_t &seconds);
+exit_status current_time(std::uint64_t &seconds);
 
 }  // namespace norvik
 

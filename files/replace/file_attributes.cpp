@@ -36,15 +36,16 @@ ssize_t read_growing(std::vector<char> &buffer, const Call &call) {
 }
 
 ssize_t read_attribute(int descriptor, const char *key, std::vector<char> &value) {
-    return read_growing(
-        value, [&](char *to, size_t room) { return sys::fgetxattr(descriptor, key, to, room); });
+    return read_growing(value, [&](char *to, std::size_t room) {
+        return sys::fgetxattr(descriptor, key, to, room);
+    });
 }
 
 // The file's access list, empty where it has none.
 std::error_code read_access_list(int descriptor, std::string &list) {
     std::vector<char> value(1024);
     const ssize_t size = read_attribute(descriptor, access_list, value);
-    list.assign(value.data(), static_cast<size_t>(std::max<ssize_t>(size, 0)));
+    list.assign(value.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
     return size >= 0 || errno == ENODATA || errno == ENOTSUP ? std::error_code() : last_error();
 }
 
@@ -123,7 +124,7 @@ bool copy_attribute(int source, int target, const char *key, std::vector<char> &
     if (length < 0) {
         return false;
     }
-    const std::string_view wanted(value.data(), static_cast<size_t>(length));
+    const std::string_view wanted(value.data(), static_cast<std::size_t>(length));
     return (length == old && wanted == std::string_view(present.data(), wanted.size())) ||
            sys::fsetxattr(target, key, wanted.data(), wanted.size()) == 0;
 }
@@ -131,7 +132,7 @@ bool copy_attribute(int source, int target, const char *key, std::vector<char> &
 result<> copy_extended(const attribute_copy &how) {
     std::vector<char> keys(1024);
     const ssize_t size = read_growing(
-        keys, [&](char *to, size_t room) { return sys::flistxattr(how.source, to, room); });
+        keys, [&](char *to, std::size_t room) { return sys::flistxattr(how.source, to, room); });
     if (size < 0) {
         return errno == ENOTSUP
                    ? result<>()
@@ -139,7 +140,7 @@ result<> copy_extended(const attribute_copy &how) {
     }
     std::vector<char> value(1024);
     std::vector<char> present(1024);
-    std::string_view rest(keys.data(), static_cast<size_t>(size));
+    std::string_view rest(keys.data(), static_cast<std::size_t>(size));
     while (!rest.empty()) {
         const char *key = rest.data();
         rest.remove_prefix(std::string_view(key).size() + 1);
@@ -285,9 +286,9 @@ namespace {
 mode_t group_bits_in(std::string_view list) {
     constexpr std::size_t header = 4;
     constexpr std::size_t entry = 8;
-    constexpr uint16_t owning_group = 4;
+    constexpr std::uint16_t owning_group = 4;
     for (std::size_t at = header; at + entry <= list.size(); at += entry) {
-        std::array<uint16_t, 2> tag_and_rights{};
+        std::array<std::uint16_t, 2> tag_and_rights{};
         std::memcpy(tag_and_rights.data(), list.data() + at, sizeof tag_and_rights);
         if (le16toh(tag_and_rights[0]) == owning_group) {
             return mode_t{le16toh(tag_and_rights[1])} << 3 & S_IRWXG;

@@ -23,7 +23,7 @@ double monotonic_seconds() {
 }
 
 std::string folder_of(const std::string &path) {
-    const size_t slash = path.rfind('/');
+    const std::size_t slash = path.rfind('/');
     return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
 }
 
@@ -38,7 +38,7 @@ result<std::string> resolve_new(const std::string &name) {
     if (sys::realpath(folder.c_str(), resolved) == nullptr) {
         return system_failure(name, "its folder cannot be found", last_error());
     }
-    const size_t slash = name.rfind('/');
+    const std::size_t slash = name.rfind('/');
     const std::string base = slash == std::string::npos ? name : name.substr(slash + 1);
     if (base.empty()) {
         return refusal(name, "is not the name of a file");

@@ -22,9 +22,9 @@ constexpr int attempts = 100;
 // The beginning of the names of this target's temporary files. The target's name stands in it as a
 // number, since with it the name could grow too long.
 std::string prefix_for(std::string_view target) {
-    uint64_t hash = 0xcbf29ce484222325u;
+    std::uint64_t hash = 0xcbf29ce484222325u;
     for (const char byte : target) {
-        hash = (hash ^ static_cast<uint8_t>(byte)) * 0x100000001b3u;
+        hash = (hash ^ static_cast<std::uint8_t>(byte)) * 0x100000001b3u;
     }
     return ".tdm-" + hexadecimal(hash) + "-";
 }

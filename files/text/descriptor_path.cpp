@@ -35,7 +35,7 @@ std::error_code write_bytes(int to, std::string_view bytes) {
         if (written < 0 && errno != EINTR) {
             return last_error();
         }
-        bytes.remove_prefix(written < 0 ? 0 : static_cast<size_t>(written));
+        bytes.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
     }
     return {};
 }
@@ -50,7 +50,7 @@ std::error_code copy_bytes(int from, int to, std::uint64_t most) {
         if (size < 0 && errno != EINTR) {
             return last_error();
         }
-        const auto got = static_cast<size_t>(std::max<ssize_t>(size, 0));
+        const auto got = static_cast<std::size_t>(std::max<ssize_t>(size, 0));
         if (got > most) {
             return system_error(EFBIG);
         }

@@ -17,7 +17,7 @@ namespace norvik {
 
 namespace {
 
-constexpr size_t most_digits = 10;
+constexpr std::size_t most_digits = 10;
 
 // Read by signal handlers, so nothing that allocates or locks. The files are called by numbers, so
 // that they can be removed without being listed.

@@ -56,7 +56,7 @@ result<const branch_record *> target_branch(const container_view &view, const st
 }  // namespace
 
 result<checkin_plan> plan_checkin(const container_view &view, const checkin_target &target,
-                                  uint64_t count) {
+                                  std::uint64_t count) {
     if (!target.from.empty()) {
         return plan_new_branch(view, target);
     }
@@ -65,13 +65,13 @@ result<checkin_plan> plan_checkin(const container_view &view, const checkin_targ
         return branch.failure();
     }
     // Number 0 is that of the branch point, even where no record says so.
-    const std::optional<uint64_t> free = next_version_number(view, (*branch)->number);
+    const std::optional<std::uint64_t> free = next_version_number(view, (*branch)->number);
     const std::string name((*branch)->oid);
     if (!free || count > highest_number - *free + 1) {
         return refusal(view.name, "branch " + name + " has no number left");
     }
-    const uint64_t next = std::max<uint64_t>(1, *free);
-    const uint64_t number = (*branch)->number;
+    const std::uint64_t next = std::max<std::uint64_t>(1, *free);
+    const std::uint64_t number = (*branch)->number;
     return checkin_plan{name, false, {number, next}, {number, next - 1}, name};
 }
 

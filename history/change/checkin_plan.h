@@ -26,7 +26,7 @@ struct checkin_plan {
 
 // Plans a check-in of `count` versions, numbered from the plan's `id` on.
 result<checkin_plan> plan_checkin(const container_view &view, const checkin_target &target,
-                                  uint64_t count);
+                                  std::uint64_t count);
 
 }  // namespace norvik
 

@@ -44,17 +44,17 @@ std::vector<damage> first_reasons(const container_check &check, bool drop_stray)
 struct header_line {
     version_id id;  // of a branch: its number and 0
     bool branch = false;
-    version_id parent;  // of a branch
-    uint64_t line = 0;  // where it stood; 0 for a record that was lost
+    version_id parent;       // of a branch
+    std::uint64_t line = 0;  // where it stood; 0 for a record that was lost
     std::string text;
 };
 
 // Whether every record stands where its readers look for it: the versions of a branch from the
 // newest down and then the branch, a branch above the version that it was made off.
 bool is_in_order(const std::vector<header_line> &lines) {
-    std::map<uint64_t, uint64_t> lowest;  // version of each branch so far
+    std::map<std::uint64_t, std::uint64_t> lowest;  // version of each branch so far
     std::set<version_id> passed;
-    std::set<uint64_t> closed;
+    std::set<std::uint64_t> closed;
     for (const header_line &line : lines) {
         if (line.line == 0 || closed.contains(line.id.branch)) {
             return false;
@@ -116,7 +116,7 @@ public:
                 add_lost_version(id);
             }
         }
-        for (const uint64_t number : needed_) {
+        for (const std::uint64_t number : needed_) {
             add_branch(number);
         }
         std::stable_sort(
@@ -138,11 +138,11 @@ private:
     // Branches of saved versions, and those that they hang on.
     void find_needed_branches() {
         for (const version_record *version : verdict_.saved) {
-            for (uint64_t number = version->id.branch; needed_.insert(number).second;) {
+            for (std::uint64_t number = version->id.branch; needed_.insert(number).second;) {
                 number = tree_.branches.at(number).record->parent.branch;
             }
         }
-        for (const uint64_t number : needed_) {
+        for (const std::uint64_t number : needed_) {
             if (number != 0) {
                 points_.insert(tree_.branches.at(number).record->parent);
             }
@@ -175,7 +175,7 @@ private:
              std::string(format::comment_prefix) + version_line(lost_identifier(id), id, 0)});
     }
 
-    void add_branch(uint64_t number) {
+    void add_branch(std::uint64_t number) {
         const branch_record *record = tree_.branches.at(number).record;
         const version_id parent = record == nullptr || number == 0 ? version_id{} : record->parent;
         const std::string name = record != nullptr && is_writable(record->oid)
@@ -188,8 +188,8 @@ private:
                           branch_line(name, number, parent)});
     }
 
-    uint64_t highest_branch() const {
-        uint64_t highest = view_.highest_branch;
+    std::uint64_t highest_branch() const {
+        std::uint64_t highest = view_.highest_branch;
         for (const auto &[number, branch] : tree_.branches) {
             highest = std::max(highest, number);
         }
@@ -200,7 +200,7 @@ private:
     const version_tree &tree_;
     const repair_verdict &verdict_;
     std::set<version_id> owners_;
-    std::set<uint64_t> needed_;
+    std::set<std::uint64_t> needed_;
     std::set<version_id> points_;
     std::set<version_id> seen_;
     std::unordered_map<std::string_view, int> oids_;
@@ -225,7 +225,7 @@ repair_verdict judge_versions(const container_view &view, const container_check 
     verdict.alive.resize(check.in_doubt.size());
     const std::vector<damage> reasons = first_reasons(check, drop_stray);
     for (const version_record &version : view.versions) {
-        const uint32_t position = position_of(check.scan.tree, version.id);
+        const std::uint32_t position = position_of(check.scan.tree, version.id);
         if (is_trusted(check, version, drop_stray) && !verdict.alive[position]) {
             verdict.alive[position] = true;
             verdict.saved.push_back(&version);

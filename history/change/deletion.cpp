@@ -44,7 +44,7 @@ result<> add_version(const container_view &view, const std::string &text,
 
 // Branches that stay and hang on one that goes.
 result<> refuse_hanging(const container_view &view, const deletion_request &request) {
-    for (const uint64_t number : request.branches) {
+    for (const std::uint64_t number : request.branches) {
         std::vector<std::string> in_the_way;
         for (const branch_record &branch : view.branches) {
             if (!branch.deleted && branch.number != 0 && branch.parent.branch == number &&
@@ -148,7 +148,7 @@ result<> delete_into(const container_view &view, const std::string &container_pa
         names.push_back(oid.c_str());
     }
     const int failed = tdm_delete_versions_and_branches(container_path.c_str(), new_path.c_str(),
-                                                        static_cast<int32_t>(names.size()),
+                                                        static_cast<std::int32_t>(names.size()),
                                                         names.data(), 0, nullptr);
     return failed == 0 ? result<>() : refusal(view.name, "nothing is deleted");
 }

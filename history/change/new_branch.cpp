@@ -17,7 +17,7 @@ bool breaks_an_oid(char byte) {
 }  // namespace
 
 result<> check_new_branch_name(const container_view *view, const std::string &name) {
-    constexpr size_t longest_name = format::longest_written_oid;
+    constexpr std::size_t longest_name = format::longest_written_oid;
     const std::string shown = "branch name '" + name + "' ";
     if (name.empty() || name.size() > longest_name) {
         return refusal({}, shown + "has " + std::to_string(name.size()) + " bytes; 1 to " +
@@ -37,8 +37,8 @@ result<> check_new_branch_name(const container_view *view, const std::string &na
     return {};
 }
 
-result<uint64_t> new_branch_number(const container_view &view) {
-    const std::optional<uint64_t> next = next_branch_number(view);
+result<std::uint64_t> new_branch_number(const container_view &view) {
+    const std::optional<std::uint64_t> next = next_branch_number(view);
     if (!next) {
         return refusal(view.name, "no number is left for a new branch (see 'tdm verify')");
     }

@@ -16,7 +16,7 @@ namespace norvik {
 result<> check_new_branch_name(const container_view *view, const std::string &name);
 
 // The number of the next new branch.
-result<uint64_t> new_branch_number(const container_view &view);
+result<std::uint64_t> new_branch_number(const container_view &view);
 
 }  // namespace norvik
 

@@ -67,7 +67,7 @@ public:
         kept_line &line = lines->first.emplace_back();
         line.text = text;
         for (const position_range &part : holders) {
-            for (uint32_t i = part.first; i < part.end; i++) {
+            for (std::uint32_t i = part.first; i < part.end; i++) {
                 if (alive_[i] && ++line.holder_count <= most_holders) {
                     line.holders.push_back(tree_.versions[i]);
                 }

@@ -15,19 +15,19 @@ namespace norvik {
 struct kept_line {
     std::string text;                 // without its newline
     std::vector<version_id> holders;  // the first few of the surviving versions
-    uint64_t holder_count = 0;
+    std::uint64_t holder_count = 0;
 };
 
 // Lines that stay, as many as anybody reads, and how many there are.
 struct kept_lines {
     std::vector<kept_line> first;
-    uint64_t count = 0;
+    std::uint64_t count = 0;
 };
 
 struct purge_result {
-    uint64_t inserted = 0;  // lines that the version inserted
-    kept_lines held;        // of these, the lines that survivors hold
-    kept_lines copies;      // gone from the version; survivors have the same line elsewhere
+    std::uint64_t inserted = 0;  // lines that the version inserted
+    kept_lines held;             // of these, the lines that survivors hold
+    kept_lines copies;           // gone from the version; survivors have the same line elsewhere
 };
 
 // Writes the container without `version` and without its lines to `descriptor`, then reads that

@@ -20,14 +20,14 @@ public:
     }
 
     bool start(const std::string &before_path, const std::string &path, bool &identical,
-               uint64_t &head_lines) {
+               std::uint64_t &head_lines) {
         const char *const names[] = {before_path.c_str(), path.c_str()};
         if (tdm_create_session(2, names, &session_) != 0) {
             return false;
         }
         tdm_set_operation_context(session_, 1, "create_version");
         int same = 0;
-        uint64_t tail_lines = 0;
+        std::uint64_t tail_lines = 0;
         if (tdm_compare(session_, &same) != 0) {
             return false;
         }
@@ -36,7 +36,7 @@ public:
     }
 
     bool next(bool &at_end, diff_block &block) {
-        uint32_t end_of_stream = 0;
+        std::uint32_t end_of_stream = 0;
         const bool done = tdm_get_next_diff(session_, &end_of_stream, &block) == 0;
         at_end = end_of_stream != 0;
         return done;
@@ -53,7 +53,7 @@ public:
 
     // Appends lines `first` to `last` (from 1) as the container stores them; fails when one cannot
     // be stored or does not exist.
-    result<> store(int32_t first, int32_t last, std::string &stored) {
+    result<> store(std::int32_t first, std::int32_t last, std::string &stored) {
         for (; line_ < first && !rest_.empty(); line_++) {
             rest_.remove_prefix(line_size());
         }
@@ -71,15 +71,15 @@ public:
     }
 
 private:
-    size_t line_size() const {
-        const size_t newline = rest_.find('\n');
+    std::size_t line_size() const {
+        const std::size_t newline = rest_.find('\n');
         return newline == std::string_view::npos ? rest_.size() : newline + 1;
     }
 
     result<> store_line(std::string_view line, std::string &stored) const {
         if (!format::can_be_read_back(line) || line.find('\0') != std::string_view::npos) {
             failure why = refusal(name_, "not a line of text that can be stored");
-            why.line = static_cast<uint64_t>(line_);
+            why.line = static_cast<std::uint64_t>(line_);
             return why;
         }
         stored += format::prefix_of_text(line);
@@ -90,7 +90,7 @@ private:
 
     const std::string &name_;
     std::string_view rest_;
-    int32_t line_ = 1;  // number of the line at the start of `rest_`
+    std::int32_t line_ = 1;  // number of the line at the start of `rest_`
 };
 
 result<> insert_lines(import_weave &weave, line_source &lines, const diff_block &block) {
@@ -98,14 +98,14 @@ result<> insert_lines(import_weave &weave, line_source &lines, const diff_block 
     auto done = lines.store(block.other_first, block.other_last, stored);
     if (done) {
         weave.insert(std::move(stored),
-                     static_cast<uint64_t>(block.other_last - block.other_first + 1));
+                     static_cast<std::uint64_t>(block.other_last - block.other_first + 1));
     }
     return done;
 }
 
 result<> apply_block(import_weave &weave, line_source &lines, const diff_block &block) {
-    const auto first = static_cast<uint64_t>(block.base_first);
-    const auto last = static_cast<uint64_t>(block.base_last);
+    const auto first = static_cast<std::uint64_t>(block.base_first);
+    const auto last = static_cast<std::uint64_t>(block.base_last);
     switch (block.kind) {
         case tdm_diff_unchanged:
             weave.keep_until(last);
@@ -131,7 +131,7 @@ result<> weave_version(import_weave &weave, version_id id, const std::string &be
                        const std::string &path, const std::string &name, std::string_view text) {
     comparison differences;
     bool identical = false;
-    uint64_t head_lines = 0;
+    std::uint64_t head_lines = 0;
     if (!differences.start(before_path, path, identical, head_lines)) {
         return refusal(name, "cannot be imported");
     }

@@ -114,7 +114,7 @@ result<> version_import::prove(const std::string &header, int descriptor,
     if (!fresh) {
         return fresh.failure();
     }
-    history_proof proof(*fresh, plan_.id, static_cast<uint32_t>(versions_.size()));
+    history_proof proof(*fresh, plan_.id, static_cast<std::uint32_t>(versions_.size()));
     for (std::size_t i = 0; i < versions_.size(); i++) {
         const imported_version &version = versions_[i];
         const bool is_open = version.file.is_open();

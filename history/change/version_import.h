@@ -18,13 +18,13 @@ namespace norvik {
 
 struct import_item {
     std::string path;  // "-": standard input
-    uint64_t time;
+    std::uint64_t time;
 };
 
 class version_import {
 public:
     // Called with the number of steps that are done; each item is a step of both calls below.
-    using progress_sink = std::function<void(uint64_t done)>;
+    using progress_sink = std::function<void(std::uint64_t done)>;
 
     // Into the locked container, as planned for all items. All must outlive the object.
     version_import(container_change *change, const checkin_plan &plan,
@@ -47,8 +47,8 @@ private:
     // pipe is kept for it.
     struct imported_version {
         std::string oid;
-        uint64_t time;
-        uint64_t number;
+        std::uint64_t time;
+        std::uint64_t number;
         const std::string *path;
         std::shared_ptr<const input_text> kept;
         owned_descriptor file;

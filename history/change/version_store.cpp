@@ -41,7 +41,7 @@ result<bool> store_version(container_change *change, const checkin_plan &plan,
     if (const auto begun = replacement.begin(); !begun) {
         return begun.failure();
     }
-    uint32_t identical = 0;
+    std::uint32_t identical = 0;
     if (tdm_store_ver(fresh.time, fresh.oid.c_str(), plan.branch.c_str(), plan.id.number,
                       replacement.temporary_path().c_str(), nullptr, plan.base_branch.c_str(),
                       plan.predecessor.number, replacement.old_path().c_str(), source.path.c_str(),

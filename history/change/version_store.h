@@ -13,7 +13,7 @@ namespace norvik {
 // What a new version's record says of it.
 struct new_version {
     std::string oid;
-    uint64_t time = 0;  // seconds since 1970
+    std::uint64_t time = 0;  // seconds since 1970
 };
 
 // A text as it is and as a file that the library reads.

@@ -13,7 +13,7 @@ namespace {
 // is not, a record may be wrong that gives lines to versions, or the mark, and any text may be
 // another one.
 void check_unterminated(const container_view &view, container_check *check) {
-    std::map<uint64_t, std::vector<version_id>> by_line;
+    std::map<std::uint64_t, std::vector<version_id>> by_line;
     const std::vector<version_id> &versions = check->scan.tree.versions;
     for (std::size_t i = 0; i < versions.size(); i++) {
         const text_step &read = check->scan.totals[i];
@@ -37,7 +37,7 @@ void check_unterminated(const container_view &view, container_check *check) {
 // lines of its own.
 void check_without_records(const container_view &view, container_check *check) {
     for (const version_record &version : view.versions) {
-        const uint32_t position = position_of(check->scan.tree, version.id);
+        const std::uint32_t position = position_of(check->scan.tree, version.id);
         const change_counts &changes = check->scan.changes[position];
         if (!version.deleted && version.id != version_id{0, 0} && changes.added == 0 &&
             changes.deleted == 0) {
@@ -53,14 +53,14 @@ void check_without_records(const container_view &view, container_check *check) {
 
 void mark_doubts(const std::vector<weave_fault> &faults, bool drop_stray,
                  std::vector<bool> *in_doubt) {
-    std::vector<int64_t> changes(in_doubt->size() + 1);
+    std::vector<std::int64_t> changes(in_doubt->size() + 1);
     for (const weave_fault &fault : faults) {
         if (!(drop_stray && fault.stray)) {
             changes[fault.doubt.first]++;
             changes[fault.doubt.end]--;
         }
     }
-    int64_t doubts = 0;
+    std::int64_t doubts = 0;
     for (std::size_t i = 0; i < in_doubt->size(); i++) {
         doubts += changes[i];
         (*in_doubt)[i] = (*in_doubt)[i] || doubts > 0;
@@ -90,7 +90,7 @@ container_check check_container(const container_view &view, bool fingerprints,
 
 bool is_trusted(const container_check &check, const version_record &version, bool drop_stray) {
     const version_tree &tree = check.scan.tree;
-    const uint32_t position = position_of(tree, version.id);
+    const std::uint32_t position = position_of(tree, version.id);
     const auto branch = tree.branches.find(version.id.branch);
     const std::vector<bool> &in_doubt = drop_stray ? check.in_other_doubt : check.in_doubt;
     return !version.deleted && position != no_position && !in_doubt[position] &&

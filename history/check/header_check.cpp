@@ -11,17 +11,17 @@ namespace {
 
 // What has been seen of a branch so far, from the newest record down.
 struct branch_state {
-    version_id lowest;            // of the records above
-    uint64_t lowest_line = 0;     // its record, 0 while none has been met
-    uint64_t live_line = 0;       // of its live record, 0 while none has been met
-    uint64_t commented_line = 0;  // of a commented-out record
-    uint64_t versions = 0;
+    version_id lowest;                 // of the records above
+    std::uint64_t lowest_line = 0;     // its record, 0 while none has been met
+    std::uint64_t live_line = 0;       // of its live record, 0 while none has been met
+    std::uint64_t commented_line = 0;  // of a commented-out record
+    std::uint64_t versions = 0;
     bool unrooted_told = false;
 };
 
 // Where an identifier stands.
 struct known_oid {
-    uint64_t line;
+    std::uint64_t line;
     position_range doubt;  // when it stands again
 };
 
@@ -29,7 +29,7 @@ struct header_check {
     const container_view &view;
     const version_tree &tree;
     std::vector<weave_fault> faults;
-    std::unordered_map<uint64_t, branch_state> branches;
+    std::unordered_map<std::uint64_t, branch_state> branches;
     std::unordered_map<std::string_view, known_oid> oids;
     std::unordered_set<version_id, version_id_hash> versions;
     bool torn;  // any record may be another one
@@ -37,23 +37,24 @@ struct header_check {
     // What a record with a fault of its own puts in doubt.
     position_range doubt_of(position_range own) const { return torn ? all_versions(tree) : own; }
 
-    void fault(uint64_t line, std::string reason, position_range doubt) {
+    void fault(std::uint64_t line, std::string reason, position_range doubt) {
         faults.push_back({{line, std::move(reason)}, doubt, false});
     }
 
     std::string name(version_id id) const { return version_name(view, id); }
 
     position_range of_version(version_id id) const {
-        const uint32_t position = position_of(tree, id);
+        const std::uint32_t position = position_of(tree, id);
         return position == no_position ? position_range{} : position_range{position, position + 1};
     }
 
     // All versions of a branch and of those that hang on it.
-    position_range of_branch(uint64_t number) const { return members_of(tree, {number, 0}); }
+    position_range of_branch(std::uint64_t number) const { return members_of(tree, {number, 0}); }
 };
 
 // Either of two equal identifiers may be the damaged one.
-void check_oid(header_check *check, std::string_view oid, uint64_t line, position_range doubt) {
+void check_oid(header_check *check, std::string_view oid, std::uint64_t line,
+               position_range doubt) {
     const auto [entry, fresh] = check->oids.try_emplace(oid, known_oid{line, doubt});
     if (!fresh) {
         const known_oid &first = entry->second;
@@ -180,7 +181,7 @@ void check_rooted(header_check *check) {
 
 // What every element begins with. No text needs these records.
 void check_first(header_check *check) {
-    const uint64_t last_line = check->view.weave_line - 1;
+    const std::uint64_t last_line = check->view.weave_line - 1;
     const branch_state &first = check->branches[0];
     if (first.live_line == 0 && first.commented_line == 0) {
         check->fault(last_line, "the record of the first branch is missing above this line", {});

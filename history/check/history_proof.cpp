@@ -7,14 +7,14 @@
 
 namespace norvik {
 
-history_proof::history_proof(const container_view &view, version_id first, uint32_t count)
+history_proof::history_proof(const container_view &view, version_id first, std::uint32_t count)
     : view_(view), next_(first) {
     find_texts(count);
 }
 
-void history_proof::find_texts(uint32_t count) {
+void history_proof::find_texts(std::uint32_t count) {
     const version_tree tree = build_version_tree(view_);
-    const uint32_t start = position_of(tree, next_);
+    const std::uint32_t start = position_of(tree, next_);
     if (start == no_position) {
         faulty_ = true;
         return;

@@ -20,7 +20,7 @@ void kept_digests::compare(const container_view &view, container_check *check) c
                 {{0, "version " + kept.name + " is not there any more"}, {}, false});
             continue;
         }
-        const uint32_t position = position_of(check->scan.tree, version->id);
+        const std::uint32_t position = position_of(check->scan.tree, version->id);
         if (hexadecimal(check->scan.totals[position].offset) != kept.digest) {
             check->in_doubt[position] = true;
             check->faults.push_back(

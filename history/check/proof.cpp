@@ -13,10 +13,10 @@ namespace norvik {
 namespace {
 
 // The length of the common beginning.
-size_t common_length(std::string_view a, std::string_view b) {
-    const size_t size = std::min(a.size(), b.size());
-    size_t at = 0;
-    for (size_t step = 4096; step > 0; step /= 16) {
+std::size_t common_length(std::string_view a, std::string_view b) {
+    const std::size_t size = std::min(a.size(), b.size());
+    std::size_t at = 0;
+    for (std::size_t step = 4096; step > 0; step /= 16) {
         while (at + step <= size && std::memcmp(a.data() + at, b.data() + at, step) == 0) {
             at += step;
         }
@@ -24,17 +24,17 @@ size_t common_length(std::string_view a, std::string_view b) {
     return at;
 }
 
-size_t line_length(std::string_view text) {
-    const size_t newline = text.find('\n');
+std::size_t line_length(std::string_view text) {
+    const std::size_t newline = text.find('\n');
     return newline == std::string_view::npos ? text.size() : newline + 1;
 }
 
 // The length of the new records at the start of `text`, with the lines that they insert; 0 when
 // something else stands there. Within a new run only newer runs and deletions stand, so that its
 // end is where all lines counted by new insertions have been passed.
-size_t added_length(std::string_view text, const added_records &added) {
-    size_t length = 0;
-    uint64_t lines = 0;
+std::size_t added_length(std::string_view text, const added_records &added) {
+    std::size_t length = 0;
+    std::uint64_t lines = 0;
     do {
         const std::string_view line = text.substr(length, line_length(text.substr(length)));
         const char kind = format::kind_of(line);
@@ -61,13 +61,14 @@ size_t added_length(std::string_view text, const added_records &added) {
 bool differs_by_additions_only(std::string_view old, std::string_view fresh,
                                const added_records &added) {
     for (;;) {
-        const size_t common = common_length(old, fresh);
+        const std::size_t common = common_length(old, fresh);
         if (common == old.size() && common == fresh.size()) {
             return true;
         }
-        const size_t before = common == 0 ? std::string_view::npos : fresh.rfind('\n', common - 1);
-        const size_t start = before == std::string_view::npos ? 0 : before + 1;
-        const size_t length = added_length(fresh.substr(start), added);
+        const std::size_t before =
+            common == 0 ? std::string_view::npos : fresh.rfind('\n', common - 1);
+        const std::size_t start = before == std::string_view::npos ? 0 : before + 1;
+        const std::size_t length = added_length(fresh.substr(start), added);
         if (length == 0) {
             return false;
         }

@@ -13,9 +13,9 @@ namespace norvik {
 
 // The records that a change was to add.
 struct added_records {
-    uint64_t branch = 0;
-    uint64_t first = 0;  // the versions of the branch from this number on are new
-    std::string header;  // the lines before the old header: status, version and branch records
+    std::uint64_t branch = 0;
+    std::uint64_t first = 0;  // the versions of the branch from this number on are new
+    std::string header;       // the lines before the old header: status, version and branch records
 };
 
 // The records of a header, in the form that the library writes them.

@@ -17,15 +17,15 @@ const char *find_byte(const char *first, const char *last, char byte) {
         std::memchr(first, byte, static_cast<std::size_t>(last - first)));
 }
 
-uint64_t count_lines(std::string_view text) {
-    return static_cast<uint64_t>(std::count(text.begin(), text.end(), '\n'));
+std::uint64_t count_lines(std::string_view text) {
+    return static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
 // The walk of one version: text not yet handed over runs from `piece` to `at`.
 struct version_walk {
     const char *at;
     const char *end;
-    uint64_t skip = 0;
+    std::uint64_t skip = 0;
     const text_sink &sink;
 
     bool flush(const char *first, const char *last) const {

@@ -12,7 +12,7 @@ namespace {
 // The survivors by position, and how many stand before each position: their ranks.
 struct survivor_ranks {
     std::vector<version_id> survivors;
-    std::vector<uint32_t> before;
+    std::vector<std::uint32_t> before;
 
     survivor_ranks(const container_view &view, const version_tree &tree,
                    const survivor_test &survives) {
@@ -22,12 +22,12 @@ struct survivor_ranks {
         }
         before.reserve(alive.size() + 1);
         for (std::size_t i = 0; i < alive.size(); i++) {
-            before.push_back(static_cast<uint32_t>(survivors.size()));
+            before.push_back(static_cast<std::uint32_t>(survivors.size()));
             if (alive[i]) {
                 survivors.push_back(tree.versions[i]);
             }
         }
-        before.push_back(static_cast<uint32_t>(survivors.size()));
+        before.push_back(static_cast<std::uint32_t>(survivors.size()));
     }
 };
 
@@ -122,7 +122,7 @@ result<> compare_weaves(const container_view &view, survivor_lines *before, surv
             return {};
         }
         const version_id first = survivors[before->holders().front().first];
-        const uint64_t line = before->stretch().line;
+        const std::uint64_t line = before->stretch().line;
         if (!take_equal(before, after)) {
             return refusal(view.name, "the text of " + version_name(view, first) +
                                           " would not be the same near line " +

@@ -43,11 +43,11 @@ public:
 private:
     struct open_run {
         version_id id;
-        uint64_t remaining;
+        std::uint64_t remaining;
     };
     struct open_deletion {
         version_id id;
-        uint64_t remaining;
+        std::uint64_t remaining;
         bool counts;  // the lines of the innermost run
     };
     // A line without newline. The versions that hold it, those from `run` on and none from `gone`
@@ -74,7 +74,7 @@ private:
     }
 
     // What is before the end of the bytes is known to hold a newline.
-    bool take_number(char end, uint64_t *value) {
+    bool take_number(char end, std::uint64_t *value) {
         format::terminated_bytes bytes{at_};
         const bool taken = format::take_written_number(&bytes, value) && bytes.front() == end;
         at_ = bytes.at + 1;
@@ -83,7 +83,7 @@ private:
 
     bool take_record(char kind) {
         version_id id;
-        uint64_t count = 0;
+        std::uint64_t count = 0;
         if (at_[2] != ' ') {
             return false;
         }
@@ -107,12 +107,12 @@ private:
     }
 
     // Most deletions count the lines that follow at once, and nothing else is open.
-    bool take_deletion(version_id id, uint64_t count) {
+    bool take_deletion(version_id id, std::uint64_t count) {
         if (!deletions_.empty() || !unended_.empty() || runs_.empty() ||
             runs_.back().remaining < count) {
             return open(id, count);
         }
-        uint64_t taken = 0;
+        std::uint64_t taken = 0;
         if (!pass_plain(count, &taken) || !listed_.has_before(id)) {
             return false;
         }
@@ -124,7 +124,7 @@ private:
         return taken == count || open(id, count - taken);
     }
 
-    bool open(version_id id, uint64_t count) {
+    bool open(version_id id, std::uint64_t count) {
         for (const open_deletion &other : deletions_) {
             if (other.id == id || listed_.descends(id, other.id)) {
                 return false;
@@ -197,7 +197,7 @@ private:
     }
 
     // Lines of the innermost run have been passed, no more than are left of it or of a deletion.
-    bool pass(uint64_t lines, bool unended = false) {
+    bool pass(std::uint64_t lines, bool unended = false) {
         const auto past = [this](const unended_line &line) { return is_past(line); };
         if (!std::all_of(unended_.begin(), unended_.end(), past) || (unended && !note_unended())) {
             return false;
@@ -209,7 +209,7 @@ private:
         return deletions_.empty() || close_deletions(lines, ends_run);
     }
 
-    bool close_deletions(uint64_t lines, bool ends_run) {
+    bool close_deletions(std::uint64_t lines, bool ends_run) {
         const std::size_t open = deletions_.size();
         nearest_ -= nearest_ == UINT64_MAX ? 0 : lines;
         if (in_line_) {
@@ -224,7 +224,7 @@ private:
         return same || runs_.empty() || deletions_.empty() || enter_run();
     }
 
-    void close_counting(uint64_t lines) {
+    void close_counting(std::uint64_t lines) {
         for (open_deletion &deletion : deletions_) {
             deletion.remaining -= deletion.counts ? lines : 0;
         }
@@ -245,14 +245,14 @@ private:
         if (runs_.empty()) {
             return false;
         }
-        const uint64_t remaining = runs_.back().remaining;
-        uint64_t taken = 0;
+        const std::uint64_t remaining = runs_.back().remaining;
+        std::uint64_t taken = 0;
         return pass_plain(deletions_.empty() ? remaining : std::min(remaining, nearest_), &taken) &&
                pass(taken);
     }
 
     // Passes plain lines up to the next record or the end, `wanted` at most. False at one too long.
-    bool pass_plain(uint64_t wanted, uint64_t *taken) {
+    bool pass_plain(std::uint64_t wanted, std::uint64_t *taken) {
         const char *at = at_;
         while (*taken < wanted && at != end_ && *at != format::record_mark) {
             const char *newline = static_cast<const char *>(
@@ -277,8 +277,9 @@ private:
     // All that is open is of one branch. A deletion opens inside newer ones only, so the last one
     // is the oldest and the one that counts.
     bool in_line_ = false;
-    uint64_t nearest_ = UINT64_MAX;  // lines until the first deletion that counts them is closed
-    version_id known_{0, 0};         // the last one that was looked up, and listed
+    std::uint64_t nearest_ =
+        UINT64_MAX;           // lines until the first deletion that counts them is closed
+    version_id known_{0, 0};  // the last one that was looked up, and listed
 };
 
 }  // namespace

@@ -5,7 +5,7 @@ namespace norvik {
 namespace {
 
 // Every line of a file that has a partner comes in an unchanged block or in a moved insertion.
-paired_lines pairs_of(const std::vector<diff_block> &blocks, uint32_t file_index) {
+paired_lines pairs_of(const std::vector<diff_block> &blocks, std::uint32_t file_index) {
     paired_lines pairs;
     for (const diff_block &b : blocks) {
         if (b.file_index == file_index && b.kind == tdm_diff_unchanged) {
@@ -19,18 +19,18 @@ paired_lines pairs_of(const std::vector<diff_block> &blocks, uint32_t file_index
     return pairs;
 }
 
-result<> read_stream(size_t files, comparison *out) {
-    uint64_t tail_lines = 0;
+result<> read_stream(std::size_t files, comparison *out) {
+    std::uint64_t tail_lines = 0;
     if (tdm_init_diff_stream(out->session.get(), &out->head_lines, &tail_lines) != 0) {
         return told_failure();
     }
-    for (size_t i = 0; i < files; i++) {
-        uint64_t head_bytes = 0;
-        (void)tdm_get_unchanged_bytes(out->session.get(), static_cast<uint32_t>(i), &head_bytes,
-                                      &out->tail_bytes.emplace_back());
+    for (std::size_t i = 0; i < files; i++) {
+        std::uint64_t head_bytes = 0;
+        (void)tdm_get_unchanged_bytes(out->session.get(), static_cast<std::uint32_t>(i),
+                                      &head_bytes, &out->tail_bytes.emplace_back());
     }
     while (true) {
-        uint32_t end = 0;
+        std::uint32_t end = 0;
         diff_block block;
         if (tdm_get_next_diff(out->session.get(), &end, &block) != 0) {
             return told_failure();
@@ -80,17 +80,17 @@ result<> compare_files(std::vector<lined_text> *files, const char *operation, bo
     return {};
 }
 
-file_edits edits_of(const comparison &c, const std::vector<lined_text> &files, size_t index,
+file_edits edits_of(const comparison &c, const std::vector<lined_text> &files, std::size_t index,
                     const edit_list_options &options) {
     common_ends ends;
     if (c.identical) {
         // The library may have left blanks out of account, so the texts are looked at all the same.
-        ends.head_lines = static_cast<uint64_t>(files[0].lines.count());
+        ends.head_lines = static_cast<std::uint64_t>(files[0].lines.count());
     } else {
         ends = {c.head_lines, c.tail_bytes[0], c.tail_bytes[index]};
     }
     return edits_from_pairs(files[0].lines, files[index].lines,
-                            pairs_of(c.blocks, static_cast<uint32_t>(index)), ends, options);
+                            pairs_of(c.blocks, static_cast<std::uint32_t>(index)), ends, options);
 }
 
 }  // namespace norvik

@@ -12,7 +12,7 @@
 
 namespace norvik {
 
-inline constexpr size_t most_files = 32;  // of one session, the base among them
+inline constexpr std::size_t most_files = 32;  // of one session, the base among them
 
 struct session_closer {
     void operator()(tdm_session *s) const { (void)tdm_destroy_session(s); }
@@ -21,9 +21,9 @@ struct session_closer {
 struct comparison {
     std::unique_ptr<tdm_session, session_closer> session;  // closed unless it was to be kept
     bool identical = false;  // all texts are the same; then there is no stream
-    uint64_t head_lines = 0;
-    std::vector<uint64_t> tail_bytes;  // of each file, in the tail that all have
-    std::vector<diff_block> blocks;    // the whole stream, in its order
+    std::uint64_t head_lines = 0;
+    std::vector<std::uint64_t> tail_bytes;  // of each file, in the tail that all have
+    std::vector<diff_block> blocks;         // the whole stream, in its order
 };
 
 enum class after_compare { close_session, keep_session };
@@ -36,7 +36,7 @@ result<> compare_files(std::vector<lined_text> *files, const char *operation, bo
 
 // The edits of file `index` (from 1); none when it is the same as the base.
 [[nodiscard]] file_edits edits_of(const comparison &c, const std::vector<lined_text> &files,
-                                  size_t index, const edit_list_options &options);
+                                  std::size_t index, const edit_list_options &options);
 
 }  // namespace norvik
 

@@ -15,7 +15,7 @@ result<> compare_contributors(const merge_options &options, bool by_library, tex
     run->in.base = &run->files[0].lines;
     run->in.equality =
         options.ignore_blanks ? line_equality::without_inner_blanks : line_equality::exact;
-    for (size_t k = 1; k < run->files.size(); k++) {
+    for (std::size_t k = 1; k < run->files.size(); k++) {
         if (!add_contributor(&run->files[k].lines, &run->in)) {
             run->in.changes.back() =
                 edits_of(run->compared, run->files, k, {run->in.equality, !by_library});
@@ -40,7 +40,7 @@ result<> begin_merge(const std::vector<std::string> &names, const merge_options 
         return fresh;
     }
     run->files.resize(names.size());
-    for (size_t i = 0; i < names.size(); i++) {
+    for (std::size_t i = 0; i < names.size(); i++) {
         if (auto opened = open_text_file(names[i], &run->files[i]); !opened) {
             return opened;
         }
@@ -51,7 +51,7 @@ result<> begin_merge(const std::vector<std::string> &names, const merge_options 
 result<> merge_texts(const std::vector<named_text> &texts, merge_options *options,
                      text_merge *run) {
     run->files.resize(texts.size());
-    for (size_t i = 0; i < texts.size(); i++) {
+    for (std::size_t i = 0; i < texts.size(); i++) {
         if (auto held = hold_text(texts[i].name, texts[i].bytes, &run->files[i]); !held) {
             return held;
         }

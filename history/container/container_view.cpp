@@ -65,7 +65,7 @@ const version_record *version_by_name(const container_view &view, std::string_vi
     if (at == std::string_view::npos || at + 1 == text.size()) {
         return nullptr;
     }
-    uint64_t number = 0;
+    std::uint64_t number = 0;
     const char *last = text.data() + text.size();
     const auto [end, error] = std::from_chars(text.data() + at + 1, last, number);
     const branch_record *branch = find_branch(view, text.substr(0, at));
@@ -129,7 +129,7 @@ const branch_record *find_branch(const container_view &view, std::string_view oi
     return nullptr;
 }
 
-const branch_record *find_branch(const container_view &view, uint64_t number) {
+const branch_record *find_branch(const container_view &view, std::uint64_t number) {
     if (view.branch_by_number.empty()) {
         index_branches(view);
     }
@@ -137,7 +137,7 @@ const branch_record *find_branch(const container_view &view, uint64_t number) {
     return found == view.branch_by_number.end() ? nullptr : &view.branches[found->second];
 }
 
-const version_record *newest_version(const container_view &view, uint64_t branch) {
+const version_record *newest_version(const container_view &view, std::uint64_t branch) {
     const version_record *newest = nullptr;
     for (const version_record &version : view.versions) {
         if (!version.deleted && version.id.branch == branch &&
@@ -148,8 +148,8 @@ const version_record *newest_version(const container_view &view, uint64_t branch
     return newest;
 }
 
-std::optional<uint64_t> next_version_number(const container_view &view, uint64_t branch) {
-    std::optional<uint64_t> used;
+std::optional<std::uint64_t> next_version_number(const container_view &view, std::uint64_t branch) {
+    std::optional<std::uint64_t> used;
     const auto use = [&](version_id id) {
         if (id.branch == branch) {
             used = std::max(used.value_or(0), id.number);
@@ -169,8 +169,8 @@ std::optional<uint64_t> next_version_number(const container_view &view, uint64_t
     return *used < highest_number ? std::optional(*used + 1) : std::nullopt;
 }
 
-std::optional<uint64_t> next_branch_number(const container_view &view) {
-    const uint64_t used = view.highest_branch;
+std::optional<std::uint64_t> next_branch_number(const container_view &view) {
+    const std::uint64_t used = view.highest_branch;
     const bool named = std::all_of(view.branches.begin(), view.branches.end(),
                                    [&](const branch_record &b) { return b.number <= used; }) &&
                        std::all_of(view.versions.begin(), view.versions.end(),
@@ -182,7 +182,7 @@ bool lineage_of(const container_view &view, version_id id, std::vector<version_i
     lineage->assign(1, id);
     // One pass is enough: a branch's record stands above that of the branch it was made off.
     for (const branch_record &branch : view.branches) {
-        const uint64_t current = lineage->back().branch;
+        const std::uint64_t current = lineage->back().branch;
         if (current == 0) {
             break;
         }
@@ -196,7 +196,7 @@ bool lineage_of(const container_view &view, version_id id, std::vector<version_i
     return lineage->back().branch == 0;
 }
 
-std::string branch_name(const container_view &view, uint64_t number) {
+std::string branch_name(const container_view &view, std::uint64_t number) {
     const branch_record *branch = find_branch(view, number);
     return branch == nullptr ? "#" + std::to_string(number) : std::string(branch->oid);
 }

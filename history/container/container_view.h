@@ -28,7 +28,7 @@ struct container_view : container_header {
     // Looked up by the functions below, which fill them at their first use.
     mutable std::unordered_map<version_id, std::size_t, version_id_hash> by_id;
     mutable std::unordered_map<std::string_view, std::size_t> by_oid;
-    mutable std::unordered_map<uint64_t, std::size_t> branch_by_number;
+    mutable std::unordered_map<std::uint64_t, std::size_t> branch_by_number;
 };
 
 // Reads the container in an open file, from its start; the file stays the caller's. A damaged
@@ -51,23 +51,24 @@ result<container_view> open_container(int descriptor, const std::string &name,
 
 // A live branch by name or by number; null when there is none.
 [[nodiscard]] const branch_record *find_branch(const container_view &view, std::string_view oid);
-[[nodiscard]] const branch_record *find_branch(const container_view &view, uint64_t number);
+[[nodiscard]] const branch_record *find_branch(const container_view &view, std::uint64_t number);
 
 // The newest live version of a branch; null when it has none.
-[[nodiscard]] const version_record *newest_version(const container_view &view, uint64_t branch);
+[[nodiscard]] const version_record *newest_version(const container_view &view,
+                                                   std::uint64_t branch);
 
 // The number that the branch's next version must have: above every version recorded on it, deleted
 // ones included, and above every branch point on it (a version that takes the number of a branch
 // point that never was would change that branch's text). 0 for a branch without either, nothing
 // when that many numbers do not exist: `highest_number` is the last one that is given out.
-[[nodiscard]] std::optional<uint64_t> next_version_number(const container_view &view,
-                                                          uint64_t branch);
+[[nodiscard]] std::optional<std::uint64_t> next_version_number(const container_view &view,
+                                                               std::uint64_t branch);
 
 // The number that the next new branch must have: above the highest in use; nothing when the numbers
 // are used up, or when a record has a higher one than the status record names.
-[[nodiscard]] std::optional<uint64_t> next_branch_number(const container_view &view);
+[[nodiscard]] std::optional<std::uint64_t> next_branch_number(const container_view &view);
 
-inline constexpr uint64_t highest_number = UINT64_MAX - 1;
+inline constexpr std::uint64_t highest_number = UINT64_MAX - 1;
 
 // Which (branch, highest number) bounds make up a version, from its own branch up to the first one;
 // false when its branch, or one above it, has no live record or is made off one that is not older.
@@ -76,7 +77,7 @@ inline constexpr uint64_t highest_number = UINT64_MAX - 1;
 
 // `BRANCH@N`; a branch without record is named `#NUMBER`.
 [[nodiscard]] std::string version_name(const container_view &view, version_id id);
-[[nodiscard]] std::string branch_name(const container_view &view, uint64_t number);
+[[nodiscard]] std::string branch_name(const container_view &view, std::uint64_t number);
 
 // What VERSION on a command line may be, resolved to a live version: `BRANCH@N`, `BRANCH` (its
 // newest), an oid or a prefix of one. `text` empty stands for the newest version of branch `main`,

@@ -16,7 +16,7 @@ struct header_reader {
     std::string_view data;
     container_header *out;
     std::size_t offset = 0;
-    uint64_t line_number = 0;
+    std::uint64_t line_number = 0;
 
     // The next line with its newline; false, with the damage noted, at the end of the file.
     bool next(std::string_view *line) {
@@ -36,7 +36,7 @@ struct header_reader {
         return true;
     }
 
-    void fail(uint64_t line, std::string reason) const {
+    void fail(std::uint64_t line, std::string reason) const {
         out->header_damages.push_back({line, std::move(reason)});
     }
 
@@ -65,7 +65,7 @@ struct header_reader {
     }
 
     // The weave begins at the line at `start`, which has number `line`.
-    void end_header(std::size_t start, uint64_t line) const {
+    void end_header(std::size_t start, std::uint64_t line) const {
         out->weave_offset = start;
         out->weave_line = line;
     }
@@ -103,7 +103,7 @@ void take_object(header_reader *in, std::string_view record, bool commented) {
         return;
     }
     in->check_oid(fields.oid);
-    const uint64_t line = in->line_number;
+    const std::uint64_t line = in->line_number;
     if (version) {
         in->out->versions.push_back({.oid = fields.oid,
                                      .id = {fields.number[0], fields.number[1]},

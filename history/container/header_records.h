@@ -26,35 +26,35 @@ struct version_id_hash {
 struct version_record {
     std::string_view oid;
     version_id id;
-    uint64_t time = 0;     // seconds since 1970 when our command wrote it
-    uint64_t line = 0;     // in the container, from 1
-    bool deleted = false;  // commented out: the version is gone, something still depends on it
-    bool odd = false;      // no encoder spells its fields so, and they may be damaged
+    std::uint64_t time = 0;  // seconds since 1970 when our command wrote it
+    std::uint64_t line = 0;  // in the container, from 1
+    bool deleted = false;    // commented out: the version is gone, something still depends on it
+    bool odd = false;        // no encoder spells its fields so, and they may be damaged
 };
 
 struct branch_record {
     std::string_view oid;
-    uint64_t number = 0;
-    version_id parent;     // what it was made off; for branch 0 without meaning
-    uint64_t line = 0;     // in the container, from 1
-    bool deleted = false;  // commented out
-    bool odd = false;      // no encoder spells its fields so, and they may be damaged
+    std::uint64_t number = 0;
+    version_id parent;       // what it was made off; for branch 0 without meaning
+    std::uint64_t line = 0;  // in the container, from 1
+    bool deleted = false;    // commented out
+    bool odd = false;        // no encoder spells its fields so, and they may be damaged
 };
 
 // What is wrong with a container, and where.
 struct damage {
-    uint64_t line = 0;  // from 1; 0 when no line can be named
+    std::uint64_t line = 0;  // from 1; 0 when no line can be named
     std::string reason;
 };
 
 struct container_header {
-    uint64_t format = 0;
-    uint64_t highest_branch = 0;
+    std::uint64_t format = 0;
+    std::uint64_t highest_branch = 0;
     std::string_view element_oid;
     std::vector<version_record> versions;
     std::vector<branch_record> branches;
     std::size_t weave_offset = 0;  // of the first byte after the element record
-    uint64_t weave_line = 0;       // line number of the first line after the element record
+    std::uint64_t weave_line = 0;  // line number of the first line after the element record
     // What in the header cannot be read, in file order; the records around it are there all the
     // same. Nothing may be built on a container that has any.
     std::vector<damage> header_damages;

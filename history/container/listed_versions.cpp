@@ -79,7 +79,7 @@ void listed_versions::follow_branch_points() {
     }
 }
 
-void listed_versions::judge_branch(uint64_t number, const branch_facts &branch) {
+void listed_versions::judge_branch(std::uint64_t number, const branch_facts &branch) {
     if (number == 0) {
         // No text needs the first records; that they are lost is damage all the same.
         sound_ = sound_ && branch.count > 0 && branch.lowest == 0 &&

@@ -43,29 +43,29 @@ public:
 
 private:
     struct branch_facts {
-        uint64_t lowest = 0;  // of the versions
-        uint64_t highest = 0;
-        uint64_t count = 0;
+        std::uint64_t lowest = 0;  // of the versions
+        std::uint64_t highest = 0;
+        std::uint64_t count = 0;
         const branch_record *record = nullptr;  // the live one
         bool commented = false;                 // it has a record that is commented out
         bool has_live = false;                  // a version that is not commented out
         bool rooted = false;                    // its line of branch points leads to branch 0
     };
 
-    const branch_facts *find(uint64_t number) const {
+    const branch_facts *find(std::uint64_t number) const {
         if (number < low_.size()) {
             return &low_[number];
         }
         const auto found = high_.find(number);
         return found == high_.end() ? nullptr : &found->second;
     }
-    branch_facts &facts_of(uint64_t number) {
+    branch_facts &facts_of(std::uint64_t number) {
         return number < low_.size() ? low_[number] : high_[number];
     }
     void take_version(const version_record &version);
     void take_branch(const branch_record &branch);
     void follow_branch_points();
-    void judge_branch(uint64_t number, const branch_facts &branch);
+    void judge_branch(std::uint64_t number, const branch_facts &branch);
     void refuse_equal_identifiers();
     bool lists_among_gaps(version_id id) const;
     bool descends_across(version_id newer, version_id older) const;
@@ -74,7 +74,7 @@ private:
     const container_view &view_;
     bool sound_ = true;
     std::vector<branch_facts> low_;  // by number
-    std::unordered_map<uint64_t, branch_facts> high_;
+    std::unordered_map<std::uint64_t, branch_facts> high_;
     mutable std::optional<version_tree> tree_;  // made when it is first needed
 };
 

@@ -44,7 +44,7 @@ bool take_oid(format::bounded_bytes *bytes, std::string_view *oid) {
 }
 
 template <std::size_t N>
-bool take_numbers(format::bounded_bytes *bytes, uint64_t (&numbers)[N]) {
+bool take_numbers(format::bounded_bytes *bytes, std::uint64_t (&numbers)[N]) {
     for (std::size_t i = 0; i < N; i++) {
         if ((i > 0 && !take_byte(bytes, ' ')) || !format::take_written_number(bytes, &numbers[i])) {
             return false;
@@ -73,7 +73,7 @@ spelling odd_spelling(std::string_view line, std::size_t fields) {
 spelling decode_run(std::string_view line, run_fields *out) {
     const format::bounded_bytes fields = fields_of(line);
     format::bounded_bytes rest = fields;
-    uint64_t numbers[3];
+    std::uint64_t numbers[3];
     if (has_blank(line) && take_numbers(&rest, numbers) && ends_line(rest)) {
         *out = {numbers[0], numbers[1], numbers[2]};
         return spelling::canonical;
@@ -113,10 +113,10 @@ spelling decode_element(std::string_view line, std::string_view *oid) {
     return fields_reader(fields).oid(oid).good() ? odd_spelling(line, 1) : spelling::malformed;
 }
 
-spelling decode_status(std::string_view line, uint64_t *format, uint64_t *highest) {
+spelling decode_status(std::string_view line, std::uint64_t *format, std::uint64_t *highest) {
     const format::bounded_bytes fields = fields_of(line);
     format::bounded_bytes rest = fields;
-    uint64_t numbers[2];
+    std::uint64_t numbers[2];
     if (has_blank(line) && take_numbers(&rest, numbers) && ends_line(rest)) {
         *format = numbers[0];
         *highest = numbers[1];

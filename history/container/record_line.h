@@ -29,14 +29,14 @@ enum class spelling {
 // The fields of a V, B or E record. `oid` points into the line; an E record has no numbers.
 struct object_fields {
     std::string_view oid;
-    uint64_t number[3] = {0, 0, 0};
+    std::uint64_t number[3] = {0, 0, 0};
 };
 
 // The fields of an I or D record.
 struct run_fields {
-    uint64_t branch = 0;
-    uint64_t version = 0;
-    uint64_t count = 0;
+    std::uint64_t branch = 0;
+    std::uint64_t version = 0;
+    std::uint64_t count = 0;
 };
 
 // Decodes an I or D record.
@@ -49,7 +49,8 @@ struct run_fields {
 [[nodiscard]] spelling decode_element(std::string_view line, std::string_view *oid);
 
 // Decodes an S record.
-[[nodiscard]] spelling decode_status(std::string_view line, uint64_t *format, uint64_t *highest);
+[[nodiscard]] spelling decode_status(std::string_view line, std::uint64_t *format,
+                                     std::uint64_t *highest);
 
 }  // namespace norvik
 

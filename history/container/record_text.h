@@ -16,23 +16,24 @@ struct append_to {
     void operator()(std::string_view piece) const { text += piece; }
 };
 
-inline std::string written_number(uint64_t number) {
+inline std::string written_number(std::uint64_t number) {
     return std::string(format::number_text(number).view());
 }
 
-inline std::string status_line(uint64_t highest_branch) {
+inline std::string status_line(std::uint64_t highest_branch) {
     std::string text;
     format::encode_status(format::known_format, highest_branch, append_to{text});
     return text;
 }
 
-inline std::string version_line(std::string_view oid, format::version_id id, uint64_t time) {
+inline std::string version_line(std::string_view oid, format::version_id id, std::uint64_t time) {
     std::string text;
     format::encode_object(format::kind_version, oid, id.branch, id.number, time, append_to{text});
     return text;
 }
 
-inline std::string branch_line(std::string_view oid, uint64_t number, format::version_id parent) {
+inline std::string branch_line(std::string_view oid, std::uint64_t number,
+                               format::version_id parent) {
     std::string text;
     format::encode_object(format::kind_branch, oid, number, parent.branch, parent.number,
                           append_to{text});

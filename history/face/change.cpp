@@ -15,10 +15,10 @@
 namespace norvik::face {
 namespace {
 
-constexpr uint32_t all_change_flags = norvik_break_links | norvik_force | norvik_dry_run;
+constexpr std::uint32_t all_change_flags = norvik_break_links | norvik_force | norvik_dry_run;
 constexpr double default_wait = 10.0;  // seconds
 
-norvik_error *make_version(uint64_t time, new_version *out) {
+norvik_error *make_version(std::uint64_t time, new_version *out) {
     auto oid = random_digits();
     if (oid) {
         *out = {std::move(*oid), time_or_now(time)};
@@ -26,7 +26,7 @@ norvik_error *make_version(uint64_t time, new_version *out) {
     return error_of(oid);
 }
 
-std::unique_ptr<norvik_outcome> stored(const std::string &branch, uint64_t number,
+std::unique_ptr<norvik_outcome> stored(const std::string &branch, std::uint64_t number,
                                        const new_version &fresh) {
     auto outcome = std::make_unique<norvik_outcome>();
     outcome->version = branch + "@" + std::to_string(number);
@@ -62,8 +62,9 @@ norvik_error *create(const char *path, const norvik_create_options *given,
     return done ? give(std::move(outcome), out) : make_error(done.failure());
 }
 
-norvik_error *create_branch(const char *path, const char *name, const char *from, uint64_t time,
-                            const norvik_change_options *change_options, norvik_outcome **out) {
+norvik_error *create_branch(const char *path, const char *name, const char *from,
+                            std::uint64_t time, const norvik_change_options *change_options,
+                            norvik_outcome **out) {
     replace_options options;
     new_version fresh;
     norvik_error *error = path == nullptr || name == nullptr || from == nullptr
@@ -202,7 +203,7 @@ norvik_error *check_in(const char *path, norvik_text text, const norvik_checkin_
     if (error != nullptr) {
         return error;
     }
-    if ((chosen.flags & ~uint32_t{norvik_allow_same | norvik_merge_newest}) != 0 ||
+    if ((chosen.flags & ~std::uint32_t{norvik_allow_same | norvik_merge_newest}) != 0 ||
         (chosen.from != nullptr && chosen.branch == nullptr)) {
         return refuse("unknown flags of a check-in, or a new branch without a name");
     }
@@ -244,8 +245,8 @@ norvik_error *take_change(const norvik_change_options *given, replace_options *o
     return nullptr;
 }
 
-uint64_t time_or_now(uint64_t time) {
-    return time != 0 ? time : static_cast<uint64_t>(std::time(nullptr));
+std::uint64_t time_or_now(std::uint64_t time) {
+    return time != 0 ? time : static_cast<std::uint64_t>(std::time(nullptr));
 }
 
 norvik_error *give(std::unique_ptr<norvik_outcome> outcome, norvik_outcome **out) {
@@ -271,7 +272,7 @@ norvik_error *norvik_checkin(const char *path, norvik_text text,
 }
 
 norvik_error *norvik_create_branch(const char *path, const char *name, const char *from,
-                                   uint64_t time, const norvik_change_options *change,
+                                   std::uint64_t time, const norvik_change_options *change,
                                    norvik_outcome **out) {
     return face::changing(out,
                           [&] { return face::create_branch(path, name, from, time, change, out); });

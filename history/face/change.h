@@ -27,7 +27,7 @@ namespace norvik::face {
 norvik_error *take_change(const norvik_change_options *given, replace_options *out);
 
 // The present, where no time is given.
-uint64_t time_or_now(uint64_t time);
+std::uint64_t time_or_now(std::uint64_t time);
 
 // Hands the outcome out, where it is wanted.
 norvik_error *give(std::unique_ptr<norvik_outcome> outcome, norvik_outcome **out);

@@ -24,13 +24,13 @@ void take(const file_edits &edits, norvik_comparison *out) {
     }
     for (const line_run &run : edits.moves) {
         out->moves.push_back({line_number(run.base_first), line_number(run.file_first),
-                              static_cast<uint32_t>(run.count)});
+                              static_cast<std::uint32_t>(run.count)});
     }
 }
 
-norvik_error *compare(norvik_text before, norvik_text after, uint32_t flags,
+norvik_error *compare(norvik_text before, norvik_text after, std::uint32_t flags,
                       norvik_comparison **out) {
-    if ((flags & ~uint32_t{norvik_ignore_blanks}) != 0) {
+    if ((flags & ~std::uint32_t{norvik_ignore_blanks}) != 0) {
         return refuse("unknown flags of a comparison");
     }
     const bool ignore_blanks = (flags & norvik_ignore_blanks) != 0;
@@ -58,12 +58,13 @@ norvik_error *compare(norvik_text before, norvik_text after, uint32_t flags,
 
 // What there is of the lines.
 norvik_text text_of(const text_lines &text, norvik_lines lines) {
-    const auto count = static_cast<uint64_t>(text.count());
+    const auto count = static_cast<std::uint64_t>(text.count());
     if (lines.first == 0 || lines.first > count) {
         return {};
     }
-    const uint64_t end = std::min(count, uint64_t{lines.first} - 1 + lines.count);
-    return as_text(text.range(static_cast<int32_t>(lines.first - 1), static_cast<int32_t>(end)));
+    const std::uint64_t end = std::min(count, std::uint64_t{lines.first} - 1 + lines.count);
+    return as_text(
+        text.range(static_cast<std::int32_t>(lines.first - 1), static_cast<std::int32_t>(end)));
 }
 
 }  // namespace
@@ -71,24 +72,24 @@ norvik_text text_of(const text_lines &text, norvik_lines lines) {
 
 using namespace norvik;
 
-norvik_error *norvik_compare(norvik_text before, norvik_text after, uint32_t flags,
+norvik_error *norvik_compare(norvik_text before, norvik_text after, std::uint32_t flags,
                              norvik_comparison **out) {
     return face::giving(out, [&] { return face::compare(before, after, flags, out); });
 }
 
-size_t norvik_hunk_count(const norvik_comparison *comparison) {
+std::size_t norvik_hunk_count(const norvik_comparison *comparison) {
     return comparison == nullptr ? 0 : comparison->hunks.size();
 }
 
-const norvik_hunk *norvik_hunk_at(const norvik_comparison *comparison, size_t index) {
+const norvik_hunk *norvik_hunk_at(const norvik_comparison *comparison, std::size_t index) {
     return comparison == nullptr ? nullptr : face::at(comparison->hunks, index);
 }
 
-size_t norvik_move_count(const norvik_comparison *comparison) {
+std::size_t norvik_move_count(const norvik_comparison *comparison) {
     return comparison == nullptr ? 0 : comparison->moves.size();
 }
 
-const norvik_move *norvik_move_at(const norvik_comparison *comparison, size_t index) {
+const norvik_move *norvik_move_at(const norvik_comparison *comparison, std::size_t index) {
     return comparison == nullptr ? nullptr : face::at(comparison->moves, index);
 }
 

@@ -37,7 +37,7 @@ void list_records(norvik_container *container) {
     }
 }
 
-norvik_error *open_held(const memory_file &memory, std::string_view name, uint32_t flags,
+norvik_error *open_held(const memory_file &memory, std::string_view name, std::uint32_t flags,
                         norvik_container **out) {
     auto container = std::make_unique<norvik_container>();
     auto opened = open_container(memory.descriptor(), std::string(name));
@@ -57,9 +57,9 @@ norvik_error *open_held(const memory_file &memory, std::string_view name, uint32
 
 // The bytes are copied: whatever somebody does to the file, a mapping of it could change, or end
 // the process.
-norvik_error *open_descriptor(int descriptor, std::string_view name, uint32_t flags,
+norvik_error *open_descriptor(int descriptor, std::string_view name, std::uint32_t flags,
                               norvik_container **out) {
-    if ((flags & ~uint32_t{norvik_open_damaged}) != 0) {
+    if ((flags & ~std::uint32_t{norvik_open_damaged}) != 0) {
         return refuse("unknown flags of an opening");
     }
     memory_file memory;
@@ -71,7 +71,7 @@ norvik_error *open_descriptor(int descriptor, std::string_view name, uint32_t fl
 }
 
 // A device may have no end, and a pipe no writer.
-norvik_error *open_path(const char *path, uint32_t flags, norvik_container **out) {
+norvik_error *open_path(const char *path, std::uint32_t flags, norvik_container **out) {
     if (path == nullptr) {
         return refuse("there is no path");
     }
@@ -86,7 +86,7 @@ norvik_error *open_path(const char *path, uint32_t flags, norvik_container **out
     return open_descriptor(input.get(), path, flags, out);
 }
 
-norvik_error *open_bytes(norvik_text bytes, std::string_view name, uint32_t flags,
+norvik_error *open_bytes(norvik_text bytes, std::string_view name, std::uint32_t flags,
                          norvik_container **out) {
     if (bytes.bytes == nullptr && bytes.size != 0) {
         return make_error(norvik_kind_refused, name, "has a size and no bytes");
@@ -97,8 +97,9 @@ norvik_error *open_bytes(norvik_text bytes, std::string_view name, uint32_t flag
     if (error) {
         return make_error(system_failure(name, "cannot be held", error));
     }
-    return (flags & ~uint32_t{norvik_open_damaged}) != 0 ? refuse("unknown flags of an opening")
-                                                         : open_held(memory, name, flags, out);
+    return (flags & ~std::uint32_t{norvik_open_damaged}) != 0
+               ? refuse("unknown flags of an opening")
+               : open_held(memory, name, flags, out);
 }
 
 }  // namespace
@@ -131,17 +132,17 @@ const version_record *living_record(const norvik_container *container,
 
 using namespace norvik;
 
-norvik_error *norvik_open(const char *path, uint32_t flags, norvik_container **out) {
+norvik_error *norvik_open(const char *path, std::uint32_t flags, norvik_container **out) {
     return face::giving(out, [&] { return face::open_path(path, flags, out); });
 }
 
-norvik_error *norvik_open_descriptor(int descriptor, const char *name, uint32_t flags,
+norvik_error *norvik_open_descriptor(int descriptor, const char *name, std::uint32_t flags,
                                      norvik_container **out) {
     return face::giving(
         out, [&] { return face::open_descriptor(descriptor, face::view_of(name), flags, out); });
 }
 
-norvik_error *norvik_open_memory(norvik_text bytes, const char *name, uint32_t flags,
+norvik_error *norvik_open_memory(norvik_text bytes, const char *name, std::uint32_t flags,
                                  norvik_container **out) {
     return face::giving(out,
                         [&] { return face::open_bytes(bytes, face::view_of(name), flags, out); });
@@ -155,19 +156,19 @@ const char *norvik_element(const norvik_container *container) {
     return container == nullptr ? "" : container->element.c_str();
 }
 
-size_t norvik_version_count(const norvik_container *container) {
+std::size_t norvik_version_count(const norvik_container *container) {
     return container == nullptr ? 0 : container->versions.size();
 }
 
-const norvik_version *norvik_version_at(const norvik_container *container, size_t index) {
+const norvik_version *norvik_version_at(const norvik_container *container, std::size_t index) {
     return container == nullptr ? nullptr : face::at(container->versions, index);
 }
 
-size_t norvik_branch_count(const norvik_container *container) {
+std::size_t norvik_branch_count(const norvik_container *container) {
     return container == nullptr ? 0 : container->branches.size();
 }
 
-const norvik_branch *norvik_branch_at(const norvik_container *container, size_t index) {
+const norvik_branch *norvik_branch_at(const norvik_container *container, std::size_t index) {
     return container == nullptr ? nullptr : face::at(container->branches, index);
 }
 
@@ -182,7 +183,7 @@ norvik_error *norvik_find_version(norvik_container *container, const char *name,
         if (!found) {
             return face::make_error(found.failure());
         }
-        *out = &container->versions[static_cast<size_t>(*found - view.versions.data())];
+        *out = &container->versions[static_cast<std::size_t>(*found - view.versions.data())];
         return nullptr;
     });
 }

@@ -90,7 +90,7 @@ norvik_error *make_error(norvik_kind kind, std::string_view file, std::string_vi
 using norvik::face::memory_error;
 using norvik::face::owned_error;
 
-uint32_t norvik_history_version(void) {
+std::uint32_t norvik_history_version(void) {
     return NORVIK_HISTORY_VERSION;
 }
 
@@ -102,7 +102,7 @@ const char *norvik_error_file(const norvik_error *error) {
     return error == nullptr ? "" : error->file;
 }
 
-uint64_t norvik_error_line(const norvik_error *error) {
+std::uint64_t norvik_error_line(const norvik_error *error) {
     return error == nullptr ? 0 : error->line;
 }
 

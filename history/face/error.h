@@ -15,7 +15,7 @@
 struct norvik_error {
     int kind;
     int system;
-    uint64_t line;
+    std::uint64_t line;
     const char *file;
     const char *reason;
     const char *message;

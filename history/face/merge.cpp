@@ -9,11 +9,11 @@
 namespace norvik::face {
 namespace {
 
-constexpr uint32_t all_flags = norvik_ignore_blanks | norvik_apply_adjacent | norvik_strict;
-constexpr uint32_t longest_marker = 1000;
+constexpr std::uint32_t all_flags = norvik_ignore_blanks | norvik_apply_adjacent | norvik_strict;
+constexpr std::uint32_t longest_marker = 1000;
 constexpr std::size_t most_texts = 32;
 
-uint32_t conflict_of(conflict_reason reason) {
+std::uint32_t conflict_of(conflict_reason reason) {
     switch (reason) {
         case conflict_reason::none:
             return norvik_conflict_none;
@@ -43,7 +43,7 @@ norvik_error *take_options(const norvik_merge_options &given, merge_options *out
     out->strict = (given.flags & norvik_strict) != 0;
     out->markers.style = styles[given.style];
     if (given.marker_size != 0) {
-        out->markers.size = static_cast<int32_t>(given.marker_size);
+        out->markers.size = static_cast<std::int32_t>(given.marker_size);
     }
     return nullptr;
 }
@@ -102,11 +102,11 @@ void describe(norvik_merge *merge) {
         }
         const bool conflict = is_conflict(region);
         merge->regions.push_back({conflict_of(region.conflict),
-                                  conflict ? 0 : static_cast<uint32_t>(region.taken) + 1,
+                                  conflict ? 0 : static_cast<std::uint32_t>(region.taken) + 1,
                                   region.places.size()});
         merge->plan_places.push_back(region.places);
         std::vector<norvik_place> &places = merge->places.emplace_back();
-        for (const int32_t place : region.places) {
+        for (const std::int32_t place : region.places) {
             const auto i = static_cast<std::size_t>(place);
             places.push_back(place_of(plan.places[i], merge->run.merged.places[i]));
         }
@@ -117,7 +117,7 @@ void describe(norvik_merge *merge) {
 
 using namespace norvik;
 
-norvik_error *norvik_merge_texts(const norvik_text *texts, size_t count,
+norvik_error *norvik_merge_texts(const norvik_text *texts, std::size_t count,
                                  const norvik_merge_options *options, norvik_merge **out) {
     return face::giving(out, [&] { return face::merge(texts, count, options, out); });
 }
@@ -126,47 +126,48 @@ norvik_text norvik_merged_text(const norvik_merge *merge) {
     return merge == nullptr ? norvik_text{} : face::as_text(merge->run.merged.text);
 }
 
-size_t norvik_conflict_count(const norvik_merge *merge) {
+std::size_t norvik_conflict_count(const norvik_merge *merge) {
     const auto in_conflict = [](const norvik_region &region) { return region.conflict != 0; };
     return merge == nullptr ? 0
-                            : static_cast<size_t>(std::count_if(merge->regions.begin(),
-                                                                merge->regions.end(), in_conflict));
+                            : static_cast<std::size_t>(std::count_if(
+                                  merge->regions.begin(), merge->regions.end(), in_conflict));
 }
 
-size_t norvik_region_count(const norvik_merge *merge) {
+std::size_t norvik_region_count(const norvik_merge *merge) {
     return merge == nullptr ? 0 : merge->regions.size();
 }
 
-const norvik_region *norvik_region_at(const norvik_merge *merge, size_t index) {
+const norvik_region *norvik_region_at(const norvik_merge *merge, std::size_t index) {
     return merge == nullptr ? nullptr : face::at(merge->regions, index);
 }
 
-const norvik_place *norvik_place_at(const norvik_merge *merge, size_t region, size_t index) {
+const norvik_place *norvik_place_at(const norvik_merge *merge, std::size_t region,
+                                    std::size_t index) {
     return merge == nullptr || region >= merge->places.size()
                ? nullptr
                : face::at(merge->places[region], index);
 }
 
-norvik_text norvik_place_text(const norvik_merge *merge, size_t region, size_t index, size_t text,
-                              norvik_lines *lines) {
+norvik_text norvik_place_text(const norvik_merge *merge, std::size_t region, std::size_t index,
+                              std::size_t text, norvik_lines *lines) {
     const merge_place *place = face::find_place(merge, region, index);
     if (place == nullptr || text > merge->run.in.files.size()) {
         return {};
     }
     const place_version version =
         text == 0 ? place_version{merge->run.in.base, place->base_first, place->base_end, true}
-                  : version_at(merge->run.in, *place, static_cast<int32_t>(text) - 1);
+                  : version_at(merge->run.in, *place, static_cast<std::int32_t>(text) - 1);
     if (lines != nullptr) {
         *lines = face::lines_of(version.first, version.end);
     }
     return face::as_text(version.bytes());
 }
 
-int norvik_place_changed_by(const norvik_merge *merge, size_t region, size_t index,
-                            size_t contributor) {
+int norvik_place_changed_by(const norvik_merge *merge, std::size_t region, std::size_t index,
+                            std::size_t contributor) {
     const merge_place *place = face::find_place(merge, region, index);
     const auto by_it = [&](const place_edit &edit) {
-        return static_cast<size_t>(edit.contributor) + 1 == contributor;
+        return static_cast<std::size_t>(edit.contributor) + 1 == contributor;
     };
     return place != nullptr && std::any_of(place->edits.begin(), place->edits.end(), by_it) ? 1 : 0;
 }

@@ -12,8 +12,8 @@
 
 struct norvik_merge : norvik::checkin_merge {
     std::vector<norvik_region> regions;
-    std::vector<std::vector<norvik_place>> places;  // by region
-    std::vector<std::vector<int32_t>> plan_places;  // their indices in the plan
+    std::vector<std::vector<norvik_place>> places;       // by region
+    std::vector<std::vector<std::int32_t>> plan_places;  // their indices in the plan
 };
 
 namespace norvik::face {

@@ -17,11 +17,11 @@ const norvik_merge *norvik_outcome_merge(const norvik_outcome *outcome) {
     return outcome == nullptr ? nullptr : outcome->merge.get();
 }
 
-size_t norvik_outcome_since_count(const norvik_outcome *outcome) {
+std::size_t norvik_outcome_since_count(const norvik_outcome *outcome) {
     return outcome == nullptr ? 0 : outcome->since.size();
 }
 
-const char *norvik_outcome_since_at(const norvik_outcome *outcome, size_t index) {
+const char *norvik_outcome_since_at(const norvik_outcome *outcome, std::size_t index) {
     return index < norvik_outcome_since_count(outcome) ? outcome->since[index].c_str() : nullptr;
 }
 

@@ -49,7 +49,7 @@ const char *keep(norvik_plan *plan, std::string text) {
 void add_fate(norvik_plan *plan, std::string name, bool is_branch, norvik_fate_kind kind,
               const damage &why = {}) {
     plan->fates.push_back({keep(plan, std::move(name)), is_branch ? 1 : 0,
-                           static_cast<uint32_t>(kind), why.line, keep(plan, why.reason)});
+                           static_cast<std::uint32_t>(kind), why.line, keep(plan, why.reason)});
 }
 
 norvik_fate_kind kind_of(fate what) {
@@ -184,9 +184,10 @@ void list_repair(norvik_plan *plan) {
     }
 }
 
-norvik_error *plan_repairing(const char *path, const char *new_path, uint32_t flags,
+norvik_error *plan_repairing(const char *path, const char *new_path, std::uint32_t flags,
                              const norvik_change_options *change, norvik_plan **out) {
-    if (path == nullptr || new_path == nullptr || (flags & ~uint32_t{norvik_drop_stray}) != 0) {
+    if (path == nullptr || new_path == nullptr ||
+        (flags & ~std::uint32_t{norvik_drop_stray}) != 0) {
         return refuse("there is no path, or an unknown flag of a repair");
     }
     auto plan = std::make_unique<norvik_plan>();
@@ -252,8 +253,8 @@ result<> remove_planned(const norvik_plan &plan) {
 using namespace norvik;
 
 norvik_error *norvik_plan_deletion(const char *path, const char *const *versions,
-                                   size_t version_count, const char *const *branches,
-                                   size_t branch_count, const norvik_change_options *change,
+                                   std::size_t version_count, const char *const *branches,
+                                   std::size_t branch_count, const norvik_change_options *change,
                                    norvik_plan **out) {
     return face::giving(out, [&] {
         std::vector<std::string> version_names;
@@ -278,25 +279,25 @@ norvik_error *norvik_plan_purge(const char *path, const char *version,
     });
 }
 
-norvik_error *norvik_plan_repair(const char *path, const char *new_path, uint32_t flags,
+norvik_error *norvik_plan_repair(const char *path, const char *new_path, std::uint32_t flags,
                                  const norvik_change_options *change, norvik_plan **out) {
     return face::giving(out,
                         [&] { return face::plan_repairing(path, new_path, flags, change, out); });
 }
 
-size_t norvik_fate_count(const norvik_plan *plan) {
+std::size_t norvik_fate_count(const norvik_plan *plan) {
     return plan == nullptr ? 0 : plan->fates.size();
 }
 
-const norvik_fate *norvik_fate_at(const norvik_plan *plan, size_t index) {
+const norvik_fate *norvik_fate_at(const norvik_plan *plan, std::size_t index) {
     return plan == nullptr ? nullptr : face::at(plan->fates, index);
 }
 
-size_t norvik_kept_line_count(const norvik_plan *plan) {
+std::size_t norvik_kept_line_count(const norvik_plan *plan) {
     return plan == nullptr ? 0 : plan->lines.size();
 }
 
-const norvik_kept_line *norvik_kept_line_at(const norvik_plan *plan, size_t index) {
+const norvik_kept_line *norvik_kept_line_at(const norvik_plan *plan, std::size_t index) {
     return plan == nullptr ? nullptr : face::at(plan->lines, index);
 }
 

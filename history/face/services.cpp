@@ -61,9 +61,9 @@ void collect(const char *format, va_list arguments) try {
     if (size < 0) {
         return;
     }
-    std::string text(static_cast<size_t>(size) + 1, '\0');
+    std::string text(static_cast<std::size_t>(size) + 1, '\0');
     (void)std::vsnprintf(text.data(), text.size(), format, arguments);
-    text.resize(static_cast<size_t>(size));
+    text.resize(static_cast<std::size_t>(size));
     state.words += norvik::with_shown_paths(text, name_itself);
 } catch (const std::bad_alloc &) {
     state.missed_memory = true;
@@ -85,7 +85,7 @@ std::string take_library_words() {
     while (words.ends_with('\n') || words.ends_with(' ')) {
         words.pop_back();
     }
-    for (size_t newline; (newline = words.find('\n')) != std::string::npos;) {
+    for (std::size_t newline; (newline = words.find('\n')) != std::string::npos;) {
         words.replace(newline, 1, "; ");
     }
     return words;
@@ -97,16 +97,16 @@ bool library_missed_memory() noexcept {
 
 }  // namespace norvik::face
 
-void *mem_malloc(size_t size) {
-    return noted(std::malloc(std::max<size_t>(size, 1)));
+void *mem_malloc(std::size_t size) {
+    return noted(std::malloc(std::max<std::size_t>(size, 1)));
 }
 
-void *mem_calloc(size_t count, size_t size) {
-    return noted(std::calloc(std::max<size_t>(count, 1), std::max<size_t>(size, 1)));
+void *mem_calloc(std::size_t count, std::size_t size) {
+    return noted(std::calloc(std::max<std::size_t>(count, 1), std::max<std::size_t>(size, 1)));
 }
 
-void *mem_realloc(void *block, size_t size) {
-    return noted(std::realloc(block, std::max<size_t>(size, 1)));
+void *mem_realloc(void *block, std::size_t size) {
+    return noted(std::realloc(block, std::max<std::size_t>(size, 1)));
 }
 
 void mem_free(void *block) {
@@ -126,8 +126,8 @@ const char *msg_strerror(int errnum) {
 }
 
 void msg_print_shared(int, const char *, const msg_table *catalogue, int number, ...) {
-    const uint16_t *const end = catalogue->numbers + catalogue->count;
-    const uint16_t *const found = std::find(catalogue->numbers, end, number);
+    const std::uint16_t *const end = catalogue->numbers + catalogue->count;
+    const std::uint16_t *const found = std::find(catalogue->numbers, end, number);
     va_list arguments;
     va_start(arguments, number);
     collect(format_of(catalogue, static_cast<int>(found - catalogue->numbers)), arguments);
@@ -144,7 +144,7 @@ void log_internal_error(const char *prefix, const msg_table *catalogue, int inde
                      line);
 }
 
-FILE *futil_tmpfile_binary(void *, void *, void *, char *name, size_t name_size) try {
+FILE *futil_tmpfile_binary(void *, void *, void *, char *name, std::size_t name_size) try {
     norvik::memory_file &file = state.temporary;
     file = {};
     errno = file.create(norvik::newest_shown_name()).value();

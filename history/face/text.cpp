@@ -36,7 +36,7 @@ norvik_error *walk(const norvik_container *container, const version_record &vers
 }
 
 norvik_error *give_text(const norvik_container *container, const norvik_version *version,
-                        char **bytes, size_t *size) {
+                        char **bytes, std::size_t *size) {
     norvik_error *error = nullptr;
     const version_record *record = living_record(container, version, &error);
     if (record == nullptr) {
@@ -69,13 +69,13 @@ public:
     annotator(const norvik_container &container, const version_record &version,
               norvik_annotation *out)
         : container_(container), tree_(build_version_tree(container.view)), out_(out) {
-        const uint32_t position = position_of(tree_, version.id);
+        const std::uint32_t position = position_of(tree_, version.id);
         self_ = {position, position + 1};
         const container_view &view = container.view;
         by_position_.resize(tree_.versions.size());
         for (const version_record &listed : view.versions) {
             by_position_[position_of(tree_, listed.id)] =
-                &container.versions[static_cast<size_t>(&listed - view.versions.data())];
+                &container.versions[static_cast<std::size_t>(&listed - view.versions.data())];
         }
     }
 
@@ -93,7 +93,7 @@ public:
 
 private:
     void take(const weave_stretch &stretch) {
-        const uint32_t run = position_of(tree_, stretch.run);
+        const std::uint32_t run = position_of(tree_, stretch.run);
         const norvik_version *brought = run == no_position ? nullptr : by_position_[run];
         for (std::string_view rest = stretch.bytes; !rest.empty();) {
             const std::string_view line = rest.substr(0, rest.find('\n') + 1);
@@ -142,7 +142,7 @@ norvik_error *norvik_write_text(norvik_container *container, const norvik_versio
 }
 
 norvik_error *norvik_version_text(norvik_container *container, const norvik_version *version,
-                                  char **bytes, size_t *size) {
+                                  char **bytes, std::size_t *size) {
     return face::giving(bytes, [&] { return face::give_text(container, version, bytes, size); });
 }
 
@@ -155,12 +155,12 @@ norvik_error *norvik_annotate(norvik_container *container, const norvik_version 
     return face::giving(out, [&] { return face::annotate(container, version, out); });
 }
 
-size_t norvik_annotated_count(const norvik_annotation *annotation) {
+std::size_t norvik_annotated_count(const norvik_annotation *annotation) {
     return annotation == nullptr ? 0 : annotation->lines.size();
 }
 
 const norvik_annotated_line *norvik_annotated_at(const norvik_annotation *annotation,
-                                                 size_t index) {
+                                                 std::size_t index) {
     return annotation == nullptr ? nullptr : face::at(annotation->lines, index);
 }
 

@@ -6,7 +6,7 @@ namespace norvik::face {
 
 namespace {
 
-constexpr uint64_t most_lines = INT32_MAX - 1;
+constexpr std::uint64_t most_lines = INT32_MAX - 1;
 
 }  // namespace
 
@@ -14,7 +14,7 @@ norvik_error *refuse_no_text(norvik_text text, std::string_view name, bool store
     if (text.bytes == nullptr && text.size != 0) {
         return make_error(norvik_kind_refused, name, "has a size and no bytes");
     }
-    uint64_t line = 0;
+    std::uint64_t line = 0;
     for (std::string_view rest = view_of(text); !rest.empty();) {
         line++;
         const std::string_view here = rest.substr(0, rest.find('\n'));

@@ -27,12 +27,12 @@ inline std::string_view view_of(const char *string) {
 }
 
 // Line numbers inside count from 0, outside from 1.
-inline uint32_t line_number(int32_t line) {
-    return static_cast<uint32_t>(line) + 1;
+inline std::uint32_t line_number(std::int32_t line) {
+    return static_cast<std::uint32_t>(line) + 1;
 }
 // Lines first .. end - 1.
-inline norvik_lines lines_of(int32_t first, int32_t end) {
-    return {line_number(first), static_cast<uint32_t>(end - first)};
+inline norvik_lines lines_of(std::int32_t first, std::int32_t end) {
+    return {line_number(first), static_cast<std::uint32_t>(end - first)};
 }
 
 // The element of that index, null when there is none.

@@ -17,7 +17,7 @@ namespace {
 
 norvik_version_facts facts_of(const container_check &check, const version_record &version,
                               bool digests) {
-    const uint32_t position = position_of(check.scan.tree, version.id);
+    const std::uint32_t position = position_of(check.scan.tree, version.id);
     if (position == no_position) {
         return {0, 0, 0, 0, 0, 1};
     }
@@ -31,9 +31,9 @@ norvik_version_facts facts_of(const container_check &check, const version_record
             is_trusted(check, version) ? 0 : 1};
 }
 
-norvik_error *verify(const norvik_container *container, uint32_t flags, norvik_progress progress,
-                     void *user, norvik_verdict **out) {
-    if (container == nullptr || (flags & ~uint32_t{norvik_with_digests}) != 0) {
+norvik_error *verify(const norvik_container *container, std::uint32_t flags,
+                     norvik_progress progress, void *user, norvik_verdict **out) {
+    if (container == nullptr || (flags & ~std::uint32_t{norvik_with_digests}) != 0) {
         return refuse(container == nullptr ? "there is no container"
                                            : "unknown flags of a verification");
     }
@@ -43,7 +43,7 @@ norvik_error *verify(const norvik_container *container, uint32_t flags, norvik_p
     verdict->container = container;
     scan_progress told;
     if (progress != nullptr) {
-        told = [&](uint64_t bytes) {
+        told = [&](std::uint64_t bytes) {
             progress(user, view.weave_offset + bytes, view.bytes.view().size());
         };
     }
@@ -63,16 +63,16 @@ norvik_error *verify(const norvik_container *container, uint32_t flags, norvik_p
 
 using namespace norvik;
 
-norvik_error *norvik_verify(norvik_container *container, uint32_t flags, norvik_progress progress,
-                            void *user, norvik_verdict **out) {
+norvik_error *norvik_verify(norvik_container *container, std::uint32_t flags,
+                            norvik_progress progress, void *user, norvik_verdict **out) {
     return face::giving(out, [&] { return face::verify(container, flags, progress, user, out); });
 }
 
-size_t norvik_complaint_count(const norvik_verdict *verdict) {
+std::size_t norvik_complaint_count(const norvik_verdict *verdict) {
     return verdict == nullptr ? 0 : verdict->complaints.size();
 }
 
-const norvik_complaint *norvik_complaint_at(const norvik_verdict *verdict, size_t index) {
+const norvik_complaint *norvik_complaint_at(const norvik_verdict *verdict, std::size_t index) {
     return verdict == nullptr ? nullptr : face::at(verdict->complaints, index);
 }
 
@@ -82,8 +82,8 @@ const norvik_version_facts *norvik_facts_of(const norvik_verdict *verdict,
         verdict == nullptr ? nullptr : face::record_of(verdict->container, version);
     return record == nullptr
                ? nullptr
-               : face::at(verdict->facts,
-                          static_cast<size_t>(record - verdict->container->view.versions.data()));
+               : face::at(verdict->facts, static_cast<std::size_t>(
+                                              record - verdict->container->view.versions.data()));
 }
 
 void norvik_verdict_free(norvik_verdict *verdict) {

@@ -12,13 +12,14 @@ namespace norvik {
 namespace {
 
 // The length of the first `lines` lines.
-size_t length_of_lines(std::string_view bytes, uint64_t lines) {
+std::size_t length_of_lines(std::string_view bytes, std::uint64_t lines) {
     const char *at = bytes.data();
     const char *end = at + bytes.size();
     for (; lines > 0; lines--) {
-        at = static_cast<const char *>(std::memchr(at, '\n', static_cast<size_t>(end - at))) + 1;
+        at = static_cast<const char *>(std::memchr(at, '\n', static_cast<std::size_t>(end - at))) +
+             1;
     }
-    return static_cast<size_t>(at - bytes.data());
+    return static_cast<std::size_t>(at - bytes.data());
 }
 
 bool follows(std::string_view a, std::string_view b) {
@@ -29,7 +30,7 @@ bool follows(std::string_view a, std::string_view b) {
 
 import_weave::import_weave(const container_view &view, const std::vector<version_id> &lineage) {
     std::string_view rest = view.bytes.view().substr(view.weave_offset);
-    uint64_t skip = 0;
+    std::uint64_t skip = 0;
     while (!rest.empty()) {
         const std::string_view line = rest.substr(0, length_of_lines(rest, 1));
         rest.remove_prefix(line.size());
@@ -59,13 +60,13 @@ void import_weave::hide(std::string_view bytes) {
         last = std::string_view(last.data(), last.size() + bytes.size());
         return;
     }
-    const size_t piece = pieces_.size();
+    const std::size_t piece = pieces_.size();
     pieces_.push_back({bytes, no_piece});
     (chain.last == no_piece ? chain.first : pieces_[chain.last].next) = piece;
     chain.last = piece;
 }
 
-void import_weave::show(std::string_view bytes, uint64_t lines) {
+void import_weave::show(std::string_view bytes, std::uint64_t lines) {
     if (!runs_.empty() && runs_.back().hidden.first == no_piece &&
         follows(runs_.back().bytes, bytes)) {
         visible_run &last = runs_.back();
@@ -96,13 +97,13 @@ void import_weave::begin_edit(version_id id) {
     pending_ = std::exchange(front_, {});
 }
 
-void import_weave::move_until(uint64_t line, bool keep) {
+void import_weave::move_until(std::uint64_t line, bool keep) {
     while (line_ < line && run_ < before_.size()) {
         join_pending();
         visible_run &run = before_[run_];
         const bool whole = run.lines <= line - line_;
-        const uint64_t lines = whole ? run.lines : line - line_;
-        const size_t length = whole ? run.bytes.size() : length_of_lines(run.bytes, lines);
+        const std::uint64_t lines = whole ? run.lines : line - line_;
+        const std::size_t length = whole ? run.bytes.size() : length_of_lines(run.bytes, lines);
         if (keep) {
             show(run.bytes.substr(0, length), lines);
         } else {
@@ -119,22 +120,22 @@ void import_weave::move_until(uint64_t line, bool keep) {
     }
 }
 
-void import_weave::keep_until(uint64_t line) {
+void import_weave::keep_until(std::uint64_t line) {
     move_until(line, true);
 }
 
-void import_weave::add_record(char kind, uint64_t count) {
+void import_weave::add_record(char kind, std::uint64_t count) {
     std::string record;
     format::encode_run(kind, id_.branch, id_.number, count, norvik::append_to{record});
     hide(owned_.emplace_back(std::move(record)));
 }
 
-void import_weave::delete_until(uint64_t line) {
+void import_weave::delete_until(std::uint64_t line) {
     add_record(format::kind_delete, line - line_);
     move_until(line, false);
 }
 
-void import_weave::insert(std::string stored, uint64_t lines) {
+void import_weave::insert(std::string stored, std::uint64_t lines) {
     add_record(format::kind_insert, lines);
     show(owned_.emplace_back(std::move(stored)), lines);
 }
@@ -145,7 +146,7 @@ void import_weave::end_edit() {
 }
 
 void import_weave::append_chain(const hidden_chain &chain, std::string &out) const {
-    for (size_t piece = chain.first; piece != no_piece; piece = pieces_[piece].next) {
+    for (std::size_t piece = chain.first; piece != no_piece; piece = pieces_[piece].next) {
         out += pieces_[piece].bytes;
     }
 }

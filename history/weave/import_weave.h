@@ -30,10 +30,10 @@ public:
     // An edit runs once over the current text, from its first line to its last: begin_edit, then
     // the steps below in the order of the text, then end_edit, which keeps what is left.
     void begin_edit(version_id id);
-    void keep_until(uint64_t line);    // keeps the lines up to that one (from 1; 0: none)
-    void delete_until(uint64_t line);  // deletes the lines behind the last step up to that one
+    void keep_until(std::uint64_t line);    // keeps the lines up to that one (from 1; 0: none)
+    void delete_until(std::uint64_t line);  // deletes the lines behind the last step up to that one
     // Inserts stored lines (as the container holds them); the bytes are kept.
-    void insert(std::string stored, uint64_t lines);
+    void insert(std::string stored, std::uint64_t lines);
     void end_edit();
 
     // Appends the whole weave to `out`.
@@ -42,25 +42,25 @@ public:
 private:
     struct hidden_piece {
         std::string_view bytes;
-        size_t next;
+        std::size_t next;
     };
     struct hidden_chain {
-        size_t first = no_piece;
-        size_t last = no_piece;
+        std::size_t first = no_piece;
+        std::size_t last = no_piece;
     };
     struct visible_run {
         std::string_view bytes;
-        uint64_t lines;
+        std::uint64_t lines;
         hidden_chain hidden;  // what stands behind the run
     };
-    static constexpr size_t no_piece = SIZE_MAX;
+    static constexpr std::size_t no_piece = SIZE_MAX;
 
     hidden_chain &chain_here() { return runs_.empty() ? front_ : runs_.back().hidden; }
     void hide(std::string_view bytes);
-    void show(std::string_view bytes, uint64_t lines);
+    void show(std::string_view bytes, std::uint64_t lines);
     void join_pending();
-    void move_until(uint64_t line, bool keep);
-    void add_record(char kind, uint64_t count);
+    void move_until(std::uint64_t line, bool keep);
+    void add_record(char kind, std::uint64_t count);
     void append_chain(const hidden_chain &chain, std::string &out) const;
 
     std::vector<hidden_piece> pieces_;
@@ -72,8 +72,8 @@ private:
     // stand behind the line last taken.
     version_id id_;
     std::vector<visible_run> before_;
-    size_t run_ = 0;
-    uint64_t line_ = 0;
+    std::size_t run_ = 0;
+    std::uint64_t line_ = 0;
     hidden_chain pending_;
 };
 

@@ -6,7 +6,7 @@
 namespace norvik {
 namespace {
 
-constexpr uint64_t prime = (uint64_t{1} << 61) - 1;
+constexpr std::uint64_t prime = (std::uint64_t{1} << 61) - 1;
 constexpr std::size_t root = 1;  // children of i: 2i and 2i + 1
 
 position_range left_half(position_range span) {
@@ -23,18 +23,18 @@ bool apart(position_range a, position_range b) {
 
 }  // namespace
 
-uint64_t multiply_add(uint64_t a, uint64_t b, uint64_t c) {
+std::uint64_t multiply_add(std::uint64_t a, std::uint64_t b, std::uint64_t c) {
     __extension__ using wide = unsigned __int128;
     const wide product = static_cast<wide>(a) * b + c;
-    const uint64_t folded =
-        (static_cast<uint64_t>(product) & prime) + static_cast<uint64_t>(product >> 61);
+    const std::uint64_t folded =
+        (static_cast<std::uint64_t>(product) & prime) + static_cast<std::uint64_t>(product >> 61);
     return folded >= prime ? folded - prime : folded;
 }
 
-member_tree::member_tree(uint32_t positions, bool fingerprints)
+member_tree::member_tree(std::uint32_t positions, bool fingerprints)
     : ordered_(fingerprints),
       positions_(positions),
-      size_(std::bit_ceil(std::max(positions, uint32_t{1}))),
+      size_(std::bit_ceil(std::max(positions, std::uint32_t{1}))),
       nodes_(std::size_t{2} * size_) {}
 
 void member_tree::take(std::size_t at, const text_step &step) {
@@ -73,8 +73,8 @@ void member_tree::pull(std::size_t at) {
     const node &left = nodes_[2 * at];
     const node &right = nodes_[2 * at + 1];
     node &self = nodes_[at];
-    const uint64_t due = std::min(left.covers == 0 ? left.due : nothing_due,
-                                  right.covers == 0 ? right.due : nothing_due);
+    const std::uint64_t due = std::min(left.covers == 0 ? left.due : nothing_due,
+                                       right.covers == 0 ? right.due : nothing_due);
     self.due = due == nothing_due ? due : due - self.waiting.lines;
     self.covered_below = left.covered_below + right.covered_below + (left.covers != 0 ? 1 : 0) +
                          (right.covers != 0 ? 1 : 0);
@@ -134,13 +134,14 @@ void member_tree::apply_uncovered(position_range range, const text_step &step) {
 }
 
 void member_tree::cover(position_range range, int change) {
-    cover_count_ = static_cast<uint64_t>(static_cast<int64_t>(cover_count_) + change);
+    cover_count_ = static_cast<std::uint64_t>(static_cast<std::int64_t>(cover_count_) + change);
     descend(root, {0, size_}, widened(range), {.below_covers = true}, [&](std::size_t at) {
-        nodes_[at].covers = static_cast<uint32_t>(static_cast<int>(nodes_[at].covers) + change);
+        nodes_[at].covers =
+            static_cast<std::uint32_t>(static_cast<int>(nodes_[at].covers) + change);
     });
 }
 
-bool member_tree::is_covered(uint32_t position) const {
+bool member_tree::is_covered(std::uint32_t position) const {
     for (std::size_t at = std::size_t{size_} + position; at >= root; at /= 2) {
         if (nodes_[at].covers != 0) {
             return true;
@@ -150,15 +151,15 @@ bool member_tree::is_covered(uint32_t position) const {
 }
 
 // The lines of the steps that wait above a node and will reach it.
-uint64_t member_tree::lines_waiting_above(std::size_t at) const {
-    uint64_t lines = 0;
+std::uint64_t member_tree::lines_waiting_above(std::size_t at) const {
+    std::uint64_t lines = 0;
     for (; at > root && nodes_[at].covers == 0; at /= 2) {
         lines += nodes_[at / 2].waiting.lines;
     }
     return lines;
 }
 
-void member_tree::set_due(uint32_t position, uint64_t lines) {
+void member_tree::set_due(std::uint32_t position, std::uint64_t lines) {
     std::size_t at = std::size_t{size_} + position;
     due_versions_ += (lines != nothing_due ? 1 : 0) - (nodes_[at].due != nothing_due ? 1 : 0);
     nodes_[at].due = lines == nothing_due ? lines : lines + lines_waiting_above(at);
@@ -168,7 +169,7 @@ void member_tree::set_due(uint32_t position, uint64_t lines) {
 }
 
 void member_tree::find_nearest(std::size_t at, position_range span, position_range range,
-                               uint64_t passed, uint64_t *nearest) const {
+                               std::uint64_t passed, std::uint64_t *nearest) const {
     const node &self = nodes_[at];
     if (apart(span, range) || self.covers != 0 || self.due == nothing_due) {
         return;
@@ -182,28 +183,28 @@ void member_tree::find_nearest(std::size_t at, position_range span, position_ran
     find_nearest(2 * at + 1, right_half(span), range, passed, nearest);
 }
 
-uint64_t member_tree::nearest_due(position_range range) const {
-    uint64_t nearest = nothing_due;
+std::uint64_t member_tree::nearest_due(position_range range) const {
+    std::uint64_t nearest = nothing_due;
     find_nearest(root, {0, size_}, widened(range), 0, &nearest);
     return nearest;
 }
 
-uint32_t member_tree::next_due() const {
+std::uint32_t member_tree::next_due() const {
     if (nodes_[root].covers != 0 || nodes_[root].due != 0) {
         return no_position;
     }
     // A waiting step has been taken off the due of its node, not yet off the children's.
     std::size_t at = root;
-    uint64_t due_there = 0;
+    std::uint64_t due_there = 0;
     while (at < size_) {
         due_there += nodes_[at].waiting.lines;
         const node &left = nodes_[2 * at];
         at = left.covers == 0 && left.due == due_there ? 2 * at : 2 * at + 1;
     }
-    return static_cast<uint32_t>(at - size_);
+    return static_cast<std::uint32_t>(at - size_);
 }
 
-uint64_t member_tree::lines_of(uint32_t position) const {
+std::uint64_t member_tree::lines_of(std::uint32_t position) const {
     const std::size_t at = std::size_t{size_} + position;
     return nodes_[at].waiting.lines + lines_waiting_above(at);
 }
@@ -234,7 +235,7 @@ std::vector<text_step> member_tree::totals() {
     for (std::size_t at = root; at < size_; at++) {
         push(at);
     }
-    for (uint32_t i = 0; i < positions_; i++) {
+    for (std::uint32_t i = 0; i < positions_; i++) {
         all[i] = nodes_[std::size_t{size_} + i].waiting;
     }
     return all;

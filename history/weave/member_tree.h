@@ -24,40 +24,41 @@ namespace norvik {
 // What a run of lines adds to a text. The fingerprint is the value of the lines' hashes as digits:
 // a text with value x becomes x * factor + offset modulo 2^61 - 1.
 struct text_step {
-    uint64_t lines = 0;
-    uint64_t bytes = 0;
-    uint64_t factor = 1;
-    uint64_t offset = 0;
-    uint64_t first_unended = 0;  // container line of the first text line without newline, 0 if none
-    uint64_t last_line = 0;      // container line of the last line
+    std::uint64_t lines = 0;
+    std::uint64_t bytes = 0;
+    std::uint64_t factor = 1;
+    std::uint64_t offset = 0;
+    std::uint64_t first_unended =
+        0;  // container line of the first text line without newline, 0 if none
+    std::uint64_t last_line = 0;  // container line of the last line
 };
 
 // a * b + c modulo 2^61 - 1, for arguments below that.
-[[nodiscard]] uint64_t multiply_add(uint64_t a, uint64_t b, uint64_t c);
+[[nodiscard]] std::uint64_t multiply_add(std::uint64_t a, std::uint64_t b, std::uint64_t c);
 
-inline constexpr uint64_t nothing_due = UINT64_MAX;
+inline constexpr std::uint64_t nothing_due = UINT64_MAX;
 
 class member_tree {
 public:
     // With fingerprints steps are composed in their order; without, they are only summed up, which
     // saves pushing them down when another one comes.
-    member_tree(uint32_t positions, bool fingerprints);
+    member_tree(std::uint32_t positions, bool fingerprints);
 
     // Adds `step` to every version of the range that is not covered.
     void apply(position_range range, const text_step &step);
 
     // A deletion begins (+1) or ends (-1) for the versions of the range.
     void cover(position_range range, int change);
-    [[nodiscard]] bool is_covered(uint32_t position) const;
+    [[nodiscard]] bool is_covered(std::uint32_t position) const;
 
     // After how many more lines the version is due; nothing_due for never.
-    void set_due(uint32_t position, uint64_t lines);
+    void set_due(std::uint32_t position, std::uint64_t lines);
     // The smallest of these over the uncovered versions of the range.
-    [[nodiscard]] uint64_t nearest_due(position_range range) const;
+    [[nodiscard]] std::uint64_t nearest_due(position_range range) const;
     // A version that is due now, no_position when there is none. It stays due until set again.
-    [[nodiscard]] uint32_t next_due() const;
+    [[nodiscard]] std::uint32_t next_due() const;
 
-    [[nodiscard]] uint64_t lines_of(uint32_t position) const;
+    [[nodiscard]] std::uint64_t lines_of(std::uint32_t position) const;
 
     // Appends the uncovered parts of the range to `out`, in order, neighbours joined:
     // O(parts x log versions).
@@ -69,9 +70,9 @@ public:
 private:
     struct node {
         text_step waiting;
-        uint64_t due = nothing_due;
-        uint32_t covers = 0;         // deletions of exactly this node's range
-        uint32_t covered_below = 0;  // nodes below with covers
+        std::uint64_t due = nothing_due;
+        std::uint32_t covers = 0;         // deletions of exactly this node's range
+        std::uint32_t covered_below = 0;  // nodes below with covers
     };
 
     // What a descent does on its way.
@@ -86,9 +87,9 @@ private:
     void take(std::size_t at, const text_step &step);
     void push(std::size_t at);
     void pull(std::size_t at);
-    uint64_t lines_waiting_above(std::size_t at) const;
-    void find_nearest(std::size_t at, position_range span, position_range range, uint64_t passed,
-                      uint64_t *nearest) const;
+    std::uint64_t lines_waiting_above(std::size_t at) const;
+    void find_nearest(std::size_t at, position_range span, position_range range,
+                      std::uint64_t passed, std::uint64_t *nearest) const;
     // Visits the nodes that make up `range`.
     template <typename Visit>
     void descend(std::size_t at, position_range span, position_range range, passage way,
@@ -97,10 +98,10 @@ private:
                          std::vector<position_range> *out) const;
 
     const bool ordered_;
-    uint64_t cover_count_ = 0;
-    uint32_t due_versions_ = 0;
-    uint32_t positions_;
-    uint32_t size_;  // of the span of the root: a power of two
+    std::uint64_t cover_count_ = 0;
+    std::uint32_t due_versions_ = 0;
+    std::uint32_t positions_;
+    std::uint32_t size_;  // of the span of the root: a power of two
     std::vector<node> nodes_;
 };
 

@@ -9,15 +9,15 @@ namespace {
 // A branch that hangs on a version.
 struct hanging_branch {
     version_id point;
-    uint64_t branch = 0;
+    std::uint64_t branch = 0;
     friend auto operator<=>(const hanging_branch &, const hanging_branch &) = default;
 };
 
 // A branch being numbered: its next version, and the next branch that hangs on the version before.
 struct open_branch {
     tree_branch *branch;
-    uint32_t next;
-    uint32_t parent;        // position of the version before, or of the branch point
+    std::uint32_t next;
+    std::uint32_t parent;   // position of the version before, or of the branch point
     std::size_t hanging;    // next in the list of hanging branches
     std::size_t hangs_end;  // end of those that hang on the version before
 };
@@ -53,10 +53,10 @@ void collect_versions(const container_view &view, const std::vector<const branch
     for (const version_id &id : ids) {
         tree_branch &branch = tree->branches[id.branch];
         if (branch.first == branch.end) {
-            branch.first = static_cast<uint32_t>(tree->by_id.size());
+            branch.first = static_cast<std::uint32_t>(tree->by_id.size());
         }
         tree->by_id.push_back({id, no_position, false, lost.contains(id)});
-        branch.end = static_cast<uint32_t>(tree->by_id.size());
+        branch.end = static_cast<std::uint32_t>(tree->by_id.size());
     }
 }
 
@@ -92,31 +92,31 @@ public:
     }
 
     // Numbers a branch and all that hangs on it, without recursion: branches may nest deep.
-    void number_from(uint64_t root) {
+    void number_from(std::uint64_t root) {
         open(root, no_position);
         while (!open_.empty()) {
             open_branch &top = open_.back();
             if (top.hanging < top.hangs_end) {
-                const uint64_t branch = hanging_[top.hanging++].branch;
+                const std::uint64_t branch = hanging_[top.hanging++].branch;
                 open(branch, top.parent);
             } else if (top.next < top.branch->end) {
                 number_next(&top);
             } else {
-                top.branch->subtree_end = static_cast<uint32_t>(tree_->versions.size());
+                top.branch->subtree_end = static_cast<std::uint32_t>(tree_->versions.size());
                 open_.pop_back();
             }
         }
     }
 
 private:
-    void open(uint64_t number, uint32_t parent) {
+    void open(std::uint64_t number, std::uint32_t parent) {
         tree_branch &branch = tree_->branches[number];
         open_.push_back({&branch, branch.first, parent, 0, 0});
     }
 
     void number_next(open_branch *top) {
         tree_entry &entry = tree_->by_id[top->next++];
-        entry.position = static_cast<uint32_t>(tree_->versions.size());
+        entry.position = static_cast<std::uint32_t>(tree_->versions.size());
         tree_->versions.push_back(entry.id);
         tree_->parent.push_back(top->parent);
         top->parent = entry.position;
@@ -133,15 +133,15 @@ private:
     std::vector<open_branch> open_;
 };
 
-std::vector<uint64_t> root_branches(const version_tree &tree,
-                                    const std::vector<hanging_branch> &hanging) {
-    std::vector<uint64_t> attached;
+std::vector<std::uint64_t> root_branches(const version_tree &tree,
+                                         const std::vector<hanging_branch> &hanging) {
+    std::vector<std::uint64_t> attached;
     attached.reserve(hanging.size());
     for (const hanging_branch &branch : hanging) {
         attached.push_back(branch.branch);
     }
     std::sort(attached.begin(), attached.end());
-    std::vector<uint64_t> roots;
+    std::vector<std::uint64_t> roots;
     for (const auto &[number, branch] : tree.branches) {
         if (!std::binary_search(attached.begin(), attached.end(), number)) {
             roots.push_back(number);
@@ -151,7 +151,7 @@ std::vector<uint64_t> root_branches(const version_tree &tree,
     return roots;
 }
 
-const tree_branch *find_tree_branch(const version_tree &tree, uint64_t number) {
+const tree_branch *find_tree_branch(const version_tree &tree, std::uint64_t number) {
     if (number < tree.low_branches.size()) {
         return tree.low_branches[number];
     }
@@ -161,19 +161,20 @@ const tree_branch *find_tree_branch(const version_tree &tree, uint64_t number) {
 
 // The first version of the branch that is not below `number`, or its end. Without gaps it stands
 // where counting from the first one leads.
-uint32_t find_entry(const version_tree &tree, const tree_branch &branch, uint64_t number) {
-    const uint64_t lowest = tree.by_id[branch.first].id.number;
-    const uint64_t count = branch.end - branch.first;
+std::uint32_t find_entry(const version_tree &tree, const tree_branch &branch,
+                         std::uint64_t number) {
+    const std::uint64_t lowest = tree.by_id[branch.first].id.number;
+    const std::uint64_t count = branch.end - branch.first;
     if (number >= lowest && number - lowest < count) {
-        const auto guess = branch.first + static_cast<uint32_t>(number - lowest);
+        const auto guess = branch.first + static_cast<std::uint32_t>(number - lowest);
         if (tree.by_id[guess].id.number == number) {
             return guess;
         }
     }
-    const auto entry =
-        std::lower_bound(tree.by_id.begin() + branch.first, tree.by_id.begin() + branch.end, number,
-                         [](const tree_entry &a, uint64_t wanted) { return a.id.number < wanted; });
-    return static_cast<uint32_t>(entry - tree.by_id.begin());
+    const auto entry = std::lower_bound(
+        tree.by_id.begin() + branch.first, tree.by_id.begin() + branch.end, number,
+        [](const tree_entry &a, std::uint64_t wanted) { return a.id.number < wanted; });
+    return static_cast<std::uint32_t>(entry - tree.by_id.begin());
 }
 
 void mark_listed(const container_view &view, version_tree *tree) {
@@ -200,7 +201,7 @@ version_tree build_version_tree(const container_view &view, const std::set<versi
     collect_versions(view, live, lost, &tree);
     const std::vector<hanging_branch> hanging = attach_branches(live, &tree);
     numbering order(&tree, hanging);
-    for (const uint64_t root : root_branches(tree, hanging)) {
+    for (const std::uint64_t root : root_branches(tree, hanging)) {
         order.number_from(root);
     }
     index_low_branches(&tree);
@@ -213,7 +214,7 @@ tree_place place_of(const version_tree &tree, version_id id) {
     if (branch == nullptr || branch->first == branch->end) {
         return {};
     }
-    const uint32_t found = find_entry(tree, *branch, id.number);
+    const std::uint32_t found = find_entry(tree, *branch, id.number);
     if (found == branch->end) {
         return {};
     }
@@ -226,7 +227,7 @@ tree_place place_of(const version_tree &tree, version_id id) {
 }
 
 position_range all_versions(const version_tree &tree) {
-    return {0, static_cast<uint32_t>(tree.versions.size())};
+    return {0, static_cast<std::uint32_t>(tree.versions.size())};
 }
 
 position_range members_of(const version_tree &tree, version_id id) {
@@ -241,7 +242,7 @@ bool is_ancestor(version_id older, position_range older_members, version_id newe
     return newer_members.empty() || older_members.holds(newer_members);
 }
 
-uint32_t position_of(const version_tree &tree, version_id id) {
+std::uint32_t position_of(const version_tree &tree, version_id id) {
     return place_of(tree, id).position;
 }
 

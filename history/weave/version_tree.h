@@ -21,35 +21,35 @@ namespace norvik {
 
 // Positions first .. end - 1; empty when both are equal.
 struct position_range {
-    uint32_t first = 0;
-    uint32_t end = 0;
+    std::uint32_t first = 0;
+    std::uint32_t end = 0;
     bool empty() const { return first == end; }
     bool holds(position_range inner) const { return first <= inner.first && inner.end <= end; }
     friend bool operator==(const position_range &, const position_range &) = default;
 };
 
-inline constexpr uint32_t no_position = UINT32_MAX;
+inline constexpr std::uint32_t no_position = UINT32_MAX;
 
 // The versions of one branch.
 struct tree_branch {
-    uint32_t first = 0;  // in version_tree::by_id
-    uint32_t end = 0;
-    uint32_t subtree_end = 0;  // position after the last one of its subtree
+    std::uint32_t first = 0;  // in version_tree::by_id
+    std::uint32_t end = 0;
+    std::uint32_t subtree_end = 0;  // position after the last one of its subtree
     const branch_record *record = nullptr;
     bool rooted = false;  // its line of branch points leads to branch 0
 };
 
 struct tree_entry {
     version_id id;
-    uint32_t position = no_position;
+    std::uint32_t position = no_position;
     bool listed = false;  // has a version record, commented out or not
     bool lost = false;    // had one, which is lost
 };
 
 // Where the records of a version belong.
 struct tree_place {
-    position_range members;           // the versions that have them in their lineage
-    uint32_t position = no_position;  // the version's own, when it is in the tree
+    position_range members;                // the versions that have them in their lineage
+    std::uint32_t position = no_position;  // the version's own, when it is in the tree
     bool listed = false;
     bool lost = false;
 };
@@ -61,10 +61,10 @@ struct version_tree {
     version_tree(const version_tree &) = delete;  // low_branches points into branches
     version_tree &operator=(const version_tree &) = delete;
 
-    std::vector<version_id> versions;  // by position
-    std::vector<uint32_t> parent;      // by position; no_position for a root
-    std::vector<tree_entry> by_id;     // in order of branch and number
-    std::unordered_map<uint64_t, tree_branch> branches;
+    std::vector<version_id> versions;   // by position
+    std::vector<std::uint32_t> parent;  // by position; no_position for a root
+    std::vector<tree_entry> by_id;      // in order of branch and number
+    std::unordered_map<std::uint64_t, tree_branch> branches;
     std::vector<const tree_branch *> low_branches;  // by number; null for one that is not there
 };
 
@@ -90,7 +90,7 @@ struct version_tree {
 [[nodiscard]] position_range all_versions(const version_tree &tree);
 
 // The position of a version that is in the tree, else no_position.
-[[nodiscard]] uint32_t position_of(const version_tree &tree, version_id id);
+[[nodiscard]] std::uint32_t position_of(const version_tree &tree, version_id id);
 
 }  // namespace norvik
 

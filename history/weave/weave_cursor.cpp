@@ -14,17 +14,17 @@ const char *find_byte(const char *first, const char *last, char byte) {
     return found == nullptr ? last : static_cast<const char *>(found);
 }
 
-std::string lines_text(uint64_t count) {
+std::string lines_text(std::uint64_t count) {
     return std::to_string(count) + (count == 1 ? " line" : " lines");
 }
 
 position_range common_part(position_range a, position_range b) {
-    const uint32_t first = std::max(a.first, b.first);
+    const std::uint32_t first = std::max(a.first, b.first);
     return {first, std::max(first, std::min(a.end, b.end))};
 }
 
-uint64_t power(uint64_t base, uint64_t exponent) {
-    uint64_t result = 1;
+std::uint64_t power(std::uint64_t base, std::uint64_t exponent) {
+    std::uint64_t result = 1;
     for (; exponent != 0; exponent >>= 1) {
         result = (exponent & 1) != 0 ? multiply_add(result, base, 0) : result;
         base = multiply_add(base, base, 0);
@@ -43,7 +43,7 @@ weave_cursor::weave_cursor(const container_view &view, const version_tree &tree,
       tree_(tree),
       fingerprints_(fingerprints),
       line_(view.weave_line),
-      members_(static_cast<uint32_t>(tree.versions.size()), fingerprints),
+      members_(static_cast<std::uint32_t>(tree.versions.size()), fingerprints),
       changes_(tree.versions.size()) {
     const std::string_view data = view.bytes.view();
     first_ = at_ = data.data() + view.weave_offset;
@@ -51,7 +51,7 @@ weave_cursor::weave_cursor(const container_view &view, const version_tree &tree,
     nul_ = find_byte(at_, end_, '\0');
 }
 
-void weave_cursor::fault(uint64_t line, std::string reason, position_range doubt) {
+void weave_cursor::fault(std::uint64_t line, std::string reason, position_range doubt) {
     faults_.push_back({{line, std::move(reason)}, doubt, false});
 }
 
@@ -89,8 +89,8 @@ const char *weave_cursor::line_fault(std::string_view line) const {
 
 // Deletions whose last line has been passed cover nothing any more.
 void weave_cursor::end_deletions() {
-    for (uint32_t due; (due = members_.next_due()) != no_position;) {
-        const uint64_t passed = members_.lines_of(due);
+    for (std::uint32_t due; (due = members_.next_due()) != no_position;) {
+        const std::uint64_t passed = members_.lines_of(due);
         auto i = deletions_.lower_bound({due, 0, 0});
         while (i != deletions_.end() && std::get<0>(i->first) == due &&
                std::get<1>(i->first) <= passed) {
@@ -152,7 +152,7 @@ void weave_cursor::begin_delete(const run_fields &fields, position_range members
         fault(line_, "a delete record of 0 lines", all());
         return;
     }
-    const uint32_t before = members.empty() ? no_position : tree_.parent[members.first];
+    const std::uint32_t before = members.empty() ? no_position : tree_.parent[members.first];
     if (before == no_position) {
         fault(line_, "deletes " + lines_text(fields.count) + " where there are none before it",
               all());
@@ -174,9 +174,9 @@ void weave_cursor::activate_announced() {
         return;
     }
     const active_deletion &deletion = *announced_;
-    const uint32_t before = deletion.before;
-    const uint64_t passed = members_.lines_of(before);
-    const uint64_t due =
+    const std::uint32_t before = deletion.before;
+    const std::uint64_t passed = members_.lines_of(before);
+    const std::uint64_t due =
         deletion.lines > nothing_due - 1 - passed ? nothing_due - 1 : passed + deletion.lines;
     deletions_.emplace(deletion_key{before, due, deletion.record}, deletion);
     members_.cover(deletion.members, +1);
@@ -215,8 +215,8 @@ void weave_cursor::take_record(std::string_view line, char kind) {
 
 void weave_cursor::pass_stray_lines() {
     activate_announced();
-    const uint64_t first = line_;
-    uint64_t count = 0;
+    const std::uint64_t first = line_;
+    std::uint64_t count = 0;
     while (at_ != end_ && holds_text(format::kind_of(line_here()))) {
         pass_line(line_here());
         count++;
@@ -272,7 +272,7 @@ void weave_cursor::take_marked(char kind, weave_stretch *out, text_step *step) {
 }
 
 // Takes plain lines, `most` at most; a faulty one alone.
-void weave_cursor::take_plain(uint64_t most, weave_stretch *out, text_step *step) {
+void weave_cursor::take_plain(std::uint64_t most, weave_stretch *out, text_step *step) {
     const char *const first = at_;
     while (out->lines < most && at_ != end_ && *at_ != format::record_mark) {
         const std::string_view line = line_here();
@@ -312,7 +312,7 @@ void weave_cursor::take_stretch(weave_stretch *out) {
     if (kind != format::kind_plain) {
         take_marked(kind, out, &step);
     } else {
-        uint64_t most = announced_ ? announced_->lines : nothing_due;
+        std::uint64_t most = announced_ ? announced_->lines : nothing_due;
         most = deletions_.empty() ? most : members_.nearest_due(run.members);
         take_plain(std::min(run.remaining, most), out, &step);
     }
@@ -343,7 +343,7 @@ void weave_cursor::finish() {
               all());
     }
     for (const auto &[key, deletion] : deletions_) {
-        const uint64_t missing = std::get<1>(key) - members_.lines_of(deletion.before);
+        const std::uint64_t missing = std::get<1>(key) - members_.lines_of(deletion.before);
         fault(deletion.line,
               "deletes " + lines_text(deletion.lines) + ", but only " +
                   std::to_string(deletion.lines - std::min(missing, deletion.lines)) +

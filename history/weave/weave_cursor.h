@@ -54,9 +54,9 @@ struct weave_stretch {
     position_range members;      // the versions that have it in their lineage
     std::size_t run_record = 0;  // the run's record, counted from 0 through the weave
     std::string_view bytes;      // the container's lines as they stand
-    uint64_t lines = 0;
-    uint64_t line = 0;  // number of the first
-    char kind = 0;      // 0 plain lines; Q, N, T one line with that prefix
+    std::uint64_t lines = 0;
+    std::uint64_t line = 0;  // number of the first
+    char kind = 0;           // 0 plain lines; Q, N, T one line with that prefix
 };
 
 // An I or D record as it is met. `bytes` is its line.
@@ -71,15 +71,15 @@ struct active_deletion {
     std::size_t record = 0;  // ordinal
     version_id by;
     position_range members;
-    uint32_t before = no_position;  // position of the version whose lines it counts
-    uint64_t lines = 0;             // that it counts in all
-    uint64_t line = 0;              // of its record
+    std::uint32_t before = no_position;  // position of the version whose lines it counts
+    std::uint64_t lines = 0;             // that it counts in all
+    std::uint64_t line = 0;              // of its record
 };
 
 // What a version's records count.
 struct change_counts {
-    uint64_t added = 0;
-    uint64_t deleted = 0;
+    std::uint64_t added = 0;
+    std::uint64_t deleted = 0;
 };
 
 class weave_cursor {
@@ -107,24 +107,25 @@ public:
     const std::vector<weave_fault> &faults() const { return faults_; }
     const std::vector<change_counts> &changes() const { return changes_; }
     // Versions with records in the weave, and how many, and none in the header.
-    const std::map<version_id, uint64_t> &unlisted() const { return unlisted_; }
+    const std::map<version_id, std::uint64_t> &unlisted() const { return unlisted_; }
     // After the last stretch: what every version reads, by position.
     [[nodiscard]] std::vector<text_step> totals() { return members_.totals(); }
     // Bytes of the weave that have been passed.
-    uint64_t passed() const { return static_cast<uint64_t>(at_ - first_); }
+    std::uint64_t passed() const { return static_cast<std::uint64_t>(at_ - first_); }
 
 private:
     struct open_run {
         version_id id;
         position_range members;
-        uint64_t remaining;
+        std::uint64_t remaining;
         std::size_t record;
-        uint64_t line;
+        std::uint64_t line;
         bool told = false;  // that a deletion lies over it
     };
-    using deletion_key = std::tuple<uint32_t, uint64_t, std::size_t>;  // before, due at, record
+    using deletion_key =
+        std::tuple<std::uint32_t, std::uint64_t, std::size_t>;  // before, due at, record
 
-    void fault(uint64_t line, std::string reason, position_range doubt);
+    void fault(std::uint64_t line, std::string reason, position_range doubt);
     position_range all() const;
 
     std::string_view line_here() const;
@@ -140,7 +141,7 @@ private:
     void check_under_deletion(open_run *run);
     void take_stretch(weave_stretch *out);
     void add_to_holders(const weave_stretch &stretch, const text_step &step);
-    void take_plain(uint64_t most, weave_stretch *out, text_step *step);
+    void take_plain(std::uint64_t most, weave_stretch *out, text_step *step);
     void take_marked(char kind, weave_stretch *out, text_step *step);
     const char *spelling_fault(std::string_view line, char kind) const;
     const char *line_fault(std::string_view line) const;
@@ -152,8 +153,8 @@ private:
     const char *first_;
     const char *at_;
     const char *end_;
-    const char *nul_;  // the first NUL from `at_` on, or end_
-    uint64_t line_;    // number of the line at `at_`
+    const char *nul_;     // the first NUL from `at_` on, or end_
+    std::uint64_t line_;  // number of the line at `at_`
     std::size_t next_ordinal_ = 0;
     bool finished_ = false;
     member_tree members_;
@@ -166,7 +167,7 @@ private:
     std::vector<weave_record> records_;
     std::vector<weave_fault> faults_;
     std::vector<change_counts> changes_;
-    std::map<version_id, uint64_t> unlisted_;
+    std::map<version_id, std::uint64_t> unlisted_;
 };
 
 }  // namespace norvik

@@ -5,7 +5,7 @@
 namespace norvik {
 survivor_set::survivor_set(const std::vector<bool> &alive) {
     before_.reserve(alive.size() + 1);
-    uint32_t count = 0;
+    std::uint32_t count = 0;
     for (const bool survives : alive) {
         before_.push_back(count);
         count += survives ? 1 : 0;
@@ -45,14 +45,14 @@ bool weave_rewrite::is_held(const weave_stretch &stretch) {
 }
 
 void weave_rewrite::take_stretch(const weave_stretch &stretch) {
-    uint64_t kept = stretch.lines;
+    std::uint64_t kept = stretch.lines;
     if (is_held(stretch)) {
         pieces_.push_back({stretch.bytes, SIZE_MAX, stretch.kind});
     } else {
         kept = take_lines(stretch);
     }
     records_[stretch.run_record].kept += kept;
-    const uint64_t lost = stretch.lines - kept;
+    const std::uint64_t lost = stretch.lines - kept;
     if (lost == 0) {
         return;
     }
@@ -64,8 +64,8 @@ void weave_rewrite::take_stretch(const weave_stretch &stretch) {
 }
 
 // Keeps the lines of a stretch that are not to be taken out; returns how many.
-uint64_t weave_rewrite::take_lines(const weave_stretch &stretch) {
-    uint64_t kept = 0;
+std::uint64_t weave_rewrite::take_lines(const weave_stretch &stretch) {
+    std::uint64_t kept = 0;
     for (std::string_view rest = stretch.bytes; !rest.empty();) {
         const std::size_t newline = rest.find('\n');
         const std::string_view line = rest.substr(0, newline == rest.npos ? newline : newline + 1);

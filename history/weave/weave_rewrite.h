@@ -28,7 +28,7 @@ public:
     }
 
 private:
-    std::vector<uint32_t> before_;
+    std::vector<std::uint32_t> before_;
 };
 
 struct rewrite_plan {
@@ -61,13 +61,13 @@ private:
     struct counted_record {
         char kind = 0;
         run_fields fields;
-        uint64_t kept = 0;  // of the lines that it counts
-        bool dead = false;  // no survivor has it
+        std::uint64_t kept = 0;  // of the lines that it counts
+        bool dead = false;       // no survivor has it
     };
 
     void take_records();
     void take_stretch(const weave_stretch &stretch);
-    uint64_t take_lines(const weave_stretch &stretch);
+    std::uint64_t take_lines(const weave_stretch &stretch);
     bool is_held(const weave_stretch &stretch);
     bool stays(const counted_record &record) const;
 

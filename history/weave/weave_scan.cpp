@@ -11,8 +11,8 @@ weave_scan scan_along(const container_view &view, version_tree tree, bool finger
                       const scan_progress &told) {
     weave_scan result{std::move(tree), {}, {}, {}, {}};
     weave_cursor cursor(view, result.tree, fingerprints);
-    constexpr uint64_t told_every = uint64_t{1} << 20;
-    uint64_t tell_at = told_every;
+    constexpr std::uint64_t told_every = std::uint64_t{1} << 20;
+    std::uint64_t tell_at = told_every;
     weave_stretch stretch;
     while (cursor.next(&stretch)) {
         if (told && cursor.passed() >= tell_at) {
@@ -30,8 +30,8 @@ weave_scan scan_along(const container_view &view, version_tree tree, bool finger
 // Whether it is a header record that is lost, and not the version's number that is damaged in
 // records of the weave: the next version of the branch is there, or there are more such records
 // than would come to the same number.
-bool is_lost(const version_tree &tree, version_id id, uint64_t records) {
-    constexpr uint64_t too_many = 3;
+bool is_lost(const version_tree &tree, version_id id, std::uint64_t records) {
+    constexpr std::uint64_t too_many = 3;
     const auto found = tree.branches.find(id.branch);
     if (found == tree.branches.end() || found->second.first == found->second.end) {
         return false;

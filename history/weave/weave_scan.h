@@ -10,15 +10,15 @@
 namespace norvik {
 
 struct weave_scan {
-    version_tree tree;                        // with the versions whose records are lost
-    std::vector<weave_fault> faults;          // in order of the pass
-    std::vector<text_step> totals;            // what each version reads, by position in the tree
-    std::vector<change_counts> changes;       // what each version's records count, by position
-    std::map<version_id, uint64_t> unlisted;  // records of versions that the header has not
+    version_tree tree;                   // with the versions whose records are lost
+    std::vector<weave_fault> faults;     // in order of the pass
+    std::vector<text_step> totals;       // what each version reads, by position in the tree
+    std::vector<change_counts> changes;  // what each version's records count, by position
+    std::map<version_id, std::uint64_t> unlisted;  // records of versions that the header has not
 };
 
 // Told now and then how many bytes of the weave have been passed.
-using scan_progress = std::function<void(uint64_t bytes)>;
+using scan_progress = std::function<void(std::uint64_t bytes)>;
 
 // One pass, and a second one when header records are lost of versions that the weave has.
 // O(bytes + (records + stretches) x log versions). Without fingerprints the totals have line and

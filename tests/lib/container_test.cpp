@@ -170,7 +170,9 @@ TEST_F(container, at_a_path_that_cannot_be_read_or_written_is_told) {
         {below.c_str(), "\"" + below + "\": Not a directory"},
         {folder.c_str(), "\"" + folder + "\": Is a directory"},
     };
-    for (const auto &[bad, words] : rows) {
+    for (const auto &row : rows) {
+        const char *const bad = row.first;
+        const std::string &words = row.second;
         const char *const c = file.c_str();
         const char *const o = out.c_str();
         const std::function<int()> calls[] = {
