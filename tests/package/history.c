@@ -331,6 +331,7 @@ static int refuses_to_change(void) {
     const norvik_text long_line = {line, sizeof line};
     const char *const missing[] = {NULL};
     norvik_plan *plan = NULL;
+    norvik_outcome *stored = NULL;
     norvik_change_options change = {.size = sizeof change, .flags = 1U << 30};
     norvik_create_options create = {.size = sizeof create, .branch = "a b"};
     norvik_checkin_options options = {.size = sizeof options, .flags = 1U << 30};
@@ -341,13 +342,12 @@ static int refuses_to_change(void) {
     EXPECT(refused(norvik_create("n", NULL, &change, NULL)) && !file_exists("n"));
     EXPECT(refused(norvik_create_branch("m", NULL, "main", 0, NULL, NULL)));
     EXPECT(refused(norvik_create_branch("m", "n", "main@99", 0, NULL, NULL)));
-    EXPECT(refused(norvik_checkin(NULL, text(""), NULL, NULL, NULL)));
-    EXPECT(refused(norvik_checkin("m", text(""), &options, NULL, NULL)));
-    options.flags = 0;
-    options.from = "main@99";
-    EXPECT(refused(norvik_checkin("m", text(""), &options, NULL, NULL)));
+    EXPECT(refused(norvik_checkin(NULL, text(""), NULL, NULL, &stored)));
+    EXPECT(refused(norvik_checkin("m", text(""), &options, NULL, &stored)));
+    options.flags = 0, options.from = "main@99";
+    EXPECT(refused(norvik_checkin("m", text(""), &options, NULL, &stored)));
     options.branch = "n";
-    EXPECT(refused(norvik_checkin("m", text(""), &options, NULL, NULL)));
+    EXPECT(refused(norvik_checkin("m", text(""), &options, NULL, &stored)));
     memset(line, 'a', sizeof line);
     EXPECT(refuses_text(nothing, "has a size") && refuses_text(long_line, "has 8001 bytes"));
     line[0] = '^';
