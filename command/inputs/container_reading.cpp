@@ -72,12 +72,18 @@ bool same_time(const timespec &a, const timespec &b) {
 }
 
 // A change of the file's links changes the time of its status, too.
-bool was_changed(const container_reading &reading) {
+bool looks_changed(const container_reading &reading) {
     const struct stat &then = reading.opened;
     struct stat now {};
     return sys::fstat(reading.input.get(), &now) != 0 || now.st_size != then.st_size ||
            !same_time(now.st_mtim, then.st_mtim) ||
            (now.st_nlink == then.st_nlink && !same_time(now.st_ctim, then.st_ctim));
+}
+
+// While a writer replaces the file, one look may give the links from before that and the time from
+// after it; a second look has both from after it.
+bool was_changed(const container_reading &reading) {
+    return looks_changed(reading) && looks_changed(reading);
 }
 
 }  // namespace
