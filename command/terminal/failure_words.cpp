@@ -11,8 +11,8 @@ namespace norvik {
 
 namespace {
 
-std::string_view words_of(remedy way_out) {
-    switch (way_out) {
+std::string_view way_out_of(const failure &why) {
+    switch (why.way_out) {
         case remedy::force:
             return " (--force goes on)";
         case remedy::replace:
@@ -29,6 +29,8 @@ std::string_view words_of(remedy way_out) {
             return " (--from VERSION starts it)";
         case remedy::name_base:
             return " (--base VERSION says it)";
+        case remedy::see_faults:
+            return why.follows.empty() ? " (see 'tdm verify')" : " ('tdm verify' tells more)";
         case remedy::none:
             break;
     }
@@ -48,8 +50,9 @@ exit_status tell(const failure &why) {
         }
         words += std::string(words.empty() ? "" : ": ") + std::strerror(why.cause.value());
     }
-    words += words_of(why.way_out);
-    words += why.outcome.empty() ? "" : "; " + escape_name(why.outcome);
+    std::string last(way_out_of(why));
+    last += why.outcome.empty() ? "" : "; " + escape_name(why.outcome);
+    words += why.follows.empty() ? last : "";
     if (why.file.empty()) {
         say("%s", words.c_str());
     } else if (why.line == 0) {
@@ -58,7 +61,7 @@ exit_status tell(const failure &why) {
         say_of_line(why.file, why.line, words);
     }
     if (!why.follows.empty()) {
-        say_of_file(why.file, escape_name(why.follows));
+        say_of_file(why.file, escape_name(why.follows) + last);
     }
     return status_trouble;
 }

@@ -35,6 +35,7 @@ enum class remedy {
     name_branch,   // say which branch is meant
     start_branch,  // make the branch
     name_base,     // say what a text was made from
+    see_faults,    // have all that is wrong with a container listed
 };
 
 // Names and reasons hold bytes as they are; whoever shows them makes them harmless.
@@ -45,8 +46,9 @@ struct failure {
     std::string reason = {};     // plain words, without the file and the cause
     std::error_code cause = {};  // of the kind `system`
     remedy way_out = remedy::none;
+    std::string follows = {};  // a second sentence on the same file, which takes the way out and
+                               // the outcome with it; may be empty
     std::string outcome = {};  // what has become of it, such as "nothing is replaced"; may be empty
-    std::string follows = {};  // a second sentence on the same file; may be empty
 };
 
 // A failure with no system error.

@@ -159,7 +159,9 @@ result<> require_soundness(const container_view &view) {
         return {};
     }
     failure why = damaged(view, check.faults.front().what);
-    why.follows = "is unsound ('tdm verify' tells more); nothing is built on it";
+    why.follows = "is unsound";
+    why.way_out = remedy::see_faults;
+    why.outcome = "nothing is built on it";
     return why;
 }
 

@@ -40,7 +40,9 @@ result<> check_new_branch_name(const container_view *view, const std::string &na
 result<std::uint64_t> new_branch_number(const container_view &view) {
     const std::optional<std::uint64_t> next = next_branch_number(view);
     if (!next) {
-        return refusal(view.name, "no number is left for a new branch (see 'tdm verify')");
+        failure why = refusal(view.name, "no number is left for a new branch");
+        why.way_out = remedy::see_faults;
+        return why;
     }
     return *next;
 }

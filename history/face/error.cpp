@@ -52,7 +52,7 @@ norvik_error *make(norvik_kind kind, const failure &why) {
         error->reason_text = "is not done";
     }
     // What came of it, behind the system's words.
-    const std::string rest = joined(why.outcome, "; ", why.follows);
+    const std::string rest = joined(why.follows, "; ", why.outcome);
     std::string place = why.file;
     if (why.line != 0) {
         place += ":" + std::to_string(why.line);
