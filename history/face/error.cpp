@@ -3,6 +3,9 @@
 #include <cerrno>
 #include <memory>
 
+static_assert(NORVIK_HISTORY_VERSION == NORVIK_PROJECT_VERSION,
+              "the headers and the project have one version");
+
 namespace norvik::face {
 
 namespace {

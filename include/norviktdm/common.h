@@ -26,8 +26,8 @@
 #define NORVIK_API __attribute__((visibility("default")))
 #endif
 
-/* The version of these headers, major * 10000 + minor * 100 + patch. Within a major version names
- * and meanings only come to it. */
+/* The version of these headers and of the library, major * 10000 + minor * 100 + patch. Within a
+ * major version names and meanings only come to it. */
 #define NORVIK_HISTORY_VERSION 10000
 
 #ifdef __cplusplus
