@@ -9,6 +9,7 @@
 #include "command_declaration.h"
 #include "common_options.h"
 #include "container_change.h"
+#include "container_limits.h"
 #include "failure_words.h"
 #include "named_version.h"
 #include "new_branch.h"
@@ -53,7 +54,10 @@ exit_status run_branch(const command_context &context, const branch_options &opt
 void register_branch(command_declaration &command, command_context &context) {
     const auto options = std::make_shared<branch_options>();
     command.take("CONTAINER", options->container, "The container to change");
-    command.take("NAME", options->name, "The new branch: 1 to 99 bytes, no blanks, no '@'");
+    static const std::string name_rule = "The new branch: 1 to " +
+                                         std::to_string(format::longest_written_oid) +
+                                         " bytes, no blanks, no '@'";
+    command.take("NAME", options->name, name_rule.c_str());
     command.take("VERSION", options->version, "The version that the branch is made off");
     options->time.declare(command);
     add_dry_run_option(command, context);

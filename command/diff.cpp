@@ -83,8 +83,9 @@ exit_status load_versions(const diff_options &options, diff_run *run) {
 
 exit_status load_files(const diff_options &options, diff_run *run) {
     if (options.operands.size() < 2 || options.operands.size() > most_files) {
-        return usage_error("diff", options.operands.size() < 2 ? "two files at least are needed"
-                                                               : "more than 32 files");
+        return usage_error("diff", options.operands.size() < 2
+                                       ? "two files at least are needed"
+                                       : "more than " + std::to_string(most_files) + " files");
     }
     if (told(refuse_spent_input(options.operands)) != status_done) {
         return status_trouble;

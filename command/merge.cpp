@@ -103,7 +103,8 @@ exit_status check_report(const command_context &context, const command_options &
 
 exit_status check_usage(const command_context &context, command_options *options) {
     if (options->names.size() > most_files - 1) {
-        return usage_error("merge", "more than 31 files to merge");
+        return usage_error("merge",
+                           "more than " + std::to_string(most_files - 1) + " files to merge");
     }
     options->names.insert(options->names.begin(), options->base);
     if (options->labels.size() > options->names.size()) {

@@ -60,7 +60,9 @@ struct header_reader {
 
     void check_oid(std::string_view oid) const {
         if (oid.size() > longest_written_oid) {
-            out->header_oddities.push_back({line_number, "an identifier of more than 99 bytes"});
+            out->header_oddities.push_back(
+                {line_number,
+                 "an identifier of more than " + std::to_string(longest_written_oid) + " bytes"});
         }
     }
 

@@ -11,7 +11,6 @@ namespace {
 
 constexpr std::uint32_t all_flags = norvik_ignore_blanks | norvik_apply_adjacent | norvik_strict;
 constexpr std::uint32_t longest_marker = 1000;
-constexpr std::size_t most_texts = 32;
 
 std::uint32_t conflict_of(conflict_reason reason) {
     switch (reason) {
@@ -50,8 +49,8 @@ norvik_error *take_options(const norvik_merge_options &given, merge_options *out
 
 norvik_error *merge(const norvik_text *texts, std::size_t count, const norvik_merge_options *given,
                     norvik_merge **out) {
-    if (texts == nullptr || count < 2 || count > most_texts) {
-        return refuse("a merge takes a base and 1 to 31 texts");
+    if (texts == nullptr || count < 2 || count > most_files) {
+        return refuse("a merge takes a base and 1 to " + std::to_string(most_files - 1) + " texts");
     }
     norvik_merge_options chosen{};
     if (norvik_error *error = take(given, &chosen); error != nullptr) {

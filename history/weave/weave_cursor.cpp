@@ -83,8 +83,9 @@ const char *weave_cursor::line_fault(std::string_view line) const {
     if (nul_ < line.data() + line.size()) {
         return "a NUL byte";
     }
-    return line.size() - 1 > format::longest_stored(line) ? "a line of more than 8000 bytes"
-                                                          : nullptr;
+    static const std::string too_long =
+        "a line of more than " + std::to_string(format::longest_line) + " bytes";
+    return line.size() - 1 > format::longest_stored(line) ? too_long.c_str() : nullptr;
 }
 
 // Deletions whose last line has been passed cover nothing any more.
