@@ -46,8 +46,18 @@ struct merged_line {
     std::int32_t number;
 };
 
+// A last line without an end of line is the line that it would be elsewhere: a text that moves it
+// moves that one.
+std::string_view without_end(std::string_view line) {
+    return line.ends_with('\n') ? line.substr(0, line.size() - 1) : line;
+}
+
+std::int32_t find(const census &c, std::string_view line) {
+    return c.numbers.find(without_end(line));
+}
+
 line_count &count_of(census &c, std::string_view line) {
-    const auto number = static_cast<std::size_t>(c.numbers.number(line));
+    const auto number = static_cast<std::size_t>(c.numbers.number(without_end(line)));
     if (number == c.counts.size()) {
         c.counts.emplace_back();
         c.counts.back().significant = is_significant(line);
@@ -151,7 +161,7 @@ std::vector<merged_line> count_merged(census &c, const merged_text &merged) {
         const text_lines text = split_lines(
             std::string_view(merged.text).substr(placed.from, placed.end - placed.from));
         for (std::int32_t i = 0; i < text.count(); i++) {
-            const std::int32_t number = c.numbers.find(text.line(i));
+            const std::int32_t number = find(c, text.line(i));
             lines.push_back({placed.first_line + i, number});
             if (number >= 0) {
                 c.counts[static_cast<std::size_t>(number)].merged++;
@@ -202,7 +212,7 @@ void count_doubtful(census &c) {
     for (std::size_t k = 0; any && k <= c.in.files.size(); k++) {
         const text_lines &text = k == 0 ? *c.in.base : *c.in.files[k - 1];
         for (std::int32_t i = 0; i < text.count(); i++) {
-            const std::int32_t number = c.numbers.find(text.line(i));
+            const std::int32_t number = find(c, text.line(i));
             if (number >= 0 && c.counts[static_cast<std::size_t>(number)].whole >= 0) {
                 c.counts[static_cast<std::size_t>(number)].current++;
             }
@@ -252,7 +262,7 @@ template <typename Predicate>
 std::vector<std::int32_t> places_with(const census &c, Predicate wanted) {
     const auto any_wanted = [&](const text_lines &text, std::int32_t first, std::int32_t end) {
         for (std::int32_t i = first; i < end; i++) {
-            const std::int32_t number = c.numbers.find(text.line(i));
+            const std::int32_t number = find(c, text.line(i));
             if (number >= 0 && wanted(c.counts[static_cast<std::size_t>(number)])) {
                 return true;
             }

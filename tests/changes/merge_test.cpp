@@ -259,6 +259,12 @@ TEST(merging, check_finds_what_is_lost_doubled_and_foreign) {
         norvik::check_merged(merge.run.in, merge.run.plan, merge.run.merged).faults.empty());
 }
 
+// The last line stands once, with or without its newline: one moved it, the other removed it.
+TEST(merging, moved_last_line_without_newline_is_the_same_line) {
+    const texts moved = {lines_of("a b c d e$"), lines_of("e a b c d"), lines_of("a b c d")};
+    EXPECT_FALSE(merge_of(moved).clean);
+}
+
 TEST(merging, marker_is_one_line_whatever_its_label) {
     norvik::merge_options options;
     options.markers.base_label = "b\n\x7f";
