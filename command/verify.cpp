@@ -12,11 +12,10 @@
 #include "digests_file.h"
 #include "escaped_text.h"
 #include "failure_words.h"
-#include "json_text.h"
 #include "output.h"
 #include "progress.h"
-#include "random_digits.h"
 #include "text_file.h"
+#include "version_json.h"
 
 namespace norvik {
 
@@ -30,42 +29,6 @@ struct verify_options {
     std::vector<std::string> containers;
     std::string digests;
 };
-
-void describe_version(json_writer &json, const container_view &view, const container_check &check,
-                      const version_record &version) {
-    const std::uint32_t position = position_of(check.scan.tree, version.id);
-    const text_step &text = check.scan.totals[position];
-    json.begin_object();
-    json.text("name", version_name(view, version.id));
-    json.text("identifier", version.oid);
-    json.field("in_doubt", !is_trusted(check, version));
-    json.field("lines", text.lines);
-    json.field("bytes", text.bytes);
-    json.text("digest", hexadecimal(text.offset));
-    json.end();
-}
-
-void describe(json_writer &json, const container_view &view, const container_check &check) {
-    json.begin_object();
-    json.text("container", view.name);
-    json.field("sound", check.faults.empty());
-    json.begin_array("complaints");
-    for (const weave_fault &fault : check.faults) {
-        json.begin_object();
-        json.field("line", fault.what.line);
-        json.text("reason", escape_name(fault.what.reason));
-        json.end();
-    }
-    json.end();
-    json.begin_array("versions");
-    for (const version_record &version : view.versions) {
-        if (!version.deleted) {
-            describe_version(json, view, check, version);
-        }
-    }
-    json.end();
-    json.end();
-}
 
 void tell_complaints(const container_view &view, const container_check &check) {
     const std::size_t told = std::min(check.faults.size(), most_complaints);
@@ -101,10 +64,7 @@ void tell_summary(const container_view &view, const container_check &check) {
 
 exit_status leave_unjudged(const std::string &name, json_writer *json) {
     if (json != nullptr) {
-        json->begin_object();
-        json->text("container", name);
-        json->null("sound");
-        json->end();
+        describe_unjudged(*json, name);
     }
     return status_trouble;
 }
@@ -133,7 +93,7 @@ exit_status verify_one(const command_context &context, const std::string &name,
         return leave_unjudged(name, json);
     }
     if (json != nullptr) {
-        describe(*json, view, check);
+        describe_check(*json, view, check);
     } else {
         tell_complaints(view, check);
         if (!context.quiet) {
