@@ -12,6 +12,7 @@
 #include "escaped_text.h"
 #include "failure_words.h"
 #include "file_replace.h"
+#include "file_state.h"
 #include "library_merge.h"
 #include "merge_ask.h"
 #include "merge_words.h"
@@ -72,11 +73,11 @@ void take_labels(command_options *options) {
 }
 
 // Whether two names lead to one file, which need not exist yet.
-bool is_same_file(const std::string &a, const std::string &b) {
+bool lead_to_one_file(const std::string &a, const std::string &b) {
     struct stat first {};
     struct stat second {};
     if (sys::stat(a.c_str(), &first) == 0 && sys::stat(b.c_str(), &second) == 0) {
-        return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+        return is_same_file(first, second);
     }
     return std::filesystem::path(a).lexically_normal() ==
            std::filesystem::path(b).lexically_normal();
@@ -90,7 +91,7 @@ exit_status check_report(const command_context &context, const command_options &
         return taken ? usage_error("merge", "--report needs a FILE: standard output is in use")
                      : status_done;
     }
-    const auto same = [&](const std::string &name) { return is_same_file(report, name); };
+    const auto same = [&](const std::string &name) { return lead_to_one_file(report, name); };
     if (same(options.output) || std::any_of(options.names.begin(), options.names.end(), same)) {
         return usage_error("merge", "--report would replace another file of the merge");
     }

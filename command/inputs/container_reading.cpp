@@ -10,6 +10,7 @@
 
 #include "exit_status.h"
 #include "failure_words.h"
+#include "file_state.h"
 #include "output.h"
 #include "structure.h"
 #include "system_calls.h"
@@ -67,17 +68,12 @@ result<> open_input(const std::string &name, std::uint64_t most_of_pipe, contain
     return error ? system_failure(name, cannot_be_read, error) : result<>();
 }
 
-bool same_time(const timespec &a, const timespec &b) {
-    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
-}
-
 // A change of the file's links changes the time of its status, too.
 bool looks_changed(const container_reading &reading) {
     const struct stat &then = reading.opened;
     struct stat now {};
-    return sys::fstat(reading.input.get(), &now) != 0 || now.st_size != then.st_size ||
-           !same_time(now.st_mtim, then.st_mtim) ||
-           (now.st_nlink == then.st_nlink && !same_time(now.st_ctim, then.st_ctim));
+    return sys::fstat(reading.input.get(), &now) != 0 || !is_same_state(now, then) ||
+           (now.st_nlink == then.st_nlink && !is_same_time(now.st_ctim, then.st_ctim));
 }
 
 // While a writer replaces the file, one look may give the links from before that and the time from

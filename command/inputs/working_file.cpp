@@ -7,6 +7,7 @@
 #include "base_attribute.h"
 #include "container_view.h"
 #include "failure_words.h"
+#include "file_state.h"
 #include "out_of_memory.h"
 #include "output.h"
 #include "system_calls.h"
@@ -77,7 +78,7 @@ exit_status working_file::prepare(std::string_view text, const std::string &iden
     }
     const locked_file &locked = replacement_.file();
     if (!source_.is_open() || sys::fstat(source_.get(), &read) != 0 ||
-        read.st_dev != locked.status.st_dev || read.st_ino != locked.status.st_ino) {
+        !is_same_file(read, locked.status)) {
         say_of_file(name_, "was replaced by somebody else meanwhile; it is left as it is");
         return status_trouble;
     }

@@ -10,6 +10,7 @@
 #include <thread>
 #include <utility>
 
+#include "file_state.h"
 #include "system_calls.h"
 
 namespace norvik {
@@ -222,7 +223,7 @@ second_look look_at_name(int folder, const char *base, struct stat *now) {
 second_look look_by_name(int folder, const char *base, const struct stat &status) {
     struct stat now {};
     second_look seen = look_at_name(folder, base, &now);
-    seen.same = seen.same && now.st_dev == status.st_dev && now.st_ino == status.st_ino;
+    seen.same = seen.same && is_same_file(now, status);
     return seen;
 }
 
@@ -254,11 +255,8 @@ result<locked_file> lock_file(const std::string &name, bool may_be_new,
 
 second_look look_again(const locked_file &file) {
     struct stat now {};
-    const struct stat &then = file.status;
     second_look seen = look_at_name(file.folder.get(), file.base(), &now);
-    seen.same = seen.same && now.st_dev == then.st_dev && now.st_ino == then.st_ino &&
-                now.st_size == then.st_size && now.st_mtim.tv_sec == then.st_mtim.tv_sec &&
-                now.st_mtim.tv_nsec == then.st_mtim.tv_nsec;
+    seen.same = seen.same && is_same_state(now, file.status);
     return seen;
 }
 

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "file_state.h"
 #include "system_calls.h"
 
 namespace norvik {
@@ -79,7 +80,7 @@ result<> file_replacement::begin() {
 result<> file_replacement::refuse_same(const std::string &input) const {
     struct stat read {};
     if (!file_.exists || sys::stat(input.c_str(), &read) != 0 ||
-        read.st_dev != file_.status.st_dev || read.st_ino != file_.status.st_ino) {
+        !is_same_file(read, file_.status)) {
         return {};
     }
     return refusal(file_.name, "is the same file as " + input + ", which is being read");

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "descriptor_path.h"
+#include "file_state.h"
 
 namespace norvik {
 
@@ -13,11 +14,6 @@ result<> create_memory(container_plan *plan) {
     return error ? result<>(
                        system_failure(plan->before.name, "no memory for the new container", error))
                  : result<>();
-}
-
-bool is_same_state(const struct stat &a, const struct stat &b) {
-    return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
-           a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
 
 result<> begin_plan(container_change *change, container_plan *plan) {

@@ -9,6 +9,7 @@
 #include "container_plan.h"
 #include "container_repair.h"
 #include "descriptor_path.h"
+#include "file_state.h"
 #include "memory_file.h"
 #include "system_calls.h"
 #include "texts.h"
@@ -207,9 +208,7 @@ norvik_error *plan_repairing(const char *path, const char *new_path, std::uint32
 
 bool is_as_found(const repair_plan &repair) {
     struct stat now {};
-    return sys::fstat(repair.input.get(), &now) == 0 && now.st_size == repair.found.st_size &&
-           now.st_mtim.tv_sec == repair.found.st_mtim.tv_sec &&
-           now.st_mtim.tv_nsec == repair.found.st_mtim.tv_nsec;
+    return sys::fstat(repair.input.get(), &now) == 0 && is_same_state(now, repair.found);
 }
 
 result<> prove(const repair_plan &repair, const std::string &name, int descriptor) {
