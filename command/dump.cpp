@@ -1,6 +1,5 @@
 // tdm dump: the library's listing of every line of a container.
 #include <norviktdm/tdm.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,6 +13,7 @@
 #include "common_options.h"
 #include "container_reading.h"
 #include "escaped_text.h"
+#include "memory_file.h"
 #include "output.h"
 #include "owned_descriptor.h"
 #include "pager.h"
@@ -41,7 +41,7 @@ exit_status dump(const dump_options &options, const container_reading &input) {
 
 // Runs `work` with standard output turned into a file in memory, and takes what was written there.
 exit_status capture(const std::function<exit_status()> &work, file_bytes *written) {
-    const owned_descriptor memory(sys::memfd_create("dump", MFD_CLOEXEC));
+    const owned_descriptor memory = open_memory();
     const owned_descriptor saved(sys::duplicate(STDOUT_FILENO));
     if (!memory.is_open() || !saved.is_open()) {
         return say_errno("standard output", "cannot be captured", errno);

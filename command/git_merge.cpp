@@ -88,8 +88,10 @@ exit_status merge_into_ours(const command_context &context, const driver_options
         return status_trouble;
     }
     run.plan = plan_merge(run.in, options.merge.apply_adjacent);
-    if (finish_or_say(options.merge, &run) != status_done ||
-        replace_ours(context, options.ours, run.merged.text) != status_done) {
+    if (!finish_merge(options.merge, &run)) {
+        return say_line_faults(run);
+    }
+    if (replace_ours(context, options.ours, run.merged.text) != status_done) {
         return status_trouble;
     }
     if (!context.quiet) {

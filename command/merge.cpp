@@ -133,19 +133,22 @@ exit_status check_usage(const command_context &context, command_options *options
 // Merges, by the library or by the plan, and asks about what is left open where that is wanted.
 exit_status decide(const command_context &context, const command_options &options,
                    text_merge *run) {
+    const auto finish = [&] {
+        return finish_merge(options.merge, run) ? status_done : say_line_faults(*run);
+    };
     exit_status status = status_done;
     if (options.mq >= 0) {
         status = merge_by_library(context, options.merge, options.mq, run);
     } else {
         run->plan = plan_merge(run->in, options.merge.apply_adjacent);
-        status = finish_or_say(options.merge, run);
+        status = finish();
         if (status != status_done || !options.ask || is_clean(run->plan)) {
             return status;
         }
         status =
             can_ask(context) ? ask_about_conflicts(context, options.merge, run) : status_trouble;
     }
-    return status == status_done ? finish_or_say(options.merge, run) : status;
+    return status == status_done ? finish() : status;
 }
 
 exit_status write_results(const command_context &context, const command_options &options,

@@ -1,7 +1,6 @@
 #include "container_reading.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 #include "exit_status.h"
 #include "failure_words.h"
 #include "file_state.h"
+#include "memory_file.h"
 #include "output.h"
 #include "structure.h"
 #include "system_calls.h"
@@ -22,7 +22,7 @@ constexpr const char *cannot_be_read = "cannot be read";
 
 // Reads the pipe to its end, `most` bytes at most; a file in memory takes its place.
 std::error_code take_pipe(owned_descriptor *pipe, std::uint64_t most) {
-    owned_descriptor memory(sys::memfd_create("container", MFD_CLOEXEC));
+    owned_descriptor memory = open_memory();
     if (!memory.is_open()) {
         return last_error();
     }

@@ -320,11 +320,8 @@ void say_conflicts_of_base(const merge_run &run, const merge_options &options,
     }
 }
 
-exit_status finish_or_say(const merge_options &options, merge_run *run) {
-    if (finish_merge(options, run)) {
-        return status_done;
-    }
-    for (const line_fault &fault : run->verdict.faults) {
+exit_status say_line_faults(const merge_run &run) {
+    for (const line_fault &fault : run.verdict.faults) {
         say("%s", escape_name(fault_words(fault)).c_str());
     }
     return status_trouble;

@@ -32,8 +32,8 @@ void say_conflicts(const merge_run &run, const merge_options &options, std::stri
 void say_conflicts_of_base(const merge_run &run, const merge_options &options,
                            std::string_view base);
 
-// finish_merge; 0, or status_trouble after saying which lines keep the text from passing its check.
-[[nodiscard]] exit_status finish_or_say(const merge_options &options, merge_run *run);
+// Says which lines keep the text from passing its check; returns status_trouble.
+exit_status say_line_faults(const merge_run &run);
 
 // Every region with its places, a line a place; the text of --report.
 std::string report_text(const merge_run &run, const merge_options &options);

@@ -6,10 +6,14 @@
 
 namespace norvik {
 
+owned_descriptor open_memory() {
+    return owned_descriptor(sys::memfd_create("tdm", MFD_CLOEXEC));
+}
+
 std::error_code memory_file::create(std::string_view name) {
     std::error_code error;
     if (descriptors_have_paths()) {
-        descriptor_ = owned_descriptor(sys::memfd_create("tdm", MFD_CLOEXEC));
+        descriptor_ = open_memory();
         path_ = own_path(descriptor_.get());
         error = descriptor_.is_open() ? std::error_code() : last_error();
     } else {

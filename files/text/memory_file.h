@@ -13,6 +13,9 @@
 
 namespace norvik {
 
+// An empty file in memory that needs no path; not open, with errno set, where there is none.
+[[nodiscard]] owned_descriptor open_memory();
+
 class memory_file {
 public:
     // An empty file, which messages call `name`.

@@ -6,6 +6,7 @@
 #include <set>
 #include <utility>
 
+#include "memory_file.h"
 #include "system_calls.h"
 
 namespace norvik {
@@ -14,7 +15,7 @@ namespace {
 
 // The file whose descriptor `input` becomes is empty and in memory.
 std::error_code make_copy(text_file *file) {
-    file->input = owned_descriptor(sys::memfd_create("tdm", MFD_CLOEXEC));
+    file->input = open_memory();
     return file->input.is_open() ? std::error_code() : last_error();
 }
 
