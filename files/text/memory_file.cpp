@@ -2,6 +2,7 @@
 
 #include "descriptor_path.h"
 #include "failure.h"
+#include "file_bytes.h"
 #include "system_calls.h"
 
 namespace norvik {
@@ -28,6 +29,14 @@ std::error_code memory_file::create(std::string_view name) {
 
 std::error_code memory_file::write(std::string_view bytes) const {
     return write_bytes(descriptor(), bytes);
+}
+
+std::error_code memory_file::copy_from(int from) const {
+    struct stat status {};
+    if (sys::fstat(from, &status) != 0) {
+        return last_error();
+    }
+    return copy_bytes(from, descriptor(), S_ISREG(status.st_mode) ? UINT64_MAX : longest_stream);
 }
 
 }  // namespace norvik

@@ -22,6 +22,9 @@ public:
     [[nodiscard]] std::error_code create(std::string_view name);
     // Appends to it.
     [[nodiscard]] std::error_code write(std::string_view bytes) const;
+    // Appends what follows in an open file. What is no regular file may have no end: EFBIG past
+    // longest_stream.
+    [[nodiscard]] std::error_code copy_from(int descriptor) const;
 
     // By which this process, and no other, can open it as long as the object lives.
     const std::string &path() const { return path_; }

@@ -7,7 +7,6 @@
 #include <functional>
 #include <memory>
 
-#include "descriptor_path.h"
 #include "memory_file.h"
 #include "owned_descriptor.h"
 #include "structure.h"
@@ -65,7 +64,7 @@ norvik_error *open_descriptor(int descriptor, std::string_view name, std::uint32
     memory_file memory;
     std::error_code error = memory.create(name);
     (void)sys::lseek(descriptor, 0, SEEK_SET);  // a pipe has no start
-    error = error ? error : copy_bytes(descriptor, memory.descriptor());
+    error = error ? error : memory.copy_from(descriptor);
     return error ? make_error(system_failure(name, "cannot be read", error))
                  : open_held(memory, name, flags, out);
 }

@@ -50,8 +50,9 @@ typedef struct norvik_branch {
  *           the first thing that is not sound, with its line. */
 NORVIK_API norvik_error *norvik_open(const char *path, uint32_t flags, norvik_container **out);
 
-/** The same of an open file, which is read to its end, from its start where it has one; a pipe will
- *  do. The descriptor stays the caller's, who may close it afterwards; where it stands is changed.
+/** The same of an open file, which is read to its end, from its start where it has one; a pipe of
+ *  up to 4 GiB will do. The descriptor stays the caller's, who may close it afterwards; where it
+ *  stands is changed.
  *  @param name  what errors call it. */
 NORVIK_API norvik_error *norvik_open_descriptor(int descriptor, const char *name, uint32_t flags,
                                                 norvik_container **out);
