@@ -10,7 +10,6 @@
 #include "common_options.h"
 #include "container_reading.h"
 #include "container_repair.h"
-#include "descriptor_path.h"
 #include "failure_words.h"
 #include "file_replace.h"
 #include "output.h"
@@ -25,23 +24,6 @@ struct repair_options {
     std::string output;
     bool drop_stray = false;
 };
-
-exit_status write_new(const container_reading &input, const container_check &check,
-                      const repair_verdict &verdict, file_replacement *replacement) {
-    const container_view &view = input.view;
-    const std::string &name = replacement->file().name;
-    if (told(replacement->begin()) != status_done) {
-        return status_trouble;
-    }
-    if (const std::error_code error = write_bytes(replacement->temporary_descriptor(),
-                                                  repaired_container(view, check, verdict))) {
-        return tell(system_failure(name, "cannot write", error));
-    }
-    return told(replacement->commit(saying([&](int descriptor) {
-        const exit_status status = told(prove_repaired(view, check, verdict, name, descriptor));
-        return unless_changed(input, status);
-    })));
-}
 
 exit_status run_repair(const command_context &context, const repair_options &options) {
     if (options.output.empty()) {
@@ -61,12 +43,12 @@ exit_status run_repair(const command_context &context, const repair_options &opt
         told(replacement.refuse_same(options.container)) != status_done) {
         return status_trouble;
     }
-    const container_check check = check_container(view, false, {});
-    for (const weave_fault &fault : check.faults) {
+    const repair_plan plan = plan_repair(view, options.drop_stray);
+    const repair_verdict &verdict = plan.verdict;
+    for (const weave_fault &fault : plan.check.faults) {
         (void)tell(damaged(view, fault.what));
     }
-    const repair_verdict verdict = judge_versions(view, check, options.drop_stray);
-    if (!verdict.worth_writing() && !check.faults.empty()) {
+    if (plan.saves_nothing()) {
         tell_plan(describe_lost(view, verdict, telling::done));
         say_of_file(view.name, "nothing can be saved; nothing is written");
         return unless_changed(input, status_negative);
@@ -76,9 +58,11 @@ exit_status run_repair(const command_context &context, const repair_options &opt
     if (context.dry_run) {
         tell_plan(describe_repair(view, verdict, telling::planned));
     }
-    const exit_status status = write_new(input, check, verdict, &replacement);
-    if (status != status_done) {
-        return status;
+    const auto last_look = [&](const result<> &proven) {
+        return said(unless_changed(input, told(proven)));
+    };
+    if (told(write_repair(view, plan, &replacement, last_look)) != status_done) {
+        return status_trouble;
     }
     if (!context.dry_run && !context.quiet) {
         tell_done(std::move(report));

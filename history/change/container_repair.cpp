@@ -207,6 +207,37 @@ private:
     std::vector<header_line> lines_;
 };
 
+// That the new container, called `name`, is sound and has every saved version with its text.
+result<> prove_repaired(const container_view &view, const repair_plan &plan,
+                        const std::string &name, int descriptor) {
+    const std::vector<const version_record *> &all_saved = plan.verdict.saved;
+    const auto opened = open_container(descriptor, name, "the new container cannot be read");
+    if (!opened) {
+        return opened.failure();
+    }
+    const container_view &repaired = *opened;
+    if (const auto faults = check_container(repaired, false, {}).faults; !faults.empty()) {
+        failure why = damaged(repaired, faults.front().what);
+        why.follows = "what could be saved does not make a sound container";
+        return why;
+    }
+    if (repaired.element_oid != view.element_oid && repaired.element_oid != lost_element) {
+        return refusal(view.name, "the element would be another one");
+    }
+    const std::unordered_set<const version_record *> saved(all_saved.begin(), all_saved.end());
+    for (const version_record *version : all_saved) {
+        const version_record *found = find_version(repaired, version->id);
+        if (found == nullptr || found->deleted || found->time != version->time ||
+            (found->oid != version->oid && found->oid != lost_identifier(version->id))) {
+            return refusal(view.name, "a version that could be saved is missing");
+        }
+    }
+    return compare_texts(
+        view, plan.check.scan.tree,
+        [&saved](const version_record &version) { return saved.contains(&version); }, repaired,
+        [](const version_record &version) { return !version.deleted; });
+}
+
 }  // namespace
 
 bool repair_verdict::worth_writing() const {
@@ -253,34 +284,29 @@ std::string repaired_container(const container_view &view, const container_check
     return out;
 }
 
-result<> prove_repaired(const container_view &view, const container_check &check,
-                        const repair_verdict &verdict, const std::string &name, int descriptor) {
-    const auto opened = open_container(descriptor, name, "the new container cannot be read");
-    if (!opened) {
-        return opened.failure();
+bool repair_plan::saves_nothing() const {
+    return !verdict.worth_writing() && !check.faults.empty();
+}
+
+repair_plan plan_repair(const container_view &view, bool drop_stray) {
+    repair_plan plan;
+    plan.check = check_container(view, false, {});
+    plan.verdict = judge_versions(view, plan.check, drop_stray);
+    return plan;
+}
+
+result<> write_repair(const container_view &view, const repair_plan &plan, file_replacement *output,
+                      const std::function<result<>(result<> proven)> &last_look) {
+    const std::string &name = output->file().name;
+    if (auto begun = output->begin(); !begun) {
+        return begun;
     }
-    const container_view &repaired = *opened;
-    if (const auto faults = check_container(repaired, false, {}).faults; !faults.empty()) {
-        failure why = damaged(repaired, faults.front().what);
-        why.follows = "what could be saved does not make a sound container";
-        return why;
+    if (const std::error_code error = write_bytes(
+            output->temporary_descriptor(), repaired_container(view, plan.check, plan.verdict))) {
+        return system_failure(name, "cannot write", error);
     }
-    if (repaired.element_oid != view.element_oid && repaired.element_oid != lost_element) {
-        return refusal(view.name, "the element would be another one");
-    }
-    const std::unordered_set<const version_record *> saved(verdict.saved.begin(),
-                                                           verdict.saved.end());
-    for (const version_record *version : verdict.saved) {
-        const version_record *found = find_version(repaired, version->id);
-        if (found == nullptr || found->deleted || found->time != version->time ||
-            (found->oid != version->oid && found->oid != lost_identifier(version->id))) {
-            return refusal(view.name, "a version that could be saved is missing");
-        }
-    }
-    return compare_texts(
-        view, check.scan.tree,
-        [&saved](const version_record &version) { return saved.contains(&version); }, repaired,
-        [](const version_record &version) { return !version.deleted; });
+    return output->commit(
+        [&](int descriptor) { return last_look(prove_repaired(view, plan, name, descriptor)); });
 }
 
 }  // namespace norvik

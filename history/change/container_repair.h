@@ -7,12 +7,13 @@
 #ifndef NORVIK_CONTAINER_REPAIR_H
 #define NORVIK_CONTAINER_REPAIR_H
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "container_check.h"
-#include "failure.h"
+#include "file_replace.h"
 
 namespace norvik {
 
@@ -46,9 +47,22 @@ struct repair_verdict {
                                              const container_check &check,
                                              const repair_verdict &verdict);
 
-// Proves that the new container, called `name`, is sound and has every saved version with its text.
-result<> prove_repaired(const container_view &view, const container_check &check,
-                        const repair_verdict &verdict, const std::string &name, int descriptor);
+// A repair that is decided and not yet made.
+struct repair_plan {
+    container_check check;
+    repair_verdict verdict;
+
+    // The container has faults, and they leave nothing that is worth a new one.
+    [[nodiscard]] bool saves_nothing() const;
+};
+
+[[nodiscard]] repair_plan plan_repair(const container_view &view, bool drop_stray);
+
+// Makes the repaired container in the place of the locked output, proven to be sound and to have
+// every saved version with its text. `last_look` gets what came of the proof and may refuse the new
+// container, where the damaged one has changed meanwhile; what it returns counts.
+result<> write_repair(const container_view &view, const repair_plan &plan, file_replacement *output,
+                      const std::function<result<>(result<> proven)> &last_look);
 
 }  // namespace norvik
 

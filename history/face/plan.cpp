@@ -8,7 +8,6 @@
 #include "change.h"
 #include "container_plan.h"
 #include "container_repair.h"
-#include "descriptor_path.h"
 #include "file_state.h"
 #include "memory_file.h"
 #include "system_calls.h"
@@ -16,13 +15,12 @@
 
 namespace norvik::face {
 
-// A repair that is decided.
-struct repair_plan {
+// A repair that is decided, with the damaged container.
+struct held_repair {
     owned_descriptor input;
     struct stat found {};
     container_view view;
-    container_check check;
-    repair_verdict verdict;
+    repair_plan plan;
     std::string new_path;
 };
 
@@ -33,7 +31,7 @@ struct norvik_plan {
     norvik::replace_options options;
     // One of them.
     std::optional<norvik::purge_plan> removal;  // of a deletion too, whose lines are none
-    std::optional<norvik::face::repair_plan> repair;
+    std::optional<norvik::face::held_repair> repair;
 
     std::deque<std::string> strings;  // that the lists point to
     std::vector<norvik_fate> fates;
@@ -139,7 +137,7 @@ result<> plan_purging(container_change *locked, const char *version, purge_plan 
     return planned;
 }
 
-result<> judge(const std::string &path, bool drop_stray, repair_plan *repair) {
+result<> judge(const std::string &path, bool drop_stray, held_repair *repair) {
     repair->input =
         owned_descriptor(sys::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!repair->input.is_open() || sys::fstat(repair->input.get(), &repair->found) != 0) {
@@ -151,7 +149,7 @@ result<> judge(const std::string &path, bool drop_stray, repair_plan *repair) {
     granted_rights rights;
     std::error_code error = rights.add(repair->input.get());
     error = error ? error : copy.create(path);
-    error = error ? error : copy_bytes(repair->input.get(), copy.descriptor());
+    error = error ? error : copy.copy_from(repair->input.get());
     if (error) {
         return system_failure(path, "cannot be read", error);
     }
@@ -161,10 +159,9 @@ result<> judge(const std::string &path, bool drop_stray, repair_plan *repair) {
     }
     repair->view = std::move(*opened);
     repair->view.rights = rights;
-    repair->check = check_container(repair->view, false, {});
-    repair->verdict = judge_versions(repair->view, repair->check, drop_stray);
-    if (!repair->verdict.worth_writing() && !repair->check.faults.empty()) {
-        failure why = damaged(repair->view, repair->check.faults.front().what);
+    repair->plan = norvik::plan_repair(repair->view, drop_stray);
+    if (repair->plan.saves_nothing()) {
+        failure why = damaged(repair->view, repair->plan.check.faults.front().what);
         why.follows = "nothing can be saved";
         return why;
     }
@@ -172,15 +169,16 @@ result<> judge(const std::string &path, bool drop_stray, repair_plan *repair) {
 }
 
 void list_repair(norvik_plan *plan) {
-    const repair_plan &repair = *plan->repair;
-    for (const version_record *version : repair.verdict.saved) {
-        const std::vector<version_id> &renamed = repair.verdict.renamed;
+    const held_repair &repair = *plan->repair;
+    const repair_verdict &verdict = repair.plan.verdict;
+    for (const version_record *version : verdict.saved) {
+        const std::vector<version_id> &renamed = verdict.renamed;
         const bool new_name =
             std::find(renamed.begin(), renamed.end(), version->id) != renamed.end();
         add_fate(plan, version_name(repair.view, version->id), false,
                  new_name ? norvik_fate_renamed : norvik_fate_saved);
     }
-    for (const lost_version &lost : repair.verdict.lost) {
+    for (const lost_version &lost : verdict.lost) {
         add_fate(plan, version_name(repair.view, lost.id), false, norvik_fate_lost, lost.why);
     }
 }
@@ -194,7 +192,7 @@ norvik_error *plan_repairing(const char *path, const char *new_path, std::uint32
     auto plan = std::make_unique<norvik_plan>();
     plan->path = path;
     norvik_error *error = take_change(change, &plan->options);
-    repair_plan &repair = plan->repair.emplace();
+    held_repair &repair = plan->repair.emplace();
     repair.new_path = new_path;
     error =
         error != nullptr ? error : error_of(judge(path, (flags & norvik_drop_stray) != 0, &repair));
@@ -206,38 +204,29 @@ norvik_error *plan_repairing(const char *path, const char *new_path, std::uint32
     return nullptr;
 }
 
-bool is_as_found(const repair_plan &repair) {
+bool is_as_found(const held_repair &repair) {
     struct stat now {};
     return sys::fstat(repair.input.get(), &now) == 0 && is_same_state(now, repair.found);
 }
 
-result<> prove(const repair_plan &repair, const std::string &name, int descriptor) {
-    auto proven = prove_repaired(repair.view, repair.check, repair.verdict, name, descriptor);
-    if (proven && !is_as_found(repair)) {
-        failure why = refusal(repair.view.name, "was changed by somebody else meanwhile");
-        why.kind = failure_kind::changed;
-        return why;
-    }
-    return proven;
-}
-
 result<> write_repaired(const norvik_plan &plan) {
-    const repair_plan &repair = *plan.repair;
+    const held_repair &repair = *plan.repair;
     file_replacement replacement(plan.options);
     replacement.made_from(repair.view.rights);
     auto done = replacement.lock_output(repair.new_path);
     done = done ? replacement.refuse_same(plan.path) : std::move(done);
-    done = done ? replacement.begin() : std::move(done);
     if (!done) {
         return done;
     }
-    const std::string &name = replacement.file().name;
-    if (const std::error_code error =
-            write_bytes(replacement.temporary_descriptor(),
-                        repaired_container(repair.view, repair.check, repair.verdict))) {
-        return system_failure(name, "cannot write", error);
-    }
-    return replacement.commit([&](int descriptor) { return prove(repair, name, descriptor); });
+    const auto last_look = [&repair](result<> proven) {
+        if (proven && !is_as_found(repair)) {
+            failure why = refusal(repair.view.name, "was changed by somebody else meanwhile");
+            why.kind = failure_kind::changed;
+            return result<>(std::move(why));
+        }
+        return proven;
+    };
+    return write_repair(repair.view, repair.plan, &replacement, last_look);
 }
 
 result<> remove_planned(const norvik_plan &plan) {
