@@ -53,6 +53,7 @@ private:
     void reach_up(std::int32_t reach);
     void reach_down(std::int32_t reach);
     void set_stretch(std::int32_t reach);
+    std::int32_t lines_up_from(std::size_t i);
     doubt search();
     bool has_room() const;
     bool stands_at(const text_lines &text, std::int32_t first, std::int32_t end,
@@ -75,6 +76,11 @@ private:
     edit stretch_;               // what is looked at around it, with the other's edits
     std::size_t first_ = 0;      // .. first_ to end_ - 1
     std::size_t end_ = 0;
+
+    std::int32_t found_to_ = 0;  // the end of the ranges found so far
+    // The other's edit whose way up was looked at last, and that way: many edits can lie along it.
+    std::size_t slid_ = SIZE_MAX;
+    std::int32_t slid_lines_ = 0;
 };
 
 // What has been met on the way from an edit: lines that say something of their own, those that are
@@ -143,13 +149,21 @@ void doubt_finder::reach_down(std::int32_t reach) {
     stretch_.base_end = line;
 }
 
+std::int32_t doubt_finder::lines_up_from(std::size_t i) {
+    if (slid_ != i) {
+        slid_lines_ = lines_up(*in_.base, file_, edits_, i);
+        slid_ = i;
+    }
+    return slid_lines_;
+}
+
 // Up and down to where so many distinct lines stand that no smallest edit leaves them for what the
 // edits before them may save, but for `reach` lines at most; through no edit of the other.
 void doubt_finder::set_stretch(std::int32_t reach) {
     reach_up(reach);
     reach_down(reach);
     if (end_ == next_ && end_ < edits_.size() &&
-        edits_[end_].base_first - lines_up(*in_.base, file_, edits_, end_) <= edit_.base_end) {
+        edits_[end_].base_first - lines_up_from(end_) <= edit_.base_end) {
         stretch_.base_end = edits_[end_++].base_end;
     }
     const auto diagonal_before = [&](std::size_t i) {
@@ -284,12 +298,15 @@ void doubt_finder::look(const place_edit &source, std::vector<base_range> *range
     }
     for (const std::int32_t reach : reaches) {
         set_stretch(reach);
-        if (first_ == end_) {
+        // Edits come by base line: what could be found here lies within what has been.
+        const bool known = first_ == next_ && stretch_.base_end <= found_to_;
+        if (first_ == end_ || known) {
             return;
         }
         const doubt result = search();
         if (result == doubt::found) {
             ranges->push_back(doubtful());
+            found_to_ = std::max(found_to_, ranges->back().end);
         }
         if (result != doubt::too_large) {
             return;
