@@ -74,20 +74,32 @@ std::vector<const branch_record *> hanging_branches(const container_view &view, 
     return found;
 }
 
-const version_record *next_on_branch(const container_view &view, version_id id) {
-    const version_record *next = nullptr;
+// The live versions of a container in order of branch and number.
+std::vector<const version_record *> live_in_order(const container_view &view) {
+    std::vector<const version_record *> live;
     for (const version_record &version : view.versions) {
-        if (!version.deleted && version.id.branch == id.branch && version.id.number > id.number &&
-            (next == nullptr || version.id.number < next->id.number)) {
-            next = &version;
+        if (!version.deleted) {
+            live.push_back(&version);
         }
     }
-    return next;
+    std::sort(live.begin(), live.end(),
+              [](const version_record *a, const version_record *b) { return a->id < b->id; });
+    return live;
 }
 
-version_fate fate_of(const container_view &after, const version_record &version) {
+// The first of them that is of the branch and not below `from`; null for none.
+const version_record *first_from(const std::vector<const version_record *> &live, version_id from) {
+    const auto found = std::lower_bound(
+        live.begin(), live.end(), from,
+        [](const version_record *version, version_id id) { return version->id < id; });
+    return found == live.end() || (*found)->id.branch != from.branch ? nullptr : *found;
+}
+
+version_fate fate_of(const container_view &after,
+                     const std::vector<const version_record *> &live_after,
+                     const version_record &version) {
     if (find_version(after, version.id) != nullptr) {
-        return {&version, fate::hidden, next_on_branch(after, version.id),
+        return {&version, fate::hidden, first_from(live_after, version.id),
                 hanging_branches(after, version.id)};
     }
     return {&version, version.deleted ? fate::gone_at_last : fate::gone, nullptr, {}};
@@ -183,10 +195,12 @@ result<> prove_survivors(const container_view &before, const container_view &aft
 deletion_fates fates_of(const container_view &before, const container_view &after,
                         const deletion_request &request) {
     deletion_fates fates;
+    const std::vector<const version_record *> live_before = live_in_order(before);
+    const std::vector<const version_record *> live_after = live_in_order(after);
     for (const version_record &version : before.versions) {
         const bool goes = request.versions.contains(version.id);
         if (goes || (version.deleted && find_version(after, version.id) == nullptr)) {
-            fates.versions.push_back(fate_of(after, version));
+            fates.versions.push_back(fate_of(after, live_after, version));
         }
     }
     for (const branch_record &branch : before.branches) {
@@ -195,8 +209,8 @@ deletion_fates fates_of(const container_view &before, const container_view &afte
         }
         if (find_branch(after, branch.number) == nullptr) {
             fates.branches.push_back({&branch, fate::gone, {}});
-        } else if (newest_version(before, branch.number) != nullptr &&
-                   newest_version(after, branch.number) == nullptr) {
+        } else if (first_from(live_before, {branch.number, 0}) != nullptr &&
+                   first_from(live_after, {branch.number, 0}) == nullptr) {
             fates.branches.push_back(
                 {&branch, fate::emptied, hanging_branches(after, {branch.number, 0})});
         }
