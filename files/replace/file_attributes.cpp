@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstring>
 #include <mutex>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -299,7 +300,7 @@ mode_t group_bits_in(std::string_view list) {
 
 // What becomes of a file's mode and access list.
 struct narrowing {
-    mode_t mode = 0;  // 0: nothing changes
+    std::optional<mode_t> mode;  // none: nothing changes
     bool drops_list = false;
 };
 
@@ -330,19 +331,20 @@ result<narrowing> plan_narrowing(int file, const std::string &name, const grante
 
 }  // namespace
 
-result<mode_t> narrowed_file_mode(int file, const std::string &name, const granted_rights &rights) {
+result<std::optional<mode_t>> narrowed_file_mode(int file, const std::string &name,
+                                                 const granted_rights &rights) {
     const auto planned = plan_narrowing(file, name, rights);
-    return planned ? result<mode_t>(planned->mode) : planned.failure();
+    return planned ? result<std::optional<mode_t>>(planned->mode) : planned.failure();
 }
 
-result<mode_t> narrow_file_mode(int target, const std::string &name, const granted_rights &rights) {
+result<std::optional<mode_t>> narrow_file_mode(int target, const std::string &name,
+                                               const granted_rights &rights) {
     const auto planned = plan_narrowing(target, name, rights);
     if (!planned) {
         return planned.failure();
     }
-    if (planned->mode != 0 &&
-        ((planned->drops_list && sys::fremovexattr(target, access_list) != 0) ||
-         sys::fchmod(target, planned->mode) != 0)) {
+    if (planned->mode && ((planned->drops_list && sys::fremovexattr(target, access_list) != 0) ||
+                          sys::fchmod(target, *planned->mode) != 0)) {
         return system_failure(name, "its mode cannot be narrowed", last_error());
     }
     return planned->mode;

@@ -5,6 +5,7 @@
 
 #include <sys/stat.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -60,11 +61,13 @@ private:
 [[nodiscard]] std::error_code set_new_file_mode(int target, const granted_rights &rights);
 
 // The mode that narrow_file_mode would give a file like this one; changes nothing.
-result<mode_t> narrowed_file_mode(int file, const std::string &name, const granted_rights &rights);
+result<std::optional<mode_t>> narrowed_file_mode(int file, const std::string &name,
+                                                 const granted_rights &rights);
 
-// Takes from a file the rights of those who cannot read what it is made from: its new mode, or 0
+// Takes from a file the rights of those who cannot read what it is made from: its new mode, or none
 // when that changed nothing.
-result<mode_t> narrow_file_mode(int target, const std::string &name, const granted_rights &rights);
+result<std::optional<mode_t>> narrow_file_mode(int target, const std::string &name,
+                                               const granted_rights &rights);
 
 }  // namespace norvik
 

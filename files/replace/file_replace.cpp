@@ -117,12 +117,12 @@ result<> file_replacement::end_dry_run() const {
     return {};
 }
 
-void file_replacement::tell_mode(const char *gets, mode_t narrowed) const {
-    if (narrowed == 0 || options_.quiet) {
+void file_replacement::tell_mode(const char *gets, std::optional<mode_t> narrowed) const {
+    if (!narrowed || options_.quiet) {
         return;
     }
     char mode[32];
-    std::snprintf(mode, sizeof mode, " the mode %04o: ", static_cast<unsigned>(narrowed));
+    std::snprintf(mode, sizeof mode, " the mode %04o: ", static_cast<unsigned>(*narrowed));
     options_.tell(
         refusal(file_.name, std::string(gets) + mode + narrowed_to_ + " may be read by no more"));
 }

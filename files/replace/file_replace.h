@@ -12,6 +12,7 @@
 #define NORVIK_FILE_REPLACE_H
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -78,8 +79,8 @@ public:
 
 private:
     result<> end_dry_run() const;
-    // Tells the mode of an existing file that is narrowed, 0 when it is not.
-    void tell_mode(const char *gets, mode_t narrowed) const;
+    // Tells the mode of an existing file that is narrowed, none when it is not.
+    void tell_mode(const char *gets, std::optional<mode_t> narrowed) const;
     result<> set_attributes();
     result<> force_to_disk();
     result<> put_in_place();
