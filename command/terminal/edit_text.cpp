@@ -1,6 +1,7 @@
 #include "edit_text.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -28,11 +29,38 @@ std::string editor_command() {
     return "vi";
 }
 
+// What the user types to interrupt the editor is for that alone: the terminal sends it to the
+// command as well, whose end would take the answers given so far with it.
+class interrupts_ignored {
+public:
+    interrupts_ignored() {
+        struct sigaction ignored {};
+        ignored.sa_handler = SIG_IGN;
+        sigaction(SIGINT, &ignored, &interrupt_);
+        sigaction(SIGQUIT, &ignored, &quit_);
+    }
+    ~interrupts_ignored() { restore(); }
+    interrupts_ignored(const interrupts_ignored &) = delete;
+    interrupts_ignored &operator=(const interrupts_ignored &) = delete;
+
+    // In the child, too, which would hand it on to the editor.
+    void restore() const {
+        sigaction(SIGINT, &interrupt_, nullptr);
+        sigaction(SIGQUIT, &quit_, nullptr);
+    }
+
+private:
+    struct sigaction interrupt_ {};
+    struct sigaction quit_ {};
+};
+
 // The variable may hold words of options, so that a shell takes it apart.
 exit_status run_editor(const std::string &path) {
     const std::string command = editor_command() + " \"$@\"";
+    const interrupts_ignored ignored;
     const pid_t child = fork();
     if (child == 0) {
+        ignored.restore();
         execl("/bin/sh", "sh", "-c", command.c_str(), "sh", path.c_str(), nullptr);
         _exit(127);
     }

@@ -20,10 +20,10 @@ protected:
         for (const std::string &answer : words_of(answers)) {
             lines += (answer == "." ? "" : answer) + "\n";
         }
-        // The editor leaves the markers at first.
+        // The editor leaves the markers at first. What interrupts it does not end the merge.
         write_file("edit.sh", "test -e tried && echo edited >\"$1\"; touch tried\n");
         return on_terminal("merge base x y -f -o out " + options, lines,
-                           {.environment = {"EDITOR=sh edit.sh", "VISUAL="}});
+                           {.environment = {"EDITOR=kill -INT $PPID; sh edit.sh", "VISUAL="}});
     }
 
     const scratch_folder folder_;
