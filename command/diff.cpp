@@ -216,9 +216,7 @@ exit_status run_git_diff(const command_context &context, diff_options *options) 
         return status_trouble;
     }
     if (!is_text(run.files[0]) || !is_text(run.files[1])) {
-        write_git_header(out, change, false);
-        out.printf("Binary files a/%s and b/%s differ\n", change.path.c_str(),
-                   change.new_path.c_str());
+        write_git_binary(out, change);
         return status_done;
     }
     if (compare(*options, &run) != status_done) {

@@ -75,4 +75,10 @@ void write_git_header(output_writer &out, const git_change &change, bool has_hun
     }
 }
 
+void write_git_binary(output_writer &out, const git_change &change) {
+    write_git_header(out, change, false);
+    out.printf("Binary files %s and %s differ\n", header_name("a/" + change.path).c_str(),
+               header_name("b/" + change.new_path).c_str());
+}
+
 }  // namespace norvik

@@ -29,6 +29,9 @@ bool parse_git_call(std::span<const std::string> operands, git_change *out);
 // Writes the lines that come before the hunks, down to "+++", so that git apply takes the output.
 void write_git_header(output_writer &out, const git_change &change, bool has_hunks);
 
+// Writes these lines and, in the place of hunks, that the texts differ and one of them is no text.
+void write_git_binary(output_writer &out, const git_change &change);
+
 }  // namespace norvik
 
 #endif

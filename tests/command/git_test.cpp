@@ -163,7 +163,7 @@ TEST_F(git, diff_of_an_unmerged_path_and_of_a_binary_file) {
         write_file(odd_name, bytes);
         const command_result binary = call("diff");
         EXPECT_EQ(binary.status, 0);
-        EXPECT_NE(binary.out.find("Binary files"), std::string::npos) << binary.out;
+        EXPECT_NE(binary.out.find("Binary files \"a/a 'b' \\\"c"), std::string::npos) << binary.out;
     }
 }
 
