@@ -41,7 +41,7 @@ exit_status plan(const purge_options &options, container_change *change, purge_p
 }
 
 std::string question(const purge_plan &plan) {
-    return "Purge " + version_name(plan.before, plan.version) + "?";
+    return "Purge " + escape_name(version_name(plan.before, plan.version)) + "?";
 }
 
 exit_status run_purge(const command_context &context, const purge_options &options) {

@@ -191,8 +191,12 @@ void write_unified_header(output_writer &out, const unified_options &options,
                           std::string_view old_name, std::string_view new_name) {
     const char *on = options.color ? bold : "";
     const char *off = options.color ? plain : "";
-    out.printf("%s--- %s%s\n", on, patch_name(old_name).c_str(), off);
-    out.printf("%s+++ %s%s\n", on, patch_name(new_name).c_str(), off);
+    // What patch_name leaves alone may still steer a terminal: it is not ASCII.
+    const auto shown = [&options](std::string_view name) {
+        return options.escape ? escape_text(patch_name(name)) : patch_name(name);
+    };
+    out.printf("%s--- %s%s\n", on, shown(old_name).c_str(), off);
+    out.printf("%s+++ %s%s\n", on, shown(new_name).c_str(), off);
 }
 
 void write_unified(output_writer &out, const unified_options &options, const text_lines &a,

@@ -23,7 +23,8 @@ struct unified_options {
 // the whole of it.
 std::string patch_name(std::string_view name);
 
-// Writes the two header lines ("--- OLD", "+++ NEW"); the names go through patch_name.
+// Writes the two header lines ("--- OLD", "+++ NEW"); the names go through patch_name, and with
+// `escape` through escape_text.
 void write_unified_header(output_writer &out, const unified_options &options,
                           std::string_view old_name, std::string_view new_name);
 

@@ -115,6 +115,20 @@ TEST(frame, any_name_works_and_is_shown_escaped) {
     EXPECT_EQ(tdm({"create", "\xff\x1b[1m"}).err, "tdm: \\xff\\e[1m: exists already\n");
 }
 
+TEST(frame, no_name_steers_a_terminal) {
+    const scratch_folder folder;
+    const std::string name = "x\xc2\x9by";
+    write_file(name, "a\n");
+    EXPECT_EQ(tdm({"create", "c", "--branch", name}).status, 0);
+    EXPECT_EQ(tdm({"checkin", "c", name, "--no-base"}).status, 0);
+    for (const std::string &words : {"diff --no-pager /dev/null " + name, "purge c " + name}) {
+        const command_result shown = on_terminal(words, "n\n");
+        EXPECT_EQ(shown.status, 1);
+        EXPECT_EQ(shown.out.find(name), std::string::npos) << shown.out;
+        EXPECT_NE(shown.out.find("x\\u{9b}y"), std::string::npos) << shown.out;
+    }
+}
+
 TEST(frame, what_is_written_too_late_is_missed) {
     const auto late = [] {
         norvik::finish_standard_output();
