@@ -65,11 +65,13 @@ command_result traced(const std::string &strace_options) {
     return shell("TMPDIR=. strace -qq -f " + strace_options + " $TDM checkin c second --no-base");
 }
 
-// How often the check-in makes each system call.
+// How often the check-in makes each system call. What it writes meanwhile is nobody else's.
 std::map<std::string, int> count_system_calls() {
     traced("-o trace");
     std::map<std::string, int> counts;
-    std::istringstream lines(read_file("trace"));
+    const std::string trace = read_file("trace");
+    EXPECT_NE(trace.find("O_CREAT|O_EXCL|O_NOFOLLOW|O_CLOEXEC, 0600)"), std::string::npos);
+    std::istringstream lines(trace);
     for (std::string line; std::getline(lines, line);) {
         const size_t name = line.find_first_not_of("0123456789 ");
         const size_t end = line.find('(');
@@ -90,6 +92,7 @@ TEST_F(replacement, killed_at_any_system_call_it_leaves_the_old_or_the_new_conta
     const std::map<std::string, int> counts = count_system_calls();
     ASSERT_GE(counts.size(), 10u) << "strace must be installed and allowed to trace";
     ASSERT_TRUE(is_new());
+    EXPECT_EQ(counts.at("fsync"), 2);  // the new container and its folder
     int seen_old = 0, seen_new = 0, seen_leftovers = 0;
     for (const auto &[call, count] : counts) {
         for (int n = 1; n <= count && call != "execve"; n += sanitized ? 23 : 1) {
@@ -146,31 +149,6 @@ TEST_F(replacement, temporary_file_of_a_dead_command_goes_though_it_may_only_be_
     EXPECT_EQ(leftovers(), 0u);
 }
 
-TEST_F(replacement, failing_system_call_is_told_and_changes_nothing) {
-    const std::map<std::string, int> counts = count_system_calls();
-    ASSERT_GE(counts.size(), 10u) << "strace must be installed and allowed to trace";
-    EXPECT_EQ(counts.at("fsync"), 2);  // the new container and its folder
-    for (const char *call :
-         {"write", "fsync", "renameat", "flock", "fchmod", "dup", "fgetxattr", "flistxattr"}) {
-        if (sanitized && std::string(call) == "write") {
-            continue;
-        }
-        const int count = counts.contains(call) ? counts.at(call) : 0;
-        EXPECT_GT(count, 0) << call;
-        for (int n = 1; n <= count; n++) {
-            write_file("c", old_bytes_);
-            chmod("c", 0640);
-            const command_result result = traced(injection(call, "error=EIO", n));
-            const bool told_after = result.err.find("is replaced, but") != std::string::npos ||
-                                    result.err.find("is stored, but") != std::string::npos;
-            EXPECT_EQ(result.status, 2) << call << " " << n << result.err;
-            EXPECT_NE(result.err, "") << call << " " << n;
-            EXPECT_TRUE(told_after ? is_new() : is_old()) << call << " " << n << result.err;
-            EXPECT_EQ(leftovers(), 0u) << call << " " << n;
-        }
-    }
-}
-
 TEST_F(replacement, private_file_is_nobody_elses) {
     const mode_t before = umask(0);
     norvik::private_file file;
@@ -178,22 +156,6 @@ TEST_F(replacement, private_file_is_nobody_elses) {
     umask(before);
     EXPECT_EQ(mode_of(file.path()), 0600u);
     EXPECT_EQ(mode_of(std::filesystem::path(file.path()).parent_path()), 0700u);
-}
-
-TEST_F(replacement, failed_close_of_the_private_temporary_file_is_told) {
-    traced("-o trace");
-    const std::string trace = read_file("trace");
-    EXPECT_NE(trace.find("O_CREAT|O_EXCL|O_NOFOLLOW|O_CLOEXEC, 0600)"), std::string::npos);
-    int closes = 1;
-    const size_t forced = trace.find(" fsync(");
-    for (size_t at = 0; (at = trace.find(" close(", at)) < forced; at++) {
-        closes++;
-    }
-    write_file("c", old_bytes_);
-    const command_result result = traced(injection("close", "error=EIO", closes));
-    EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(result.err, "tdm: c: the new file cannot be closed: Input/output error\n");
-    EXPECT_TRUE(is_old());
 }
 
 TEST_F(replacement, descriptors_without_paths_of_their_own_are_written_all_the_same) {

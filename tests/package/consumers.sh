@@ -32,15 +32,6 @@ program() { # NAME SOURCE: against the shared libraries, as the README says
     # shellcheck disable=SC2046,SC2086 # the flags are words
     cc $flags -o "$work/$1" "$2" $(pkg-config --cflags --libs norviktdm) -Wl,-rpath,"$prefix/lib"
 }
-program interface "$source/tests/package/interface.c"
-(cd "$work" && ./interface)
-
-# shellcheck disable=SC2046,SC2086
-cc $flags $(pkg-config --cflags norviktdm) -o "$work/static" \
-    "$source/tests/package/interface.c" \
-    "$prefix/lib/libnorviktdm.a" "$prefix/lib/libnorvikruntime.a"
-(cd "$work" && ./static)
-
 # A host with a service of its own, both ways.
 program own_service "$source/tests/package/own_service.c"
 (cd "$work" && ./own_service)
@@ -72,9 +63,37 @@ cmake -G Ninja -S "$source/tests/package" -B "$work/cmake" -DCMAKE_PREFIX_PATH="
     cat "$work/log"
     exit 1
 }
-(cd "$work" && cmake/interface && cmake/changes)
+(cd "$work" && cmake/own_service && cmake/changes)
 
-# The README's program is the first block of C in it.
-sed -n '/^```c$/,/^```$/{/^```/d;p}' "$source/README.md" >"$work/readme.c"
+# The README's program is the first block of C in it, and that of docs/embedding.md too.
+program_of() { # DOCUMENT: its program
+    sed -n '/^```c$/,/^```$/{/^```/d;p}' "$source/$1"
+}
+program_of README.md >"$work/readme.c"
 program readme "$work/readme.c"
-(cd "$work" && printf 'one\ntwo\n' >notes.txt && ./readme && "$prefix/bin/tdm" verify notes.tdm)
+cd "$work"
+printf 'one\ntwo\n' >notes.txt
+./readme
+"$prefix/bin/tdm" verify notes.tdm
+rm notes.tdm
+
+program_of docs/embedding.md >keep.c
+# shellcheck disable=SC2046,SC2086
+cc $flags -o keep keep.c $(pkg-config --cflags --libs norvikhistory) -Wl,-rpath,"$prefix/lib"
+kept() { # TEXT PRINTED STATUS [BASE]
+    printf "$1" >notes
+    status=0
+    ./keep notes ${4:+"$4"} >printed 2>trouble || status=$?
+    printf "$2" | diff -u - printed && [ "$status" = "$3" ] || {
+        echo "ends with $status, not $3" >&2
+        exit 1
+    }
+}
+kept 'a\nb\nc\n' 'main@1\n' 0
+kept 'A\nb\nc\n' 'main@2\n' 0 main@1
+kept 'a\nb\nC\n' 'main@3\n' 0 main@1
+kept 'A\nb\nC\n' 'main@3\n' 0 main@3
+kept 'a\nb\nc!\n' \
+    'A\nb\n<<<<<<< notes\nc!\n||||||| main@1\nc\n=======\nC\n>>>>>>> main@3\n' 1 main@1
+kept 'x\n' '' 2 main@9
+grep -q '^keep: notes.tdm: ' trouble
