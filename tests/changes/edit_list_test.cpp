@@ -11,65 +11,6 @@
 
 namespace {
 
-std::string applied(const norvik::text_lines &base, const norvik::text_lines &file,
-                    const std::vector<norvik::edit> &edits) {
-    std::string out;
-    int32_t at = 0;
-    for (const norvik::edit &e : edits) {
-        out += base.range(at, e.base_first);
-        out += file.range(e.file_first, e.file_end);
-        at = e.base_end;
-    }
-    return out + std::string(base.range(at, base.count()));
-}
-
-// Every moved line is removed at the one place, inserted at the other, and the same.
-void expect_moves_hold(const norvik::text_lines &base, const norvik::text_lines &file,
-                       const norvik::file_edits &edits, const std::string &about) {
-    const auto covered = [&](int32_t line, int32_t norvik::edit::*first,
-                             int32_t norvik::edit::*end) {
-        return std::any_of(edits.edits.begin(), edits.edits.end(), [&](const norvik::edit &e) {
-            return e.*first <= line && line < e.*end;
-        });
-    };
-    for (const norvik::line_run &run : edits.moves) {
-        for (int32_t i = 0; i < run.count; i++) {
-            EXPECT_EQ(base.line(run.base_first + i), file.line(run.file_first + i)) << about;
-            EXPECT_TRUE(
-                covered(run.base_first + i, &norvik::edit::base_first, &norvik::edit::base_end))
-                << about;
-            EXPECT_TRUE(
-                covered(run.file_first + i, &norvik::edit::file_first, &norvik::edit::file_end))
-                << about;
-        }
-    }
-}
-
-TEST(edit_list, edits_turn_the_base_into_every_file) {
-    for (const unsigned seed : seeds(300)) {
-        text_maker make{std::mt19937(seed), seed % 4 * 0.25};
-        const auto base = make.text(make.below(60));
-        std::vector<std::string> texts = {joined(base, make.chance(0.2))};
-        for (size_t k = 1 + make.below(3); k > 0; k--) {
-            texts.push_back(joined(make.changed(base), make.chance(0.2)));
-        }
-        const std::string about = "seed " + std::to_string(seed);
-        const compared_texts compared(texts);
-        const norvik::text_lines &lines = compared.lines[0];
-        for (size_t k = 1; k < texts.size(); k++) {
-            for (const bool refine : {true, false}) {
-                const auto found = compared.edits(k, {norvik::line_equality::exact, refine});
-                const norvik::text_lines &file = compared.lines[k];
-                EXPECT_EQ(applied(lines, file, found.edits), texts[k]) << about;
-                expect_moves_hold(lines, file, found, about);
-                for (size_t i = 1; i < found.edits.size(); i++) {
-                    EXPECT_GT(found.edits[i].base_first, found.edits[i - 1].base_end) << about;
-                }
-            }
-        }
-    }
-}
-
 int32_t longest_common(const norvik::text_lines &a, const norvik::text_lines &b) {
     std::vector<int32_t> row(static_cast<size_t>(b.count()) + 1);
     for (int32_t i = 0; i < a.count(); i++) {
@@ -130,23 +71,6 @@ TEST(gap_match, what_is_too_far_apart_is_divided_at_unique_lines) {
     }
     EXPECT_EQ(pairs,
               30 * (1 + longest_common(norvik::split_lines(rising), norvik::split_lines(falling))));
-}
-
-TEST(edit_list, edits_of_few_kinds_of_lines_are_the_smallest) {
-    for (const unsigned seed : seeds(40)) {
-        text_maker make{std::mt19937(seed), 1};
-        auto lines = make.text(200);
-        const std::string base = joined(lines);
-        for (int i = 0; i < 3; i++) {
-            lines.insert(lines.begin() + static_cast<long>(make.below(lines.size())), make.line());
-        }
-        const compared_texts compared({base, joined(lines)});
-        int32_t changed = 0;
-        for (const norvik::edit &e : compared.edits(1).edits) {
-            changed += e.base_end - e.base_first + e.file_end - e.file_first;
-        }
-        EXPECT_EQ(changed, 3);
-    }
 }
 
 TEST(edit_list, chosen_places_are_as_written_here) {

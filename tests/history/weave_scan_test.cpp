@@ -28,7 +28,7 @@ uint64_t fingerprint(std::string_view text) {
 TEST(weave_scan, reads_every_version_of_random_histories_in_one_pass) {
     for (const unsigned seed : seeds(12)) {
         // One goes over several of the blocks that the library reads containers in.
-        random_history history(seed, 40, seed == 1 ? 9000 : 30);
+        random_history history(seed, 40, seed == 1 ? 16000 : 30);
         const container_view view = opened(read_file(history.path()));
         EXPECT_FALSE(norvik::scan_structure(view));
         const norvik::weave_scan scan = norvik::scan_weave(view, true, {});

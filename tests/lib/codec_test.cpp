@@ -51,18 +51,6 @@ TEST_F(codec, stores_text_so_that_it_is_never_a_record) {
     EXPECT_EQ(back, "^T x\n");
 }
 
-TEST_F(codec, writes_records) {
-    EXPECT_EQ(encoded([](line_stream *out) {
-                  return tdm_cntutl_encode_status(out, 0xdb1, UINT64_MAX) |
-                         tdm_cntutl_encode_cre_ver(out, "v1", 1, 0x1a, 0x7b) |
-                         tdm_cntutl_encode_cre_bra(out, "b1", 1, 0, 2) |
-                         tdm_cntutl_encode_cre_ele(out, "e1") |
-                         tdm_cntutl_encode_insert(out, 0, 1, 3) |
-                         tdm_cntutl_encode_delete(out, 10, 11, 12);
-              }),
-              "^S db1 ffffffffffffffff\n^V v1 1 1a 7b\n^B b1 1 0 2\n^E e1\n^I 0 1 3\n^D a b c\n");
-}
-
 TEST_F(codec, reports_a_failed_write_once) {
     line_stream out{};
     out.stream = fopen("/dev/full", "w");

@@ -83,17 +83,6 @@ TEST_F(head_tail, disregards_blanks_when_told) {
     EXPECT_EQ(all.s->tail.bytes[1], 608U);
 }
 
-TEST_F(head_tail, takes_the_longest_lines_whole) {
-    const std::string filler = repeat(700, 'f') + "\n";
-    for (const std::string &line :
-         {repeat(8000) + "\n", repeat(8000), "^N " + repeat(8000) + "\n"}) {
-        test::session all(write_all({"1\n" + filler + line, "2\n" + filler + line}));
-        ASSERT_EQ(all.compare(), 0);
-        EXPECT_EQ(all.s->tail.line_count, 2U) << line.size();
-        EXPECT_EQ(all.s->tail.bytes[1], filler.size() + line.size());
-    }
-}
-
 TEST_F(head_tail, counts_no_line_twice_of_a_file_cut_meanwhile) {
     const std::string lines = joined(std::vector<std::string>(1000, "f\n"));
     const auto paths = write_all({"1\n" + lines, "2\n" + lines});

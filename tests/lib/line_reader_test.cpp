@@ -86,15 +86,6 @@ TEST_F(line_reader, keeps_newlines_and_finds_the_limits) {
     }
 }
 
-TEST_F(line_reader, grows_in_small_steps) {
-    const open_file file(write("f", repeat(200) + "\n"));
-    line_stream in = file.in;
-    int at_eof = 0;
-    ASSERT_EQ(tdm_read_long_line(&in, &at_eof), 0);
-    EXPECT_EQ(in.capacity, 253);
-    mem_free(in.line);
-}
-
 TEST_F(line_reader, explains_refusals_by_operation) {
     const std::string nul = "\"FILE\" is not a 'text file': it contains a '\\000'.\n";
     const std::string other_manager = "Use a different type manager (such as compressed file).\n";
@@ -124,14 +115,6 @@ TEST_F(line_reader, explains_refusals_by_operation) {
     EXPECT_EQ(test::messages_of([&] { EXPECT_EQ(tdm_read_long_line(&longer.in, &at_eof), 1); }),
               "\"FILE\" is not a 'text file': it contains a line exceeding 8000 bytes.\n" +
                   other_manager);
-}
-
-TEST_F(line_reader, reads_on_from_where_the_stream_stands) {
-    open_file file(write("f", "abc\ndef"));
-    ASSERT_EQ(fseeko(file.in.stream, 5, SEEK_SET), 0);
-    int at_eof = 0;
-    ASSERT_EQ(tdm_read_long_line(&file.in, &at_eof), 0);
-    EXPECT_STREQ(file.in.line, "ef");
 }
 
 // Containers are read in blocks; what is a line, and what is refused, must be the same.

@@ -42,22 +42,6 @@ protected:
     int count_ = 0;
 };
 
-TEST_F(store_ver, weaves_the_differences_in) {
-    ASSERT_EQ(check_in("v1", 1, "a\nb\nc\n"), 0);
-    EXPECT_EQ(weave(), "^I 0 1 3\na\nb\nc\n");
-    ASSERT_EQ(check_in("v2", 2, "a\nX\nc\n"), 0);
-    EXPECT_EQ(weave(), "^I 0 1 3\na\n^D 0 2 1\nb\n^I 0 2 1\nX\nc\n");
-    ASSERT_EQ(check_in("v3", 3, "^top\na\nX\nc\nlast"), 0);
-    EXPECT_EQ(weave(),
-              "^I 0 3 1\n^Q ^top\n^I 0 1 3\na\n^D 0 2 1\nb\n^I 0 2 1\nX\nc\n^I 0 3 1\n^N last\n");
-    ASSERT_EQ(check_in("b1", 1, "a\n", "side", "main", 2), 0);
-    EXPECT_EQ(read(file_).substr(0, 34), "^S db1 1\n^V b1 1 1 7\n^B side 1 0 2");
-    EXPECT_EQ(construct(file_, "v1"), "a\nb\nc\n");
-    EXPECT_EQ(construct(file_, "v2"), "a\nX\nc\n");
-    EXPECT_EQ(construct(file_, "v3"), "^top\na\nX\nc\nlast");
-    EXPECT_EQ(construct(file_, "b1"), "a\n");
-}
-
 TEST_F(store_ver, tells_identical_texts) {
     ASSERT_EQ(check_in("v1", 1, "a\n"), 0);
     EXPECT_EQ(identical_, 0U);
@@ -80,60 +64,6 @@ TEST_F(store_ver, takes_a_changed_line_for_changed_whatever_its_hash) {
             ++number;
             ASSERT_EQ(check_in("v" + std::to_string(number), number, text), 0);
             EXPECT_EQ(construct(file_, "v" + std::to_string(number)), text);
-        }
-    }
-}
-
-// More than a reader's buffer of 131072 bytes, which every call goes through.
-TEST_F(store_ver, keeps_every_text_of_large_containers) {
-    for (const unsigned seed : seeds(4)) {
-        text_maker make{
-            .random = std::mt19937(seed), .repeated = 0.3, .quoted = 0.2, .doubles = true};
-        struct head {
-            uint64_t number;
-            std::string oid, text;
-        };
-        std::map<std::string, head> heads{{"main", {0, "v0", joined(make.text(16000))}}};
-        std::map<std::string, std::string> texts;
-        file_ = path("fresh");
-        ASSERT_EQ(tdm_create_elem(1, "el", "main", "v0", file_.c_str()), 0);
-        for (uint64_t step = 1; step <= 32; step++) {
-            const std::string oid = "v" + std::to_string(step);
-            const std::string next = path("next" + std::to_string(step));
-            const std::string branch =
-                step % 8 == 0
-                    ? oid + "b"
-                    : std::next(heads.begin(), static_cast<long>(make.below(heads.size())))->first;
-            head &newest = heads[branch];
-            if (step % 8 == 0) {
-                const head &main = heads["main"];
-                ASSERT_EQ(tdm_create_branch(1, branch.c_str(), oid.c_str(), next.c_str(), "main",
-                                            nullptr, main.number, file_.c_str()),
-                          0);
-                newest = {0, oid, main.text};
-                file_ = next;
-            } else {
-                newest = {newest.number + 1, oid, make.changed(newest.text)};
-                ASSERT_EQ(check_in(oid, newest.number, newest.text, branch), 0);
-            }
-            texts[oid] = newest.text;
-            const std::string old = "v" + std::to_string(1 + make.below(step));
-            const bool is_newest = std::any_of(heads.begin(), heads.end(), [&](const auto &entry) {
-                return entry.second.oid == old;
-            });
-            if (step % 3 == 0 && !is_newest) {
-                const char *oids[] = {old.c_str()};
-                const std::string pruned = next + "pruned";
-                ASSERT_EQ(tdm_delete_versions_and_branches(file_.c_str(), pruned.c_str(), 1, oids,
-                                                           0, nullptr),
-                          0);
-                texts.erase(old);
-                file_ = pruned;
-            }
-            ASSERT_GT(std::filesystem::file_size(file_), 131072U);
-            for (const auto &[version, text] : texts) {
-                ASSERT_TRUE(step % 8 != 0 || construct(file_, version) == text) << version;
-            }
         }
     }
 }
