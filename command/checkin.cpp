@@ -7,8 +7,7 @@
 #include <vector>
 
 #include "change_words.h"
-#include "checkin_base.h"
-#include "checkin_merge.h"
+#include "checkin_decision.h"
 #include "checkin_options.h"
 #include "command_context.h"
 #include "command_declaration.h"
@@ -17,7 +16,6 @@
 #include "failure_words.h"
 #include "merge_words.h"
 #include "output.h"
-#include "proof.h"
 #include "random_digits.h"
 #include "time_text.h"
 #include "version_store.h"
@@ -44,8 +42,8 @@ struct checkin_run {
     const checkin_operands &options;
     container_change change;
     working_file file;
-    checkin_plan plan;
-    checkin_base found;
+    checkin_decision decided;
+    checkin_merge merge;
     std::string oid;  // the new version's
     std::uint64_t time = 0;
 };
@@ -60,15 +58,15 @@ exit_status nothing_to_store(const container_change &change, version_id same) {
 // Stores `input` as the next version, up to telling its name.
 exit_status store_text(checkin_run &run, const input_text &input) {
     run.change.stores(run.file.input().rights());
-    done_report report =
-        report_of_versions(run.plan.branch, run.plan.id.number, run.plan.id.number);
-    const auto stored = store_version(&run.change, run.plan, {run.oid, run.time},
+    done_report report = report_of_versions(run.decided.plan.branch, run.decided.plan.id.number,
+                                            run.decided.plan.id.number);
+    const auto stored = store_version(&run.change, run.decided.plan, {run.oid, run.time},
                                       {input.text(), input.path()}, run.options.stored.allow_same);
     if (!stored) {
         return tell(stored.failure());
     }
     if (!*stored) {
-        return nothing_to_store(run.change, run.plan.predecessor);
+        return nothing_to_store(run.change, run.decided.plan.predecessor);
     }
     tell_versions(run.context, std::move(report));
     return status_done;
@@ -85,17 +83,17 @@ exit_status store_file(checkin_run &run) {
                         std::string("a conflict between markers ") +
                             (run.context.dry_run ? "would be" : "is") + " stored with the text");
         }
-    } else if (status == status_negative && run.found.newest != nullptr &&
-               run.found.newest->id == run.plan.predecessor) {
-        run.file.set_base(run.found.newest->oid);
+    } else if (status == status_negative && run.decided.found.newest != nullptr &&
+               run.decided.found.newest->id == run.decided.plan.predecessor) {
+        run.file.set_base(run.decided.found.newest->oid);
     }
     return status;
 }
 
 // Leaves the conflicts in the file, which is then made from the newest version, or tells them.
-exit_status refuse_conflicts(checkin_run &run, const checkin_merge &merge) {
+exit_status refuse_conflicts(checkin_run &run) {
     const bool update = run.options.base.update;
-    say_conflicts(merge.run, merge.options, update ? run.file.name() : "<merged>");
+    say_conflicts(run.merge.run, run.merge.options, update ? run.file.name() : "<merged>");
     if (!update) {
         say_of_file(run.file.name(),
                     run.options.file == "-"
@@ -103,8 +101,8 @@ exit_status refuse_conflicts(checkin_run &run, const checkin_merge &merge) {
                         : "nothing is stored (--update leaves the conflicts in it)");
         return status_negative;
     }
-    const std::string newest(run.found.newest->oid);
-    if (run.file.prepare(merge.text(), newest, run.change.old.rights) != status_done ||
+    const std::string newest(run.decided.found.newest->oid);
+    if (run.file.prepare(run.merge.text(), newest, run.change.old.rights) != status_done ||
         run.file.replace() != status_done) {
         return status_trouble;
     }
@@ -126,20 +124,25 @@ void tell_of_file(const checkin_run &run, bool replaced, bool same_as_newest) {
     } else if (same_as_newest && !dry) {
         say_of_file(run.file.name(),
                     "is updated to the text of " +
-                        escape_name(version_name(run.change.old, run.found.newest->id)));
+                        escape_name(version_name(run.change.old, run.decided.found.newest->id)));
     }
 }
 
-// The container is replaced first: should the file then not be, its text is in the new version all
-// the same, and the next merge finds that. The other way round a merged text could be in no
-// version. Whatever can refuse the file's replacement is tried before anything is stored.
-exit_status store_merged(checkin_run &run, const checkin_merge &merge) {
-    const std::string &text = merge.text();
+// With what others have stored. The container is replaced first: should the file then not be, its
+// text is in the new version all the same, and the next merge finds that. The other way round a
+// merged text could be in no version. Whatever can refuse the file's replacement is tried before
+// anything is stored.
+exit_status store_merged(checkin_run &run) {
+    if (!run.context.quiet) {
+        say_of_file(run.file.name(),
+                    (run.context.dry_run ? "would be merged with " : "is merged with ") +
+                        escape_name(version_name(run.change.old, run.decided.found.newest->id)));
+    }
+    const std::string &text = run.merge.text();
     const bool same_as_file = text == run.file.input().text();
     const bool replaces = run.options.base.update && !same_as_file;
-    const version_record &newest = *run.found.newest;
-    const bool same_as_newest =
-        !run.options.stored.allow_same && version_equals(run.change.old, newest.id, text);
+    const version_record &newest = *run.decided.found.newest;
+    const bool same_as_newest = run.decided.answer == checkin_answer::same;
     const std::string base(same_as_newest ? newest.oid : std::string_view(run.oid));
     input_text merged;
     if ((replaces && run.file.prepare(text, base, run.change.old.rights) != status_done) ||
@@ -156,7 +159,8 @@ exit_status store_merged(checkin_run &run, const checkin_merge &merge) {
         return status;
     }
     if (replaces && run.file.replace() != status_done) {
-        const std::string name = run.plan.branch + "@" + std::to_string(run.plan.id.number);
+        const std::string name =
+            run.decided.plan.branch + "@" + std::to_string(run.decided.plan.id.number);
         say_of_file(
             run.file.name(),
             "is not updated" + (same_as_newest ? "" : ", but " + escape_name(name) + " is stored"));
@@ -188,46 +192,39 @@ exit_status refuse_outdated(const container_view &view, const checkin_base &foun
     return status_negative;
 }
 
-// Others have stored since the file's text was made.
-exit_status store_outdated(checkin_run &run) {
-    const container_view &view = run.change.old;
-    const std::string &text = run.file.input().text();
-    if (!run.options.stored.allow_same && version_equals(view, run.found.newest->id, text)) {
-        const exit_status status = nothing_to_store(run.change, run.found.newest->id);
-        run.file.set_base(run.found.newest->oid);
-        return status;
-    }
-    if (!run.options.base.merge) {
-        return refuse_outdated(view, run.found, run.file.name());
-    }
-    checkin_merge merge;
-    merge.options.markers.on_one_line = escape_name;
-    if (told(merge_with_newest(view, run.found, run.file.name(), text, &merge)) != status_done) {
-        return status_trouble;
-    }
-    if (!is_clean(merge.run.plan)) {
-        return refuse_conflicts(run, merge);
-    }
-    if (!run.context.quiet) {
-        say_of_file(run.file.name(),
-                    (run.context.dry_run ? "would be merged with " : "is merged with ") +
-                        escape_name(version_name(view, run.found.newest->id)));
-    }
-    return store_merged(run, merge);
+// The file holds what the newest version does, though others have stored since it was made.
+exit_status leave_same(checkin_run &run) {
+    const version_record &newest = *run.decided.found.newest;
+    const exit_status status = nothing_to_store(run.change, newest.id);
+    run.file.set_base(newest.oid);
+    return status;
 }
 
-// Decides where the text goes and what it is measured against.
-exit_status plan(checkin_run &run) {
+exit_status decide(checkin_run &run) {
     const base_options &base = run.options.base;
-    if (told(plan_checkin(run.change.old, run.options.stored.target, 1), &run.plan) !=
-        status_done) {
-        return status_trouble;
+    const checkin_request request{
+        run.options.stored.target,
+        {base.base, base.no_base ? std::string() : run.file.base(), base.merge, run.file.name()},
+        run.options.stored.allow_same};
+    run.merge.options.markers.on_one_line = escape_name;
+    const auto tell_notice = [](const failure &notice) { (void)tell(notice); };
+    return told(
+        decide_checkin(run.change.old, request, run.file.input().text(), tell_notice, &run.merge),
+        &run.decided);
+}
+
+exit_status carry_out(checkin_run &run) {
+    switch (run.decided.answer) {
+        case checkin_answer::store:
+            return run.decided.merged ? store_merged(run) : store_file(run);
+        case checkin_answer::same:
+            return run.decided.merged ? store_merged(run) : leave_same(run);
+        case checkin_answer::outdated:
+            return refuse_outdated(run.change.old, run.decided.found, run.file.name());
+        case checkin_answer::conflict:
+            break;
     }
-    const base_request request{base.base, base.no_base ? std::string() : run.file.base(),
-                               base.merge, run.file.name()};
-    return told(find_checkin_base(run.change.old, run.plan, request,
-                                  [](const failure &notice) { (void)tell(notice); }),
-                &run.found);
+    return refuse_conflicts(run);
 }
 
 exit_status run_checkin(const command_context &context, const checkin_operands &options) {
@@ -239,10 +236,10 @@ exit_status run_checkin(const command_context &context, const checkin_operands &
         told(run.change.open(options.container)) != status_done ||
         (options.file != "-" &&
          told(run.change.replacement.refuse_same(options.file)) != status_done) ||
-        plan(run) != status_done) {
+        decide(run) != status_done) {
         return status_trouble;
     }
-    return run.found.current ? store_file(run) : store_outdated(run);
+    return carry_out(run);
 }
 
 }  // namespace

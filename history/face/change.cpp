@@ -3,11 +3,9 @@
 
 #include <ctime>
 
-#include "checkin_base.h"
-#include "checkin_plan.h"
+#include "checkin_decision.h"
 #include "input_text.h"
 #include "new_branch.h"
-#include "proof.h"
 #include "random_digits.h"
 #include "texts.h"
 #include "version_store.h"
@@ -99,22 +97,26 @@ public:
           outcome_(std::make_unique<norvik_outcome>()) {}
 
     norvik_error *run(const char *path, std::string_view text) {
-        if (norvik_error *error = plan(path); error != nullptr) {
+        norvik_error *error = make_version(chosen_.time, &fresh_);
+        error = error != nullptr ? error : error_of(change_.open(path));
+        error = error != nullptr ? error : decide(text);
+        if (error != nullptr) {
             return error;
         }
-        if (found_.current) {
-            return store(text);
+        switch (decided_.answer) {
+            case checkin_answer::store:
+                return store(decided_.merged ? outcome_->merge->text() : text);
+            case checkin_answer::same:
+                return answer(norvik_answer_same, decided_.found.newest->id);
+            case checkin_answer::outdated:
+                for (const version_record *version : came_since(change_.old, decided_.found)) {
+                    outcome_->since.push_back(version_name(change_.old, version->id));
+                }
+                return answer(norvik_answer_outdated, decided_.found.newest->id);
+            case checkin_answer::conflict:
+                break;
         }
-        if (is_same(*found_.newest, text)) {
-            return answer(norvik_answer_same, found_.newest->id);
-        }
-        if ((chosen_.flags & norvik_merge_newest) == 0) {
-            for (const version_record *version : came_since(change_.old, found_)) {
-                outcome_->since.push_back(version_name(change_.old, version->id));
-            }
-            return answer(norvik_answer_outdated, found_.newest->id);
-        }
-        return store_merged(text);
+        return answer(norvik_answer_conflict, decided_.found.newest->id);
     }
 
     std::unique_ptr<norvik_outcome> take_outcome() { return std::move(outcome_); }
@@ -122,30 +124,23 @@ public:
 private:
     bool allows_same() const { return (chosen_.flags & norvik_allow_same) != 0; }
 
-    bool is_same(const version_record &version, std::string_view text) const {
-        return !allows_same() && version_equals(change_.old, version.id, text);
-    }
-
-    norvik_error *plan(const char *path) {
-        norvik_error *error = make_version(chosen_.time, &fresh_);
-        error = error != nullptr ? error : error_of(change_.open(path));
-        if (error != nullptr) {
-            return error;
+    norvik_error *decide(std::string_view text) {
+        const bool merges = (chosen_.flags & norvik_merge_newest) != 0;
+        const checkin_request request{
+            {std::string(view_of(chosen_.branch)), std::string(view_of(chosen_.from))},
+            {std::string(view_of(chosen_.base)), {}, merges, name_},
+            allows_same()};
+        auto merge = std::make_unique<norvik_merge>();
+        auto decided = decide_checkin(change_.old, request, text, {}, merge.get());
+        if (!decided) {
+            return make_error(decided.failure());
         }
-        auto plan = plan_checkin(
-            change_.old, {std::string(view_of(chosen_.branch)), std::string(view_of(chosen_.from))},
-            1);
-        if (!plan) {
-            return make_error(plan.failure());
+        decided_ = std::move(*decided);
+        if (decided_.merged) {
+            describe(merge.get());
+            outcome_->merge = std::move(merge);
         }
-        plan_ = std::move(*plan);
-        const bool needed = (chosen_.flags & norvik_merge_newest) != 0;
-        const auto found = find_checkin_base(
-            change_.old, plan_, {std::string(view_of(chosen_.base)), {}, needed, name_}, {});
-        if (found) {
-            found_ = *found;
-        }
-        return error_of(found);
+        return nullptr;
     }
 
     norvik_error *answer(norvik_answer what, version_id about) {
@@ -155,34 +150,20 @@ private:
         return nullptr;
     }
 
-    norvik_error *store_merged(std::string_view text) {
-        outcome_->merge = std::make_unique<norvik_merge>();
-        norvik_merge &merge = *outcome_->merge;
-        const auto merged = merge_with_newest(change_.old, found_, name_, text, &merge);
-        if (!merged) {
-            return make_error(merged.failure());
-        }
-        describe(&merge);
-        if (!is_clean(merge.run.plan)) {
-            return answer(norvik_answer_conflict, found_.newest->id);
-        }
-        return is_same(*found_.newest, merge.text()) ? answer(norvik_answer_same, found_.newest->id)
-                                                     : store(merge.text());
-    }
-
     norvik_error *store(std::string_view text) {
         input_text source;
         if (const auto taken = source.take(std::string(text)); !taken) {
             return make_error(taken.failure());
         }
-        outcome_->version = plan_.branch + "@" + std::to_string(plan_.id.number);
+        const checkin_plan &plan = decided_.plan;
+        outcome_->version = plan.branch + "@" + std::to_string(plan.id.number);
         outcome_->oid = fresh_.oid;
         const auto stored =
-            store_version(&change_, plan_, fresh_, {source.text(), source.path()}, allows_same());
+            store_version(&change_, plan, fresh_, {source.text(), source.path()}, allows_same());
         if (!stored) {
             return make_error(stored.failure());
         }
-        return *stored ? nullptr : answer(norvik_answer_same, plan_.predecessor);
+        return *stored ? nullptr : answer(norvik_answer_same, plan.predecessor);
     }
 
     const norvik_checkin_options &chosen_;
@@ -190,8 +171,7 @@ private:
     container_change change_;
     std::unique_ptr<norvik_outcome> outcome_;
     new_version fresh_;
-    checkin_plan plan_;
-    checkin_base found_;
+    checkin_decision decided_;
 };
 
 norvik_error *check_in(const char *path, norvik_text text, const norvik_checkin_options *given,
