@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "annotation_tag.h"
 #include "columns.h"
 #include "command_context.h"
 #include "command_declaration.h"
@@ -32,7 +33,7 @@ struct annotate_options {
     bool raw = false;
     bool damaged = false;
 
-    // The library's flags: 1 the version's own lines, 2 deleted ones, 4 those of other branches.
+    // The library's.
     std::uint32_t flags() const {
         std::uint32_t bits = tdm_annotate_lines;
         if (deleted || all) {
@@ -45,11 +46,10 @@ struct annotate_options {
     }
 };
 
-// A line of the library's listing: "I OID TEXT", "D OID,DELETER TEXT" or "U OID TEXT".
 struct listed_line {
-    char tag;
+    char tag;  // of format::annotation_tag
     std::string_view oid;
-    std::string_view deleter;  // empty but for D
+    std::string_view deleter;  // empty but for format::tag_deleted
     std::string_view text;     // with its newline
 };
 
@@ -67,7 +67,8 @@ bool take_line(std::string_view &listing, listed_line &line) {
     std::string_view names = whole.substr(2, blank - 2);
     line = {whole[0], names, {}, whole.substr(blank + 1)};
     // An identifier may itself hold a comma; ours do not.
-    const std::size_t comma = line.tag == 'D' ? names.rfind(',') : std::string_view::npos;
+    const std::size_t comma =
+        line.tag == format::tag_deleted ? names.rfind(',') : std::string_view::npos;
     if (comma != std::string_view::npos) {
         line.oid = names.substr(0, comma);
         line.deleter = names.substr(comma + 1);
@@ -104,7 +105,7 @@ public:
         std::uint64_t number = 0;
         listed_line line;
         while (take_line(listing, line)) {
-            number += line.tag == 'I';
+            number += line.tag == format::tag_own;
             print_line(line, number);
         }
     }
@@ -134,13 +135,16 @@ private:
     void print_line(const listed_line &line, std::uint64_t number) {
         output_writer &out = standard_output();
         if (tagged_) {
-            out.write(line.tag == 'I' ? "  " : line.tag == 'D' ? "- " : "| ");
+            out.write(line.tag == format::tag_own       ? "  "
+                      : line.tag == format::tag_deleted ? "- "
+                                                        : "| ");
         }
         out.write(label(line.oid));
         char digits[24];
         char *at = digits + sizeof digits;
         std::size_t width = 0;
-        for (std::uint64_t rest = line.tag == 'I' ? number : 0; rest > 0; rest /= 10, width++) {
+        for (std::uint64_t rest = line.tag == format::tag_own ? number : 0; rest > 0;
+             rest /= 10, width++) {
             *--at = static_cast<char>('0' + rest % 10);
         }
         for (; width < number_width_ + 2; width++) {

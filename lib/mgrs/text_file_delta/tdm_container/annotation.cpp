@@ -3,6 +3,7 @@
 // the nesting of runs. A run that counts no lines is never opened: nothing would ever close it.
 #include <cstring>
 
+#include "annotation_tag.h"
 #include "messages/messages.h"
 #include "tdm_container/codec.h"
 #include "tdm_container/excess_lines.h"
@@ -86,8 +87,8 @@ int ann_push_event(annotation_state *a, const run_record &run, bool is_insert, b
 }
 
 /// Writes "TAG OID[,OID] TEXT"; the text keeps the newline of its stored line.
-int write_annotated(text_output *o, char tag, const char *oid, const char *deleter,
-                    std::string_view text) {
+int write_annotated(text_output *o, format::annotation_tag tag, const char *oid,
+                    const char *deleter, std::string_view text) {
     char prefix[4 + 2 * sizeof(oid_buffer)] = {tag, ' '};
     char *end = stpcpy(prefix + 2, oid);
     if (deleter != nullptr) {
@@ -110,7 +111,7 @@ int annotate_deleted_line(annotation_state *a, const insert_event &top, std::str
     delete_event &deletion = a->deletes[a->deletes_open - 1];
     if (top.oid != nullptr && (a->flags & (tdm_annotate_deleted | tdm_annotate_all)) != 0) {
         const char *deleter = deletion.oid == nullptr ? unlisted_oid : deletion.oid;
-        if (write_annotated(o, 'D', top.oid, deleter, text) != 0) {
+        if (write_annotated(o, format::tag_deleted, top.oid, deleter, text) != 0) {
             return 1;
         }
     }
@@ -128,12 +129,12 @@ int annotate_text(annotation_state *a, std::string_view text, text_output *o) {
     int status = 0;
     if (top.visible == 0) {
         if (top.oid != nullptr && (a->flags & tdm_annotate_all) != 0) {
-            status = write_annotated(o, 'U', top.oid, nullptr, text);
+            status = write_annotated(o, format::tag_foreign, top.oid, nullptr, text);
         }
     } else if (a->skip != 0) {
         status = annotate_deleted_line(a, top, text, o);
     } else if (top.oid != nullptr) {
-        status = write_annotated(o, 'I', top.oid, nullptr, text);
+        status = write_annotated(o, format::tag_own, top.oid, nullptr, text);
     }
     if (--top.remaining == 0) {
         --a->inserts_open;
