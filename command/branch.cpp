@@ -61,7 +61,7 @@ void register_branch(command_declaration &command, command_context &context) {
     command.take("VERSION", options->version, "The version that the branch is made off");
     options->time.declare(command);
     add_dry_run_option(command, context);
-    add_replace_options(command, context, "Go on when the file's owner or group cannot be kept");
+    add_replace_options(command, context);
     command.details = "Version 0 of the new branch has the text of VERSION.";
     command.exit_codes = "0 made; 2 wrong usage or trouble, nothing is changed unless it says so.";
     command.examples = {"tdm branch notes.tdm draft main@3", "tdm branch notes.tdm fix main"};

@@ -8,7 +8,6 @@
 #include "change_words.h"
 #include "command_context.h"
 #include "command_declaration.h"
-#include "common_options.h"
 #include "container_plan.h"
 #include "failure_words.h"
 #include "usage_error.h"
@@ -21,8 +20,7 @@ struct delete_options {
     std::string container;
     std::vector<std::string> versions;
     std::vector<std::string> branches;
-    bool dry_run = false;
-    bool yes = false;
+    asked_options asked;
 };
 
 std::string question(const container_plan &plan) {
@@ -38,19 +36,7 @@ exit_status run_delete(const command_context &context, const delete_options &opt
         context, options.container, [&options](container_change *change, container_plan *plan) {
             return told(plan_deletion(change, options.versions, options.branches, plan));
         });
-    if (const exit_status status = deletion.plan(); status != status_done) {
-        return status;
-    }
-    if (options.dry_run) {
-        tell_plan(describe_deletion(deletion.planned(), telling::planned));
-        return status_done;
-    }
-    if (const exit_status answer = deletion.ask(options.yes, describe_deletion, question);
-        answer != status_done) {
-        return answer;
-    }
-    return deletion.carry_out(report_of_change(
-        options.container, "the deletion", describe_deletion(deletion.planned(), telling::done)));
+    return deletion.run(options.asked, describe_deletion, question, "the deletion");
 }
 
 }  // namespace
@@ -62,9 +48,7 @@ void register_delete(command_declaration &command, command_context &context) {
                       "BRANCH@N, BRANCH (its newest) or an identifier");
     command.values("--branch", "NAME", options->branches,
                    "Delete this branch and all its versions");
-    command.flag("--dry-run", options->dry_run, "Say what would be done; write nothing");
-    command.flag("--yes", options->yes, "Do not ask");
-    add_replace_options(command, context, "Go on when the file's owner or group cannot be kept");
+    options->asked.declare(command, context);
     command.details =
         "Says for every version whether its lines are gone from the file or stay because\n"
         "another version or branch is built on them ('tdm purge' removes those that nothing\n"

@@ -7,7 +7,6 @@
 #include "change_words.h"
 #include "command_context.h"
 #include "command_declaration.h"
-#include "common_options.h"
 #include "container_plan.h"
 #include "escaped_text.h"
 #include "failure_words.h"
@@ -20,8 +19,7 @@ namespace {
 struct purge_options {
     std::string container;
     std::string version;
-    bool dry_run = false;
-    bool yes = false;
+    asked_options asked;
 };
 
 // Plans the purge, where there is anything to purge.
@@ -49,19 +47,7 @@ exit_status run_purge(const command_context &context, const purge_options &optio
                                    [&options](container_change *change, purge_plan *out) {
                                        return plan(options, change, out);
                                    });
-    if (const exit_status status = purge.plan(); status != status_done) {
-        return status;
-    }
-    if (options.dry_run) {
-        tell_plan(describe_purge(purge.planned(), telling::planned));
-        return status_done;
-    }
-    if (const exit_status answer = purge.ask(options.yes, describe_purge, question);
-        answer != status_done) {
-        return answer;
-    }
-    return purge.carry_out(report_of_change(options.container, "the purge",
-                                            describe_purge(purge.planned(), telling::done)));
+    return purge.run(options.asked, describe_purge, question, "the purge");
 }
 
 }  // namespace
@@ -71,9 +57,7 @@ void register_purge(command_declaration &command, command_context &context) {
     command.take("CONTAINER", options->container, "The container to change");
     command.take("VERSION", options->version,
                  "The version that brought the secret; one that is deleted already will do");
-    command.flag("--dry-run", options->dry_run, "Say what would be done; write nothing");
-    command.flag("--yes", options->yes, "Do not ask");
-    add_replace_options(command, context, "Go on when the file's owner or group cannot be kept");
+    options->asked.declare(command, context);
     command.details =
         "Deletes VERSION and takes every line out of the file that it inserted and no surviving\n"
         "version holds, and copies of these lines in other deleted versions. Lines that\n"

@@ -13,10 +13,13 @@ namespace norvik {
 // Declares --json, for commands that have a machine form.
 void add_json_option(command_declaration &command, command_context &context);
 
+inline constexpr const char *keep_going_help =
+    "Go on when the file's owner or group cannot be kept";
+
 // Declares --lock-timeout, --break-links and --force, for commands that replace a file. What
 // --force does beyond keeping going when the owner cannot be kept is said in `force_help`.
 void add_replace_options(command_declaration &command, command_context &context,
-                         const char *force_help);
+                         const char *force_help = keep_going_help);
 
 // Declares --dry-run, for commands that change files only through file_replacement, whose commit
 // obeys it.

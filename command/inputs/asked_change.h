@@ -10,12 +10,27 @@
 
 #include "change_words.h"
 #include "command_context.h"
+#include "command_declaration.h"
+#include "common_options.h"
 #include "confirm.h"
 #include "container_plan.h"
 #include "exit_status.h"
 #include "failure_words.h"
 
 namespace norvik {
+
+// How a change is asked for on the command line.
+struct asked_options {
+    bool dry_run = false;
+    bool yes = false;
+
+    // Declares --dry-run, --yes and the options of whatever replaces a file.
+    void declare(command_declaration &command, command_context &context) {
+        command.flag("--dry-run", dry_run, "Say what would be done; write nothing");
+        command.flag("--yes", yes, "Do not ask");
+        add_replace_options(command, context);
+    }
+};
 
 // `Plan` is container_plan or derived from it.
 template <typename Plan>
@@ -27,6 +42,31 @@ public:
     asked_change(const command_context &context, std::string container, planner make)
         : context_(context), container_(std::move(container)), make_(std::move(make)) {}
 
+    // Plans, shows what `describe` makes of the plan, asks `question`, which is made of it as well,
+    // and makes the change, called `what`. 0, or another status after a message.
+    template <typename Describe, typename Question>
+    [[nodiscard]] exit_status run(const asked_options &options, const Describe &describe,
+                                  const Question &question, const std::string &what) {
+        if (const exit_status status = plan(); status != status_done) {
+            return status;
+        }
+        if (options.dry_run) {
+            tell_plan(describe(*plan_, telling::planned));
+            return status_done;
+        }
+        if (const exit_status answer = ask(options.yes, describe, question);
+            answer != status_done) {
+            return answer;
+        }
+        done_report done = report_of_change(container_, what, describe(*plan_, telling::done));
+        const exit_status status = told(norvik::carry_out(*plan_, &change_->replacement));
+        if (status == status_done && !context_.quiet) {
+            tell_done(std::move(done));
+        }
+        return status;
+    }
+
+private:
     // Locks the container and plans; 0, or another status after a message.
     [[nodiscard]] exit_status plan() {
         change_.emplace(context_);
@@ -35,11 +75,8 @@ public:
         return status == status_done ? make_(&*change_, &*plan_) : status;
     }
 
-    const Plan &planned() const { return *plan_; }
-
-    // Shows what `describe` makes of the plan and asks `question`, which is made of it as well, or
-    // with `yes` takes that for the answer; 0 with the container locked, or another status after a
-    // message.
+    // Shows the plan and asks, or with `yes` takes that for the answer; 0 with the container locked,
+    // or another status after a message.
     template <typename Describe, typename Question>
     [[nodiscard]] exit_status ask(bool yes, const Describe &describe, const Question &question) {
         for (;;) {
@@ -67,16 +104,6 @@ public:
         }
     }
 
-    // Makes the change, of a container that is locked; `done` is told then.
-    [[nodiscard]] exit_status carry_out(done_report done) {
-        const exit_status status = told(norvik::carry_out(*plan_, &change_->replacement));
-        if (status == status_done && !context_.quiet) {
-            tell_done(std::move(done));
-        }
-        return status;
-    }
-
-private:
     const command_context &context_;
     std::string container_;
     planner make_;

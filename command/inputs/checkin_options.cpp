@@ -14,7 +14,7 @@ void checkin_options::declare(command_declaration &command, command_context &con
     command.flag("--allow-same", allow_same,
                  "Store a version whose text is that of the one before");
     add_dry_run_option(command, context);
-    add_replace_options(command, context, "Go on when the file's owner or group cannot be kept");
+    add_replace_options(command, context);
     command.exit_codes =
         "0 stored; 1 nothing to store; 2 wrong usage or trouble, nothing is changed unless it says "
         "so.";
