@@ -85,22 +85,23 @@ void take_whole_edits(move_finder &m, std::vector<line_run> *moves) {
     }
 }
 
+// The edit whose range from `first` to `end` has the line; -1 when there is none.
+template <std::int32_t edit::*first, std::int32_t edit::*end>
+std::int32_t edit_with(const std::vector<edit> &edits, std::int32_t line) {
+    const auto it = std::upper_bound(edits.begin(), edits.end(), line,
+                                     [](std::int32_t l, const edit &e) { return l < e.*end; });
+    return it != edits.end() && (*it).*first <= line ? static_cast<std::int32_t>(it - edits.begin())
+                                                     : -1;
+}
+
 }  // namespace
 
 std::int32_t edit_removing(const std::vector<edit> &edits, std::int32_t line) {
-    const auto it = std::upper_bound(edits.begin(), edits.end(), line,
-                                     [](std::int32_t l, const edit &e) { return l < e.base_end; });
-    return it != edits.end() && it->base_first <= line
-               ? static_cast<std::int32_t>(it - edits.begin())
-               : -1;
+    return edit_with<&edit::base_first, &edit::base_end>(edits, line);
 }
 
 std::int32_t edit_inserting(const std::vector<edit> &edits, std::int32_t line) {
-    const auto it = std::upper_bound(edits.begin(), edits.end(), line,
-                                     [](std::int32_t l, const edit &e) { return l < e.file_end; });
-    return it != edits.end() && it->file_first <= line
-               ? static_cast<std::int32_t>(it - edits.begin())
-               : -1;
+    return edit_with<&edit::file_first, &edit::file_end>(edits, line);
 }
 
 std::vector<line_run> moved_runs(const text_lines &base, const text_lines &file,

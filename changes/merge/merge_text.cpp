@@ -57,39 +57,26 @@ std::string side_label(const std::vector<std::int32_t> &side, const marker_optio
     return label;
 }
 
-// Takes the lines that all sides have at their beginning off them; returns their number.
-std::int32_t common_front(std::vector<shown_lines> *sides) {
-    const shown_lines front = sides->front();
-    std::int32_t count = front.end - front.first;
-    for (const shown_lines &side : *sides) {
-        std::int32_t same = 0;
-        const std::int32_t most = std::min(count, side.end - side.first);
-        while (same < most &&
-               side.text->line(side.first + same) == front.text->line(front.first + same)) {
-            same++;
-        }
-        count = same;
-    }
-    for (shown_lines &side : *sides) {
-        side.first += count;
-    }
-    return count;
-}
+enum class end_of_lines { front, back };
 
-std::int32_t common_back(std::vector<shown_lines> *sides) {
-    const shown_lines front = sides->front();
-    std::int32_t count = front.end - front.first;
+// Takes the lines that all sides have at that end off them; returns their number.
+std::int32_t take_common(std::vector<shown_lines> *sides, end_of_lines at) {
+    const bool at_front = at == end_of_lines::front;
+    const auto line = [at_front](const shown_lines &side, std::int32_t i) {
+        return side.text->line(at_front ? side.first + i : side.end - 1 - i);
+    };
+    const shown_lines &model = sides->front();
+    std::int32_t count = model.end - model.first;
     for (const shown_lines &side : *sides) {
         std::int32_t same = 0;
         const std::int32_t most = std::min(count, side.end - side.first);
-        while (same < most &&
-               side.text->line(side.end - 1 - same) == front.text->line(front.end - 1 - same)) {
+        while (same < most && line(side, same) == line(model, same)) {
             same++;
         }
         count = same;
     }
     for (shown_lines &side : *sides) {
-        side.end -= count;
+        (at_front ? side.first : side.end) += at_front ? count : -count;
     }
     return count;
 }
@@ -156,8 +143,8 @@ std::string conflict_text(const merge_input &in, const merge_place &place,
     std::int32_t back = 0;
     // Equal sides stand whole: the question is whether they are one change or several.
     if (options.style != marker_style::diff3 && !place.ambiguous) {
-        front = common_front(&texts);
-        back = common_back(&texts);
+        front = take_common(&texts, end_of_lines::front);
+        back = take_common(&texts, end_of_lines::back);
     }
     if (lead_lines != nullptr) {
         *lead_lines = front;

@@ -106,34 +106,29 @@ void add_range(std::string &heading, std::int32_t first, std::int32_t count) {
     }
 }
 
-// What a hunk's heading says of moved lines. Both lists are searched from the place that the hunk
-// before has left.
+// What a hunk's heading says of the moved lines of both sides. Each list is searched from the place
+// that the hunk before has left.
 std::string move_notes(const hunk_writer &w, const edit &hunk) {
     std::string notes;
-    const auto add = [&notes](const std::string &note) {
-        notes += notes.empty() ? " " : "; ";
-        notes += note;
+    const auto add = [&notes](std::span<const line_run> runs, std::int32_t line_run::*here,
+                              std::int32_t line_run::*there, std::int32_t first, std::int32_t end,
+                              const char *moved) {
+        for (const line_run &run : runs) {
+            if (run.*here >= end) {
+                break;
+            }
+            if (run.*here >= first) {
+                notes += (notes.empty() ? " " : "; ") + line_range(run.*here, run.count) + moved +
+                         line_range(run.*there, run.count);
+            }
+        }
     };
-    for (std::size_t i = w.next_base; i < w.by_base.size(); i++) {
-        const line_run &run = w.by_base[i];
-        if (run.base_first >= hunk.base_end) {
-            break;
-        }
-        if (run.base_first >= hunk.base_first) {
-            add(line_range(run.base_first, run.count) + " moved to " +
-                line_range(run.file_first, run.count));
-        }
-    }
-    for (std::size_t i = w.next_file; i < w.by_file.size(); i++) {
-        const line_run &run = w.by_file[i];
-        if (run.file_first >= hunk.file_end) {
-            break;
-        }
-        if (run.file_first >= hunk.file_first) {
-            add(line_range(run.file_first, run.count) + " moved from " +
-                line_range(run.base_first, run.count));
-        }
-    }
+    const std::span<const line_run> base_runs(w.by_base);
+    const std::span<const line_run> file_runs(w.by_file);
+    add(base_runs.subspan(w.next_base), &line_run::base_first, &line_run::file_first,
+        hunk.base_first, hunk.base_end, " moved to ");
+    add(file_runs.subspan(w.next_file), &line_run::file_first, &line_run::base_first,
+        hunk.file_first, hunk.file_end, " moved from ");
     return notes;
 }
 
