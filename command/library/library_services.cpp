@@ -13,18 +13,8 @@
 // live in memory, as long as the command; that the library cannot remove them by their paths is as
 // it should be.
 FILE *futil_tmpfile_binary(void *, void *, void *, char *name, std::size_t name_size) try {
-    static norvik::memory_file file;  // the library has one at a time
-    file = {};
-    // Told under the name of the file that is being made.
-    errno = file.create(norvik::newest_shown_name()).value();
-    if (errno == 0 && file.path().size() >= name_size) {
-        errno = ENAMETOOLONG;
-    }
-    if (errno != 0) {
-        return nullptr;
-    }
-    name[file.path().copy(name, name_size)] = '\0';
-    return std::fopen(name, "wb");
+    static norvik::memory_file file;
+    return norvik::open_as_temporary(&file, name, name_size);
 } catch (const std::bad_alloc &) {  // the library must not be unwound
     norvik::note_out_of_memory();
     errno = ENOMEM;

@@ -39,4 +39,17 @@ std::error_code memory_file::copy_from(int from) const {
     return copy_bytes(from, descriptor(), S_ISREG(status.st_mode) ? UINT64_MAX : longest_stream);
 }
 
+std::FILE *open_as_temporary(memory_file *file, char *path, std::size_t path_size) {
+    *file = {};
+    errno = file->create(newest_shown_name()).value();
+    if (errno == 0 && file->path().size() >= path_size) {
+        errno = ENAMETOOLONG;
+    }
+    if (errno != 0) {
+        return nullptr;
+    }
+    path[file->path().copy(path, path_size)] = '\0';
+    return std::fopen(path, "wb");
+}
+
 }  // namespace norvik

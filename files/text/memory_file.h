@@ -4,6 +4,7 @@
 #ifndef NORVIK_MEMORY_FILE_H
 #define NORVIK_MEMORY_FILE_H
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -38,6 +39,11 @@ private:
     std::string path_;
     shown_path shown_;
 };
+
+// What the library's service for temporary files gives out: `file` made anew and opened for
+// writing, which messages call by the newest shown name; its path into `path`. Null with errno set,
+// also when the path does not fit. The library has one such file at a time.
+[[nodiscard]] std::FILE *open_as_temporary(memory_file *file, char *path, std::size_t path_size);
 
 }  // namespace norvik
 

@@ -24,7 +24,7 @@ namespace {
 struct library_state {
     std::string words;  // lines, each with its newline
     bool missed_memory = false;
-    norvik::memory_file temporary;  // the library has one at a time
+    norvik::memory_file temporary;
     unsigned guard_depth = 0;
     sigset_t mask_before{};
 };
@@ -145,17 +145,7 @@ void log_internal_error(const char *prefix, const msg_table *catalogue, int inde
 }
 
 FILE *futil_tmpfile_binary(void *, void *, void *, char *name, std::size_t name_size) try {
-    norvik::memory_file &file = state.temporary;
-    file = {};
-    errno = file.create(norvik::newest_shown_name()).value();
-    if (errno == 0 && file.path().size() >= name_size) {
-        errno = ENAMETOOLONG;
-    }
-    if (errno != 0) {
-        return nullptr;
-    }
-    name[file.path().copy(name, name_size)] = '\0';
-    return std::fopen(name, "wb");
+    return norvik::open_as_temporary(&state.temporary, name, name_size);
 } catch (const std::bad_alloc &) {
     state.missed_memory = true;
     errno = ENOMEM;
