@@ -1,3 +1,5 @@
+// System calls and the stack alone. The new file is written beside ours, forced to disk, and takes
+// its name: whenever it ends, ours is what it was or has both sides between markers.
 #include "both_sides.h"
 
 #include <fcntl.h>
@@ -84,6 +86,7 @@ void write_sides(const both_sides &sides, int ours, int theirs, sides_writer *ou
         out->fail(error);
     }
     out->write_marker('=', sides.marker_size, nullptr);
+    // A part of theirs is more than none of it; without ours there is no result.
     (void)out->copy(theirs);
     out->write_marker('>', sides.marker_size, sides.theirs_label);
 }
@@ -132,6 +135,7 @@ std::error_code replace_by_sides(const both_sides &sides, int ours, int theirs,
         sys::fsync(out.get()) != 0 || sys::fstat(out.get(), &written) != 0) {
         writer.fail(last_error());
     }
+    // Should somebody else have the name by now, his file is neither renamed nor removed.
     const bool is_there = look_by_name(AT_FDCWD, beside, written).same;
     writer.fail(is_there ? std::error_code() : system_error(ESTALE));
     if (!writer.error() && std::rename(beside, sides.ours) != 0) {

@@ -1,3 +1,6 @@
+// The command is found by its first word and declares what it takes; then its options are parsed,
+// its operands handed out, and it runs only when every word is understood. Whatever ends a run ends
+// here, as an exit status, standard output's own failure included.
 #include "cli.h"
 
 #include <algorithm>
@@ -77,6 +80,7 @@ exit_status take_operands(const std::vector<std::string> &words,
             return usage_error(command.name, "one operand too many: '" + escape_name(word) + "'");
         }
         const operand &place = command.operands[next];
+        // Mostly a variable of a script that is not set.
         if (word.empty()) {
             return usage_error(command.name, std::string("operand ") + place.name + " is empty");
         }
@@ -115,6 +119,7 @@ exit_status run_command(const command_entry &entry, std::span<char *> words) {
     if (!parsed.wrong.empty()) {
         return usage_error(command.name, escape_name(parsed.wrong));
     }
+    // Who asks for help has no operands yet, and may have left a value out.
     if (help.brief || help.full) {
         print_help(command, help.full);
         return status_done;
@@ -173,6 +178,7 @@ int run_command_line(int argc, char **argv) {
         begin_standard_output();
         const auto count = static_cast<std::size_t>(std::max(argc - 1, 0));
         status = dispatch(std::span<char *>(argv + (argc > 0 ? 1 : 0), count));
+        // What could not be written outweighs the answer.
         status = std::max(status, finish_standard_output());
     } catch (const std::bad_alloc &) {
         note_out_of_memory();

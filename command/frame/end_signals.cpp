@@ -1,3 +1,4 @@
+// The handlers call nothing but what a signal handler may: remove_files_now, write, raise, _exit.
 #include "end_signals.h"
 
 #include <signal.h>
@@ -20,6 +21,7 @@ void end_as_before(int signal) {
 
 void end_at_cut_file(int signal, siginfo_t *info, void *) {
     remove_files_now();
+    // Sent by somebody, or a fault that has nothing to do with the end of a mapped file.
     if (info->si_code != BUS_ADRERR) {
         raise(signal);
         return;

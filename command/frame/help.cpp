@@ -1,3 +1,5 @@
+// The texts are made afresh from the declarations, so that no option can be missing from them.
+// Lines are folded by bytes: help is ASCII.
 #include "help.h"
 
 #include <algorithm>

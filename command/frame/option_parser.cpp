@@ -1,3 +1,5 @@
+// Each run has a CLI11 application of its own, to which every declared option is added with the
+// variable that its value goes to. What is no option of it is handed back unjudged.
 #include "option_parser.h"
 
 #include <CLI/CLI.hpp>
@@ -14,6 +16,7 @@ CLI::Option *add_target(CLI::App &app, const declared_option &option, bool *give
 
 CLI::Option *add_target(CLI::App &app, const declared_option &option,
                         std::vector<std::string> *texts) {
+    // One value each time: else it would take the operands behind its value as well.
     return app.add_option(option.names, *texts, option.help)
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
@@ -63,6 +66,7 @@ std::string option_without_value(const CLI::App &app) {
 
 parsed_words parse_options(const command_declaration &command, std::span<char *> words) {
     CLI::App app;
+    // The frame declares -h and --help itself, and knows better what to say of an unknown option.
     app.set_help_flag();
     app.allow_extras();
     for (const declared_option &option : command.options) {
@@ -76,6 +80,7 @@ parsed_words parse_options(const command_declaration &command, std::span<char *>
     }
     parsed_words parsed;
     try {
+        // It takes the words from the back.
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::ParseError &error) {
         parsed.wrong = error.what();

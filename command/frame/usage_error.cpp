@@ -1,3 +1,5 @@
+// Words are compared by edit distance, a row of its table at a time: O(product of the lengths)
+// time, which is nothing for words of a command line.
 #include "usage_error.h"
 
 #include <algorithm>
@@ -36,6 +38,7 @@ exit_status usage_error(std::string_view command, const std::string &message) {
 
 std::string suggestion(std::string_view word, std::span<const std::string> candidates) {
     std::string_view nearest;
+    // One letter in three may be wrong; past that a suggestion only misleads.
     std::size_t best = std::max<std::size_t>(1, word.size() / 3);
     for (const std::string &candidate : candidates) {
         const std::size_t distance = edit_distance(word, candidate);

@@ -1,3 +1,6 @@
+// A conflict is shown in columns, place by place, and asked about contributor by contributor. The
+// answers go into the plan and nowhere else: the text is merged from it and checked once more, and
+// an abandoned merge has written nothing.
 #include "merge_ask.h"
 
 #include <unistd.h>
@@ -101,6 +104,7 @@ bool edit_region(const conversation &c, const merge_region &region,
     for (const std::int32_t i : region.places) {
         const merge_place &place = c.run.plan.places[static_cast<std::size_t>(i)];
         const auto sides = conflict_sides(c.run.in, region, place);
+        // All that the conflict shows here is one text: no choice.
         if (sides.size() < 2) {
             answer->emplace_back(version_at(c.run.in, place, sides[0][0]).bytes());
             continue;
@@ -109,6 +113,7 @@ bool edit_region(const conversation &c, const merge_region &region,
         if (edit_text(&text) != status_done) {
             return false;
         }
+        // Lines of the text itself may look so; asking again is the smaller harm.
         const std::string marker(static_cast<std::size_t>(c.options.markers.size), '<');
         if (text.starts_with(marker) || text.find("\n" + marker) != text.npos) {
             say("there are still markers in the text");

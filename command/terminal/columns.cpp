@@ -1,3 +1,6 @@
+// Widths are those of escaped text, where nothing steers the terminal. ASCII is a column a byte and
+// is passed over in runs; of all else utf8proc knows the width. One pass over the line, a long
+// one's hidden rest included, which is escaped first.
 #include "columns.h"
 
 #include <utf8proc.h>
@@ -71,6 +74,7 @@ std::string fit_column(std::string_view line, int columns) {
             kept = out.size() - (column - kept_columns);
             continue;
         }
+        // A tab fits wherever one column is left: it goes no further than the edge.
         const bool tab = rest[0] == '\t';
         const shown_character next = first_character(rest);
         if (column + (tab ? 1 : next.columns) > width) {

@@ -15,10 +15,12 @@ exit_status confirm(const command_context &context, const std::string &question)
         say("nothing is changed without an answer; --yes goes on without asking");
         return status_trouble;
     }
+    // What the question is about may still be waiting there.
     standard_output().flush();
     std::fprintf(stderr, "tdm: %s [y/N] ", question.c_str());
     std::string answer;
     std::getline(std::cin, answer);
+    // The end of the input leaves it empty, which is no.
     if (answer == "y" || answer == "Y" || answer == "yes" || answer == "Yes") {
         return status_done;
     }

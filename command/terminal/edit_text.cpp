@@ -1,3 +1,5 @@
+// The text goes through a private file, which goes with its owner; the editor runs in a shell, in
+// the foreground. Nothing of the text is taken unless the editor ends well.
 #include "edit_text.h"
 
 #include <fcntl.h>

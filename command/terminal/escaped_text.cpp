@@ -1,3 +1,5 @@
+// One pass over the text. Where no character of UTF-8 begins, one byte is escaped and the next one
+// tried.
 #include "escaped_text.h"
 
 #include <utf8proc.h>
@@ -10,7 +12,9 @@ namespace norvik {
 
 namespace {
 
-// Characters beyond ASCII that steer a terminal or turn the reading direction.
+// Characters beyond ASCII that steer a terminal, cannot be seen or turn the reading direction: C1
+// controls, marks and joiners without width, line and paragraph separators, embeddings and
+// isolates, the byte order mark.
 bool is_steering(std::uint32_t c) {
     return (c >= 0x80 && c <= 0x9f) || c == 0x61c || (c >= 0x200b && c <= 0x200f) ||
            (c >= 0x2028 && c <= 0x202e) || (c >= 0x2060 && c <= 0x2069) || c == 0xfeff;

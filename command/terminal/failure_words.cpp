@@ -1,3 +1,5 @@
+// The rooms below name a way out; only here it becomes an option, which is the command's to know.
+// The order: name and line, reason, the system's words, the way out, what came of it.
 #include "failure_words.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// What is needed then stands in static variables, and nothing here allocates.
 #include "out_of_memory.h"
 
 #include <unistd.h>
@@ -24,6 +25,7 @@ exit_status (*last_resort)() = nullptr;
 }
 
 [[noreturn]] void end_in_order() {
+    // A fault of ours, then: its core tells more than a message would.
     if (!failed) {
         std::abort();
     }
@@ -60,6 +62,7 @@ void say_without_memory(const char *words) noexcept {
 }
 
 exit_status end_without_memory() noexcept {
+    // It would write over what has just been put in place.
     if (last_resort != nullptr && !replaced) {
         return last_resort();
     }

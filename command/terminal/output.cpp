@@ -1,3 +1,6 @@
+// Data goes through one buffer, as a rule a system call for each 64 KiB. The library prints through
+// the stream stdout, with a buffer of its own on the same descriptor; words wait for both, so that
+// a terminal shows them where they belong.
 #include "output.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// A shell runs the pager behind a pipe that takes the place of standard output, so that nobody who
+// writes knows of it. Whether there is a terminal must be asked before that.
 #include "pager.h"
 
 #include <fcntl.h>
@@ -74,6 +76,7 @@ void pager::finish() {
     if (child_ <= 0) {
         return;
     }
+    // The pager waits for the end of its input, this for the end of the pager.
     finish_standard_output();
     int status = 0;
     while (waitpid(child_, &status, 0) < 0 && errno == EINTR) {

@@ -1,3 +1,5 @@
+// The calendar is that of <chrono>, which knows neither locale nor zone. A time is taken apart from
+// the front, without going back, and any byte left over refuses the whole.
 #include "time_text.h"
 
 #include <charconv>
