@@ -1,3 +1,5 @@
+// A file is mapped where it lies; a pipe is first moved into memory, since the container is read
+// more than once. Soundness takes one pass over it.
 #include "container_reading.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// Of the document only paths, identifiers, names and digests count. A path that is not UTF-8 stands
+// there changed, and is found only where its container is the only one.
 #include "digests_file.h"
 
 // Without memory a value is half made for a moment; the exception tells, no assertion should.

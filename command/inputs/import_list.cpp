@@ -19,6 +19,7 @@ exit_status read_import_list(const std::string &name, std::vector<import_item> &
     for (std::uint64_t number = 1; !rest.empty(); number++) {
         const std::string_view line = rest.substr(0, rest.find('\n'));
         rest.remove_prefix(std::min(rest.size(), line.size() + 1));
+        // The last one: a name may hold blanks, a time here none.
         const std::size_t blank = line.rfind(' ');
         std::uint64_t time = 0;
         if (blank == std::string_view::npos || blank == 0 ||

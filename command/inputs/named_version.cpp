@@ -2,8 +2,6 @@
 
 #include "failure_words.h"
 
-#include "failure_words.h"
-
 namespace norvik {
 
 const version_record *require_version(const container_view &view, std::string_view text) {

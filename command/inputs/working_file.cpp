@@ -29,6 +29,7 @@ exit_status working_file::read(const std::string &name) {
     }
     const exit_status status = told(input_.read(source_.get(), name));
     struct stat found {};
+    // What is no regular file can neither be marked nor replaced.
     if (sys::fstat(source_.get(), &found) != 0 || !S_ISREG(found.st_mode)) {
         source_ = owned_descriptor();
     }
@@ -76,6 +77,7 @@ exit_status working_file::prepare(std::string_view text, const std::string &iden
     if (told(replacement_.lock(name_)) != status_done) {
         return status_trouble;
     }
+    // The lock is on what the name leads to now; an editor that renames leaves the old file behind.
     const locked_file &locked = replacement_.file();
     if (!source_.is_open() || sys::fstat(source_.get(), &read) != 0 ||
         !is_same_file(read, locked.status)) {

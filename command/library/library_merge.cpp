@@ -1,3 +1,7 @@
+// The library decides block by block and hands over the text likewise; each piece lands in the
+// place of the plan that holds it. Then every region is compared with all texts that may rightly
+// come out of it, and what is none of them becomes a conflict. A search among the places for each
+// block, and a few passes over the texts.
 #include "library_merge.h"
 
 #include <algorithm>
@@ -145,6 +149,7 @@ void judge(const library_run &state, std::size_t index) {
     const region_record &record = state.regions[index];
     const std::vector<std::string> texts = texts_of(state, region);
     const bool clean = !is_conflict(region);
+    // What the library has written is the taken side as it stands: nothing is carried into it.
     if (clean && texts == joined_versions(state.run, region, {region.taken}) && !record.joined) {
         region.carried.clear();
         return;

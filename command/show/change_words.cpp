@@ -1,3 +1,6 @@
+// Every sentence has two moods, planned and done, and one function for both, so that a dry run and
+// the deed tell the same story. Names and lines are escaped here; the sentences are printed as they
+// are.
 #include "change_words.h"
 
 #include "escaped_text.h"

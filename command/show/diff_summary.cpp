@@ -1,3 +1,4 @@
+// Differences without their lines: sums, the library's blocks, JSON. One pass over the edits.
 #include <algorithm>
 #include <array>
 
@@ -35,6 +36,7 @@ line_sums sums_of(const file_edits &edits, bool mark_moves) {
 std::string bar(const line_sums &sums, bool color) {
     const std::int64_t all = sums.inserted + sums.deleted;
     const std::int64_t width = std::min<std::int64_t>(all, 40);
+    // Rounded up, and a mark kept for what is deleted: neither kind disappears beside the other.
     std::int64_t plus = all == 0 ? 0 : (sums.inserted * width + all - 1) / all;
     plus = sums.deleted > 0 ? std::min(plus, width - 1) : plus;
     const std::string added(static_cast<std::size_t>(plus), '+');

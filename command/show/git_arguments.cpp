@@ -1,3 +1,5 @@
+// Git's words are PATH OLD-FILE OLD-HEX OLD-MODE NEW-FILE NEW-HEX NEW-MODE, for a rename then the
+// new path and header lines that are printed as they are; for an unmerged path PATH alone.
 #include "git_arguments.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The document is made in memory and written in one piece: a command that fails on the way has
+// printed none of it.
 #include "json_text.h"
 
 #include <algorithm>

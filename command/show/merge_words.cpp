@@ -1,3 +1,6 @@
+// A region's words are made from the plan: who changed it, how, and why that is a conflict. Where
+// the sides may look alike they are stripped of one kind of bytes after another: the first that
+// leaves them equal is what they differ in. A few passes over the sides of each conflict.
 #include "merge_words.h"
 
 #include <algorithm>
@@ -58,6 +61,7 @@ struct invisible_kind {
     std::string (*strip)(std::string_view);
 };
 
+// The first that makes the sides equal is told, so the narrow ones stand before the wide ones.
 constexpr std::array<invisible_kind, 4> invisible_kinds{{
     {"line endings", without_crs},
     {"the newline at the end", without_last_newline},

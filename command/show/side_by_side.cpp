@@ -1,3 +1,5 @@
+// An edit's lines stand beside each other in order, not by likeness; what is left of the longer
+// side stands alone. Beside the texts it takes a bit for each line, whether it moved.
 #include <algorithm>
 
 #include "columns.h"

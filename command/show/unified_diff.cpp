@@ -1,3 +1,6 @@
+// Edits with no more than twice the context between them share a hunk. The moved runs are kept in
+// both orders and followed by a place in each that only goes forward, so that all is linear but for
+// one sort of the runs.
 #include "unified_diff.h"
 
 #include <algorithm>

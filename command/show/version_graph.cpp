@@ -1,3 +1,5 @@
+// The leftmost column is kept for branch 0 from the start, and drawn once a version of it has come;
+// every other branch gets a new one at the right with its newest version.
 #include "version_graph.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// An edit is compared as a gap between lines is, with words in the place of lines (gap_match.h),
+// which bounds its cost. What is equal is written once, as the file has it.
 #include <algorithm>
 
 #include "diff_output.h"
