@@ -1,4 +1,8 @@
 // tdm annotate: each line of a version with the version that brought it.
+//
+// The library lists the lines with the identifiers of their versions into memory; here each gets
+// its version's name and date. A label is made once a version, so that the cost is that of the
+// listing.
 #include <norviktdm/tdm.h>
 
 #include <algorithm>

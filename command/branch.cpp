@@ -1,4 +1,7 @@
 // tdm branch: a branch off an existing version.
+//
+// The container is locked before the name and the version are looked up, so that both still hold
+// when the branch is stored.
 
 #include <memory>
 #include <string>

@@ -1,4 +1,8 @@
 // tdm checkout: the text of a version.
+//
+// An existing FILE is locked, and goes only when its text is that of some version, or by --force;
+// the new one is made beside it, compared with the version and renamed over it after one more look
+// at the old.
 #include <norviktdm/tdm.h>
 
 #include <memory>
@@ -53,8 +57,8 @@ exit_status construct_into_file(const command_context &context, const checkout_o
     });
     replacement.look_before_rename([&old] { return old.look_again(); });
     // A damaged container's versions are not certain enough to let the old text go.
-    const int locked = damaged ? told(replacement.lock_output(options.output))
-                               : told(replacement.lock_any(options.output));
+    const exit_status locked = damaged ? told(replacement.lock_output(options.output))
+                                       : told(replacement.lock_any(options.output));
     if (locked != status_done || told(replacement.refuse_same(options.container)) != status_done ||
         (!damaged && !context.force && replacement.file().exists &&
          told(old.look(replacement.file(), version)) != status_done) ||

@@ -1,4 +1,7 @@
 // tdm diff: two texts, two versions of a container, or a base and up to 31 texts.
+//
+// All files are compared in one session of the library. What that leaves unmatched is looked at
+// once more (gap_match.h); every form but --blocks shows the edits that come out.
 #include <unistd.h>
 
 #include <cstdint>

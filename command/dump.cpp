@@ -1,4 +1,7 @@
 // tdm dump: the library's listing of every line of a container.
+//
+// The library prints bytes as they are. On a terminal its output is therefore caught in a file in
+// memory first, whole, and shown escaped.
 #include <norviktdm/tdm.h>
 #include <unistd.h>
 

@@ -1,4 +1,7 @@
 // tdm info: the library's listing of a container's header, for scripts.
+//
+// The library writes by name: into the temporary of the file to be, and once more into memory,
+// which must come out the same before the file gets its name.
 #include <norviktdm/tdm.h>
 
 #include <memory>

@@ -1,4 +1,7 @@
 // tdm merge: up to 31 contributors into a base.
+//
+// The order: usage, comparison, plan, questions, the merged text and its check, and only then a
+// file. The plan is pure (plan_merge); what asks or writes takes it as data.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -155,6 +158,7 @@ exit_status write_results(const command_context &context, const command_options 
                           const text_merge &run) {
     const bool clean = is_clean(run.plan);
     const bool abandoned = !clean && options.abort_on_conflict;
+    // Without output its line numbers lead nowhere: the base's then.
     if (!context.quiet && abandoned) {
         say_conflicts_of_base(run, options.merge, options.names.front());
     } else if (!context.quiet) {

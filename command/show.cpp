@@ -1,4 +1,9 @@
 // tdm show: one version, its facts and what it changed.
+//
+// Two texts are read, compared as 'tdm diff' compares them, and shown beside what the records
+// count, which takes one pass over the container.
+#include <unistd.h>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -120,7 +125,7 @@ exit_status run_show(const command_context &context, const show_options &options
     if (change.version == nullptr || read_change(view, &change) != status_done) {
         return status_trouble;
     }
-    const bool color = use_color(context.color, 1);
+    const bool color = use_color(context.color, STDOUT_FILENO);
     pager pages(context.no_pager);
     print_facts(view, change, color);
     if (!change.edits.edits.empty()) {

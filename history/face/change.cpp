@@ -1,4 +1,7 @@
 // New containers, branches and versions.
+//
+// What the caller gives is judged before a file is touched; then a container that is to change
+// stays locked until the call returns.
 #include "change.h"
 
 #include <ctime>

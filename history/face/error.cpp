@@ -1,3 +1,6 @@
+// An error is a record of plain fields, which callers in C read, with its strings behind it. The
+// one for want of memory is static: it can be given when nothing else can, and freeing it does
+// nothing.
 #include "error.h"
 
 #include <cerrno>

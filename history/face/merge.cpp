@@ -1,4 +1,7 @@
 // Merges of texts in memory.
+//
+// The texts are held in memory with the merge; what is handed out are views into them and into the
+// merged text.
 #include "merge.h"
 
 #include <algorithm>

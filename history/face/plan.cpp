@@ -1,4 +1,7 @@
 // Deletions, purges and repairs: planned first, carried out when somebody has agreed.
+//
+// No plan keeps a lock. Whether the container is still the one that was planned for is looked at
+// when the plan is carried out.
 #include <fcntl.h>
 #include <sys/stat.h>
 

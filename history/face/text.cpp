@@ -1,4 +1,7 @@
 // A version's text, and which version brought each of its lines.
+//
+// A text takes a walk over the weave along the version's lineage. An annotation takes one pass over
+// the whole weave; its lines are views into the container.
 #include <cstdlib>
 #include <memory>
 

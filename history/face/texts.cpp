@@ -1,3 +1,5 @@
+// A text is looked through before the library has it, which would refuse it without saying where.
+// One pass over its bytes.
 #include "texts.h"
 
 #include "text_line.h"

@@ -1,4 +1,7 @@
 // What a pass over the whole container finds, as data.
+//
+// The facts of a version stand where its record stands in the header, so that one is found from the
+// other without a search.
 #include <memory>
 
 #include "container.h"
