@@ -28,6 +28,7 @@ inline constexpr auto hex_values = [] {
     return values;
 }();
 
+// The digit's value, -1 for any other byte.
 inline int hex_digit(char c) {
     return hex_values[static_cast<unsigned char>(c)];
 }
@@ -76,6 +77,7 @@ public:
         return *this;
     }
 
+    // As %lx takes it: a sign and 0x may stand before it, overflow gives the largest number.
     field_reader &number(std::uint64_t *value) {
         skip_space();
         const bool negative = rest_.front() == '-';
@@ -104,7 +106,9 @@ public:
         return *this;
     }
 
+    // Whether all fields so far were there and well formed.
     bool good() const { return !failed_; }
+    // What stands behind the last field.
     const char *rest() const { return rest_.at; }
 
 private:

@@ -40,6 +40,7 @@ void encode_numbers(char kind, std::initializer_list<std::uint64_t> numbers, Wri
     write(std::string_view(line, static_cast<std::size_t>(at - line)));
 }
 
+// The record that comes first: the format's number and the highest branch.
 template <class Write>
 void encode_status(std::uint64_t format_number, std::uint64_t highest_branch, Write &&write) {
     encode_numbers(kind_status, {format_number, highest_branch}, write);
@@ -65,6 +66,7 @@ void encode_object(char kind, std::string_view oid, std::uint64_t first, std::ui
     });
 }
 
+// The record of the element, which is an oid alone.
 template <class Write>
 void encode_element(std::string_view oid, Write &&write) {
     const char prefix[record_prefix] = {record_mark, kind_element, ' '};

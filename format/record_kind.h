@@ -47,6 +47,7 @@ constexpr char kind_of(std::string_view line) {
     return line.size() < 2 || line[1] == '\0' ? char{kind_none} : line[1];
 }
 
+// Whether the line is a record of that kind, whatever follows.
 constexpr bool is_record(std::string_view line, char kind) {
     return line.size() >= 2 && line[0] == record_mark && line[1] == kind;
 }

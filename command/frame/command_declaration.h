@@ -63,12 +63,14 @@ struct command_declaration {
     std::vector<std::pair<const char *, const char *>> needs;
     std::function<exit_status()> run;  // does the work, returns an exit_status
 
+    // Operands, in the order of the command line: one that must be there, one that may be, and the
+    // list of all that are left, which comes last and where `required` has one at least.
     void take(const char *operand_name, std::string &value, const char *description);
     void take_optional(const char *operand_name, std::string &value, const char *description);
     void take_list(const char *operand_name, std::vector<std::string> &values, bool required,
                    const char *description);
 
-    // Options, declared in the order of the help.
+    // Options, declared in the order of the help: without a value, with any, with one of a few.
     void flag(const char *names, bool &given, const char *help,
               option_group group = option_group::usual);
     void value(const char *names, const char *value_name, std::string &text, const char *help,

@@ -14,6 +14,7 @@ struct command_declaration;
 struct time_option {
     std::string text;  // empty: now
 
+    // Adds the option to the command; this must live until the command has run.
     void declare(command_declaration &command);
 
     // 0 with the time in seconds since 1970, or status_trouble after a message.

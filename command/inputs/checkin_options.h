@@ -26,6 +26,7 @@ struct base_options {
     bool merge = false;
     bool update = false;
 
+    // Adds them to the command; this must live until the command has run.
     void declare(command_declaration &command);
     // Refuses what does not go together, `file` being the text's name; 0, or status_trouble.
     [[nodiscard]] exit_status check_usage(const std::string &file) const;

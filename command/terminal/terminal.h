@@ -10,6 +10,7 @@ enum class color_choice { automatic, always, never };
 // NO_COLOR, CLICOLOR, TERM), which beats being a terminal.
 bool use_color(color_choice choice, int descriptor);
 
+// Whether `descriptor` is open on a terminal.
 bool is_terminal(int descriptor);
 
 // Columns of the terminal on `descriptor`; COLUMNS, then 80, when it cannot be asked.
