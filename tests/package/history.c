@@ -362,6 +362,17 @@ static int refuses_to_change(void) {
     return 0;
 }
 
+/* What the newest version holds is the same, whatever the base. */
+static int tells_what_is_stored(void) {
+    norvik_outcome *outcome = NULL;
+    norvik_checkin_options options = {.size = sizeof options, .base = "main@1"};
+    DONE(norvik_checkin("m", text("one\n2\n3\nend\n"), &options, NULL, &outcome));
+    EXPECT(norvik_outcome_answer(outcome) == norvik_answer_same);
+    EXPECT(strcmp(norvik_outcome_version(outcome), "main@7") == 0);
+    norvik_outcome_free(outcome);
+    return 0;
+}
+
 static void take_notice(void *user, const norvik_error *what) {
     snprintf(user, 128, "%s", norvik_error_message(what));
 }
@@ -429,5 +440,6 @@ static int serves_threads(void) {
 int main(void) {
     return keeps_versions() || merges_what_came_since() || lists_and_gives_texts() || verifies() ||
            deletes_as_planned() || purges_and_repairs() || refuses_to_read() ||
-           refuses_to_change() || waits_no_longer_than_it_may() || serves_threads();
+           refuses_to_change() || tells_what_is_stored() || waits_no_longer_than_it_may() ||
+           serves_threads();
 }
