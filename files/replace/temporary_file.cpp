@@ -58,11 +58,13 @@ void remove_if_dead(const locked_file &target, const char *name) {
 }
 
 void remove_dead_files(const locked_file &target, const std::string &prefix) {
-    const int again = sys::openat(target.folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    DIR *entries = again < 0 ? nullptr : fdopendir(again);
+    owned_descriptor again(
+        sys::openat(target.folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    DIR *entries = again.is_open() ? fdopendir(again.get()) : nullptr;
     if (entries == nullptr) {
         return;
     }
+    (void)again.release();  // closed with the entries
     while (const dirent *entry = readdir(entries)) {
         if (is_temporary_name(entry->d_name, prefix)) {
             remove_if_dead(target, entry->d_name);

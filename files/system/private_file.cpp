@@ -52,6 +52,7 @@ bool is_safe(const char *path) {
 
 std::error_code make_folder() {
     static const folder_owner owner;
+    std::error_code why = system_error(EACCES);
     for (const char *place : {static_cast<const char *>(place_given), "/tmp"}) {
         char resolved[PATH_MAX];
         if (sys::realpath(place, resolved) == nullptr || !is_safe(resolved)) {
@@ -63,6 +64,7 @@ std::error_code make_folder() {
         }
         folder_path[pattern.copy(folder_path, pattern.size())] = '\0';
         if (sys::mkdtemp(folder_path) == nullptr) {
+            why = last_error();
             continue;
         }
         const int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
@@ -74,7 +76,7 @@ std::error_code make_folder() {
         rmdir(folder_path);
         return error;
     }
-    return system_error(EACCES);
+    return why;
 }
 
 }  // namespace
