@@ -31,7 +31,6 @@ bool is_named(const container_view &view, const version_record &version, const s
 // the beginning of whose identifiers.
 std::vector<const version_record *> find_deleted(const container_view &view,
                                                  const std::string &text) {
-    constexpr std::size_t shortest_prefix = 4;
     std::vector<const version_record *> found;
     for (const version_record &version : view.versions) {
         if (version.deleted && is_named(view, version, text)) {

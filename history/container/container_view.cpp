@@ -8,8 +8,6 @@
 namespace norvik {
 namespace {
 
-constexpr std::size_t shortest_prefix = 4;
-
 void index_ids(const container_view &view) {
     view.by_id.reserve(view.versions.size());
     for (std::size_t i = 0; i < view.versions.size(); i++) {
@@ -230,7 +228,8 @@ result<const version_record *> resolve_version(const container_view &view, std::
     std::string reason =
         named != nullptr ? "version " + shown + " is deleted" : "there is no version " + shown;
     if (text.size() < shortest_prefix && text.find('@') == text.npos) {
-        reason += " (the beginning of an identifier has 4 characters at least)";
+        reason += " (the beginning of an identifier has " + std::to_string(shortest_prefix) +
+                  " characters at least)";
     }
     return refusal(view.name, reason);
 }

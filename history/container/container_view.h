@@ -45,7 +45,10 @@ result<container_view> open_container(int descriptor, const std::string &name,
 [[nodiscard]] const version_record *find_version_by_oid(const container_view &view,
                                                         std::string_view oid);
 
-// The live versions whose oid begins with `prefix`; 4 characters at least, else nothing is found.
+// The shortest beginning of an identifier that names a version.
+inline constexpr std::size_t shortest_prefix = 4;
+
+// The live versions whose oid begins with `prefix`; none when it is shorter than that.
 [[nodiscard]] std::vector<const version_record *> find_versions_by_prefix(
     const container_view &view, std::string_view prefix);
 
