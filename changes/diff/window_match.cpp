@@ -84,8 +84,9 @@ bool window_matcher::is_diverse(std::int32_t first) const {
 
 bool window_matcher::is_certain(const line_run &run) const {
     const std::int32_t spare = run.count - certain_lines;
-    if (run.base_first + run.file_first == 0 || (run.base_first + run.count == base_.count() &&
-                                                 run.file_first + run.count == file_.count())) {
+    if ((run.base_first == 0 && run.file_first == 0) ||
+        (run.base_first + run.count == base_.count() &&
+         run.file_first + run.count == file_.count())) {
         return true;
     }
     return spare >= 0 && (is_diverse(run.base_first) || is_diverse(run.base_first + spare / 2) ||
@@ -242,9 +243,10 @@ void match_windows(const text_lines &base, const text_lines &file, line_equality
     };
     for (std::size_t i = 0; i < runs->size(); i++) {
         const line_run run = (*runs)[i];
-        const std::int32_t lines =
-            run.base_first - window.base_first + run.file_first - window.file_first;
-        const bool full = lines > large_window && lines - 2 * matched > many_unmatched;
+        const std::int64_t lines =
+            std::int64_t{run.base_first - window.base_first} + (run.file_first - window.file_first);
+        const bool full =
+            lines > large_window && lines - 2 * std::int64_t{matched} > many_unmatched;
         if (!matcher.is_certain(run) && !(full && matcher.says_something(run))) {
             matched += run.count;
             continue;

@@ -130,7 +130,7 @@ void doubt_finder::reach_up(std::int32_t reach) {
 void doubt_finder::reach_down(std::int32_t reach) {
     passed_lines passed;
     std::int32_t line = edit_.base_end;
-    const std::int32_t last = std::min(in_.base->count(), line + reach);
+    const std::int32_t last = line + std::min(in_.base->count() - line, reach);
     end_ = next_;
     if (end_ == edits_.size() || edits_[end_].base_first > last) {
         stretch_.base_end = last;
@@ -176,11 +176,11 @@ void doubt_finder::set_stretch(std::int32_t reach) {
 // Whether lines first .. end - 1 of `text` stand in the other's stretch, from `line` on.
 bool doubt_finder::stands_at(const text_lines &text, std::int32_t first, std::int32_t end,
                              std::int32_t line) const {
-    if (line < stretch_.file_first || line + end - first > stretch_.file_end) {
+    if (line < stretch_.file_first || line + (end - first) > stretch_.file_end) {
         return false;
     }
     for (std::int32_t i = first; i < end; i++) {
-        if (!same_line(text.line(i), file_.line(line + i - first), in_.equality)) {
+        if (!same_line(text.line(i), file_.line(line + (i - first)), in_.equality)) {
             return false;
         }
     }

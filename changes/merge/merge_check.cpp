@@ -238,7 +238,7 @@ bool same_between(const census &c, const merged_text &merged) {
             return false;
         }
         for (std::size_t k = 0; k < at.size(); k++) {
-            const std::int32_t file_end = at[k] + end - base_at;
+            const std::int32_t file_end = at[k] + (end - base_at);
             if (file_end > c.in.files[k]->count() ||
                 (c.in.equality == line_equality::exact &&
                  c.in.files[k]->range(at[k], file_end) != bytes)) {
@@ -247,7 +247,7 @@ bool same_between(const census &c, const merged_text &merged) {
             if (place != nullptr) {
                 const place_version version =
                     version_at(c.in, *place, static_cast<std::int32_t>(k));
-                at[k] = version.of_base ? file_end + version.end - version.first : version.end;
+                at[k] = version.of_base ? file_end + (version.end - version.first) : version.end;
             }
         }
         if (place != nullptr) {

@@ -305,7 +305,7 @@ void decide(const merge_input &in, const merge_plan &plan, merge_region *region)
 }  // namespace
 
 std::int32_t carried_to(const merge_input &in, const carried_edit &c) {
-    return c.run.file_first + edit_at(in, c.source).base_first - c.run.base_first;
+    return c.run.file_first + (edit_at(in, c.source).base_first - c.run.base_first);
 }
 
 place_version version_at(const merge_input &in, const merge_place &place,

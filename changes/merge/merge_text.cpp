@@ -229,7 +229,7 @@ merged_text write_merged(const merge_input &in, const merge_plan &plan,
         builder.add(in.base->range(written, plan.places[i].base_first), -1);
         placed_text placed;
         placed.from = out.text.size();
-        placed.first_line = lines + plan.places[i].base_first - written;
+        placed.first_line = lines + (plan.places[i].base_first - written);
         const std::string text = place_text(in, plan, i, options, &placed);
         builder.add(text, static_cast<std::int32_t>(i));
         placed.end = out.text.size();
