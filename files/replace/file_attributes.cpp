@@ -50,6 +50,50 @@ std::error_code read_access_list(int descriptor, std::string &list) {
     return size >= 0 || errno == ENODATA || errno == ENOTSUP ? std::error_code() : last_error();
 }
 
+// The numbers in a list: entries of eight bytes each, in little-endian order, behind a version.
+struct list_entry {
+    std::uint16_t tag;
+    std::uint16_t rights;
+};
+constexpr std::uint16_t owner_tag = 1;
+constexpr std::uint16_t group_tag = 4;
+constexpr std::uint16_t others_tag = 32;
+
+std::vector<list_entry> entries_of(std::string_view list) {
+    constexpr std::size_t header = 4;
+    constexpr std::size_t size = 8;
+    std::vector<list_entry> entries;
+    for (std::size_t at = header; at + size <= list.size(); at += size) {
+        std::array<std::uint16_t, 2> fields{};
+        std::memcpy(fields.data(), list.data() + at, sizeof fields);
+        entries.push_back({le16toh(fields[0]), le16toh(fields[1])});
+    }
+    return entries;
+}
+
+// The bits of a mode that a list leaves the owning group: the mode itself shows the list's mask in
+// their place, which would become the group's once the list is gone.
+mode_t group_bits_in(std::string_view list) {
+    for (const list_entry &entry : entries_of(list)) {
+        if (entry.tag == group_tag) {
+            return mode_t{entry.rights} << 3 & S_IRWXG;
+        }
+    }
+    return 0;
+}
+
+// What a list grants to everybody whom it names: once it is gone, they are of the group or of the
+// others. As bits of a mode for both.
+mode_t least_bits_in(std::string_view list) {
+    mode_t least = 7;
+    for (const list_entry &entry : entries_of(list)) {
+        if (entry.tag != owner_tag && entry.tag != others_tag) {
+            least &= entry.rights;
+        }
+    }
+    return least << 3 | least;
+}
+
 std::error_code remove_access_list(int descriptor) {
     const bool gone = sys::fremovexattr(descriptor, access_list) == 0;
     return gone || errno == ENODATA || errno == ENOTSUP ? std::error_code() : last_error();
@@ -76,6 +120,7 @@ result<> lost(const attribute_copy &how, const std::string &what) {
 struct losses {
     bool owner = false;
     bool group = false;
+    bool list = false;
 };
 
 // Owner and group first: a change of owner clears the set-id bits.
@@ -102,7 +147,8 @@ result<> copy_owner(const attribute_copy &how, losses &lacking) {
     return lacking.group ? lost(how, "its group") : result<>();
 }
 
-result<> copy_mode(const attribute_copy &how, const losses &lacking) {
+// `list` is the old file's.
+result<> copy_mode(const attribute_copy &how, std::string_view list, const losses &lacking) {
     mode_t mode = how.status.st_mode & 07777;
     // The set-id bits must not pass to another owner or group.
     if (lacking.owner) {
@@ -110,6 +156,9 @@ result<> copy_mode(const attribute_copy &how, const losses &lacking) {
     }
     if (lacking.group) {
         mode = (mode & ~mode_t{S_ISGID | S_IRWXG}) | (mode & S_IRWXG & (mode << 3));
+    }
+    if (lacking.list) {
+        mode &= ~mode_t{S_IRWXG | S_IRWXO} | least_bits_in(list);
     }
     if (sys::fchmod(how.target, mode) != 0) {
         return system_failure(how.name, "its mode cannot be kept", last_error());
@@ -130,7 +179,7 @@ bool copy_attribute(int source, int target, const char *key, std::vector<char> &
            sys::fsetxattr(target, key, wanted.data(), wanted.size()) == 0;
 }
 
-result<> copy_extended(const attribute_copy &how) {
+result<> copy_extended(const attribute_copy &how, losses &lacking) {
     std::vector<char> keys(1024);
     const ssize_t size = read_growing(
         keys, [&](char *to, std::size_t room) { return sys::flistxattr(how.source, to, room); });
@@ -149,6 +198,7 @@ result<> copy_extended(const attribute_copy &how) {
             if (auto done = lost(how, std::string("its attribute ") + key); !done) {
                 return done;
             }
+            lacking.list = lacking.list || std::string_view(key) == access_list;
         }
     }
     return {};
@@ -168,9 +218,15 @@ result<> copy_attributes(const attribute_copy &how) {
     if (error) {
         return system_failure(how.name, "its access list cannot be kept", error);
     }
+    if (auto extended = copy_extended(how, lacking); !extended) {
+        return extended;
+    }
+    error = lacking.list ? remove_access_list(how.target) : error;
+    if (error) {
+        return system_failure(how.name, "its access list cannot be kept", error);
+    }
     // The mode last: it may deny the owner writing, attributes too, and it narrows a copied list.
-    auto extended = copy_extended(how);
-    return extended ? copy_mode(how, lacking) : extended;
+    return copy_mode(how, list, lacking);
 }
 
 namespace {
@@ -281,22 +337,6 @@ std::error_code set_new_file_mode(int target, const granted_rights &rights) {
 }
 
 namespace {
-
-// The bits of a mode that a list leaves the owning group: the mode itself shows the list's mask in
-// their place, which would become the group's once the list is gone.
-mode_t group_bits_in(std::string_view list) {
-    constexpr std::size_t header = 4;
-    constexpr std::size_t entry = 8;
-    constexpr std::uint16_t owning_group = 4;
-    for (std::size_t at = header; at + entry <= list.size(); at += entry) {
-        std::array<std::uint16_t, 2> tag_and_rights{};
-        std::memcpy(tag_and_rights.data(), list.data() + at, sizeof tag_and_rights);
-        if (le16toh(tag_and_rights[0]) == owning_group) {
-            return mode_t{le16toh(tag_and_rights[1])} << 3 & S_IRWXG;
-        }
-    }
-    return 0;
-}
 
 // What becomes of a file's mode and access list.
 struct narrowing {

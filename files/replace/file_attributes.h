@@ -24,7 +24,8 @@ struct attribute_copy {
 };
 
 // What cannot be kept stops it unless `force`; where then the group was lost, the group gets no
-// more rights than everybody has.
+// more rights than everybody has, and where the access list was lost, nobody more than those whom
+// it named.
 result<> copy_attributes(const attribute_copy &how);
 
 // What some files grant to others than their owners: a file that is made from them must not grant

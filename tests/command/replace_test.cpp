@@ -205,6 +205,13 @@ TEST_F(replacement, keeps_mode_owner_and_access_list) {
     const command_result full = traced(injection("fsetxattr", "error=ENOSPC", 1));
     EXPECT_TRUE(full.err.starts_with("tdm: c: its attribute ")) << full.err;
     EXPECT_TRUE(full.err.ends_with(" cannot be kept (--force goes on)\n")) << full.err;
+    // Without the list nobody has more than it gave to those whom it named.
+    ASSERT_EQ(setxattr(".", "system.posix_acl_default", access_list, sizeof access_list, 0), 0);
+    shell(
+        "cp --preserve=all c d; strace -o /dev/null -e inject=fsetxattr:error=ENOSPC "
+        "$TDM checkin d second --force");
+    EXPECT_EQ(mode_of("d"), 02640u);
+    EXPECT_LT(getxattr("d", key, nullptr, 0), 0);
     ASSERT_EQ(tdm("checkin c second").status, 0);
     struct stat now {};
     ASSERT_EQ(stat("c", &now), 0);
