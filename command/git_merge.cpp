@@ -59,9 +59,8 @@ exit_status replace_ours(const command_context &context, const std::string &name
         told(replacement.begin()) != status_done) {
         return status_trouble;
     }
-    output_writer writer(replacement.temporary_descriptor(), name);
-    writer.write(text);
-    return writer.finish() == status_done ? told(replacement.commit({})) : status_trouble;
+    const exit_status written = told(replacement.write(text));
+    return written == status_done ? told(replacement.commit({})) : written;
 }
 
 exit_status keep_both_sides(const driver_options &options) {

@@ -55,9 +55,8 @@ exit_status write_file(const command_context &context, const std::string &name,
     for (const lined_text &file : run.files) {
         replacement.made_from(file.rights);
     }
-    output_writer writer(replacement.temporary_descriptor(), name);
-    writer.write(text);
-    return writer.finish() == status_done ? told(replacement.commit({})) : status_trouble;
+    const exit_status written = told(replacement.write(text));
+    return written == status_done ? told(replacement.commit({})) : written;
 }
 
 void take_labels(command_options *options) {

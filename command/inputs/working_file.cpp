@@ -95,9 +95,7 @@ exit_status working_file::prepare(std::string_view text, const std::string &iden
     });
     replacement_.look_before_rename(
         saying([this] { return check_unchanged(replacement_.file().descriptor.get()); }));
-    output_writer writer(replacement_.temporary_descriptor(), name_);
-    writer.write(text);
-    return writer.finish();
+    return told(replacement_.write(text));
 }
 
 }  // namespace norvik

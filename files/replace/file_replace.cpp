@@ -77,6 +77,11 @@ result<> file_replacement::begin() {
     return error ? system_failure(file_.name, "the new file cannot be written", error) : result<>();
 }
 
+result<> file_replacement::write(std::string_view bytes) const {
+    const std::error_code error = write_bytes(temporary_.descriptor(), bytes);
+    return error ? system_failure(file_.name, "cannot write", error) : result<>();
+}
+
 result<> file_replacement::refuse_same(const std::string &input) const {
     struct stat read {};
     if (!file_.exists || sys::stat(input.c_str(), &read) != 0 ||

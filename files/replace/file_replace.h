@@ -53,6 +53,9 @@ public:
 
     result<> begin();
 
+    // Writes all of the new file, or more of it, after begin.
+    result<> write(std::string_view bytes) const;
+
     // The path by which the library reads the locked file (after lock), and the one by which it
     // writes the temporary file (after begin): see descriptor_path.h.
     const std::string &old_path() const { return old_path_.path(); }

@@ -301,9 +301,9 @@ result<> write_repair(const container_view &view, const repair_plan &plan, file_
     if (auto begun = output->begin(); !begun) {
         return begun;
     }
-    if (const std::error_code error = write_bytes(
-            output->temporary_descriptor(), repaired_container(view, plan.check, plan.verdict))) {
-        return system_failure(name, "cannot write", error);
+    if (auto written = output->write(repaired_container(view, plan.check, plan.verdict));
+        !written) {
+        return written;
     }
     return output->commit(
         [&](int descriptor) { return last_look(prove_repaired(view, plan, name, descriptor)); });

@@ -1,6 +1,5 @@
 #include "version_import.h"
 
-#include "descriptor_path.h"
 #include "history_proof.h"
 #include "proof.h"
 #include "random_digits.h"
@@ -102,8 +101,7 @@ result<> version_import::write(const std::string &header) const {
     std::string out = header;
     out += bytes.substr(second_line, old.weave_offset - second_line);
     weave_->append_to(out);
-    const std::error_code error = write_bytes(change_->replacement.temporary_descriptor(), out);
-    return error ? result<>(system_failure(old.name, "cannot write", error)) : result<>();
+    return change_->replacement.write(out);
 }
 
 // Reads every file again and compares it with its version.
