@@ -159,8 +159,7 @@ exit_status store_merged(checkin_run &run) {
         return status;
     }
     if (replaces && run.file.replace() != status_done) {
-        const std::string name =
-            run.decided.plan.branch + "@" + std::to_string(run.decided.plan.id.number);
+        const std::string name = version_name(run.decided.plan.branch, run.decided.plan.id.number);
         say_of_file(
             run.file.name(),
             "is not updated" + (same_as_newest ? "" : ", but " + escape_name(name) + " is stored"));

@@ -21,7 +21,7 @@ namespace {
 
 struct create_options {
     std::string container;
-    std::string branch = "main";
+    std::string branch{default_branch_name};
     time_option time;
 };
 

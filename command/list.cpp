@@ -40,12 +40,9 @@ version_list versions_in_order(const container_view &view, const branch_record *
 exit_status run_list(const command_context &context, const list_options &options) {
     container_reading input;
     const container_view &view = input.view;
-    if (open_sound_container(options.container, options.damaged, &input) != status_done) {
-        return status_trouble;
-    }
-    const bool all = options.branch.empty();
-    const branch_record *only = all ? nullptr : require_branch(view, options.branch);
-    if (!all && only == nullptr) {
+    const branch_record *only = nullptr;
+    if (open_sound_container(options.container, options.damaged, &input) != status_done ||
+        find_only_branch(view, options.branch, &only) != status_done) {
         return status_trouble;
     }
     const version_list versions = versions_in_order(view, only);

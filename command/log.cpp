@@ -58,12 +58,9 @@ version_log collect(const container_view &view, const weave_scan &scan, const br
 exit_status run_log(const command_context &context, const log_options &options) {
     container_reading input;
     const container_view &view = input.view;
-    if (open_sound_container(options.container, options.damaged, &input) != status_done) {
-        return status_trouble;
-    }
-    const bool all = options.branch.empty();
-    const branch_record *only = all ? nullptr : require_branch(view, options.branch);
-    if (!all && only == nullptr) {
+    const branch_record *only = nullptr;
+    if (open_sound_container(options.container, options.damaged, &input) != status_done ||
+        find_only_branch(view, options.branch, &only) != status_done) {
         return status_trouble;
     }
     progress bar(context, "reading", view.bytes.view().size());

@@ -17,4 +17,10 @@ const branch_record *require_branch(const container_view &view, std::string_view
     return branch;
 }
 
+exit_status find_only_branch(const container_view &view, std::string_view name,
+                             const branch_record **only) {
+    *only = name.empty() ? nullptr : require_branch(view, name);
+    return name.empty() || *only != nullptr ? status_done : status_trouble;
+}
+
 }  // namespace norvik

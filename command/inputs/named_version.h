@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "container_view.h"
+#include "exit_status.h"
 
 namespace norvik {
 
@@ -16,6 +17,11 @@ namespace norvik {
 // The branch called `name`; null after a message when there is none.
 [[nodiscard]] const branch_record *require_branch(const container_view &view,
                                                   std::string_view name);
+
+// What --branch names: nothing, for all branches, or one, into `only` (null for all). 0, or
+// status_trouble after a message when there is no such branch.
+[[nodiscard]] exit_status find_only_branch(const container_view &view, std::string_view name,
+                                           const branch_record **only);
 
 }  // namespace norvik
 

@@ -97,9 +97,7 @@ const char *would(telling mood) {
 }  // namespace
 
 done_report report_of_versions(const std::string &branch, std::uint64_t first, std::uint64_t last) {
-    const auto name = [&branch](std::uint64_t number) {
-        return branch + "@" + std::to_string(number);
-    };
+    const auto name = [&branch](std::uint64_t number) { return version_name(branch, number); };
     done_report report;
     for (std::uint64_t number = first; number <= last; number++) {
         report.words += name(number) + "\n";

@@ -8,21 +8,6 @@ namespace norvik {
 
 namespace {
 
-// `main`, or the only branch.
-result<const branch_record *> default_branch(const container_view &view) {
-    const branch_record *found = find_branch(view, "main");
-    if (found != nullptr) {
-        return found;
-    }
-    const auto live = [](const branch_record &branch) { return !branch.deleted; };
-    if (std::count_if(view.branches.begin(), view.branches.end(), live) == 1) {
-        return &*std::find_if(view.branches.begin(), view.branches.end(), live);
-    }
-    failure why = refusal(view.name, "which branch? there are several and none is called main");
-    why.way_out = remedy::name_branch;
-    return why;
-}
-
 result<checkin_plan> plan_new_branch(const container_view &view, const checkin_target &target) {
     const auto point = resolve_version(view, target.from);
     if (!point) {
@@ -42,7 +27,11 @@ result<checkin_plan> plan_new_branch(const container_view &view, const checkin_t
 
 result<const branch_record *> target_branch(const container_view &view, const std::string &name) {
     if (name.empty()) {
-        return default_branch(view);
+        auto branch = default_branch(view);
+        if (!branch) {
+            branch.failure().way_out = remedy::name_branch;
+        }
+        return branch;
     }
     const branch_record *found = find_branch(view, name);
     if (found == nullptr) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "descriptor_path.h"
 #include "file_state.h"
 
 namespace norvik {
@@ -129,8 +128,8 @@ result<> carry_out(const container_plan &plan, file_replacement *replacement) {
         return begun;
     }
     const std::string_view bytes = plan.after.bytes.view();
-    if (const std::error_code error = write_bytes(replacement->temporary_descriptor(), bytes)) {
-        return system_failure(plan.before.name, "cannot write", error);
+    if (auto written = replacement->write(bytes); !written) {
+        return written;
     }
     return replacement->commit([&](int descriptor) -> result<> {
         file_bytes written;

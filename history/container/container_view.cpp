@@ -45,18 +45,6 @@ named_version newest_of(const container_view &view, const branch_record &branch)
     return newest;
 }
 
-named_version newest_of_default_branch(const container_view &view) {
-    const branch_record *branch = find_branch(view, "main");
-    if (branch == nullptr) {
-        const auto live = [](const branch_record &b) { return !b.deleted; };
-        if (std::count_if(view.branches.begin(), view.branches.end(), live) != 1) {
-            return refusal(view.name, "which branch? there are several and none is called main");
-        }
-        branch = &*std::find_if(view.branches.begin(), view.branches.end(), live);
-    }
-    return newest_of(view, *branch);
-}
-
 // `BRANCH@N`, deleted versions included; split at the last @, since a branch's name may hold one.
 const version_record *version_by_name(const container_view &view, std::string_view text) {
     const std::size_t at = text.rfind('@');
@@ -116,6 +104,18 @@ std::vector<const version_record *> find_versions_by_prefix(const container_view
         }
     }
     return found;
+}
+
+result<const branch_record *> default_branch(const container_view &view) {
+    if (const branch_record *found = find_branch(view, default_branch_name)) {
+        return found;
+    }
+    const auto live = [](const branch_record &branch) { return !branch.deleted; };
+    if (std::count_if(view.branches.begin(), view.branches.end(), live) == 1) {
+        return &*std::find_if(view.branches.begin(), view.branches.end(), live);
+    }
+    return refusal(view.name, "which branch? there are several and none is called " +
+                                  std::string(default_branch_name));
 }
 
 const branch_record *find_branch(const container_view &view, std::string_view oid) {
@@ -199,13 +199,18 @@ std::string branch_name(const container_view &view, std::uint64_t number) {
     return branch == nullptr ? "#" + std::to_string(number) : std::string(branch->oid);
 }
 
+std::string version_name(std::string_view branch, std::uint64_t number) {
+    return std::string(branch) + "@" + std::to_string(number);
+}
+
 std::string version_name(const container_view &view, version_id id) {
-    return branch_name(view, id.branch) + "@" + std::to_string(id.number);
+    return version_name(branch_name(view, id.branch), id.number);
 }
 
 result<const version_record *> resolve_version(const container_view &view, std::string_view text) {
     if (text.empty()) {
-        return newest_of_default_branch(view);
+        const auto branch = default_branch(view);
+        return branch ? newest_of(view, **branch) : branch.failure();
     }
     const version_record *named = version_by_name(view, text);
     if (named != nullptr && !named->deleted) {

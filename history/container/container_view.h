@@ -56,6 +56,10 @@ inline constexpr std::size_t shortest_prefix = 4;
 [[nodiscard]] const branch_record *find_branch(const container_view &view, std::string_view oid);
 [[nodiscard]] const branch_record *find_branch(const container_view &view, std::uint64_t number);
 
+// The branch that is meant where none is named: the one of that name, or the only one.
+inline constexpr std::string_view default_branch_name = "main";
+result<const branch_record *> default_branch(const container_view &view);
+
 // The newest live version of a branch; null when it has none.
 [[nodiscard]] const version_record *newest_version(const container_view &view,
                                                    std::uint64_t branch);
@@ -79,6 +83,7 @@ inline constexpr std::uint64_t highest_number = UINT64_MAX - 1;
                               std::vector<version_id> *lineage);
 
 // `BRANCH@N`; a branch without record is named `#NUMBER`.
+[[nodiscard]] std::string version_name(std::string_view branch, std::uint64_t number);
 [[nodiscard]] std::string version_name(const container_view &view, version_id id);
 [[nodiscard]] std::string branch_name(const container_view &view, std::uint64_t number);
 

@@ -30,7 +30,7 @@ norvik_error *make_version(std::uint64_t time, new_version *out) {
 std::unique_ptr<norvik_outcome> stored(const std::string &branch, std::uint64_t number,
                                        const new_version &fresh) {
     auto outcome = std::make_unique<norvik_outcome>();
-    outcome->version = branch + "@" + std::to_string(number);
+    outcome->version = version_name(branch, number);
     outcome->oid = fresh.oid;
     return outcome;
 }
@@ -41,7 +41,7 @@ norvik_error *create(const char *path, const norvik_create_options *given,
     replace_options options;
     norvik_error *error = path == nullptr ? refuse("there is no path") : take(given, &chosen);
     error = error != nullptr ? error : take_change(change, &options);
-    const std::string branch = chosen.branch == nullptr ? "main" : chosen.branch;
+    const std::string branch(chosen.branch == nullptr ? default_branch_name : chosen.branch);
     new_version fresh;
     if (error == nullptr) {
         error = error_of(check_new_branch_name(nullptr, branch));
@@ -159,7 +159,7 @@ private:
             return make_error(taken.failure());
         }
         const checkin_plan &plan = decided_.plan;
-        outcome_->version = plan.branch + "@" + std::to_string(plan.id.number);
+        outcome_->version = version_name(plan.branch, plan.id.number);
         outcome_->oid = fresh_.oid;
         const auto stored =
             store_version(&change_, plan, fresh_, {source.text(), source.path()}, allows_same());
