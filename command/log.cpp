@@ -71,7 +71,7 @@ exit_status run_log(const command_context &context, const log_options &options) 
         print_log_json(view, only, log, options.reverse);
         return unless_changed(input, status_done);
     }
-    const bool color = use_color(context.color, 1);
+    const bool color = use_color(context.color, STDOUT_FILENO);
     const int width_of_terminal = terminal_width(STDOUT_FILENO);
     pager pages(context.no_pager);
     const int width = pages.to_terminal() ? width_of_terminal : 0;

@@ -18,6 +18,7 @@
 #include "exit_status.h"
 #include "failure.h"
 #include "out_of_memory.h"
+#include "progress.h"
 #include "system_calls.h"
 
 namespace norvik {
@@ -39,6 +40,7 @@ std::string formatted(const char *format, va_list arguments) {
 }
 
 void pass_on_words(std::string_view words) {
+    clear_progress_bar();
     standard_output().flush();
     std::fflush(stdout);
     // One call, so that the lines of commands that run side by side do not mix.

@@ -13,6 +13,7 @@
 
 #include "escaped_text.h"
 #include "output.h"
+#include "progress.h"
 #include "terminal.h"
 
 namespace norvik {
@@ -48,6 +49,7 @@ std::string pager_script() {
 }  // namespace
 
 pager::pager(bool no_pager) : terminal_(is_terminal(STDOUT_FILENO)) {
+    clear_progress_bar();
     if (no_pager || !terminal_) {
         return;
     }

@@ -18,6 +18,8 @@ namespace {
 constexpr std::int64_t first_draw_after = 1000;  // milliseconds
 constexpr std::int64_t draw_every = 100;
 
+bool bar_is_drawn = false;  // and what is printed next would stand behind it
+
 std::int64_t now_milliseconds() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
@@ -35,9 +37,7 @@ progress::progress(const command_context &context, std::string what, std::uint64
 }
 
 progress::~progress() {
-    if (drawn_) {
-        std::fputs("\r\x1b[K", stderr);
-    }
+    clear_progress_bar();
 }
 
 void progress::at(std::uint64_t done) {
@@ -60,7 +60,13 @@ void progress::draw(std::uint64_t done) {
     const std::string bar = std::string(static_cast<std::size_t>(filled), '#') +
                             std::string(static_cast<std::size_t>(width - filled), '.');
     std::fprintf(stderr, "\r%s [%s] %3d%%", what_.c_str(), bar.c_str(), percent);
-    drawn_ = true;
+    bar_is_drawn = true;
+}
+
+void clear_progress_bar() {
+    if (std::exchange(bar_is_drawn, false)) {
+        std::fputs("\r\x1b[K", stderr);
+    }
 }
 
 }  // namespace norvik

@@ -26,9 +26,12 @@ private:
     std::string what_;
     std::uint64_t total_;
     bool enabled_;
-    bool drawn_ = false;
     std::int64_t next_draw_ = 0;  // milliseconds of the monotonic clock
 };
+
+// Takes the bar off the terminal where one is drawn, for words to stand there; its next step may
+// draw it again.
+void clear_progress_bar();
 
 }  // namespace norvik
 
