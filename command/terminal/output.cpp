@@ -56,6 +56,11 @@ void print_words(std::string_view words) {
     pass_on_words(line);
 }
 
+// Standard input is named so throughout; a file may be called "-" as "./-" alone.
+std::string shown_name(std::string_view name) {
+    return name == "-" ? "<stdin>" : escape_name(name);
+}
+
 bool standard_output_finished = false;
 exit_status standard_output_result = status_done;
 std::string done_before_output;  // what has been done, whatever becomes of standard output
@@ -178,11 +183,11 @@ void say(const char *format, ...) {
 }
 
 void say_of_file(std::string_view name, std::string_view reason) {
-    print_words(escape_name(name) + ": " + std::string(reason));
+    print_words(shown_name(name) + ": " + std::string(reason));
 }
 
 void say_of_line(std::string_view name, std::uint64_t line, std::string_view reason) {
-    print_words(escape_name(name) + ":" + std::to_string(line) + ": " + std::string(reason));
+    print_words(shown_name(name) + ":" + std::to_string(line) + ": " + std::string(reason));
 }
 
 exit_status say_errno(std::string_view name, const char *what, int error) {

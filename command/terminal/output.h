@@ -107,7 +107,8 @@ void pass_on_words(std::string_view words);
 // output; a newline is added.
 void say(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
-// Prints "tdm: NAME: reason" or, with a line (from 1), "tdm: NAME:LINE: reason".
+// Prints "tdm: NAME: reason" or, with a line (from 1), "tdm: NAME:LINE: reason"; the name "-" is
+// standard input's.
 void say_of_file(std::string_view name, std::string_view reason);
 void say_of_line(std::string_view name, std::uint64_t line, std::string_view reason);
 
