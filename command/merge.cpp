@@ -93,7 +93,10 @@ exit_status check_report(const command_context &context, const command_options &
         return taken ? usage_error("merge", "--report needs a FILE: standard output is in use")
                      : status_done;
     }
-    const auto same = [&](const std::string &name) { return lead_to_one_file(report, name); };
+    // "-" is no file here, though one may have that name.
+    const auto same = [&](const std::string &name) {
+        return name != "-" && lead_to_one_file(report, name);
+    };
     if (same(options.output) || std::any_of(options.names.begin(), options.names.end(), same)) {
         return usage_error("merge", "--report would replace another file of the merge");
     }
