@@ -289,7 +289,7 @@ void refuse_dropped_options(command_declaration &command) {
     command.refuse_with("--quiet", {"--side-by-side", "--brief", "--stat", "--word", "--blocks",
                                     "--json", "--unified", "--label", "--no-moves"});
     command.needs.emplace_back("--damaged", "--container");
-    command.refuse_with("--git", {"--label", "--container"});
+    command.refuse_with("--git", {"--label", "--container", "--quiet"});
     command.needs.emplace_back("--width", "--side-by-side");
 }
 

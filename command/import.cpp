@@ -33,6 +33,9 @@ struct import_options {
 
 exit_status collect_items(const import_options &options, std::vector<import_item> *items) {
     std::uint64_t time = 0;
+    if (options.files.empty() && !options.list.empty() && !options.stored.time.text.empty()) {
+        return usage_error("import", "--time dates FILEs, and LIST has its own times");
+    }
     if (options.stored.time.get(time) != status_done) {
         return status_trouble;
     }

@@ -76,6 +76,7 @@ TEST_F(history, refuses_what_would_not_be_a_history) {
         {"import c t1 nowhere", "No such file"},
         {"checkin c .", "directory"},
         {"import c --from-list t1", "tdm: t1:1: not a name"},
+        {"import c --from-list t1 --time @5", "LIST has its own times"},
         {"import c", "no files"},
         {"checkout t1", "tdm: t1:1: "},
     };
