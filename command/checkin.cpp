@@ -1,4 +1,8 @@
 // tdm checkin: the next version of a branch.
+//
+// The file is read first, with its mark; then the container is locked, and the place of the new
+// version and its base are found. A text that was made from an older version is refused or merged.
+// Where something is stored, the container is replaced first, and the file marked or updated then.
 
 #include <algorithm>
 #include <memory>

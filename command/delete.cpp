@@ -1,4 +1,7 @@
 // tdm delete: removes versions and whole branches.
+//
+// The plan is shown, agreed to, and only then carried out (asked_change.h), which compares every
+// version that stays.
 
 #include <memory>
 #include <string>

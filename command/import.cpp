@@ -56,6 +56,7 @@ exit_status collect_items(const import_options &options, std::vector<import_item
 exit_status import_all(const command_context &context, const import_options &options,
                        version_import *work, const checkin_plan &plan, std::size_t items,
                        done_report *report) {
+    // A step for each file that is woven, and one for each version that is proven.
     progress bar(context, "importing", items * 2);
     const auto at = [&bar](std::uint64_t done) { bar.at(done); };
     const auto tell_same = [&context](const failure &notice) {

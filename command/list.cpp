@@ -1,4 +1,7 @@
 // tdm list: branches and versions as a plain table.
+//
+// The header alone is shown; that the container is sound takes one pass over it, as for every
+// reader.
 #include <algorithm>
 #include <memory>
 #include <string>

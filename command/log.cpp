@@ -1,4 +1,6 @@
 // tdm log: the tree of versions for people, with what each of them changed.
+//
+// All versions are counted in one pass over the container, whatever part of them is shown.
 #include <unistd.h>
 
 #include <memory>

@@ -1,4 +1,7 @@
 // tdm purge: removes a version and every line that it alone has brought.
+//
+// As a deletion, with one answer more: where survivors hold all lines there is nothing to purge,
+// and nothing is asked.
 
 #include <memory>
 #include <string>
@@ -34,6 +37,7 @@ exit_status plan(const purge_options &options, container_change *change, purge_p
                                        lines_text(out->lines.inserted) + " that " +
                                        escape_name(version_name(out->before, out->version)) +
                                        " inserted; nothing is changed");
+    // They are named, so that those versions can be deleted first.
     tell_plan(describe_held(*out));
     return status_negative;
 }

@@ -1,4 +1,7 @@
 // tdm repair: what can be saved from a damaged container.
+//
+// The damaged container is only read. What is written must read back as planned, and the damaged
+// one still be as it was found, before the new one gets its name.
 
 #include <memory>
 #include <string>
@@ -67,6 +70,7 @@ exit_status run_repair(const command_context &context, const repair_options &opt
     if (!context.dry_run && !context.quiet) {
         tell_done(std::move(report));
     }
+    // What was damaged in the header may have been a version that nobody knows of any more.
     return verdict.lost.empty() && view.header_damages.empty() ? status_done : status_negative;
 }
 

@@ -1,4 +1,8 @@
 // tdm verify: is a container sound?
+//
+// Each container is opened, judged in one pass and looked at once more at the end; the digests of
+// all texts, where they are wanted, come out of the same pass. One that cannot be judged does not
+// keep the others from it.
 #include <algorithm>
 #include <memory>
 #include <string>
@@ -89,6 +93,7 @@ exit_status verify_one(const command_context &context, const std::string &name,
     if (kept != nullptr) {
         kept->compare(view, &check);
     }
+    // What a container in motion seems to say is no verdict.
     if (unless_changed(input, status_done) != status_done) {
         return leave_unjudged(name, json);
     }

@@ -1,3 +1,5 @@
+// The forms of list, log and verify, which say the same of a branch and of a version with the same
+// words; docs/json.md describes them.
 #include "version_json.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Widths are measured over all versions before the first is printed, and identifiers are cut as
+// short as still tells them all apart: a sort of the identifiers, and the lines in memory until
+// they can be turned over.
 #include "version_log.h"
 
 #include <algorithm>

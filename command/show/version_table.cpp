@@ -1,3 +1,5 @@
+// Each branch's first line says where it came off. Two passes over the versions: one measures the
+// names.
 #include "version_table.h"
 
 #include <algorithm>
