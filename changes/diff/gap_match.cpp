@@ -1,3 +1,7 @@
+// The furthest points of all steps are kept for the way back: at most 700 x 700 / 2 numbers, one
+// megabyte. A gap of more than 65536 lines is not looked at. Where a search gives up, lines that
+// are unique on both sides divide the gap: their longest rising sequence by piles, O(lines x log
+// lines), then one search between each two.
 #include "gap_match.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// A hash table with open addressing, half full at most, that keeps the hashes: 24 bytes and two
+// slots or more of 4 bytes a distinct line.
 #include "line_numbers.h"
 
 #include <algorithm>

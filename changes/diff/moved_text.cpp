@@ -1,3 +1,6 @@
+// A line is taken once, by the first run that reaches it, so that growing a run costs the lines
+// that it takes; finding an edit is a binary search. O(lines of the candidates x log edits) and the
+// bytes of the edits; one bit a line of either text.
 #include "moved_text.h"
 
 #include <algorithm>

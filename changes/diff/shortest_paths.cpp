@@ -1,3 +1,6 @@
+// Both tables hold a step count for every line of the stretch and every diagonal that a smallest
+// edit can touch, at most 2^20 of 4 bytes each. They are filled row by row, forwards and backwards,
+// one comparison of numbers a point.
 #include "shortest_paths.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// One memory search a line; 8 bytes a line.
 #include "text_lines.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Only windows in which a line without partner could find one are matched again; a mark for each
+// stretch tells them in one pass over the lines without partner. A window is closed early when it
+// grows past 4096 lines with many unmatched, which bounds the search in it.
 #include "window_match.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// An edit stands in doubt when another smallest edit of the other contributor pairs the lines
+// around it otherwise. Only where these lines do stand elsewhere within reach is the table of all
+// smallest edits made (shortest_paths.h): O(lines in reach x lines changed there) for such an edit,
+// a look at some hundred lines for any other.
 #include "merge_ambiguity.h"
 
 #include <algorithm>

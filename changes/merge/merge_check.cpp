@@ -1,3 +1,6 @@
+// Lines are counted by their numbers, one table for all texts; the text between the places is
+// compared as bytes. O(lines of the places and of the edits, of all contributors), and once through
+// the whole texts when a line is in doubt; some 90 bytes a distinct line of the places.
 #include "merge_check.h"
 
 #include <algorithm>

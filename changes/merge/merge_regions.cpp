@@ -1,3 +1,7 @@
+// Edits are sorted by base line and swept once into places; places are tied into regions by a
+// union-find with path halving, whose root is the least place (R. E. Tarjan and J. van Leeuwen,
+// "Worst-Case Analysis of Set Union Algorithms", JACM 1984). O(edits x log edits), and the bytes of
+// a region once for every contributor that changed it.
 #include "merge_regions.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Writing and checking take turns: each round makes conflicts of what the check has found, four
+// rounds at most, each as long as one merge.
 #include "merge_run.h"
 
 #include <algorithm>

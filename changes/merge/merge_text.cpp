@@ -1,3 +1,5 @@
+// One walk over the places in base order: the bytes of the result are copied once, those of a place
+// twice.
 #include "merge_text.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// The mark is a user attribute, reached by descriptor alone. It is a hint that anybody may have
+// forged: what is read is looked up before it counts. Reading takes one buffer of the kernel's
+// bound, 64 KiB.
 #include "base_attribute.h"
 
 #include <cerrno>

@@ -1,3 +1,7 @@
+// What the new file gets of the old one, in an order in which no step undoes the one before: owner
+// and group, attributes with the access list, the mode last. Whatever cannot be carried over leaves
+// less than the old file granted, never more. A few system calls an attribute; one attribute at a
+// time is in memory.
 #include "file_attributes.h"
 
 #include <endian.h>

@@ -1,3 +1,7 @@
+// The lock is the kernel's, on the file itself, so that it goes with its holder. Who had it may
+// have put a new file under the name: the lock counts only when the name still leads to the locked
+// file, else everything begins again with the new one. Waiting costs nothing in the kernel's queue,
+// else a look every 20 ms.
 #include "file_lock.h"
 
 #include <signal.h>

@@ -1,3 +1,6 @@
+// Every step before the rename leaves the old file as it is; what fails behind it is told with the
+// words that the file is replaced. No step is tried twice. The bytes are forced to disk once, the
+// folder once; nothing of the texts is held in memory here.
 #include "file_replace.h"
 
 #include <cerrno>

@@ -1,3 +1,6 @@
+// A lock on the file says that its command lives, and the name is random, so that dead files can be
+// told and removed by anybody who comes next. Creating one costs a pass over the entries of the
+// folder.
 #include "temporary_file.h"
 
 #include <dirent.h>

@@ -1,3 +1,4 @@
+// A few places for paths, changed by single atomic steps: a signal may come between any two.
 #include "end_removal.h"
 
 #include <unistd.h>

@@ -1,3 +1,5 @@
+// One folder for all private files of the process, made with the first of them. Removing them takes
+// one call a file ever made and no memory, as a signal handler needs it.
 #include "private_file.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// The bytes are read once; what cannot be read again gets a second copy, in a file in memory.
 #include "input_text.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// A regular file is only opened: its bytes come into memory when somebody asks for them. What is no
+// regular file is copied once into a file in memory, to be read as often as needed.
 #include "text_file.h"
 
 #include <sys/sysmacros.h>

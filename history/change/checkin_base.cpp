@@ -1,3 +1,5 @@
+// The mark of a file is a claim and the base that a user names is an order: the first is passed
+// over where it is unknown, the second is a failure. A few passes over the header's records.
 #include "checkin_base.h"
 
 #include <algorithm>

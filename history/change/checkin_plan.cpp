@@ -1,3 +1,4 @@
+// Decides only; nothing is locked or written here. A pass over the header's records.
 #include "checkin_plan.h"
 
 #include <algorithm>

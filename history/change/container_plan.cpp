@@ -1,3 +1,6 @@
+// Two locks, with the plan made under the first and carried out under the second: in between the
+// file may have changed, which the second look compares byte for byte. Memory for the new
+// container, whole.
 #include "container_plan.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// A verdict on every version, the weave rewritten for those that are saved, a header of their
+// records, and a proof against the old container. What is kept of a fault is its range of versions;
+// O(faults + versions) to give each version its first reason (union-find over positions), the new
+// container whole in memory.
 #include "container_repair.h"
 
 #include <algorithm>

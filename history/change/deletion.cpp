@@ -1,3 +1,6 @@
+// The library deletes; the proof does not trust it. What became of each version is read off the two
+// headers: O(records x log records) besides the proof, and for a version that is hidden a pass over
+// the branches.
 #include "deletion.h"
 
 #include <norviktdm/tdm.h>

@@ -1,3 +1,7 @@
+// The version is deleted first, then the weave is rewritten without its lines that no survivor
+// holds, and the result is searched for them. Lines are compared as texts: an equal line that
+// nobody holds goes as well, wherever it came from. Each of these steps is a pass over the weave,
+// and so are the proofs; both new containers are in memory.
 #include "purge.h"
 
 #include <functional>

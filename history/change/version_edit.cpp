@@ -1,3 +1,5 @@
+// The comparison is the library's own, so that the weave becomes the one that a check-in writes.
+// The new text is walked once, line by line, beside the stream of differences.
 #include "version_edit.h"
 
 #include <norviktdm/tdm.h>

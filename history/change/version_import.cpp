@@ -1,3 +1,6 @@
+// Two texts are in memory at a time, the one before and the next, besides the weave; files stay
+// open for the proof, so that it reads what was woven. A text from a pipe is kept, since nobody
+// could read it again.
 #include "version_import.h"
 
 #include "history_proof.h"

@@ -1,3 +1,6 @@
+// The library writes the new container, under a path of ours; nothing of what it says is believed
+// before the bytes have been read back (proof.h). A failure leaves the old container, and the
+// temporary file goes with the replacement.
 #include "version_store.h"
 
 #include <norviktdm/tdm.h>

@@ -1,3 +1,5 @@
+// The passes over the header and the weave give faults with ranges of versions; a sum over the ends
+// of these ranges tells which versions are in doubt: O(faults + versions).
 #include "container_check.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Records are taken from the newest down, with what has been seen of each branch so far and hash
+// tables of numbers and identifiers: O(records) of time and memory.
 #include "header_check.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// The stretches that a version holds are those of the version before, less those that end with it
+// and with those that begin: kept in the order of the weave by a merge, so that a version costs the
+// stretches that it holds and its bytes. 32 bytes are kept for every stretch and range of holders.
 #include "history_proof.h"
 
 #include <algorithm>

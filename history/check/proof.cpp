@@ -1,3 +1,6 @@
+// Both weaves are compared in large blocks of memory; where they part, a new record must stand in
+// the new one, is passed with its lines, and the comparison goes on behind it. O(bytes of both);
+// besides the new header's records no memory.
 #include "proof.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// A version is read with one counter of lines to pass over. Plain lines are found whole between two
+// records, by memory search, and handed over in one piece.
 #include "structure.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Holders are ranges of positions, and these differ between the two trees: they are compared as
+// ranges of ranks among the survivors, which are the same in both. Some 20 bytes a version for each
+// side, and the two passes' own tables.
 #include "survivor_proof.h"
 
 #include <algorithm>

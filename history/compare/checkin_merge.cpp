@@ -1,3 +1,5 @@
+// A merge of three texts, of which two are read from the container: a pass over the weave for each.
+// All three and the merged one are in memory.
 #include "checkin_merge.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The library pairs the lines, in one stream for all texts; the blocks are kept, 32 bytes each, and
+// looked through once for every text.
 #include "comparison.h"
 
 namespace norvik {

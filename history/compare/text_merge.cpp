@@ -1,3 +1,4 @@
+// One comparison of all texts at once; contributors with the same text share their edits.
 #include "text_merge.h"
 
 namespace norvik {

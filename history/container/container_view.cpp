@@ -1,3 +1,6 @@
+// The header's records are kept in lists in the order of the file; what is asked for often has a
+// hash table, made at the first question. A branch by its name, a beginning of an identifier and
+// the newest version cost a pass over the records.
 #include "container_view.h"
 
 #include <algorithm>

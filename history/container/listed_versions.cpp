@@ -1,3 +1,7 @@
+// Branch numbers are given out one after the other, so that a table by number serves nearly all;
+// versions of a branch that are numbered without gaps need no more than the lowest, the highest and
+// their count. Building takes O(records) and one pass over the identifiers through an open hash
+// table; the version tree is made only where numbers have gaps or a question goes across branches.
 #include "listed_versions.h"
 
 #include <functional>

@@ -1,3 +1,5 @@
+// The form that encoders write is tried first, field by field; only what is not of that form goes
+// through the library's readers and is asked how it differs. O(bytes of the record).
 #include "record_line.h"
 
 #include "record_decode.h"

@@ -1,3 +1,6 @@
+// Runs and pieces are views, into the old container or into lines that are owned here; only they
+// are moved about. Hidden pieces are chained by index, so that a chain is joined to another in one
+// step. 40 bytes a visible run, 24 a hidden piece.
 #include "import_weave.h"
 
 #include <cstring>

@@ -1,3 +1,5 @@
+// Size, line count and fingerprint of all versions come from one pass over the weave; only versions
+// that agree in all three are read.
 #include "living_version.h"
 
 #include "line_hash.h"

@@ -1,3 +1,4 @@
+// One pass over the weave; the text is in memory twice while it is handed over.
 #include "version_text.h"
 
 #include "structure.h"

@@ -1,3 +1,6 @@
+// Versions are sorted by branch and number, branches by the version that they hang on; numbering
+// walks both lists with a stack of its own. O(records x log records), 44 bytes a version and a
+// table entry a branch.
 #include "version_tree.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// Where a deletion ends is asked of the member tree, which knows the nearest due line of every
+// range, so that plain lines are taken as far as the next change of holders at once. Open deletions
+// lie in a map by the version whose lines they count. A fault is noted with the versions in doubt,
+// and the pass goes on.
 #include "weave_cursor.h"
 
 #include <algorithm>

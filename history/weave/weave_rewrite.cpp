@@ -1,3 +1,6 @@
+// Reading keeps a view of every record and stretch, 32 bytes each, and 48 bytes a record for its
+// count, which is known only when all its lines have been seen: that is why writing is a second
+// pass.
 #include "weave_rewrite.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Records of versions that the header does not list are judged after the first pass; when some of
+// them are lost ones, a second pass counts with them in the tree.
 #include "weave_scan.h"
 
 #include <set>
