@@ -38,8 +38,8 @@ private:
     line_equality equality_;
     std::vector<std::string_view> lines_;
     std::vector<std::size_t> hashes_;  // of the lines, so that growing looks at no text
-    std::vector<std::int32_t>
-        slots_;  // a power of two of them, at most half of them taken; -1 free
+    // A power of two of them, at most half of them taken; -1 free.
+    std::vector<std::int32_t> slots_;
 };
 
 }  // namespace norvik

@@ -44,6 +44,7 @@ enum class line_equality {
     without_inner_blanks,
 };
 
+// Whether two lines, each with its newline where it has one, are equal in that sense.
 bool same_line(std::string_view a, std::string_view b, line_equality equality);
 
 // A letter, a digit or a byte of a longer character.

@@ -28,8 +28,8 @@ struct line_count {
     std::int32_t current = 0;   // in the text that is being counted
     std::int32_t inserted = 0;  // by the contributor that is being counted
     std::int32_t deleted = 0;
-    std::int32_t whole =
-        -1;  // the most in any whole text; -1: not counted, which is for doubtful lines
+    // The most in any whole text; -1: not counted, which is done for doubtful lines alone.
+    std::int32_t whole = -1;
     std::int32_t first_merged = -1;
     bool excused = false;
     bool shared = false;  // in an edit that several made

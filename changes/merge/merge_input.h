@@ -21,11 +21,13 @@ struct merge_input {
     line_equality equality = line_equality::exact;
 };
 
+// An edit of one of the contributors.
 struct place_edit {
     std::int32_t contributor = 0;
     std::int32_t edit = 0;  // index into the contributor's edits
 };
 
+// The edit itself, as long as the input stays.
 inline const edit &edit_at(const merge_input &in, const place_edit &e) {
     return in.changes[static_cast<std::size_t>(e.contributor)]
         .edits[static_cast<std::size_t>(e.edit)];

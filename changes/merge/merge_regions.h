@@ -95,6 +95,7 @@ struct place_version {
 };
 place_version version_at(const merge_input &in, const merge_place &place, std::int32_t contributor);
 
+// What the plan knows of the edit.
 inline const edit_fact &fact_of(const merge_plan &plan, const place_edit &e) {
     return plan.facts[static_cast<std::size_t>(e.contributor)][static_cast<std::size_t>(e.edit)];
 }

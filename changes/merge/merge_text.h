@@ -43,6 +43,8 @@ struct merged_text {
     std::int32_t unended_place = -1;
 };
 
+// The merged text of the plan, conflicts between markers with the labels of `options`, of which
+// there is one for every contributor.
 merged_text write_merged(const merge_input &in, const merge_plan &plan,
                          const marker_options &options);
 

@@ -35,6 +35,7 @@ public:
     // Counts an open file or named pipe in; anything else (a shell's pipe, a terminal) takes
     // nothing away.
     [[nodiscard]] std::error_code add(int descriptor);
+    // Counts in what others have counted.
     void add(const granted_rights &more);
 
     // The group's and the others' bits of a mode that a file of the group `group` may have. Members
@@ -45,6 +46,7 @@ public:
     // The access list that a file of this group gets from them, whole; empty when there is none.
     std::string_view list_for(gid_t group) const;
 
+    // Whether each of the files may be read by everybody.
     bool everybody_reads() const { return lists_.empty() && (group_ & others_ & 4) != 0; }
 
 private:

@@ -32,9 +32,8 @@ public:
     // For a file that must exist, such as a container.
     result<> lock(const std::string &name);
 
-    // For an output file: replaces an existing one only where the options force it
-    // (`must_be_new`: never), and
-    // narrows it.
+    // For an output file: replaces an existing one only where the options force it (`must_be_new`:
+    // never), and narrows it.
     result<> lock_output(const std::string &name, bool must_be_new = false);
 
     // For an output file whose old text the caller looks at: whether it may be replaced is the
@@ -47,10 +46,10 @@ public:
     // The locked file. Its descriptor is open for reading when it exists.
     const locked_file &file() const { return file_; }
 
-    // Refuses when the output would take the place of the file `input`, which the
-    // command reads.
+    // Refuses when the output would take the place of the file `input`, which the command reads.
     result<> refuse_same(const std::string &input) const;
 
+    // Creates the temporary file, after one of the locks above.
     result<> begin();
 
     // Writes all of the new file, or more of it, after begin.

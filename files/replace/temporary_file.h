@@ -30,6 +30,7 @@ public:
     // leads to; `note_replaced` is called in between, as soon as it has the name.
     result<> put_in_place(void (*note_replaced)() noexcept);
 
+    // Removes it where it still has its name; nothing once it has been put in place.
     void remove();
 
 private:

@@ -21,6 +21,7 @@ public:
     private_file(private_file &&other) noexcept;
     private_file &operator=(private_file &&other) noexcept;
 
+    // Makes the file, in the place of one that this object had.
     [[nodiscard]] std::error_code create();
 
     const std::string &path() const { return path_; }

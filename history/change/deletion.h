@@ -14,8 +14,8 @@ namespace norvik {
 
 struct deletion_request {
     std::set<version_id> versions;
-    std::set<std::uint64_t>
-        branches;  // to be deleted with all their versions, which are in `versions`
+    // To be deleted with all their versions, which are in `versions`.
+    std::set<std::uint64_t> branches;
 
     [[nodiscard]] bool survives(const version_record &version) const {
         return !version.deleted && !versions.contains(version.id);

@@ -23,10 +23,9 @@ struct added_records {
 [[nodiscard]] std::string version_record_text(const version_record &version);
 [[nodiscard]] std::string branch_record_text(const branch_record &branch);
 
-// Opens the new container by `descriptor` and compares: its first lines are
-// `added.header`; with them, and with the records and lines of the new versions, taken out, the
-// rest is the old container from its second line on, byte for byte; and scan_structure finds the
-// new one sound. At the speed of memory.
+// Opens the new container by `descriptor` and compares: its first lines are `added.header`; with
+// them, and with the records and lines of the new versions, taken out, the rest is the old
+// container from its second line on, byte for byte; and scan_structure finds the new one sound.
 // Gives the new container, or a failure that names it as the old one.
 result<container_view> prove_addition(const container_view &old, int descriptor,
                                       const added_records &added);

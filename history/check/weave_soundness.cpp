@@ -277,8 +277,8 @@ private:
     // All that is open is of one branch. A deletion opens inside newer ones only, so the last one
     // is the oldest and the one that counts.
     bool in_line_ = false;
-    std::uint64_t nearest_ =
-        UINT64_MAX;           // lines until the first deletion that counts them is closed
+    // Lines until the first deletion that counts them is closed.
+    std::uint64_t nearest_ = UINT64_MAX;
     version_id known_{0, 0};  // the last one that was looked up, and listed
 };
 

@@ -6,9 +6,9 @@
 
 namespace norvik {
 
-// True when check_container finds no fault, but for a missing record of the first branch or the
-// first version, which no text needs. False when there may be one: a weave that is too intricate
-// for this pass gets false, sound or not. One pass, O(bytes + records x deletions open at once, of
+// True when check_container finds no fault, but for a version that the first branch claims to be
+// made off, which no text needs. False when there may be one: a weave that is too intricate for
+// this pass gets false, sound or not. One pass, O(bytes + records x deletions open at once, of
 // which it bears few).
 [[nodiscard]] bool is_plainly_sound(const container_view &view);
 

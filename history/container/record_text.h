@@ -16,22 +16,26 @@ struct append_to {
     void operator()(std::string_view piece) const { text += piece; }
 };
 
+// A number as records spell it.
 inline std::string written_number(std::uint64_t number) {
     return std::string(format::number_text(number).view());
 }
 
+// The status record, of the format that is written.
 inline std::string status_line(std::uint64_t highest_branch) {
     std::string text;
     format::encode_status(format::known_format, highest_branch, append_to{text});
     return text;
 }
 
+// A version record, alive; `time` in the host's unit.
 inline std::string version_line(std::string_view oid, format::version_id id, std::uint64_t time) {
     std::string text;
     format::encode_object(format::kind_version, oid, id.branch, id.number, time, append_to{text});
     return text;
 }
 
+// A branch record, alive; `parent` is what it was made off.
 inline std::string branch_line(std::string_view oid, std::uint64_t number,
                                format::version_id parent) {
     std::string text;
@@ -40,6 +44,7 @@ inline std::string branch_line(std::string_view oid, std::uint64_t number,
     return text;
 }
 
+// The element record.
 inline std::string element_line(std::string_view oid) {
     std::string text;
     format::encode_element(oid, append_to{text});

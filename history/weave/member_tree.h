@@ -28,8 +28,8 @@ struct text_step {
     std::uint64_t bytes = 0;
     std::uint64_t factor = 1;
     std::uint64_t offset = 0;
-    std::uint64_t first_unended =
-        0;  // container line of the first text line without newline, 0 if none
+    // Container line of the first text line without newline, 0 if none.
+    std::uint64_t first_unended = 0;
     std::uint64_t last_line = 0;  // container line of the last line
 };
 
@@ -49,6 +49,7 @@ public:
 
     // A deletion begins (+1) or ends (-1) for the versions of the range.
     void cover(position_range range, int change);
+    // Whether any deletion covers the version.
     [[nodiscard]] bool is_covered(std::uint32_t position) const;
 
     // After how many more lines the version is due; nothing_due for never.
@@ -58,6 +59,7 @@ public:
     // A version that is due now, no_position when there is none. It stays due until set again.
     [[nodiscard]] std::uint32_t next_due() const;
 
+    // The lines that the version has read so far.
     [[nodiscard]] std::uint64_t lines_of(std::uint32_t position) const;
 
     // Appends the uncovered parts of the range to `out`, in order, neighbours joined:

@@ -15,11 +15,10 @@
 //   - A line of a run that x has is counted by the oldest of x's active deletions d that is newer
 //     than the run, since the version before d holds the line, and by no other, since for the
 //     versions before these d covers it. Without such a d, x holds the line.
-//   - So S could be more than nothing at a line that x holds for two reasons only: an outer run
-//   that
-//     x does not have is open, or a deletion is active that is not newer than the line's run. Both
-//     are faults here: a run must stand inside runs of its ancestors, and no line inside a deletion
-//     may be of the deleting version or a newer one.
+//   - So S could be more than nothing at a line that x holds for two reasons only: an outer run is
+//     open that x does not have, or a deletion is active that is not newer than the line's run.
+//     Both are faults here: a run must stand inside runs of its ancestors, and no line inside a
+//     deletion may be of the deleting version or a newer one.
 // Whoever writes a weave puts records directly behind a line that the version before holds, where
 // neither can come about.
 //
