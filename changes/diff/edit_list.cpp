@@ -88,6 +88,7 @@ paired_lines check_pairs(const pair_texts &texts, const paired_lines &found,
     for (const line_run &run : found.crossing) {
         add_checked(texts, run, &pairs.crossing);
     }
+    // The tail is told in bytes and may reach up into lines that a run has already.
     line_run tail = tail_run(texts.base, texts.file, ends);
     if (!pairs.in_place.empty()) {
         const line_run &last = pairs.in_place.back();

@@ -64,6 +64,7 @@ bool gap_matcher::match_middle(const edit &gap, too_far otherwise, std::vector<l
         match_one(gap, runs);
         return true;
     }
+    // Asked without their sum, which may be too large for its type.
     if (base_lines > largest_gap - file_lines) {
         return otherwise == too_far::divide;
     }
@@ -157,6 +158,7 @@ bool gap_matcher::shortest_edit(const span &part, std::vector<line_run> *runs) {
         for (std::int32_t d = -steps; d <= steps; d += 2) {
             const bool down = d == -steps || (d != steps && at(d - 1) < at(d + 1));
             std::int32_t x = down ? at(d + 1) : at(d - 1) + 1;
+            // Past the end of either side a diagonal goes on without pairs.
             while (x < width && x - d < height && x - d >= 0 &&
                    x_[static_cast<std::size_t>(part.x_first + x)] ==
                        y_[static_cast<std::size_t>(part.y_first + x - d)]) {

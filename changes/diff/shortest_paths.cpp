@@ -48,6 +48,7 @@ void shortest_paths::fill_forward() {
             std::int32_t &steps = forward_[at(x, d)];
             const bool right = x > 0;
             const bool down = d > -x;
+            // Some shortest path takes every pair that it meets: no other way in is shorter.
             if (right && down && same(x - 1, x + d - 1)) {
                 steps = forward_[at(x - 1, d)];
                 continue;
@@ -92,6 +93,7 @@ bool shortest_paths::is_certain(std::int32_t line) const {
     std::int32_t kept = 0;
     for (std::int32_t d = std::max(lowest_, -x); d <= last; d++) {
         const std::int32_t steps = forward_[at(x, d)];
+        // A smallest edit that removes the line.
         if (steps + 1 + backward_[at(x + 1, d - 1)] == least_) {
             return false;
         }

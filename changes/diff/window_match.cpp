@@ -87,6 +87,7 @@ bool window_matcher::is_diverse(std::int32_t first) const {
 
 bool window_matcher::is_certain(const line_run &run) const {
     const std::int32_t spare = run.count - certain_lines;
+    // Beyond the ends of both texts nothing is left to pair better with.
     if ((run.base_first == 0 && run.file_first == 0) ||
         (run.base_first + run.count == base_.count() &&
          run.file_first + run.count == file_.count())) {

@@ -36,6 +36,7 @@ bool belongs_to(const merge_input &in, const merge_place &place, const edit &e,
     if (e.base_first > place.base_end) {
         return false;
     }
+    // Two insertions before one line overlap: nobody can say which comes first.
     const bool overlap = e.base_first < place.base_end ||
                          (place.base_first == place.base_end && e.base_first == e.base_end);
     return overlap || !apply_adjacent || e.base_end == in.base->count();
@@ -260,6 +261,7 @@ bool decide_clean(const merge_input &in, const merge_plan &plan, bool moves, mer
             }
         }
     }
+    // Each would be carried with another's move, and no text is there to begin with.
     if (changers.empty()) {
         return false;
     }
@@ -270,6 +272,7 @@ bool decide_clean(const merge_input &in, const merge_plan &plan, bool moves, mer
             return false;
         }
     }
+    // It can be carried with somebody's run; only those of the text that is taken are there.
     for (carried_edit &c : region->carried) {
         const line_run *run =
             run_around(in.changes[static_cast<std::size_t>(region->taken)], edit_at(in, c.source));
@@ -351,6 +354,7 @@ void force_conflict(merge_plan *plan, const std::vector<std::int32_t> &places,
     if (regions.empty()) {
         return;
     }
+    // Regions are in order of their first place, so that the joined one stays in order.
     merge_region &first = plan->regions[static_cast<std::size_t>(regions.front())];
     for (const std::int32_t r : regions) {
         merge_region &other = plan->regions[static_cast<std::size_t>(r)];

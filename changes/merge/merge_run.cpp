@@ -46,6 +46,7 @@ bool finish_merge(const merge_options &options, merge_run *run) {
             force_conflict(&run->plan, around_unended(*run), conflict_reason::unproved);
             continue;
         }
+        // Not of a text in which two lines are joined: both would count as lost.
         run->verdict = check_merged(run->in, run->plan, run->merged);
         const bool repeated = options.strict && !run->verdict.repeated.empty();
         if (run->verdict.faults.empty() && !repeated) {

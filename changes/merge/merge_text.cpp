@@ -91,6 +91,7 @@ public:
         if (bytes.empty()) {
             return;
         }
+        // Only the first such place is named: the text is written again without it.
         if (lacks_last_newline(out_->text) && out_->unended_place < 0) {
             out_->unended_place = last_place_;
         }
@@ -212,6 +213,7 @@ std::string place_text(const merge_input &in, const merge_plan &plan, std::size_
     if (!is_conflict(region)) {
         return clean_text(in, region, place);
     }
+    // In a region of several places the contributors may agree in some of them.
     const auto sides = conflict_sides(in, region, place);
     placed->conflict = sides.size() > 1;
     return placed->conflict ? conflict_text(in, place, sides, options, &placed->lead_lines)

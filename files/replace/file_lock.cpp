@@ -233,6 +233,7 @@ second_look look_by_name(int folder, const char *base, const struct stat &status
 
 result<locked_file> lock_file(const std::string &name, bool may_be_new,
                               const replace_options &options) {
+    // One for all rounds, however often the file is replaced meanwhile.
     const double deadline = monotonic_seconds() + options.lock_timeout;
     bool told = false;
     for (;;) {

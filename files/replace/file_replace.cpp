@@ -102,6 +102,7 @@ result<> file_replacement::commit(const std::function<result<>(int descriptor)> 
     if (done && options_.dry_run) {
         return end_dry_run();
     }
+    // Until now the file is its maker's alone; rights come to what is proven.
     done = done ? set_attributes() : done;
     if (done && mark_) {
         if (const auto marked = mark_(temporary_.descriptor()); !marked) {
@@ -213,6 +214,7 @@ result<> file_replacement::put_in_place() {
         return renamed;
     }
     struct stat now {};
+    // The old file has lost its name here; a link that is left came after the last look.
     if (may_not_part() && sys::fstat(file_.descriptor.get(), &now) == 0 && now.st_nlink > 0) {
         options_.tell(refusal(file_.name,
                               "is replaced; a hard link made in the last moment has the old file"));

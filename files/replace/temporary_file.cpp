@@ -109,6 +109,7 @@ result<> temporary_file::create(const locked_file &target) {
             return random.failure();
         }
         path_ = target.path.substr(0, target.path.rfind('/') + 1) + prefix + *random;
+        // Before it exists: a signal in between would leave it behind.
         remove_at_end(path_.c_str());
         descriptor_ = owned_descriptor(create_in(folder, base()));
         if (!descriptor_.is_open()) {
@@ -154,6 +155,7 @@ result<> temporary_file::put_in_place(void (*note_replaced)() noexcept) {
     if (renamed != 0) {
         return system_failure(name, "cannot be put in place", last_error());
     }
+    // From here on no failure may read as if nothing had been done.
     note_replaced();
     forget_path();
     struct stat written {};

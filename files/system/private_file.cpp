@@ -66,6 +66,7 @@ std::error_code make_folder() {
         }
         folder_path[pattern.copy(folder_path, pattern.size())] = '\0';
         if (sys::mkdtemp(folder_path) == nullptr) {
+            // The next place may do, such as /tmp for a full disk.
             why = last_error();
             continue;
         }

@@ -15,6 +15,7 @@ namespace norvik {
 std::error_code read_to_end(int descriptor, std::size_t expected, std::string *text,
                             std::uint64_t most) {
     const std::uint64_t bound = std::max<std::uint64_t>(expected, most);
+    // One byte more than expected: the end is seen without growing.
     text->resize(std::max<std::size_t>(expected + 1, 4096));
     std::size_t size = 0;
     for (;;) {

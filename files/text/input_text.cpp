@@ -36,6 +36,7 @@ result<> input_text::read(int descriptor, const std::string &name) {
     const auto expected = regular ? static_cast<std::size_t>(status.st_size) : 0;
     std::error_code error = rights_.add(descriptor);
     error = error ? error : read_to_end(descriptor, expected, &text_);
+    // Where standard input stands is shared with others, and its name leads to no file.
     if (!error && (!regular || standard)) {
         return put_into_memory_file(shown);
     }

@@ -135,6 +135,7 @@ result<> carry_out(const container_plan &plan, file_replacement *replacement) {
         return written;
     }
     return replacement->commit([&](int descriptor) -> result<> {
+        // What the bytes say was proven with the plan; they only have to be the same.
         file_bytes written;
         if (const std::error_code error = written.load(descriptor)) {
             return system_failure(plan.before.name, "the new container cannot be read", error);

@@ -162,6 +162,7 @@ result<> purge_into(const container_view &before, const std::string &container_p
     if (!without_version) {
         return without_version.failure();
     }
+    // Asked of the old container: the new one may lack some already whose copies must be found.
     const text_set secret = lines_to_take_out(before, version, request, lines);
     if (auto written = write_without(*without_version, secret, request, descriptor); !written) {
         return written;

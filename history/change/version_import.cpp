@@ -42,6 +42,7 @@ result<> version_import::add(const import_item &item, const input_text &before,
         return oid.failure();
     }
     const version_id id{plan_.id.branch, plan_.id.number + versions_.size()};
+    // An equal text is a version without records of its own, as a check-in stores it.
     if (next->text() != before.text()) {
         if (auto woven =
                 weave_version(*weave_, id, before.path(), next->path(), item.path, next->text());

@@ -43,6 +43,7 @@ void history_proof::find_texts(std::uint32_t count) {
 bool history_proof::next_equals(std::string_view text) {
     const version_id id = next_;
     next_.number++;
+    // Then each version is read by itself, as whoever checks it out will read it.
     if (faulty_) {
         return version_equals(view_, id, text);
     }

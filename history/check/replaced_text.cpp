@@ -1,3 +1,6 @@
+// The versions that it most likely is are read first: that of the mark, the one asked for, the
+// newest. Else all are looked through (living_version.h). Once more, for that version alone, just
+// before the text goes.
 #include "replaced_text.h"
 
 #include "base_attribute.h"

@@ -73,6 +73,7 @@ private:
             if (ranks.empty()) {
                 continue;
             }
+            // Ranges that dead versions part are one among the survivors.
             if (!holders_.empty() && holders_.back().end == ranks.first) {
                 holders_.back().end = ranks.end;
             } else {

@@ -15,6 +15,7 @@ void index_ids(const container_view &view) {
     view.by_id.reserve(view.versions.size());
     for (std::size_t i = 0; i < view.versions.size(); i++) {
         const auto [entry, fresh] = view.by_id.try_emplace(view.versions[i].id, i);
+        // Of two records of a number the live one counts, of two alike the first.
         if (!fresh && view.versions[entry->second].deleted && !view.versions[i].deleted) {
             entry->second = i;
         }

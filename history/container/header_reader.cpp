@@ -91,6 +91,7 @@ bool read_status(header_reader *in) {
                               : spelling::malformed;
     if (form == spelling::malformed) {
         in->fail(1, "the first line is not a container's status record");
+        // Records behind a first line that is damaged are worth reading.
         return in->data.substr(in->offset).starts_with(format::record_mark);
     }
     if (out->format != known_formats) {
@@ -145,6 +146,7 @@ bool take_header_line(header_reader *in) {
                                 "an element record")) {
             in->check_oid(in->out->element_oid);
         }
+        // Readable or not, behind it the weave begins.
         in->end_header(in->offset, in->line_number + 1);
         return false;
     } else if (format::counts_lines(kind) && !commented) {

@@ -94,6 +94,7 @@ void import_weave::join_pending() {
 void import_weave::begin_edit(version_id id) {
     id_ = id;
     before_.clear();
+    // Swapped, so that the room of the edit before is used again.
     before_.swap(runs_);
     run_ = 0;
     line_ = 0;
@@ -134,6 +135,7 @@ void import_weave::add_record(char kind, std::uint64_t count) {
 }
 
 void import_weave::delete_until(std::uint64_t line) {
+    // Ahead of the lines, which follow it as hidden pieces.
     add_record(format::kind_delete, line - line_);
     move_until(line, false);
 }

@@ -65,6 +65,7 @@ void member_tree::push(std::size_t at) {
         return;
     }
     for (const std::size_t child : {2 * at, 2 * at + 1}) {
+        // A covered child was covered when the steps came: it misses them.
         if (nodes_[child].covers == 0) {
             take(child, nodes_[at].waiting);
         }

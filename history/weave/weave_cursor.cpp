@@ -168,6 +168,7 @@ void weave_cursor::begin_delete(const run_fields &fields, position_range members
               "a deletion by " + version_name(view_, id) + " inside a deletion that it inherits",
               all());
     }
+    // Under an open deletion holders are asked of the tree, which must know this one then.
     announced_ = active_deletion{ordinal, id, members, before, fields.count, line_};
     if (!deletions_.empty()) {
         activate_announced();
@@ -333,6 +334,7 @@ void weave_cursor::add_to_holders(const weave_stretch &stretch, const text_step 
         members_.apply(stretch.members, step);
         return;
     }
+    // All its lines are this stretch: its versions get none of them, and it ends here.
     passed_ = std::exchange(announced_, std::nullopt);
     members_.apply({stretch.members.first, passed_->members.first}, step);
     members_.apply({passed_->members.end, stretch.members.end}, step);
