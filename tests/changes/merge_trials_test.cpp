@@ -48,12 +48,13 @@ struct trial_kind {
     bool shared;  // some edits were made by two contributors
 };
 
+std::string made_row(text_maker &make, size_t kinds) {
+    return kinds == 0 ? make.line()
+                      : std::to_string(make.chance(0.7) ? 0 : make.below(kinds)) + "\n";
+}
+
 trial make_trial(text_maker &make, const trial_kind &kind) {
-    const auto line = [&] {
-        return kind.kinds == 0
-                   ? make.line()
-                   : std::to_string(make.chance(0.7) ? 0 : make.below(kind.kinds)) + "\n";
-    };
+    const auto line = [&] { return made_row(make, kind.kinds); };
     trial t;
     t.makers = 2 + make.below(4);
     for (size_t places = 1 + make.below(8); places > 0; places--) {
@@ -145,6 +146,43 @@ TEST(merge_trials, results_are_as_made_in_any_order) {
     EXPECT_GE(tables.right, tables.conflicts);
     EXPECT_GE(programs.right, 100 * programs.other) << programs.conflicts << " conflicts";
     EXPECT_GE(programs.right, 9 * programs.conflicts);
+}
+
+// One row out, in or changed by each contributor, a row apart at least: two with the same text tell
+// no more than one, all others are merged as they were made or left to the user.
+TEST(merge_trials, one_edit_each_is_never_merged_wrong) {
+    tally all;
+    for (const unsigned seed : seeds(300)) {
+        for (const size_t kinds : {0U, 2U, 3U, 5U, 10U}) {
+            text_maker make{std::mt19937(seed), 0.8};
+            const auto row = [&] { return made_row(make, kinds); };
+            trial t;
+            const size_t most = 2 + make.below(4);
+            while (t.makers < most) {
+                for (size_t i = 1 + make.below(5); i > 0; i--) {
+                    t.base.push_back(row());
+                }
+                const size_t out = make.below(2);
+                made_edit e{t.base.size() - out, t.base.size(), {}, t.makers, t.makers};
+                if (out == 0 || make.chance(0.5)) {
+                    e.text = {row()};
+                }
+                if (out == 1 && e.text == lines{t.base.back()}) {
+                    e.text = {"another\n"};
+                }
+                t.edits.push_back(e);
+                t.makers++;
+                t.base.push_back(row());
+            }
+            if (!has_twins(t)) {
+                std::vector<size_t> order(t.makers);
+                std::iota(order.begin(), order.end(), size_t{0});
+                all.add(merged(t, order), t);
+            }
+        }
+    }
+    EXPECT_EQ(all.other, 0);
+    EXPECT_GE(2 * all.right, all.conflicts);
 }
 
 // Where one of several smallest edits of a contributor holds what the other changed.
