@@ -22,10 +22,11 @@ void (*target)(std::string_view) = nullptr;
 constexpr struct {
     std::string_view name;
     void (*run)(std::string_view);
-} targets[] = {{"reader", fuzz::reader},   {"delete", fuzz::delete_versions},
-               {"purge", fuzz::purge},     {"repair", fuzz::repair},
-               {"checkin", fuzz::checkin}, {"compare", fuzz::compare},
-               {"merge", fuzz::merge},     {"options", fuzz::options}};
+} targets[] = {
+    {"reader", fuzz::reader},   {"annotate", fuzz::annotate}, {"delete", fuzz::delete_versions},
+    {"purge", fuzz::purge},     {"repair", fuzz::repair},     {"checkin", fuzz::checkin},
+    {"compare", fuzz::compare}, {"stream", fuzz::stream},     {"merge", fuzz::merge},
+    {"options", fuzz::options}};
 
 void remove_scratch() {
     std::error_code ignored;

@@ -29,11 +29,13 @@ namespace fuzz {
 
 // Each tries one input; what must hold stands at its definition.
 void reader(std::string_view input);
+void annotate(std::string_view input);
 void checkin(std::string_view input);
 void delete_versions(std::string_view input);
 void purge(std::string_view input);
 void repair(std::string_view input);
 void compare(std::string_view input);
+void stream(std::string_view input);
 void merge(std::string_view input);
 void options(std::string_view input);
 

@@ -30,6 +30,41 @@ std::string replayed(const norvik::text_lines &base, const norvik::text_lines &f
     return text += base.range(base_line, base.count());
 }
 
+// Lines first .. last, from 1.
+std::string_view take(const norvik::text_lines &text, int32_t first, int32_t last) {
+    require(first >= 1 && last <= text.count(), "lines that are not there");
+    return text.range(first - 1, last);
+}
+
+struct rebuilt_file {
+    std::string text;
+    int32_t base_end;  // the last base line that a block has dealt with
+};
+
+void add(const norvik::text_lines &base, const norvik::text_lines &file, const diff_block &block,
+         rebuilt_file *out) {
+    if (block.kind == tdm_diff_insert || block.kind == tdm_diff_moved_insert) {
+        require(block.base_first == out->base_end, "an insertion out of place");
+    } else {
+        require(block.base_first == out->base_end + 1 && block.base_last >= block.base_first,
+                "a gap");
+        out->base_end = block.base_last;
+    }
+    if (block.kind == tdm_diff_moved_insert) {
+        out->text += take(base, block.moved_first, block.moved_last);
+    } else if (block.kind == tdm_diff_moved_delete) {
+        require(take(file, block.moved_first, block.moved_last) ==
+                    take(base, block.base_first, block.base_last),
+                "moved lines differ");
+    } else if (block.kind != tdm_diff_delete) {
+        const std::string_view lines = take(file, block.other_first, block.other_last);
+        require(block.kind != tdm_diff_unchanged ||
+                    lines == take(base, block.base_first, block.base_last),
+                "unchanged lines differ");
+        out->text += lines;
+    }
+}
+
 struct outcome {
     int status;
     std::string text;  // of a clean merge
@@ -98,6 +133,44 @@ void compare(std::string_view input) {
                         "a moved line that is in no edit");
             }
         }
+    }
+}
+
+// The library's blocks of each file, in their order, walk the base without a gap and give the file.
+void stream(std::string_view input) {
+    const auto texts = texts_of_input(input, 2, 6);
+    std::vector<std::unique_ptr<held_file>> files;
+    std::vector<const char *> paths;
+    std::vector<norvik::text_lines> lines;
+    for (const std::string &text : texts) {
+        files.push_back(std::make_unique<held_file>(text));
+        paths.push_back(files.back()->path().c_str());
+        lines.push_back(norvik::split_lines(text));
+    }
+    tdm_session *opened = nullptr;
+    int identical = 0;
+    require(tdm_create_session(static_cast<int>(paths.size()), paths.data(), &opened) == 0,
+            "no session");
+    const std::unique_ptr<tdm_session, norvik::session_closer> session(opened);
+    require(tdm_compare(opened, &identical) == 0, "texts that cannot be compared");
+    if (identical != 0) {
+        return;
+    }
+    uint64_t head = 0;
+    uint64_t tail = 0;
+    require(tdm_init_diff_stream(opened, &head, &tail) == 0, "no stream");
+    const auto first = static_cast<int32_t>(head);
+    const int32_t last = lines[0].count() - static_cast<int32_t>(tail);
+    std::vector<rebuilt_file> rebuilt(texts.size(), {std::string(take(lines[0], 1, first)), first});
+    uint32_t end = 0;
+    for (diff_block block{}; tdm_get_next_diff(opened, &end, &block) == 0 && end == 0;) {
+        add(lines[0], lines.at(block.file_index), block, &rebuilt.at(block.file_index));
+    }
+    require(end != 0, "a stream that does not end");
+    for (size_t i = 1; i < texts.size(); i++) {
+        require(rebuilt[i].base_end == last, "the base is not walked to its end");
+        rebuilt[i].text += take(lines[0], last + 1, lines[0].count());
+        require(rebuilt[i].text == texts[i], "the blocks do not give the file");
     }
 }
 
