@@ -64,7 +64,8 @@ void register_purge(command_declaration &command, command_context &context) {
     options->asked.declare(command, context);
     command.details =
         "Deletes VERSION and takes every line out of the file that it inserted and no surviving\n"
-        "version holds, and copies of these lines in other deleted versions. Lines that\n"
+        "version holds, and copies of these lines in other deleted versions. A line of a version\n"
+        "deleted before that VERSION is the last to hold goes with it, too. Lines that\n"
         "surviving versions hold are listed with them and stay: delete those versions first.\n"
         "Before the container is replaced, every surviving version is compared byte for byte,\n"
         "and the new file is searched for the lines that went. Backups and copies of the old\n"

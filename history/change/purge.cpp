@@ -4,6 +4,7 @@
 // and so are the proofs; both new containers are in memory.
 #include "purge.h"
 
+#include <algorithm>
 #include <functional>
 #include <unordered_map>
 #include <unordered_set>
@@ -33,11 +34,17 @@ std::vector<bool> alive_by_position(const container_view &view, const version_tr
     return alive;
 }
 
+struct held_line {
+    version_id inserter;
+    std::string_view text;                       // without its newline
+    const std::vector<position_range> &holders;  // the parts that have survivors
+    bool purged_holds;
+};
+
 // Hands over every line of a container with the survivors that hold it.
 class holder_pass {
 public:
-    using visitor = std::function<void(const weave_stretch &, std::string_view text,
-                                       const std::vector<position_range> &holders)>;
+    using visitor = std::function<void(const held_line &)>;
 
     holder_pass(const container_view &view, const deletion_request &request)
         : view_(view),
@@ -45,19 +52,24 @@ public:
           alive_(alive_by_position(view, tree_, request)),
           survivors_(alive_) {}
 
-    void visit(const visitor &visit_line) const {
+    // `purged` is the position of the version that goes, empty when it is gone.
+    void visit(position_range purged, const visitor &visit_line) const {
         weave_cursor cursor(view_, tree_, false);
         weave_stretch stretch;
         std::vector<position_range> holders;
         while (cursor.next(&stretch)) {
             holders.clear();
             cursor.holders(stretch, &holders);
+            const bool purged_holds = !purged.empty() && std::any_of(holders.begin(), holders.end(),
+                                                                     [purged](position_range part) {
+                                                                         return part.holds(purged);
+                                                                     });
             std::erase_if(holders,
                           [this](position_range part) { return !survivors_.any_in(part); });
             for (std::string_view rest = stretch.bytes; !rest.empty();) {
                 const std::string_view line = rest.substr(0, rest.find('\n') + 1);
                 rest.remove_prefix(line.size());
-                visit_line(stretch, without_newline(text_of(line)), holders);
+                visit_line({stretch.run, without_newline(text_of(line)), holders, purged_holds});
             }
         }
     }
@@ -91,21 +103,29 @@ private:
 
 using text_set = std::unordered_set<std::string_view>;
 
-// The lines of the version that no survivor holds; those that one holds go into the result.
+// The lines of the version that no survivor holds; those that one holds go into the result. A line
+// of a version deleted before that only the purged one still holds is its own, too: an annotation
+// may name it for that line, and once it is gone no version is left to purge for it.
 text_set lines_to_take_out(const container_view &view, version_id version,
                            const deletion_request &request, purge_result *lines) {
     const holder_pass pass(view, request);
+    const version_record *record = find_version(view, version);
+    position_range purged;
+    if (record != nullptr && !record->deleted) {
+        purged.first = position_of(pass.tree(), version);
+        purged.end = purged.first + 1;
+    }
     text_set secret;
-    pass.visit([&](const weave_stretch &stretch, std::string_view text,
-                   const std::vector<position_range> &holders) {
-        if (stretch.run != version) {
+    pass.visit(purged, [&](const held_line &line) {
+        const bool is_last = line.purged_holds && line.holders.empty();
+        if (line.inserter != version && !is_last) {
             return;
         }
         lines->inserted++;
-        if (holders.empty()) {
-            secret.insert(text);
+        if (line.holders.empty()) {
+            secret.insert(line.text);
         } else {
-            pass.note(text, holders, &lines->held);
+            pass.note(line.text, line.holders, &lines->held);
         }
     });
     return secret;
@@ -130,15 +150,14 @@ result<> search(const container_view &after, const text_set &secret,
     const holder_pass pass(after, request);
     text_set told;
     bool left = false;
-    pass.visit([&](const weave_stretch &, std::string_view text,
-                   const std::vector<position_range> &holders) {
-        const auto found = secret.find(text);
+    pass.visit({}, [&](const held_line &line) {
+        const auto found = secret.find(line.text);
         if (found == secret.end()) {
             return;
         }
-        left = left || holders.empty();
-        if (!holders.empty() && told.insert(*found).second) {
-            pass.note(text, holders, &lines->copies);
+        left = left || line.holders.empty();
+        if (!line.holders.empty() && told.insert(*found).second) {
+            pass.note(line.text, line.holders, &lines->copies);
         }
     });
     return left ? refusal(after.name, "a line to purge is still there; nothing is changed")

@@ -25,9 +25,10 @@ struct kept_lines {
 };
 
 struct purge_result {
-    std::uint64_t inserted = 0;  // lines that the version inserted
-    kept_lines held;             // of these, the lines that survivors hold
-    kept_lines copies;           // gone from the version; survivors have the same line elsewhere
+    // Lines that the version inserted, or that it was the last to hold of a version deleted before.
+    std::uint64_t inserted = 0;
+    kept_lines held;    // of these, the lines that survivors hold
+    kept_lines copies;  // gone from the version; survivors have the same line elsewhere
 };
 
 // Writes the container without `version` and without its lines to `descriptor`, then reads that

@@ -111,6 +111,20 @@ TEST_F(pruning, purge_leaves_no_byte_of_the_secret) {
     EXPECT_EQ(read_file("copy"), read_file("c"));
 }
 
+// A secret whose own version is deleted already goes with the last version that holds it.
+TEST_F(pruning, purge_takes_what_only_the_version_still_holds) {
+    ASSERT_EQ(tdm("delete c --branch deep --branch draft --yes").status, 0);
+    write_file("t", "a\nHIDDEN\n");
+    ASSERT_EQ(tdm("checkin c t --branch side --from main@1").out, "side@1\n");
+    write_file("t", "a\nHIDDEN\nmore\n");
+    ASSERT_EQ(tdm("checkin c t --branch side").out, "side@2\n");
+    write_file("t", "a\nmore\n");
+    ASSERT_EQ(tdm("checkin c t --branch side --no-base").out, "side@3\n");
+    ASSERT_EQ(tdm("delete c side@1 --yes").status, 0);
+    EXPECT_EQ(tdm("purge c side@2 --yes").status, 0);
+    EXPECT_EQ(read_file("c").find("HIDDEN"), std::string::npos);
+}
+
 TEST(purge, takes_live_versions_first_and_refuses_what_names_two) {
     const scratch_folder folder;
     write_file("c",
