@@ -81,7 +81,10 @@ bool looks_changed(const container_reading &reading) {
 // While a writer replaces the file, one look may give the links from before that and the time from
 // after it; a second look has both from after it.
 bool was_changed(const container_reading &reading) {
-    return looks_changed(reading) && looks_changed(reading);
+    if (!looks_changed(reading)) {
+        return false;
+    }
+    return looks_changed(reading);
 }
 
 }  // namespace
