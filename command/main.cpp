@@ -36,9 +36,10 @@ int main(int argc, char **argv) {
     if (!occupy_standard_streams()) {
         return norvik::status_trouble;
     }
-    // A closed pipe ends the command whatever its parent thinks of that; a file that grows beyond
-    // the limit is an error to be told.
+    // A closed pipe ends the command and its children's ends are reported to it, whatever its parent
+    // thinks of that; a file that grows beyond the limit is an error to be told.
     signal(SIGPIPE, SIG_DFL);
+    signal(SIGCHLD, SIG_DFL);
     signal(SIGXFSZ, SIG_IGN);
     norvik::watch_end_signals();
     const char *temporary = std::getenv("TMPDIR");

@@ -93,7 +93,7 @@ void write_sides(const both_sides &sides, int ours, int theirs, sides_writer *ou
 
 // Opens a regular file: anything else may have no end, or has been read (errno is not_regular).
 owned_descriptor open_side(const char *path) {
-    owned_descriptor side(sys::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    owned_descriptor side(sys::open(path, sys::read_at_once));
     struct stat status {};
     if (!side.is_open() || sys::fstat(side.get(), &status) != 0) {
         return {};

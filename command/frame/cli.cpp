@@ -148,21 +148,27 @@ exit_status dispatch(std::span<char *> words) {
         return usage_error("", "no command given");
     }
     const std::string_view first = words[0];
+    const bool help = first == "-h" || first == "--help" || first == "help";
+    const std::size_t most = help ? 2 : first == "--version" ? 1 : words.size();
+    if (words.size() > most) {
+        return usage_error("", "one operand too many: '" + escape_name(words[most]) + "'");
+    }
     if (first == "--version") {
         standard_output().write(version_line);
         return status_done;
     }
-    if (first == "-h" || first == "--help" || (first == "help" && words.size() == 1)) {
+    if (help && words.size() == 1) {
         print_overview(first != "-h");
         return status_done;
     }
-    const bool help = first == "help";
     const char *name = words[help ? 1 : 0];
     for (const command_entry &entry : command_table()) {
         if (std::strcmp(entry.name, name) == 0) {
             static char full_help[] = "--help";
-            static char *help_words[] = {full_help};
-            return run_command(entry, help ? std::span<char *>(help_words) : words.subspan(1));
+            static char *full_words[] = {full_help};
+            return run_command(entry, first == "-h" ? words.first(1)
+                                      : help        ? std::span<char *>(full_words)
+                                                    : words.subspan(1));
         }
     }
     return unknown_command(name);

@@ -48,8 +48,7 @@ std::error_code take_pipe(owned_descriptor *pipe, std::uint64_t most) {
 
 result<> open_input(const std::string &name, std::uint64_t most_of_pipe, container_reading *out) {
     // A pipe that nobody writes to is empty; waiting for its writer could last for ever.
-    out->input =
-        owned_descriptor(sys::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    out->input = owned_descriptor(sys::open(name.c_str(), sys::read_at_once));
     if (!out->input.is_open() || sys::fstat(out->input.get(), &out->opened) != 0) {
         return system_failure(name, cannot_be_read, last_error());
     }

@@ -70,8 +70,7 @@ std::string reason_of_line(std::string_view line) {
 // stored with another one.
 void say_why_no_text(const char *path) try {
     const std::string_view name = norvik::name_of_path(path);
-    const norvik::owned_descriptor file(
-        norvik::sys::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    const norvik::owned_descriptor file(norvik::sys::open(path, norvik::sys::read_at_once));
     norvik::file_bytes bytes;
     std::string_view rest;
     if (file.is_open() && !bytes.load(file.get())) {

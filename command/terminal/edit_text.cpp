@@ -12,6 +12,7 @@
 
 #include "container_view.h"
 #include "descriptor_path.h"
+#include "escaped_text.h"
 #include "exit_status.h"
 #include "output.h"
 #include "private_file.h"
@@ -67,10 +68,18 @@ exit_status run_editor(const std::string &path) {
         _exit(127);
     }
     int status = 0;
-    while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    pid_t ended = child;
+    do {
+        ended = child < 0 ? child : waitpid(child, &status, 0);
+    } while (ended < 0 && child > 0 && errno == EINTR);
+    const std::string shown = "the editor '" + escape_name(editor_command()) + "'";
+    if (ended < 0) {
+        return say_errno(shown, "cannot be run", last_error());
     }
-    if (child < 0 || status != 0) {
-        say("the editor failed");
+    if (status != 0) {
+        say("%s ended with %s %d; nothing is taken from it", shown.c_str(),
+            WIFSIGNALED(status) ? "signal" : "status",
+            WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status));
         return status_trouble;
     }
     return status_done;

@@ -157,8 +157,10 @@ exit_status finish_standard_output() {
     }
     // What the library has printed through the stream shares the descriptor; a descriptor that was
     // closed from the start (EBADF with nothing to write) is no failure.
-    const bool stream_failed = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
-    const std::error_code stream_error = stream_failed ? last_error() : std::error_code();
+    std::error_code stream_error = std::fflush(stdout) != 0 ? last_error() : std::error_code();
+    if (!stream_error && std::ferror(stdout) != 0) {
+        stream_error = system_error(EIO);  // of an earlier call, whose cause is no longer known
+    }
     const std::error_code own_error = standard_output().close_and_take_error();
     const std::error_code error = own_error ? own_error : stream_error;
     if (error && !done_before_output.empty()) {

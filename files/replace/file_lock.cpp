@@ -250,9 +250,14 @@ result<locked_file> lock_file(const std::string &name, bool may_be_new,
         if (!done) {
             return done.failure();
         }
-        // The command that held the lock has put a new file in this one's place: start again.
-        if (sys::fstat(file.descriptor.get(), &file.status) == 0 &&
-            look_by_name(file.folder.get(), file.base(), file.status).same) {
+        const second_look seen = sys::fstat(file.descriptor.get(), &file.status) == 0
+                                     ? look_by_name(file.folder.get(), file.base(), file.status)
+                                     : second_look{false, last_error()};
+        if (seen.error) {
+            return system_failure(name, "cannot be looked at again", seen.error);
+        }
+        // Else the command that held the lock has put a new file in its place: start again.
+        if (seen.same) {
             return result<locked_file>(std::move(file));
         }
     }

@@ -45,6 +45,10 @@ enum class call {
     random,
 };
 
+// To read what stands under a name that others chose: neither waits for a pipe's writer nor takes a
+// terminal as the process's own.
+inline constexpr int read_at_once = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+
 // Null but in tests. Returns whether the call fails, with errno set; may lower `count`, the bytes
 // that a read or a write is asked for.
 inline bool (*fault)(call which, std::size_t *count) = nullptr;

@@ -64,7 +64,7 @@ result<> open_text_file(const std::string &name, text_file *out) {
     const bool is_standard_input = name == "-";
     owned_descriptor opened;
     if (!is_standard_input) {
-        opened = owned_descriptor(sys::open(name.c_str(), O_RDONLY | O_CLOEXEC));
+        opened = owned_descriptor(sys::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
     }
     const int from = is_standard_input ? STDIN_FILENO : opened.get();
     struct stat status {};

@@ -44,7 +44,7 @@ result<> merge_with_newest(const container_view &view, const checkin_base &found
 std::size_t find_conflict(std::string_view text) {
     std::size_t first = std::string_view::npos;
     std::size_t at = 0;
-    for (const char *marker : {"<<<<<<< ", "||||||| ", "=======\n", ">>>>>>> "}) {
+    for (const char *marker : {"<<<<<<< ", "=======\n", ">>>>>>> "}) {
         at = find_line(text, marker, at);
         if (at == std::string_view::npos) {
             return 0;

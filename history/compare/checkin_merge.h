@@ -23,8 +23,8 @@ struct checkin_merge {
 result<> merge_with_newest(const container_view &view, const checkin_base &found,
                            const std::string &name, std::string_view text, checkin_merge *out);
 
-// The first line (from 1) of a conflict between markers of ours that stands in the text, 0 for
-// none.
+// The first line (from 1) of a conflict between markers that stands in the text, of ours or of
+// those without the base's lines; 0 for none.
 [[nodiscard]] std::size_t find_conflict(std::string_view text);
 
 }  // namespace norvik

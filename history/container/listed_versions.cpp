@@ -59,8 +59,9 @@ void listed_versions::take_branch(const branch_record &record) {
     const branch_facts *parent = record.number == 0 ? nullptr : find(record.parent.branch);
     const bool below_point =
         parent != nullptr && parent->count > 0 && record.parent.number >= parent->lowest;
+    const bool has_point = record.number == 0 && record.parent != version_id{};
     if (branch.record != nullptr || branch.count == 0 || record.number > view_.highest_branch ||
-        below_point) {
+        below_point || has_point) {
         sound_ = false;
     }
     branch.record = &record;

@@ -17,8 +17,7 @@ public:
     // Reads the header's records, once. The view must outlive the object.
     explicit listed_versions(const container_view &view);
 
-    // True when check_header finds no fault, but for a version that the first branch claims to be
-    // made off; false when there may be one.
+    // True when check_header finds no fault; false when there may be one.
     bool header_is_sound() const { return sound_; }
 
     // Whether the version has a record in the header, commented out or not.

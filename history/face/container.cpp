@@ -77,7 +77,7 @@ norvik_error *open_path(const char *path, std::uint32_t flags, norvik_container 
     if (path == nullptr) {
         return refuse("there is no path");
     }
-    const owned_descriptor input(sys::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    const owned_descriptor input(sys::open(path, sys::read_at_once));
     struct stat status {};
     if (!input.is_open() || sys::fstat(input.get(), &status) != 0) {
         return make_error(system_failure(path, "cannot be read", last_error()));

@@ -141,8 +141,7 @@ result<> plan_purging(container_change *locked, const char *version, purge_plan 
 }
 
 result<> judge(const std::string &path, bool drop_stray, held_repair *repair) {
-    repair->input =
-        owned_descriptor(sys::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    repair->input = owned_descriptor(sys::open(path.c_str(), sys::read_at_once));
     if (!repair->input.is_open() || sys::fstat(repair->input.get(), &repair->found) != 0) {
         return system_failure(path, "cannot be read", last_error());
     }

@@ -25,6 +25,8 @@ TEST(frame, wrong_usage_is_told_in_one_line_and_gives_2) {
          "unknown option '--form'; did you mean '--from'? (see 'tdm checkin -h')"},
         {"checkin a", "operand FILE is missing (see 'tdm checkin -h')"},
         {"list a b\x1b", "one operand too many: 'b\\e' (see 'tdm list -h')"},
+        {"--version a", "one operand too many: 'a' (see 'tdm -h')"},
+        {"help list a", "one operand too many: 'a' (see 'tdm -h')"},
         {"list a --branch", "--branch: 1 required TEXT missing (see 'tdm list -h')"},
         {"list -- a --json", "one operand too many: '--json' (see 'tdm list -h')"},
         {"list -", "a container is a file, never standard input (./- is one) (see 'tdm list -h')"},
@@ -66,6 +68,7 @@ TEST(frame, help_of_every_command_is_on_standard_output) {
         const command_result brief = tdm({entry.name, "-h"});
         const command_result full = tdm({entry.name, "--help"});
         EXPECT_EQ(brief.status + full.status, 0) << entry.name;
+        EXPECT_EQ(tdm({"--help", entry.name}).out, full.out);
         EXPECT_EQ(brief.err + full.err, "") << entry.name;
         EXPECT_TRUE(brief.out.starts_with(std::string("Usage: tdm ") + entry.name)) << brief.out;
         EXPECT_NE(brief.out.find("Examples:\n  tdm "), std::string::npos) << brief.out;

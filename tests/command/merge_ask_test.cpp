@@ -15,7 +15,8 @@ protected:
     }
 
     // The answers are written in a row, "." for an empty line.
-    command_result merge(const std::string &answers, const std::string &options = "--ask") {
+    command_result merge(const std::string &answers, const std::string &options = "--ask",
+                         const std::string &editor = "kill -INT $PPID; sh edit.sh") {
         std::string lines;
         for (const std::string &answer : words_of(answers)) {
             lines += (answer == "." ? "" : answer) + "\n";
@@ -23,7 +24,7 @@ protected:
         // The editor leaves the markers at first. What interrupts it does not end the merge.
         write_file("edit.sh", "test -e tried && echo edited >\"$1\"; touch tried\n");
         return on_terminal("merge base x y -f -o out " + options, lines,
-                           {.environment = {"EDITOR=kill -INT $PPID; sh edit.sh", "VISUAL="}});
+                           {.environment = {"EDITOR=" + editor, "VISUAL="}});
     }
 
     const scratch_folder folder_;
@@ -59,6 +60,10 @@ TEST_F(asking, abandoned_merge_leaves_no_output) {
     EXPECT_EQ(merge("").status, 1);  // end of input
     EXPECT_EQ(merge("y", "--ask --no-input").status, 2);
     EXPECT_EQ(merge("a", "--mq 1").status, 1);
+    const command_result failed = merge("e a", "--ask", "sh -c 'exit 3'");
+    EXPECT_NE(failed.out.find("'sh -c 'exit 3'' ended with status 3; nothing is taken from it"),
+              std::string::npos)
+        << failed.out;
     EXPECT_EQ(files_in("."), (std::vector<std::string>{"base", "edit.sh", "x", "y"}));
 }
 
