@@ -3,8 +3,7 @@
 //
 // A container's input is the container itself, so that a finding can be tried with the command.
 // Whatever else a target must choose comes from a generator that the input's bytes seed.
-#ifndef TDM_FUZZ_TARGETS_H
-#define TDM_FUZZ_TARGETS_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -95,5 +94,3 @@ std::vector<std::string> &word_list();
 std::vector<std::string> texts_of_input(std::string_view input, size_t least, size_t most);
 
 }  // namespace fuzz
-
-#endif

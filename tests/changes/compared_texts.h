@@ -1,6 +1,5 @@
 // Texts compared by a plain pairing of lines, which takes the place of the library's comparison.
-#ifndef TDM_TESTS_COMPARED_TEXTS_H
-#define TDM_TESTS_COMPARED_TEXTS_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -34,5 +33,3 @@ struct merge_of {
 
     explicit merge_of(const std::vector<std::string> &all, norvik::merge_options options = {});
 };
-
-#endif

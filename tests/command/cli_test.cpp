@@ -93,9 +93,7 @@ TEST(frame, full_device_is_noticed) {
     ASSERT_EQ(tdm("checkin c a").status, 0);
     const command_options full{.output_path = "/dev/full"};
     for (const char *words : {"--version", "--help", "list c", "checkout c", "annotate c"}) {
-        const command_result result = tdm(words, full);
-        EXPECT_EQ(result.status, 2) << words;
-        EXPECT_NE(result.err.find("No space left"), std::string::npos) << result.err;
+        expect_told(tdm(words, full), 2, "No space left");
     }
     const std::string tail = ", but <stdout> could not be written: No space left on device\n";
     EXPECT_EQ(tdm("import c a a --allow-same", full).err,

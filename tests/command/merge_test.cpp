@@ -32,9 +32,7 @@ TEST_F(merging, what_cannot_be_seen_is_told) {
     write_file("b", "a\nb\nc\n");
     write_file("x", "a\nb\r\nc\n");
     write_file("y", "a\nb \nc\n");
-    const command_result result = tdm("merge b x y");
-    EXPECT_EQ(result.status, 1);
-    EXPECT_NE(result.err.find("blanks at line ends only"), std::string::npos) << result.err;
+    expect_told(tdm("merge b x y"), 1, "blanks at line ends only");
 }
 
 TEST_F(merging, command_writes_reports_and_refuses) {
@@ -104,9 +102,7 @@ TEST_F(merging, same_lines_in_two_places_are_told_and_a_conflict_under_strict) {
     };
     for (const auto &row : rows) {
         const std::string line = std::string("merge base x y -f -o out") + row.option;
-        const command_result result = tdm(line.c_str());
-        EXPECT_EQ(result.status, row.status);
-        EXPECT_NE(result.err.find(row.words), std::string::npos) << result.err;
+        expect_told(tdm(line.c_str()), row.status, row.words);
         const command_result json = tdm((line + " --json").c_str());
         EXPECT_NE(json.out.find(row.json), std::string::npos) << json.out;
     }

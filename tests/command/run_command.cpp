@@ -13,7 +13,8 @@
 #include <iterator>
 #include <regex>
 #include <sstream>
-#include <stdexcept>
+
+#include "redirection.h"
 
 namespace {
 
@@ -22,6 +23,7 @@ namespace {
     dup2(input, STDIN_FILENO);
     dup2(out, STDOUT_FILENO);
     dup2(err, STDERR_FILENO);
+    close_range(STDERR_FILENO + 1, ~0U, 0);
     signal(SIGPIPE, SIG_DFL);
     if (options.file_size_limit >= 0) {
         const auto bytes = static_cast<rlim_t>(options.file_size_limit);
@@ -49,35 +51,6 @@ namespace {
     _exit(127);
 }
 
-int scratch_file() {
-    char path[] = "/tmp/tdm-test-stream-XXXXXX";
-    const int descriptor = mkostemp(path, O_CLOEXEC);
-    unlink(path);
-    return descriptor;
-}
-
-std::string take_all(int descriptor) {
-    std::string bytes(static_cast<size_t>(lseek(descriptor, 0, SEEK_END)), '\0');
-    const ssize_t got = pread(descriptor, bytes.data(), bytes.size(), 0);
-    close(descriptor);
-    if (got != static_cast<ssize_t>(bytes.size())) {
-        throw std::runtime_error("the test's own file cannot be read");
-    }
-    return bytes;
-}
-
-int input_descriptor(const std::string &input) {
-    if (input.empty()) {
-        return open("/dev/null", O_RDONLY | O_CLOEXEC);
-    }
-    const int descriptor = scratch_file();
-    if (write(descriptor, input.data(), input.size()) != static_cast<ssize_t>(input.size())) {
-        throw std::runtime_error("the test's own file cannot be written");
-    }
-    lseek(descriptor, 0, SEEK_SET);
-    return descriptor;
-}
-
 // A copy of the command and its libraries that every user can reach: the build tree may lie in a
 // folder that is closed to others, such as root's home.
 std::string command_for_all() {
@@ -103,27 +76,22 @@ std::string command_for_all() {
 }  // namespace
 
 command_result run(const std::vector<std::string> &words, const command_options &options) {
-    const int input = input_descriptor(options.input);
-    const int out = options.output_path.empty()
-                        ? scratch_file()
-                        : open(options.output_path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-    const int err = scratch_file();
+    const support::scratch_file input(options.input), out, err;
+    const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const int elsewhere = options.output_path.empty() ? -1
+                                                      : open(options.output_path.c_str(),
+                                                             O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
     const pid_t child = fork();
     if (child == 0) {
-        become(words, options, input, out, err);
+        become(words, options, options.input.empty() ? nothing : input.descriptor,
+               elsewhere < 0 ? out.descriptor : elsewhere, err.descriptor);
     }
     int status = 0;
     waitpid(child, &status, 0);
-    close(input);
-    command_result result;
-    result.status = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-    if (options.output_path.empty()) {
-        result.out = take_all(out);
-    } else {
-        close(out);
-    }
-    result.err = take_all(err);
-    return result;
+    close(nothing);
+    close(elsewhere);
+    return {WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status), out.contents(),
+            err.contents()};
 }
 
 command_result tdm(const std::vector<std::string> &arguments, const command_options &options) {
@@ -159,6 +127,18 @@ command_result on_terminal(const std::string &arguments, const std::string &answ
               options);
     std::filesystem::remove("answers");
     return result;
+}
+
+void expect_told(const command_result &result, int status, const std::string &said,
+                 const char *file, int line) {
+    const testing::ScopedTrace from(file, line, "told '" + said + "'");
+    EXPECT_EQ(result.status, status) << result.out << result.err;
+    EXPECT_EQ(result.err.empty(), said.empty()) << result.err;
+    EXPECT_NE(result.err.find(said), std::string::npos) << result.err;
+}
+
+std::string without_identifiers(const std::string &text) {
+    return std::regex_replace(text, std::regex("[0-9a-f]{32}"), "IDENTIFIER");
 }
 
 // JSON with each object and array that is short enough on one line.

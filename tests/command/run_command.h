@@ -1,6 +1,5 @@
 // Runs the built command (or any other) in a folder of its own and catches what it says.
-#ifndef TDM_TESTS_RUN_COMMAND_H
-#define TDM_TESTS_RUN_COMMAND_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -46,8 +45,13 @@ command_result shell(const std::string &script, command_options options = {});
 command_result on_terminal(const std::string &arguments, const std::string &answers = {},
                            const command_options &options = {});
 
+// Expects the exit status, and these words among those on standard error; none there for none.
+void expect_told(const command_result &result, int status, const std::string &said,
+                 const char *file = __builtin_FILE(), int line = __builtin_LINE());
+
+// The text with IDENTIFIER for every random identifier of a version.
+std::string without_identifiers(const std::string &text);
+
 // Compares with tests/golden/NAME, or rewrites that file when TDM_UPDATE_GOLDEN is set. JSON
 // stands in the file on fewer lines than it was printed on.
 void expect_golden(const std::string &name, const std::string &printed);
-
-#endif

@@ -35,16 +35,20 @@ protected:
         }
     }
 
-    // A text that is made from main@1, whose line 5 becomes `last`.
-    static void edit(const char *file, const std::string &last) {
+    // A text that is made from main@1, whose line 5 becomes `last`, with more in front.
+    static void edit(const char *file, const std::string &last, const std::string &front = "") {
         ASSERT_EQ(tdm({"checkout", "c", "main@1", "-o", file, "--force"}).status, 0);
-        write_file(file, "1\n2\n3\n4\n" + last);
+        write_file(file, front + "1\n2\n3\n4\n" + last);
     }
 
     const scratch_folder folder_;
 };
 
 const std::string newest_text = "1\nB\n3\n4\nE\n";
+
+// While a command runs: f gets another text of the same size and time, so that only the bytes tell.
+const std::string changed_unseen =
+    "sleep 0.4; cp -p f t; echo X | dd of=f conv=notrunc status=none; touch -r t f; wait $!";
 
 TEST_F(update, checkout_replaces_what_a_version_keeps_and_nothing_else) {
     const std::pair<const char *, bool> rows[] = {{"1\nB\n3\n4\n5\n", true},
@@ -77,21 +81,15 @@ TEST_F(update, file_that_may_only_be_read_is_replaced_and_marked) {
     ASSERT_EQ(chmod(".", 0777) + chmod("c", 0644), 0);  // the texts came from a private file
     ASSERT_EQ(tdm("checkout c -o f", {.unprivileged = true}).status, 0);
     chmod("f", 0444);
-    const command_result result = tdm("checkout c main@1 -o f", {.unprivileged = true});
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.err, "");
+    expect_told(tdm("checkout c main@1 -o f", {.unprivileged = true}), 0, "");
     EXPECT_EQ(tdm({"checkout", "c", base_of("f")}).out, read_file("f"));
     EXPECT_EQ(mode_of("f"), 0444u);
 }
 
 TEST_F(update, text_that_changes_before_the_rename_stays) {
     ASSERT_EQ(tdm("checkout c -o f").status, 0);
-    // Same size and time: only the bytes tell.
-    const command_result result = shell(
-        "$SLOW $TDM checkout c main@1 -o f & sleep 0.4; cp -p f t; echo X | dd of=f conv=notrunc "
-        "status=none; touch -r t f; wait $!");
-    EXPECT_EQ(result.status, 2);
-    EXPECT_NE(result.err.find("changed by somebody else"), std::string::npos) << result.err;
+    expect_told(shell("$SLOW $TDM checkout c main@1 -o f & " + changed_unseen), 2,
+                "changed by somebody else");
     EXPECT_EQ(read_file("f"), "X\nB\n3\n4\nE\n");
 }
 
@@ -127,9 +125,7 @@ TEST_F(update, checkin_is_held_against_what_the_file_was_made_from) {
     edit("f", "X\n");
     const std::string before = read_file("c");
     for (const auto &r : rows) {
-        const command_result result = tdm(("checkin c f --dry-run " + r.words).c_str());
-        EXPECT_EQ(result.status, r.status) << result.err;
-        EXPECT_NE(result.err.find(r.said), std::string::npos) << result.err;
+        expect_told(tdm(("checkin c f --dry-run " + r.words).c_str()), r.status, r.said);
     }
     EXPECT_EQ(tdm("checkin c f").status, 1);
     EXPECT_EQ(read_file("c"), before);
@@ -148,28 +144,21 @@ TEST_F(update, mark_follows_what_is_stored_and_foreign_ones_are_told) {
     // A text that is the newest all the same is made from it from now on.
     edit("f", "");
     write_file("f", "next\n");
-    const command_result same = tdm("checkin c f");
-    EXPECT_EQ(same.status, 1);
-    EXPECT_NE(same.err.find("nothing to store"), std::string::npos) << same.err;
+    expect_told(tdm("checkin c f"), 1, "nothing to store");
     EXPECT_EQ(tdm({"checkout", "c", base_of("f")}).out, "next\n");
     setxattr("f", attribute, "elsewhere", 9, 0);
     write_file("f", "over\n");
-    const command_result foreign = tdm("checkin c f");
-    EXPECT_EQ(foreign.out, "main@6\n");
-    EXPECT_NE(foreign.err.find("version elsewhere, which is not one of c"), std::string::npos);
+    expect_told(tdm("checkin c f"), 0, "version elsewhere, which is not one of c");
     ASSERT_EQ(tdm("checkin c -", {.input = "over\nlines that stay\n"}).out, "main@7\n");
     ASSERT_EQ(tdm("delete c main@6 --yes").status, 0);
     const std::string gone =
         "tdm: f: was made from version " + base_of("f") + ", which has been deleted from c";
-    const command_result unmerged = tdm("checkin c f --merge");
-    EXPECT_EQ(unmerged.status, 2);
-    EXPECT_EQ(unmerged.err, gone + ": no base for a merge (--base VERSION says it)\n");
-    const command_result passed = tdm("checkin c f");
-    EXPECT_EQ(passed.status, 0);
-    EXPECT_EQ(passed.err, gone + "; the mark is passed over, and what came since cannot be told\n");
+    expect_told(tdm("checkin c f --merge"), 2,
+                gone + ": no base for a merge (--base VERSION says it)\n");
+    expect_told(tdm("checkin c f"), 0,
+                gone + "; the mark is passed over, and what came since cannot be told\n");
     setxattr("f", attribute, std::string(300, 'x').data(), 300, 0);
-    EXPECT_NE(tdm("checkin c f").err.find(std::string(256, 'x') + "..., which is not"),
-              std::string::npos);
+    expect_told(tdm("checkin c f"), 1, std::string(256, 'x') + "..., which is not");
 }
 
 TEST_F(update, file_that_cannot_be_marked_is_told_where_it_had_a_mark) {
@@ -192,42 +181,32 @@ TEST_F(update, file_that_cannot_be_marked_is_told_where_it_had_a_mark) {
 }
 
 TEST_F(update, merge_stores_what_is_clean_and_leaves_conflicts_in_the_file) {
-    edit("f", "5\nmine\n");
-    write_file("f", "0\n" + read_file("f"));  // conflicts with the newest at the end alone
+    edit("f", "5\nmine\n", "0\n");  // conflicts with the newest at the end alone
     ASSERT_EQ(tdm("checkin c f --merge").status, 1);
     EXPECT_EQ(read_file("f"), "0\n1\n2\n3\n4\n5\nmine\n");
     ASSERT_EQ(tdm("checkin c f --merge --update").status, 1);
     EXPECT_EQ(read_file("f"),
               "0\n1\nB\n3\n4\n<<<<<<< f\n5\nmine\n||||||| main@1\n5\n=======\nE\n>>>>>>> main@3\n");
     EXPECT_EQ(tdm({"checkout", "c", base_of("f")}).out, newest_text);
-    EXPECT_NE(tdm("checkin c f --dry-run").err.find("f:6: a conflict between markers would be"),
-              std::string::npos);
+    expect_told(tdm("checkin c f --dry-run"), 0, "f:6: a conflict between markers would be");
     ASSERT_EQ(shell("cp c d; $TDM checkin d f -q").status, 0);
     EXPECT_EQ(tdm("checkin d f").err.find("a conflict"), std::string::npos) << "nothing stored";
-    EXPECT_NE(tdm("checkin c - --base main@1 --merge", {.input = "0\n1\n2\n3\n4\n5\nmine\n"})
-                  .err.find("nothing is stored\n"),
-              std::string::npos);
+    expect_told(tdm("checkin c - --base main@1 --merge", {.input = "0\n1\n2\n3\n4\n5\nmine\n"}), 1,
+                "nothing is stored\n");
 
-    edit("f", "5\n");
-    write_file("f", "0\n" + read_file("f"));
+    edit("f", "5\n", "0\n");
     const std::string mark = base_of("f");
-    EXPECT_NE(tdm("checkin c f --merge --update --dry-run").err.find("f: would be merged with"),
-              std::string::npos);
-    const command_result merged = tdm("checkin c f --merge");
-    EXPECT_EQ(merged.out, "main@4\n");
-    EXPECT_NE(merged.err.find("f: keeps its own text"), std::string::npos) << merged.err;
-    EXPECT_EQ(tdm("checkout c").out, "0\n" + newest_text);
+    expect_told(tdm("checkin c f --merge --update --dry-run"), 0, "f: would be merged with");
+    expect_told(tdm("checkin c f --merge"), 0, "f: keeps its own text");
+    EXPECT_EQ(tdm("checkout c main@4").out, "0\n" + newest_text);
     EXPECT_EQ(base_of("f"), mark) << "the file lacks what came since";
-    const command_result same = tdm("checkin c f --merge --update");
-    EXPECT_EQ(same.status, 1) << "nothing new";
-    EXPECT_NE(same.err.find("f: is updated to the text of main@4"), std::string::npos) << same.err;
+    expect_told(tdm("checkin c f --merge --update"), 1, "f: is updated to the text of main@4");
     EXPECT_EQ(read_file("f"), "0\n" + newest_text);
     write_file("f", "0\n" + newest_text + "more\n");
     ASSERT_EQ(tdm("checkin c f --merge --update").out, "main@5\n");
     edit("f", "E\n");
     ASSERT_EQ(chmod("c", 0600) + chmod("f", 0644), 0);
-    EXPECT_NE(tdm("checkin c f --merge --update").err.find("f: gets the mode 0600: what it is"),
-              std::string::npos);
+    expect_told(tdm("checkin c f --merge --update"), 1, "f: gets the mode 0600: what it is");
     EXPECT_EQ(mode_of("f"), 0600u);
 }
 
@@ -250,24 +229,17 @@ TEST_F(update, marks_what_is_certain_and_tells_what_came_since) {
 }
 
 TEST_F(update, file_that_changes_during_a_merge_stays_and_nothing_is_stored) {
-    edit("f", "5\n");
-    write_file("f", "0\n" + read_file("f"));
+    edit("f", "5\n", "0\n");
     const std::string before = read_file("c");
     // The container's lock is held until the file that was read is another one.
-    const command_result result = shell(
-        "flock c sleep 0.8 & sleep 0.2; $TDM checkin -q c f --merge --update & sleep 0.2; "
-        "echo X >f; wait $!");
-    EXPECT_EQ(result.status, 2);
-    EXPECT_NE(result.err.find("changed by somebody else"), std::string::npos) << result.err;
+    expect_told(shell("flock c sleep 0.8 & sleep 0.2; $TDM checkin -q c f --merge --update & "
+                      "sleep 0.2; echo X >f; wait $!"),
+                2, "changed by somebody else");
     EXPECT_EQ(read_file("f"), "X\n");
     EXPECT_EQ(read_file("c"), before);
-    // So late that it has been stored; and of same size and time, so that only the bytes tell.
-    edit("f", "5\n");
-    write_file("f", "0\n" + read_file("f"));
-    EXPECT_EQ(shell("$SLOW $TDM checkin c f --merge --update & sleep 0.4; cp -p f t; "
-                    "echo X | dd of=f conv=notrunc status=none; touch -r t f; wait $!")
-                  .status,
-              2);
+    // So late that it has been stored.
+    edit("f", "5\n", "0\n");
+    EXPECT_EQ(shell("$SLOW $TDM checkin c f --merge --update & " + changed_unseen).status, 2);
     EXPECT_EQ(read_file("f"), "X\n1\n2\n3\n4\n5\n");
 }
 

@@ -1,7 +1,6 @@
 // A folder with a container, texts and damage, and commands that run on it within this process, so
 // that a test can make something fail under them.
-#ifndef TDM_TESTS_COMMAND_IN_PROCESS_H
-#define TDM_TESTS_COMMAND_IN_PROCESS_H
+#pragma once
 
 #include <gtest/gtest.h>
 
@@ -84,5 +83,3 @@ protected:
 private:
     void restore();
 };
-
-#endif

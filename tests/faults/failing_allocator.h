@@ -1,7 +1,6 @@
 // The allocators of this program: those of C++ and the library's services. While `counts` is set,
 // the one numbered `fails_at` fails.
-#ifndef TDM_TESTS_FAILING_ALLOCATOR_H
-#define TDM_TESTS_FAILING_ALLOCATOR_H
+#pragma once
 
 struct allocator_state {
     bool counts = false;
@@ -10,5 +9,3 @@ struct allocator_state {
     long count = 0;
 };
 extern allocator_state allocator;
-
-#endif

@@ -1,7 +1,6 @@
 // A container with a random branching history, made through the library, beside a model that keeps
 // every text whole.
-#ifndef TDM_TESTS_RANDOM_HISTORY_H
-#define TDM_TESTS_RANDOM_HISTORY_H
+#pragma once
 
 #include <map>
 #include <string>
@@ -51,5 +50,3 @@ private:
 };
 
 }  // namespace host_tests
-
-#endif

@@ -1,6 +1,5 @@
 // Containers written out in a test.
-#ifndef TDM_TESTS_SAMPLE_CONTAINER_H
-#define TDM_TESTS_SAMPLE_CONTAINER_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -42,5 +41,3 @@ inline constexpr const char *sound_container =
 
 // The sound container with the first `from` replaced by `to`.
 std::string spoiled_container(std::string_view from, std::string_view to);
-
-#endif

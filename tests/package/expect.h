@@ -1,6 +1,5 @@
 /* What the hosts of the tests share: an answer that is not as documented ends them. */
-#ifndef EXPECT_H
-#define EXPECT_H
+#pragma once
 
 #include <norviktdm/common.h>
 #include <stdio.h>
@@ -47,5 +46,3 @@ static inline int failed_as(norvik_error *error, int kind) {
 static inline int refused(norvik_error *error) {
     return failed_as(error, norvik_kind_refused);
 }
-
-#endif

@@ -20,7 +20,7 @@ struct scratch_file {
     scratch_file &operator=(const scratch_file &) = delete;
 
     std::string contents() const {
-        std::string text(1 << 16, '\0');
+        std::string text(static_cast<size_t>(lseek(descriptor, 0, SEEK_END)), '\0');
         text.resize(static_cast<size_t>(pread(descriptor, text.data(), text.size(), 0)));
         return text;
     }

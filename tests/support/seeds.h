@@ -1,6 +1,5 @@
 // One way to repeat every random test.
-#ifndef TDM_TESTS_SEEDS_H
-#define TDM_TESTS_SEEDS_H
+#pragma once
 
 #include <gtest/gtest.h>
 
@@ -34,5 +33,3 @@ private:
     unsigned left_;
     std::optional<testing::ScopedTrace> trace_;
 };
-
-#endif

@@ -1,6 +1,5 @@
 // Small texts written as words, and random ones.
-#ifndef TDM_TESTS_SMALL_TEXTS_H
-#define TDM_TESTS_SMALL_TEXTS_H
+#pragma once
 
 #include <random>
 #include <string>
@@ -39,5 +38,3 @@ struct text_maker {
 
 // The lines joined; `open_end` takes the last newline off.
 std::string joined(const std::vector<std::string> &lines, bool open_end = false);
-
-#endif
