@@ -117,119 +117,21 @@ TEST_F(inspection, trouble_is_told_by_status_and_words) {
     }
 }
 
-TEST_F(inspection, scripts_get_what_is_written_here) {
+// A line that begins with "$ " is run, together with those behind it that begin with "> ", and
+// prints what follows.
+TEST_F(inspection, scripts_print_what_is_written_down) {
     write_file("head", "^S db1 0\n^V v0 0 0 0\n^B main 0 0 0\n^E e\n");
-    const std::pair<const char *, const char *> rows[] = {
-        {"$TDM list c --branch draft | grep -c ^main", "0\n"},
-        {"$TDM show c -U0 | grep -c '^ '", "0\n"},
-        {"$TDM show c main@1 | grep '^branch off'", "branch off   draft\n"},
-        {"$TDM log c --json --reverse | grep '\"name\"' | tail -1",
-         "      \"name\": \"main@4\",\n"},
-        {"$TDM delete c main@1 --dry-run 2>&1 | grep -o 'for main@.'", "for main@3\n"},
-        {"cp c d; $TDM delete d draft@2 --yes -q", ""},
-        {"(head -1 head; for i in 6 5 4 3 2 1; do echo ^V v$i 0 $i 0; done; tail -n +2 head; "
-         "for i in 1 2 3 4 5 6; do printf '^I 0 %d 1\\nx\\n' $i; done) >d; "
-         "$TDM purge d main@6 --dry-run 2>&1 | grep ': x'",
-         "tdm:   main@1, main@2, main@3, main@4 and 1 more: x\n"},
-        {"sed '2i^V 12345678b 0 1 0' head | sed '2i^V 12345678a 0 2 0' >d; $TDM log d --oneline",
-         "* main@2 12345678a +0 -0 0\n* main@1 12345678b +0 -0 0\n* main@0 v0 +0 -0 0\n"},
-        {"sed 's/db1 0/db1 1/; 2i^#^B x 1 0 0' head >d; $TDM list d --json | grep -c '\"off\"'",
-         "1\n"},
-        {"sed '2i^V a,b 0 1 0' head | sed '2i^V v2 0 2 0' >d; printf '^I 0 1 1\\n^D 0 2 1\\nx\\n' "
-         ">>d; "
-         "$TDM annotate d --deleted | cut -c 1-9",
-         "- main@1 \n"},
-        {"(cat head; for i in $(seq 150); do echo ^X; done) >d; $TDM verify d 2>&1 | grep -o "
-         "'[0-9]* more'",
-         "50 more\n"},
-        {"echo 1 >'x y'; echo 'x y @5' >l; cp c d; $TDM import d --from-list l", "main@5\n"},
-        {"cp c $'\\xff'; $TDM list $'\\xff' --json | grep _base64",
-         "  \"container_base64\": \"/w==\",\n"},
-        {"printf 'a_b\\n' >x; printf a_c >y; $TDM diff --word x y | tail -1", "{+a_c+}\n"},
-        {"seq 1 50 >x; seq 2 90 >y; $TDM diff --stat x y | grep -c -- '+-$'", "1\n"},
-        {"seq 9 >x; (seq 8; echo z) >y; $TDM diff -y -U1 -W 20 x y | grep same",
-         "... 7 lines are the same\n"},
-        {"printf 'a\\nX\\n1\\nc\\n' >x; printf 'a\\nX\\n2\\nc' >y; printf 'a\\nb\\nc\\n' >b; "
-         "$TDM merge --style zdiff3 b x y 2>/dev/null | head -3 | tail -2",
-         "X\n<<<<<<< x\n"},
-        {"$TDM merge --style merge b x y 2>/dev/null | grep -c '^|||'", "0\n"},
-        {"$TDM merge b x y 2>&1 | grep -o 'no newline at the end in y'",
-         "no newline at the end in y\n"},
-        {"printf 'a\\r\\nX\\r\\n' >x; $TDM merge b x y 2>&1 | grep -o 'their line endings differ'",
-         "their line endings differ\n"},
-        {"printf '\\033[2J\\n' >t; cp c d; $TDM checkin d t -q --no-base; "
-         "script -qec \"$TDM annotate d --no-pager\" /dev/null | grep -o 'e.2J'",
-         "e[2J\n"},
-        {"script -qec \"$TDM dump d --no-pager\" /dev/null | grep -o 'e.2J'", "e[2J\n"},
-        {"GIT_DIFF_PATH_COUNTER=1 $TDM diff a/b", "* Unmerged path a/b\n"},
-        {"SOURCE_DATE_EPOCH=x $TDM checkin c x 2>&1",
-         "tdm: SOURCE_DATE_EPOCH is not a number of seconds\n"},
-        {"f=$'\\001\\\"\\xe2\\x82\\xac\\xf0\\x9f\\x98y\\xed\\xa0\\x80\\xe2\\x82'; cp c \"$f\"; "
-         "$TDM list --json \"$f\" | grep '^  .cont'",
-         "  \"container\": \"\\u0001\\\"\u20ac\ufffdy\ufffd\ufffd\ufffd\ufffd\",\n"
-         "  \"container_base64\": \"ASLigqzwn5h57aCA4oI=\",\n"},
-        {"cp c d; script -qec \"$TDM import d t\" /dev/null | grep -c importing", "0\n"},
-        {"cp c d; echo n | script -qec \"$TDM delete d main@4\" /dev/null | grep -o 'tdm: "
-         "Delete.*]'; cmp c d",
-         "tdm: Delete 1 version? [y/N]\n"},
-        {"cp c d; echo y | script -qec \"$TDM delete d main@4\" /dev/null >/dev/null; cmp -s c d; "
-         "echo $?",
-         "1\n"},
-        {"cp c d; (sleep 0.4; echo new | $TDM checkin d - -q --lock-timeout 1; echo y; sleep 0.4; "
-         "echo n) | script -qec \"$TDM delete d main@4\" /dev/null | "
-         "grep -o -e meanwhile -e 'Delete.*?'; $TDM checkout d",
-         "Delete 1 version?\nmeanwhile\nDelete 1 version?\nnew\n"},
-        {"for c in delete purge; do echo yes | script -qec \"$TDM $c c main@4 --no-input\" "
-         "/dev/null | "
-         "grep -o -e --yes; done",
-         "--yes\n--yes\n"},
-        {"TERM=dumb script -qec \"$TDM log c --no-pager\" /dev/null | grep -c $'\\033'", "0\n"},
-        {"yes '' | head -200000 >t; $TDM create e -q; $TDM checkin -q e t; set -o pipefail; "
-         "$TDM checkout e 2>err | head -c 1; cat err; echo $?; $TDM checkout e | head -c 1; echo "
-         "$?",
-         "\n0\n\n141\n"},
-        {"$TDM branch c br\u00e4nches main -q; $TDM list c | grep ^main@0 | cut -c 1-13; "
-         "$TDM annotate c | head -1 | cut -c 1-13",
-         "main@0      2\nmain@1      2\n"},
-        {"echo a >x; printf '\\033[2J\\r\\n' >y; script -qec \"$TDM diff --no-pager x y\" "
-         "/dev/null | "
-         "grep -c $'\\033.32m+.e.2J.r\\033.m'",
-         "1\n"},
-        {"TDM_PAGER='sed s/VERSION/shown/' script -qec \"$TDM list c\" /dev/null | grep -c '^shown "
-         " *DATE'",
-         "1\n"},
-        {"TDM_PAGER=no-such-program script -qec \"$TDM list c\" /dev/null | grep -c '^VERSION  "
-         "*DATE'",
-         "1\n"},
-        {"TDM_PAGER='cat >/dev/null; exit 3' script -qec \"$TDM list c\" t >/dev/null; echo $?; "
-         "grep -o 'the pager failed: cat >/dev/null; exit 3' t",
-         "2\nthe pager failed: cat >/dev/null; exit 3\n"},
-        {"echo 1 >x; echo 2 >y; export GIT_DIFF_PATH_COUNTER=1; GIT_PAGER_IN_USE=true NO_COLOR= "
-         "TERM=xterm $TDM diff f x 1 100644 y 2 100644 | grep -c $'\\033'; "
-         "$TDM diff --stat f x 1 100644 y 2 100644 | head -1",
-         "3\n b/f | 2 +-\n"},
-        {"cp c d; mkfifo p; (sleep 1.2; echo z) >p & script -qec \"$TDM import d x p\" /dev/null | "
-         "grep -o 'importing .#*[.]*.  25%'",
-         "importing [############......................................]  25%\n"},
-        {"printf 'a\\033\\n1\\n' >x; printf 'a\\033\\n2\\n' >y; "
-         "script -qec \"$TDM diff --word x y --no-pager\" /dev/null | grep -c '^a.e'",
-         "1\n"},
-        {"for i in 1 2 3 4 5 6 7; do $TDM branch d b$i main -q; done; "
-         "$TDM delete d main --dry-run 2>&1 | grep -o '[0-9] more'",
-         "2 more\n"},
-        {"f=$(printf %0100d 0); sed \"0,/^.V [0-9a-f]*/s//^V $f/\" c >d; "
-         "$TDM repair d -o new 2>&1 | grep -o 'renamed: .*damaged'; $TDM verify new 2>&1 | cut -c "
-         "1-10",
-         "renamed: br\u00e4nches@0 (its identifier is damaged\nnew: sound\n"},
-        {"$TDM list c --branch n 2>&1; $TDM import c --from-list n 2>&1; $TDM import c x --time n "
-         "2>&1 | grep -o 'is no time'; $TDM merge $(seq 33) 2>&1 | grep -o 'more than 31'",
-         "tdm: c: has no branch n\ntdm: n: cannot be opened: No such file or directory\n"
-         "is no time\nmore than 31\n"},
-        {"PAGER=false TDM_PAGER=cat script -qec \"$TDM list c\" /dev/null | grep -c failed", "0\n"},
-    };
-    for (const auto &[script, out] : rows) {
-        EXPECT_EQ(shell(script).out, out) << script;
+    std::istringstream written(read_file(TDM_SOURCE_DIR "/tests/golden/scripts.txt"));
+    std::string printed;
+    for (std::string line, script; std::getline(written, line);) {
+        if (line.starts_with("$ ") || line.starts_with("> ")) {
+            printed += line + "\n";
+            script += line.substr(2) + "\n";
+            printed += written.peek() == '>' ? "" : shell(std::exchange(script, "")).out;
+        }
     }
+    EXPECT_GT(printed.size(), 1000U);
+    expect_golden("scripts.txt", printed);
 }
 
 TEST_F(inspection, what_is_changed_while_it_is_read_is_told) {
