@@ -65,11 +65,12 @@ void register_purge(command_declaration &command, command_context &context) {
     command.details =
         "Deletes VERSION and takes every line out of the file that it inserted and no surviving\n"
         "version holds, and copies of these lines in other deleted versions. A line of a version\n"
-        "deleted before that VERSION is the last to hold goes with it, too. Lines that\n"
-        "surviving versions hold are listed with them and stay: delete those versions first.\n"
-        "Before the container is replaced, every surviving version is compared byte for byte,\n"
-        "and the new file is searched for the lines that went. Backups and copies of the old\n"
-        "container still have them.";
+        "deleted before that VERSION is the last to hold goes with it, too, and so do the notes\n"
+        "of deleted versions whose records stay for others. Lines that surviving versions hold\n"
+        "are listed with them and stay: delete those versions first. Before the container is\n"
+        "replaced, every surviving version is compared byte for byte, and the new file is\n"
+        "searched for the lines that went. Backups and copies of the old container still have\n"
+        "them.";
     command.exit_codes =
         "0 purged; 1 nothing can be purged, or the answer was no; 2 wrong usage or trouble.";
     command.examples = {"tdm purge notes.tdm main@3 --dry-run", "tdm purge notes.tdm main@3 --yes"};

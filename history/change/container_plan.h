@@ -31,9 +31,10 @@ result<> plan_deletion(container_change *change, const std::vector<std::string> 
 struct purge_plan : container_plan {
     version_id version;
     purge_result lines;
-    // All lines that the version brought are held by survivors: the plan is not to be carried out.
+    // All lines that the version brought are held by survivors, and no record that stays
+    // commented out has notes: the plan is not to be carried out.
     [[nodiscard]] bool takes_nothing_out() const {
-        return lines.inserted != 0 && lines.inserted == lines.held.count;
+        return lines.inserted != 0 && lines.inserted == lines.held.count && lines.notes == 0;
     }
 };
 

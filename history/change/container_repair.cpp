@@ -165,7 +165,8 @@ private:
                  {},
                  version.line,
                  (alive ? "" : std::string(format::comment_prefix)) +
-                     version_line(good ? version.oid : lost_identifier(id), id, version.time)});
+                     version_line(good ? version.oid : lost_identifier(id), id, version.time,
+                                  good ? version.notes : std::string_view())});
         }
     }
 
@@ -182,14 +183,16 @@ private:
     void add_branch(std::uint64_t number) {
         const branch_record *record = tree_.branches.at(number).record;
         const version_id parent = record == nullptr || number == 0 ? version_id{} : record->parent;
-        const std::string name = record != nullptr && is_writable(record->oid)
-                                     ? std::string(record->oid)
-                                     : "lost-branch-" + written_number(number);
-        lines_.push_back({{number, 0},
-                          true,
-                          parent,
-                          record == nullptr ? 0 : record->line,
-                          branch_line(name, number, parent)});
+        const bool good = record != nullptr && is_writable(record->oid);
+        const std::string name =
+            good ? std::string(record->oid) : "lost-branch-" + written_number(number);
+        const bool same = good && record->parent == parent;
+        lines_.push_back(
+            {{number, 0},
+             true,
+             parent,
+             record == nullptr ? 0 : record->line,
+             branch_line(name, number, parent, same ? record->notes : std::string_view())});
     }
 
     std::uint64_t highest_branch() const {
@@ -232,7 +235,8 @@ result<> prove_repaired(const container_view &view, const repair_plan &plan,
     for (const version_record *version : all_saved) {
         const version_record *found = find_version(repaired, version->id);
         if (found == nullptr || found->deleted || found->time != version->time ||
-            (found->oid != version->oid && found->oid != lost_identifier(version->id))) {
+            (found->oid != version->oid && found->oid != lost_identifier(version->id)) ||
+            (found->oid == version->oid && found->notes != version->notes)) {
             return refusal(view.name, "a version that could be saved is missing");
         }
     }

@@ -131,9 +131,35 @@ text_set lines_to_take_out(const container_view &view, version_id version,
     return secret;
 }
 
+// The notes of records that are commented out, in the order of the file.
+std::vector<std::string_view> dead_notes(const container_view &view) {
+    std::vector<std::string_view> found;
+    const auto add = [&found](const auto &record) {
+        if (record.deleted && !record.notes.empty()) {
+            found.push_back(record.notes);
+        }
+    };
+    std::ranges::for_each(view.versions, add);
+    std::ranges::for_each(view.branches, add);
+    std::ranges::sort(found, {}, [](std::string_view notes) { return notes.data(); });
+    return found;
+}
+
+// The header as it stands, but for these, each with the blank before it.
+std::string header_without(const container_view &view, const std::vector<std::string_view> &notes) {
+    const std::string_view header = view.bytes.view().substr(0, view.weave_offset);
+    const char *at = header.data();
+    std::string out;
+    for (const std::string_view words : notes) {
+        out.append(at, words.data() - 1);
+        at = words.data() + words.size();
+    }
+    return out.append(at, header.data() + header.size());
+}
+
 result<> write_without(const container_view &view, const text_set &secret,
                        const deletion_request &request, int descriptor) {
-    std::string out(view.bytes.view().substr(0, view.weave_offset));
+    std::string out = header_without(view, dead_notes(view));
     const holder_pass pass(view, request);
     const rewrite_plan plan{
         [&secret](std::string_view text) { return secret.contains(without_newline(text)); }};
@@ -160,8 +186,11 @@ result<> search(const container_view &after, const text_set &secret,
             pass.note(line.text, line.holders, &lines->copies);
         }
     });
-    return left ? refusal(after.name, "a line to purge is still there; nothing is changed")
-                : result<>();
+    if (left || !dead_notes(after).empty()) {
+        return refusal(after.name, left ? "a line to purge is still there; nothing is changed"
+                                        : "notes to purge are still there; nothing is changed");
+    }
+    return {};
 }
 
 }  // namespace
@@ -183,6 +212,7 @@ result<> purge_into(const container_view &before, const std::string &container_p
     }
     // Asked of the old container: the new one may lack some already whose copies must be found.
     const text_set secret = lines_to_take_out(before, version, request, lines);
+    lines->notes = dead_notes(*without_version).size();
     if (auto written = write_without(*without_version, secret, request, descriptor); !written) {
         return written;
     }

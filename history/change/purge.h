@@ -1,5 +1,5 @@
 // Takes the lines that a version inserted out of a container, as far as no surviving version
-// contains them.
+// contains them, and the notes of all versions that are gone.
 #ifndef NORVIK_PURGE_H
 #define NORVIK_PURGE_H
 
@@ -27,8 +27,9 @@ struct kept_lines {
 struct purge_result {
     // Lines that the version inserted, or that it was the last to hold of a version deleted before.
     std::uint64_t inserted = 0;
-    kept_lines held;    // of these, the lines that survivors hold
-    kept_lines copies;  // gone from the version; survivors have the same line elsewhere
+    kept_lines held;          // of these, the lines that survivors hold
+    std::uint64_t notes = 0;  // commented-out records that had some
+    kept_lines copies;        // gone from the version; survivors have the same line elsewhere
 };
 
 // Writes the container without `version` and without its lines to `descriptor`, then reads that

@@ -91,11 +91,11 @@ std::string status_record_text(const container_view &old, bool adds_branch) {
 }
 
 std::string version_record_text(const version_record &version) {
-    return version_line(version.oid, version.id, version.time);
+    return version_line(version.oid, version.id, version.time, version.notes);
 }
 
 std::string branch_record_text(const branch_record &branch) {
-    return branch_line(branch.oid, branch.number, branch.parent);
+    return branch_line(branch.oid, branch.number, branch.parent, branch.notes);
 }
 
 bool version_equals(const container_view &view, version_id id, std::string_view text) {

@@ -135,12 +135,15 @@ result<> compare_weaves(const container_view &view, survivor_lines *before, surv
     }
 }
 
+// A record `b` that is commented out may have lost its notes.
 bool same_record(const version_record &a, const version_record &b) {
-    return a.oid == b.oid && a.id == b.id && a.time == b.time;
+    return a.oid == b.oid && a.id == b.id && a.time == b.time &&
+           (a.notes == b.notes || (b.deleted && b.notes.empty()));
 }
 
 bool same_record(const branch_record &a, const branch_record &b) {
-    return a.oid == b.oid && a.number == b.number && a.parent == b.parent;
+    return a.oid == b.oid && a.number == b.number && a.parent == b.parent &&
+           (a.notes == b.notes || (b.deleted && b.notes.empty()));
 }
 
 // Every record of the new header is one of the old, in the old order, and the versions that are

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,15 +31,20 @@ struct version_record {
     std::uint64_t line = 0;  // in the container, from 1
     bool deleted = false;    // commented out: the version is gone, something still depends on it
     bool odd = false;        // no encoder spells its fields so, and they may be damaged
+    // What stands behind the fields (version_notes.h), without the blank before it; empty for none.
+    std::string_view notes = {};
+    std::optional<std::uint64_t> sum = std::nullopt;  // of these
 };
 
 struct branch_record {
     std::string_view oid;
     std::uint64_t number = 0;
-    version_id parent;       // what it was made off; for branch 0 without meaning
-    std::uint64_t line = 0;  // in the container, from 1
-    bool deleted = false;    // commented out
-    bool odd = false;        // no encoder spells its fields so, and they may be damaged
+    version_id parent;            // what it was made off; for branch 0 without meaning
+    std::uint64_t line = 0;       // in the container, from 1
+    bool deleted = false;         // commented out
+    bool odd = false;             // no encoder spells its fields so, and they may be damaged
+    std::string_view notes = {};  // as a version's
+    std::optional<std::uint64_t> sum = std::nullopt;
 };
 
 // What is wrong with a container, and where.

@@ -3,6 +3,7 @@
 #include "record_line.h"
 
 #include "record_decode.h"
+#include "version_notes.h"
 
 namespace norvik {
 namespace {
@@ -55,6 +56,36 @@ bool take_numbers(format::bounded_bytes *bytes, std::uint64_t (&numbers)[N]) {
     return true;
 }
 
+// Nothing but notes, as they are written, and the line's end.
+bool take_rest(std::string_view line, format::bounded_bytes rest, object_fields *out) {
+    if (ends_line(rest)) {
+        return true;
+    }
+    std::string_view words{rest.at, static_cast<std::size_t>(rest.end - rest.at)};
+    if (words.back() == '\n') {
+        words.remove_suffix(1);
+        line.remove_suffix(1);
+    }
+    std::uint64_t sum = 0;
+    if (line.size() > longest_noted_record || words.front() != ' ' ||
+        !take_notes(words.substr(1), &sum)) {
+        return false;
+    }
+    out->notes = words.substr(1);
+    out->sum = sum;
+    return true;
+}
+
+// Whether it is damaged notes, and no line that its newline parted from the record.
+bool is_of_notes(std::string_view rest) {
+    for (std::size_t mark = 0; (mark = rest.find(format::record_mark, mark)) != rest.npos; mark++) {
+        if (std::string_view("VBE#").find(format::kind_of(rest.substr(mark))) != rest.npos) {
+            return false;
+        }
+    }
+    return rest.starts_with(" sum=");
+}
+
 // How a line is spelled that decodes, but is not in canonical form. `fields` is how many it has.
 spelling odd_spelling(std::string_view line, std::size_t fields) {
     constexpr std::string_view blanks = " \t\n\v\f\r";
@@ -65,7 +96,8 @@ spelling odd_spelling(std::string_view line, std::size_t fields) {
     const bool last_is_number =
         fields == 1 || line.substr(0, end).find_last_not_of("0123456789abcdefABCDEFxX+-") ==
                            line.substr(0, end).find_last_of(blanks);
-    return last_is_number && line.find_first_not_of(blanks, end) == std::string_view::npos
+    return last_is_number && (line.find_first_not_of(blanks, end) == std::string_view::npos ||
+                              (fields == 4 && is_of_notes(line.substr(end))))
                ? spelling::odd
                : spelling::followed;
 }
@@ -93,7 +125,7 @@ spelling decode_object(std::string_view line, object_fields *out) {
     const format::bounded_bytes fields = fields_of(line);
     format::bounded_bytes rest = fields;
     if (has_blank(line) && take_oid(&rest, &out->oid) && take_byte(&rest, ' ') &&
-        take_numbers(&rest, out->number) && ends_line(rest)) {
+        take_numbers(&rest, out->number) && take_rest(line, rest, out)) {
         return spelling::canonical;
     }
     return fields_reader(fields)

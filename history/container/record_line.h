@@ -6,6 +6,7 @@
 #define NORVIK_RECORD_LINE_H
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "text_line.h"
@@ -26,10 +27,13 @@ enum class spelling {
     malformed,  // does not decode
 };
 
-// The fields of a V, B or E record. `oid` points into the line; an E record has no numbers.
+// The fields of a V or B record, and its notes (version_notes.h) with their sum; empty for none.
+// `oid` and `notes` point into the line.
 struct object_fields {
     std::string_view oid;
     std::uint64_t number[3] = {0, 0, 0};
+    std::string_view notes;
+    std::optional<std::uint64_t> sum;
 };
 
 // The fields of an I or D record.
@@ -42,7 +46,8 @@ struct run_fields {
 // Decodes an I or D record.
 [[nodiscard]] spelling decode_run(std::string_view line, run_fields *out);
 
-// Decodes a V or B record (an oid and three numbers).
+// Decodes a V or B record: an oid and three numbers, and notes. Whatever else follows is none of
+// them.
 [[nodiscard]] spelling decode_object(std::string_view line, object_fields *out);
 
 // Decodes an E record.

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "lineage_member.h"
 #include "record_encode.h"
@@ -28,20 +29,31 @@ inline std::string status_line(std::uint64_t highest_branch) {
     return text;
 }
 
-// A version record, alive; `time` in the host's unit.
-inline std::string version_line(std::string_view oid, format::version_id id, std::uint64_t time) {
-    std::string text;
-    format::encode_object(format::kind_version, oid, id.branch, id.number, time, append_to{text});
-    return text;
+// A record with notes, which are encoded and may be empty.
+inline std::string with_notes(std::string record, std::string_view notes) {
+    if (!notes.empty()) {
+        record.back() = ' ';
+        record += notes;
+        record += '\n';
+    }
+    return record;
 }
 
-// A branch record, alive; `parent` is what it was made off.
+// A version record, alive; `time` in the host's unit, `notes` encoded (version_notes.h).
+inline std::string version_line(std::string_view oid, format::version_id id, std::uint64_t time,
+                                std::string_view notes = {}) {
+    std::string text;
+    format::encode_object(format::kind_version, oid, id.branch, id.number, time, append_to{text});
+    return with_notes(std::move(text), notes);
+}
+
+// A branch record, alive; `parent` is what it was made off, `notes` as a version's.
 inline std::string branch_line(std::string_view oid, std::uint64_t number,
-                               format::version_id parent) {
+                               format::version_id parent, std::string_view notes = {}) {
     std::string text;
     format::encode_object(format::kind_branch, oid, number, parent.branch, parent.number,
                           append_to{text});
-    return text;
+    return with_notes(std::move(text), notes);
 }
 
 // The element record.
