@@ -4,6 +4,7 @@
 #include "record_line.h"
 #include "structure.h"
 #include "targets.h"
+#include "version_names.h"
 
 namespace fuzz {
 

@@ -19,7 +19,9 @@ constexpr std::size_t most_columns = 79;  // of a terminal with 80
 
 constexpr const char *overview_details = R"(
 VERSION is BRANCH@N, BRANCH (its newest version), or an identifier or a unique
-beginning of one, 4 characters at least. CONTAINER may have any name; write --
+beginning of one, 4 characters at least. BRANCH~N is the Nth version before the
+newest, BRANCH@{TIME} the one with the highest number that is no later than
+TIME; without BRANCH main is meant, or the only one. CONTAINER may have any name; write --
 before one that begins with '-'. A text named '-' is standard input or output; a
 container is always a file.
 

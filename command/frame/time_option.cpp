@@ -1,6 +1,7 @@
 #include "time_option.h"
 
 #include "command_declaration.h"
+#include "current_time.h"
 #include "escaped_text.h"
 #include "exit_status.h"
 #include "output.h"

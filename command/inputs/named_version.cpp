@@ -1,6 +1,7 @@
 #include "named_version.h"
 
 #include "failure_words.h"
+#include "version_names.h"
 
 namespace norvik {
 

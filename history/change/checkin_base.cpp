@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "structure.h"
+#include "version_names.h"
 
 namespace norvik {
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "new_branch.h"
+#include "version_names.h"
 
 namespace norvik {
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "file_state.h"
+#include "version_names.h"
 
 namespace norvik {
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "container_check.h"
+#include "version_names.h"
 
 namespace norvik {
 namespace {

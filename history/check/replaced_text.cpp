@@ -6,6 +6,7 @@
 #include "base_attribute.h"
 #include "living_version.h"
 #include "proof.h"
+#include "version_names.h"
 
 namespace norvik {
 

@@ -1,10 +1,9 @@
 // The header's records are kept in lists in the order of the file; what is asked for often has a
-// hash table, made at the first question. A branch by its name, a beginning of an identifier and
-// the newest version cost a pass over the records.
+// hash table, made at the first question. A branch by its name and the newest version cost a pass
+// over the records.
 #include "container_view.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "header_reader.h"
 
@@ -39,32 +38,6 @@ void index_branches(const container_view &view) {
     }
 }
 
-using named_version = result<const version_record *>;
-
-named_version newest_of(const container_view &view, const branch_record &branch) {
-    const version_record *newest = newest_version(view, branch.number);
-    if (newest == nullptr) {
-        return refusal(view.name, "branch " + std::string(branch.oid) + " has no versions");
-    }
-    return newest;
-}
-
-// `BRANCH@N`, deleted versions included; split at the last @, since a branch's name may hold one.
-const version_record *version_by_name(const container_view &view, std::string_view text) {
-    const std::size_t at = text.rfind('@');
-    if (at == std::string_view::npos || at + 1 == text.size()) {
-        return nullptr;
-    }
-    std::uint64_t number = 0;
-    const char *last = text.data() + text.size();
-    const auto [end, error] = std::from_chars(text.data() + at + 1, last, number);
-    const branch_record *branch = find_branch(view, text.substr(0, at));
-    if (error != std::errc{} || end != last || branch == nullptr) {
-        return nullptr;
-    }
-    return find_version(view, {branch->number, number});
-}
-
 }  // namespace
 
 result<container_view> open_container(int descriptor, const std::string &name,
@@ -94,20 +67,6 @@ const version_record *find_version_by_oid(const container_view &view, std::strin
     }
     const auto found = view.by_oid.find(oid);
     return found == view.by_oid.end() ? nullptr : &view.versions[found->second];
-}
-
-std::vector<const version_record *> find_versions_by_prefix(const container_view &view,
-                                                            std::string_view prefix) {
-    std::vector<const version_record *> found;
-    if (prefix.size() < shortest_prefix) {
-        return found;
-    }
-    for (const version_record &version : view.versions) {
-        if (!version.deleted && version.oid.starts_with(prefix)) {
-            found.push_back(&version);
-        }
-    }
-    return found;
 }
 
 result<const branch_record *> default_branch(const container_view &view) {
@@ -209,38 +168,6 @@ std::string version_name(std::string_view branch, std::uint64_t number) {
 
 std::string version_name(const container_view &view, version_id id) {
     return version_name(branch_name(view, id.branch), id.number);
-}
-
-result<const version_record *> resolve_version(const container_view &view, std::string_view text) {
-    if (text.empty()) {
-        const auto branch = default_branch(view);
-        return branch ? newest_of(view, **branch) : branch.failure();
-    }
-    const version_record *named = version_by_name(view, text);
-    if (named != nullptr && !named->deleted) {
-        return named;
-    }
-    if (const branch_record *branch = find_branch(view, text)) {
-        return newest_of(view, *branch);
-    }
-    if (const version_record *exact = find_version_by_oid(view, text)) {
-        return exact;
-    }
-    const auto matches = find_versions_by_prefix(view, text);
-    if (matches.size() == 1) {
-        return matches.front();
-    }
-    const std::string shown(text);
-    if (!matches.empty()) {
-        return refusal(view.name, "several versions begin with " + shown);
-    }
-    std::string reason =
-        named != nullptr ? "version " + shown + " is deleted" : "there is no version " + shown;
-    if (text.size() < shortest_prefix && text.find('@') == text.npos) {
-        reason += " (the beginning of an identifier has " + std::to_string(shortest_prefix) +
-                  " characters at least)";
-    }
-    return refusal(view.name, reason);
 }
 
 failure damaged(const container_view &view, const damage &found) {

@@ -45,13 +45,6 @@ result<container_view> open_container(int descriptor, const std::string &name,
 [[nodiscard]] const version_record *find_version_by_oid(const container_view &view,
                                                         std::string_view oid);
 
-// The shortest beginning of an identifier that names a version.
-inline constexpr std::size_t shortest_prefix = 4;
-
-// The live versions whose oid begins with `prefix`; none when it is shorter than that.
-[[nodiscard]] std::vector<const version_record *> find_versions_by_prefix(
-    const container_view &view, std::string_view prefix);
-
 // A live branch by name or by number; null when there is none.
 [[nodiscard]] const branch_record *find_branch(const container_view &view, std::string_view oid);
 [[nodiscard]] const branch_record *find_branch(const container_view &view, std::uint64_t number);
@@ -86,11 +79,6 @@ inline constexpr std::uint64_t highest_number = UINT64_MAX - 1;
 [[nodiscard]] std::string version_name(std::string_view branch, std::uint64_t number);
 [[nodiscard]] std::string version_name(const container_view &view, version_id id);
 [[nodiscard]] std::string branch_name(const container_view &view, std::uint64_t number);
-
-// What VERSION on a command line may be, resolved to a live version: `BRANCH@N`, `BRANCH` (its
-// newest), an oid or a prefix of one. `text` empty stands for the newest version of branch `main`,
-// or of the only branch.
-result<const version_record *> resolve_version(const container_view &view, std::string_view text);
 
 // A damage of the container as a failure.
 [[nodiscard]] failure damaged(const container_view &view, const damage &found);

@@ -11,6 +11,7 @@
 #include "new_branch.h"
 #include "random_digits.h"
 #include "texts.h"
+#include "version_names.h"
 #include "version_store.h"
 
 namespace norvik::face {

@@ -15,6 +15,7 @@
 #include "structure.h"
 #include "system_calls.h"
 #include "texts.h"
+#include "version_names.h"
 
 namespace norvik::face {
 namespace {

@@ -7,8 +7,6 @@
 #include <string>
 #include <string_view>
 
-#include "exit_status.h"
-
 namespace norvik {
 
 // Reads @SECONDS, SECONDS (unless its digits may be a date of our time: 20240501), or ISO 8601 with
@@ -19,10 +17,6 @@ bool parse_time(std::string_view text, std::uint64_t &seconds);
 
 // ISO 8601 in UTC, 2024-05-01T12:30:00Z; @SECONDS for a time after the year 9999.
 std::string time_text(std::uint64_t seconds);
-
-// Now, or SOURCE_DATE_EPOCH when that is set; 0, or status_trouble after a message when that is no
-// number.
-exit_status current_time(std::uint64_t &seconds);
 
 }  // namespace norvik
 

@@ -4,11 +4,6 @@
 
 #include <charconv>
 #include <chrono>
-#include <cstdlib>
-#include <ctime>
-
-#include "exit_status.h"
-#include "output.h"
 
 namespace norvik {
 
@@ -186,19 +181,6 @@ std::string time_text(std::uint64_t seconds) {
     put_digits(text, 16, clock.minutes().count());
     put_digits(text, 19, clock.seconds().count());
     return text;
-}
-
-exit_status current_time(std::uint64_t &seconds) {
-    const char *epoch = getenv("SOURCE_DATE_EPOCH");
-    if (epoch == nullptr || *epoch == '\0') {
-        seconds = static_cast<std::uint64_t>(time(nullptr));
-        return status_done;
-    }
-    if (parse_seconds(epoch, seconds)) {
-        return status_done;
-    }
-    say("SOURCE_DATE_EPOCH is not a number of seconds");
-    return status_trouble;
 }
 
 }  // namespace norvik
