@@ -59,15 +59,19 @@ exit_status nothing_to_store(const container_change &change, version_id same) {
     return status_negative;
 }
 
-// Stores `input` as the next version, up to telling its name.
-exit_status store_text(checkin_run &run, const input_text &input) {
+// Stores `text` as the next version, up to telling its name.
+exit_status store_text(checkin_run &run, std::string_view text) {
     run.change.stores(run.file.input().rights());
     done_report report = report_of_versions(run.decided.plan.branch, run.decided.plan.id.number,
                                             run.decided.plan.id.number);
     const auto stored = store_version(&run.change, run.decided.plan, {run.oid, run.time},
-                                      {input.text(), input.path()}, run.options.stored.allow_same);
+                                      {text, run.options.file}, run.options.stored.allow_same);
     if (!stored) {
-        return tell(stored.failure());
+        const exit_status status = tell(stored.failure());
+        if (stored.failure().line != 0) {
+            say_of_file(run.change.old.name, "nothing is checked in");
+        }
+        return status;
     }
     if (!*stored) {
         return nothing_to_store(run.change, run.decided.plan.predecessor);
@@ -79,7 +83,7 @@ exit_status store_text(checkin_run &run, const input_text &input) {
 // Stores the file's own text. A file that equals the newest version is as good as made from it.
 exit_status store_file(checkin_run &run) {
     const std::size_t conflict = find_conflict(run.file.input().text());
-    const exit_status status = store_text(run, run.file.input());
+    const exit_status status = store_text(run, run.file.input().text());
     if (status == status_done) {
         run.file.set_base(run.oid);
         if (conflict != 0 && !run.context.quiet) {
@@ -148,13 +152,11 @@ exit_status store_merged(checkin_run &run) {
     const version_record &newest = *run.decided.found.newest;
     const bool same_as_newest = run.decided.answer == checkin_answer::same;
     const std::string base(same_as_newest ? newest.oid : std::string_view(run.oid));
-    input_text merged;
-    if ((replaces && run.file.prepare(text, base, run.change.old.rights) != status_done) ||
-        told(merged.take(text)) != status_done) {
+    if (replaces && run.file.prepare(text, base, run.change.old.rights) != status_done) {
         return status_trouble;
     }
     const exit_status status =
-        same_as_newest ? nothing_to_store(run.change, newest.id) : store_text(run, merged);
+        same_as_newest ? nothing_to_store(run.change, newest.id) : store_text(run, text);
     if (status == status_trouble) {
         return status;
     }

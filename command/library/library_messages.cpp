@@ -19,6 +19,7 @@
 #include "owned_descriptor.h"
 #include "record_line.h"
 #include "shown_path.h"
+#include "stored_line.h"
 #include "system_calls.h"
 
 namespace {
@@ -58,14 +59,6 @@ void print_report(const std::string &text) {
     next(msg_severity_report, format.c_str(), catalogue_is_the_format);
 }
 
-std::string reason_of_line(std::string_view line) {
-    const std::size_t nul = line.find('\0');
-    return nul != std::string_view::npos
-               ? "byte " + std::to_string(nul + 1) + " is NUL, which no text holds; encode the file"
-               : "has " + std::to_string(line.size()) + " bytes, the longest line may have " +
-                     std::to_string(norvik::longest_line) + "; divide it";
-}
-
 // Looks for the place that the library does not tell. A line that begins with a circumflex is
 // stored with another one.
 void say_why_no_text(const char *path) try {
@@ -78,9 +71,10 @@ void say_why_no_text(const char *path) try {
     }
     for (std::uint64_t number = 1; !rest.empty(); number++) {
         const std::string_view line = rest.substr(0, rest.find('\n'));
-        if (!format::can_be_read_back(rest.substr(0, line.size() + 1)) ||
-            line.find('\0') != std::string_view::npos) {
-            norvik::say_of_line(name, number, "is no line of text: " + reason_of_line(line));
+        const std::string_view whole = rest.substr(0, line.size() + 1);
+        if (!norvik::can_be_stored(whole)) {
+            norvik::say_of_line(name, number,
+                                "is no line of text: " + norvik::why_not_stored(whole));
             return;
         }
         rest.remove_prefix(std::min(line.size() + 1, rest.size()));

@@ -4,11 +4,8 @@
 #include "version_import.h"
 
 #include "history_proof.h"
-#include "proof.h"
 #include "random_digits.h"
-#include "structure.h"
 #include "system_calls.h"
-#include "version_edit.h"
 
 namespace norvik {
 
@@ -16,53 +13,34 @@ namespace {
 
 // So many files stay open until the proof; more are opened a second time.
 constexpr std::size_t most_open_files = 256;
+// Of so many versions the library reads one back, beside the newest: the one pass of ours reads
+// them all, its passes are one a version.
+constexpr std::size_t read_by_library = 64;
 
 }  // namespace
 
-// Opens the weave at the text that the first version is compared with, and gives that text.
-result<> version_import::begin(input_text *text) {
-    const container_view &old = change_->old;
-    std::vector<version_id> lineage;
-    if (!lineage_of(old, plan_.predecessor, &lineage)) {
-        return refusal(old.name, "the branch cannot be traced to its origin");
-    }
-    weave_ = std::make_unique<import_weave>(old, lineage);
-    std::string bytes;
-    const auto broken = walk_version(old, lineage, [&bytes](std::string_view piece) {
-        bytes += piece;
-        return true;
-    });
-    return broken ? damaged(old, *broken) : text->take(std::move(bytes));
-}
-
-result<> version_import::add(const import_item &item, const input_text &before,
-                             const std::shared_ptr<input_text> &next) {
+result<> version_import::add(const import_item &item, const std::shared_ptr<input_text> &next) {
     auto oid = random_digits();
     if (!oid) {
         return oid.failure();
     }
-    const version_id id{plan_.id.branch, plan_.id.number + versions_.size()};
-    // An equal text is a version without records of its own, as a check-in stores it.
-    if (next->text() != before.text()) {
-        if (auto woven =
-                weave_version(*weave_, id, before.path(), next->path(), item.path, next->text());
-            !woven) {
-            return woven;
-        }
+    if (auto woven = weaver_.add({std::move(*oid), item.time}, next->text(), item.path); !woven) {
+        woven.failure().follows = "cannot be imported";
+        return woven;
     }
     change_->stores(next->rights());
     const bool again = next->can_be_read_again();
-    const bool keeps_open = again && versions_.size() < most_open_files;
-    versions_.push_back({std::move(*oid), item.time, id.number, &item.path, again ? nullptr : next,
-                         owned_descriptor(keeps_open ? sys::duplicate(next->descriptor()) : -1)});
+    const bool keeps_open = again && sources_.size() < most_open_files;
+    sources_.push_back({&item.path, again ? nullptr : next,
+                        owned_descriptor(keeps_open ? sys::duplicate(next->descriptor()) : -1)});
     return {};
 }
 
 result<> version_import::weave(bool allow_same, const notice_sink &tell, const progress_sink &at) {
-    auto before = std::make_shared<input_text>();
-    if (auto begun = begin(before.get()); !begun) {
+    if (auto begun = weaver_.begin(); !begun) {
         return begun;
     }
+    std::shared_ptr<input_text> before;  // the text that the weave is open at
     for (std::size_t i = 0; i < items_.size(); i++) {
         const import_item &item = items_[i];
         auto next = std::make_shared<input_text>();
@@ -71,11 +49,11 @@ result<> version_import::weave(bool allow_same, const notice_sink &tell, const p
             done = change_->replacement.refuse_same(item.path);
         }
         done = done ? next->read(item.path) : std::move(done);
-        if (done && next->text() == before->text() && !allow_same) {
+        if (done && next->text() == weaver_.newest_text() && !allow_same) {
             tell(refusal(item.path, "not stored: the text is that of the version before"));
             continue;
         }
-        done = done ? add(item, *before, next) : std::move(done);
+        done = done ? add(item, next) : std::move(done);
         if (!done) {
             return done;
         }
@@ -85,58 +63,35 @@ result<> version_import::weave(bool allow_same, const notice_sink &tell, const p
     return {};
 }
 
-std::string version_import::header() const {
-    std::string header = status_record_text(change_->old, plan_.adds_branch);
-    for (std::size_t i = versions_.size(); i-- > 0;) {
-        const imported_version &version = versions_[i];
-        header += version_record_text(
-            version_record{version.oid, {plan_.id.branch, version.number}, version.time});
-    }
-    if (plan_.adds_branch) {
-        header += branch_record_text({plan_.branch, plan_.id.branch, plan_.predecessor});
-    }
-    return header;
-}
-
-result<> version_import::write(const std::string &header) const {
-    const container_view &old = change_->old;
-    const std::string_view bytes = old.bytes.view();
-    const std::size_t second_line = bytes.find('\n') + 1;
-    std::string out = header;
-    out += bytes.substr(second_line, old.weave_offset - second_line);
-    weave_->append_to(out);
-    return change_->replacement.write(out);
-}
-
 // Reads every file again and compares it with its version.
-result<> version_import::prove(const std::string &header, int descriptor,
+result<> version_import::prove(const container_view &fresh, const library_proof &library,
                                const progress_sink &at) const {
-    const auto fresh =
-        prove_addition(change_->old, descriptor, {plan_.id.branch, plan_.id.number, header});
-    if (!fresh) {
-        return fresh.failure();
-    }
-    history_proof proof(*fresh, plan_.id, static_cast<std::uint32_t>(versions_.size()));
-    for (std::size_t i = 0; i < versions_.size(); i++) {
-        const imported_version &version = versions_[i];
-        const bool is_open = version.file.is_open();
+    history_proof proof(fresh, weaver_.id_of(0), static_cast<std::uint32_t>(sources_.size()));
+    for (std::size_t i = 0; i < sources_.size(); i++) {
+        const version_source &source = sources_[i];
+        const bool is_open = source.file.is_open();
         input_text again;
         file_bytes bytes;
         if (is_open) {
-            if (const std::error_code error = bytes.load(version.file.get())) {
-                return system_failure(*version.path, "cannot be read again", error);
+            if (const std::error_code error = bytes.load(source.file.get())) {
+                return system_failure(*source.path, "cannot be read again", error);
             }
-        } else if (version.kept == nullptr) {
-            if (auto read = again.read(*version.path); !read) {
+        } else if (source.kept == nullptr) {
+            if (auto read = again.read(*source.path); !read) {
                 return read;
             }
         }
-        const std::string_view given = is_open                   ? bytes.view()
-                                       : version.kept == nullptr ? again.text()
-                                                                 : version.kept->text();
+        const std::string_view given = is_open                  ? bytes.view()
+                                       : source.kept == nullptr ? again.text()
+                                                                : source.kept->text();
         if (!proof.next_equals(given)) {
-            return refusal(*version.path,
+            return refusal(*source.path,
                            "is not what the new container holds; nothing is imported");
+        }
+        if (i % read_by_library == 0 || i + 1 == sources_.size()) {
+            if (auto proven = library.prove(weaver_.versions()[i].oid, given); !proven) {
+                return proven;
+            }
         }
         at(items_.size() + i);
     }
@@ -144,12 +99,9 @@ result<> version_import::prove(const std::string &header, int descriptor,
 }
 
 result<> version_import::commit(const progress_sink &at) {
-    const std::string records = header();
-    auto done = change_->replacement.begin();
-    done = done ? write(records) : std::move(done);
-    return done ? change_->replacement.commit(
-                      [&](int descriptor) { return prove(records, descriptor, at); })
-                : done;
+    return weaver_.commit([&](const container_view &fresh, const library_proof &library) {
+        return prove(fresh, library, at);
+    });
 }
 
 }  // namespace norvik

@@ -1,4 +1,4 @@
-// Many files, each the next version, in one run: woven into one weave in memory (import_weave.h),
+// Many files, each the next version, in one run: woven into one weave in memory (version_weaver.h),
 // which is written once, proven version by version and put in the container's place.
 #ifndef NORVIK_VERSION_IMPORT_H
 #define NORVIK_VERSION_IMPORT_H
@@ -11,8 +11,8 @@
 
 #include "checkin_plan.h"
 #include "container_change.h"
-#include "import_weave.h"
 #include "input_text.h"
+#include "version_weaver.h"
 
 namespace norvik {
 
@@ -29,43 +29,36 @@ public:
     // Into the locked container, as planned for all items. All must outlive the object.
     version_import(container_change *change, const checkin_plan &plan,
                    const std::vector<import_item> &items)
-        : change_(change), plan_(plan), items_(items) {}
+        : change_(change), items_(items), weaver_(change, plan) {}
 
     // Reads and weaves the files. One with the text of the version before is told and passed over,
     // unless `allow_same`.
     result<> weave(bool allow_same, const notice_sink &tell, const progress_sink &at);
 
     // How many of the items are versions now, numbered from the plan's `id` on.
-    [[nodiscard]] std::size_t count() const { return versions_.size(); }
+    [[nodiscard]] std::size_t count() const { return sources_.size(); }
 
     // Writes the container, reads every version back, compares it with its file, which is read
     // again, and puts the container in place: all or nothing.
     result<> commit(const progress_sink &at);
 
 private:
-    // A version as it is woven in. Its file is read again for the proof, or what was read from a
-    // pipe is kept for it.
-    struct imported_version {
-        std::string oid;
-        std::uint64_t time;
-        std::uint64_t number;
+    // Where a version came from: its file is read again for the proof, or what was read from a pipe
+    // is kept for it.
+    struct version_source {
         const std::string *path;
         std::shared_ptr<const input_text> kept;
         owned_descriptor file;
     };
 
-    result<> begin(input_text *text);
-    result<> add(const import_item &item, const input_text &before,
-                 const std::shared_ptr<input_text> &next);
-    [[nodiscard]] std::string header() const;
-    result<> write(const std::string &header) const;
-    result<> prove(const std::string &header, int descriptor, const progress_sink &at) const;
+    result<> add(const import_item &item, const std::shared_ptr<input_text> &next);
+    result<> prove(const container_view &fresh, const library_proof &library,
+                   const progress_sink &at) const;
 
     container_change *change_;
-    const checkin_plan &plan_;
     const std::vector<import_item> &items_;
-    std::unique_ptr<import_weave> weave_;
-    std::vector<imported_version> versions_;
+    version_weaver weaver_;
+    std::vector<version_source> sources_;  // of the weaver's versions
 };
 
 }  // namespace norvik

@@ -1,25 +1,20 @@
-// New versions, branches and containers: woven by the library, proven, put in place.
+// A new version, branch or container: written, proven, put in place.
 #ifndef NORVIK_VERSION_STORE_H
 #define NORVIK_VERSION_STORE_H
 
-#include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "checkin_plan.h"
 #include "container_change.h"
+#include "new_version.h"
 
 namespace norvik {
 
-// What a new version's record says of it.
-struct new_version {
-    std::string oid;
-    std::uint64_t time = 0;  // seconds since 1970
-};
-
-// A text as it is and as a file that the library reads.
+// A text that is stored, and what failures call it.
 struct text_source {
     std::string_view text;
-    const std::string &path;
+    const std::string &name;
 };
 
 // Stores the text as the next version of the locked container; false, with nothing changed, when

@@ -3,29 +3,16 @@
 // besides the new header's records no memory.
 #include "proof.h"
 
-#include <algorithm>
-#include <cstring>
 #include <vector>
 
 #include "record_line.h"
 #include "record_text.h"
 #include "structure.h"
+#include "text_ends.h"
 
 namespace norvik {
 
 namespace {
-
-// The length of the common beginning.
-std::size_t common_length(std::string_view a, std::string_view b) {
-    const std::size_t size = std::min(a.size(), b.size());
-    std::size_t at = 0;
-    for (std::size_t step = 4096; step > 0; step /= 16) {
-        while (at + step <= size && std::memcmp(a.data() + at, b.data() + at, step) == 0) {
-            at += step;
-        }
-    }
-    return at;
-}
 
 std::size_t line_length(std::string_view text) {
     const std::size_t newline = text.find('\n');
@@ -64,7 +51,7 @@ std::size_t added_length(std::string_view text, const added_records &added) {
 bool differs_by_additions_only(std::string_view old, std::string_view fresh,
                                const added_records &added) {
     for (;;) {
-        const std::size_t common = common_length(old, fresh);
+        const std::size_t common = common_beginning(old, fresh);
         if (common == old.size() && common == fresh.size()) {
             return true;
         }
@@ -90,12 +77,10 @@ std::string status_record_text(const container_view &old, bool adds_branch) {
     return status_line(old.highest_branch + (adds_branch ? 1 : 0));
 }
 
-std::string version_record_text(const version_record &version) {
-    return version_line(version.oid, version.id, version.time, version.notes);
-}
-
-std::string branch_record_text(const branch_record &branch) {
-    return branch_line(branch.oid, branch.number, branch.parent, branch.notes);
+std::string_view behind_status(const container_view &old) {
+    std::string_view bytes = old.bytes.view();
+    bytes.remove_prefix(line_length(bytes));
+    return bytes;
 }
 
 bool version_equals(const container_view &view, version_id id, std::string_view text) {
@@ -130,9 +115,7 @@ result<container_view> prove_addition(const container_view &old, int descriptor,
         }
     }
     bytes.remove_prefix(added.header.size());
-    std::string_view before = old.bytes.view();
-    before.remove_prefix(line_length(before));
-    if (!differs_by_additions_only(before, bytes, added)) {
+    if (!differs_by_additions_only(behind_status(old), bytes, added)) {
         return refused(old, "it does not keep what the old one holds");
     }
     // New records can be too many and change no text yet, as a deletion within one.
@@ -140,13 +123,6 @@ result<container_view> prove_addition(const container_view &old, int descriptor,
         return refused(old, "it is not sound");
     }
     return fresh;
-}
-
-result<> prove_text(const container_view &fresh, version_id id, std::string_view text) {
-    if (!version_equals(fresh, id, text)) {
-        return refused(fresh, "the version read back from it is not the text that was given");
-    }
-    return {};
 }
 
 }  // namespace norvik

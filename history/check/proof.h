@@ -18,10 +18,10 @@ struct added_records {
     std::string header;       // the lines before the old header: status, version and branch records
 };
 
-// The records of a header, in the form that the library writes them.
+// The new status record, and what follows the old one: with the records of what is new between the
+// two, and new lines in the weave, they are the new container.
 [[nodiscard]] std::string status_record_text(const container_view &old, bool adds_branch);
-[[nodiscard]] std::string version_record_text(const version_record &version);
-[[nodiscard]] std::string branch_record_text(const branch_record &branch);
+[[nodiscard]] std::string_view behind_status(const container_view &old);
 
 // Opens the new container by `descriptor` and compares: its first lines are `added.header`; with
 // them, and with the records and lines of the new versions, taken out, the rest is the old
@@ -29,9 +29,6 @@ struct added_records {
 // Gives the new container, or a failure that names it as the old one.
 result<container_view> prove_addition(const container_view &old, int descriptor,
                                       const added_records &added);
-
-// Proves that the version reads back as `text`.
-result<> prove_text(const container_view &fresh, version_id id, std::string_view text);
 
 // Whether the version's text, by its lineage, is exactly `text`. A container that cannot be walked
 // is not.

@@ -7,7 +7,6 @@
 #include <ctime>
 
 #include "checkin_decision.h"
-#include "input_text.h"
 #include "new_branch.h"
 #include "random_digits.h"
 #include "texts.h"
@@ -155,15 +154,10 @@ private:
     }
 
     norvik_error *store(std::string_view text) {
-        input_text source;
-        if (const auto taken = source.take(std::string(text)); !taken) {
-            return make_error(taken.failure());
-        }
         const checkin_plan &plan = decided_.plan;
         outcome_->version = version_name(plan.branch, plan.id.number);
         outcome_->oid = fresh_.oid;
-        const auto stored =
-            store_version(&change_, plan, fresh_, {source.text(), source.path()}, allows_same());
+        const auto stored = store_version(&change_, plan, fresh_, {text, name_}, allows_same());
         if (!stored) {
             return make_error(stored.failure());
         }

@@ -150,17 +150,17 @@ void import_weave::end_edit() {
     join_pending();
 }
 
-void import_weave::append_chain(const hidden_chain &chain, std::string &out) const {
+void import_weave::write_chain(const hidden_chain &chain, const piece_sink &sink) const {
     for (std::size_t piece = chain.first; piece != no_piece; piece = pieces_[piece].next) {
-        out += pieces_[piece].bytes;
+        sink(pieces_[piece].bytes);
     }
 }
 
-void import_weave::append_to(std::string &out) const {
-    append_chain(front_, out);
+void import_weave::write_to(const piece_sink &sink) const {
+    write_chain(front_, sink);
     for (const visible_run &run : runs_) {
-        out += run.bytes;
-        append_chain(run.hidden, out);
+        sink(run.bytes);
+        write_chain(run.hidden, sink);
     }
 }
 

@@ -4,8 +4,8 @@
 // It is a sequence of visible runs, the lines of the current text in the form in which the
 // container stores them, each followed by a chain of hidden pieces: records and lines that are not
 // in the text. A record that an edit adds stands directly behind the last line passed before it,
-// ahead of the hidden pieces that followed that line, which is where a check-in puts it; so the
-// weave is the same, byte for byte, as after checking the versions in one by one.
+// ahead of the hidden pieces that followed that line, which is where the library's check-in puts it
+// too; so a weave of many versions is the same, byte for byte, as after weaving them one by one.
 //
 // An edit costs O(visible runs) and the bytes of the runs that it splits.
 #ifndef NORVIK_IMPORT_WEAVE_H
@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,8 +37,9 @@ public:
     void insert(std::string stored, std::uint64_t lines);
     void end_edit();
 
-    // Appends the whole weave to `out`.
-    void append_to(std::string &out) const;
+    // Hands out the whole weave, in order.
+    using piece_sink = std::function<void(std::string_view piece)>;
+    void write_to(const piece_sink &sink) const;
 
 private:
     struct hidden_piece {
@@ -61,7 +63,7 @@ private:
     void join_pending();
     void move_until(std::uint64_t line, bool keep);
     void add_record(char kind, std::uint64_t count);
-    void append_chain(const hidden_chain &chain, std::string &out) const;
+    void write_chain(const hidden_chain &chain, const piece_sink &sink) const;
 
     std::vector<hidden_piece> pieces_;
     hidden_chain front_;  // before the first visible run

@@ -1,0 +1,80 @@
+// In memory are the old container as it is mapped, the text before and the next one, and what the
+// new versions add; the new container is written piece by piece.
+#include "version_weaver.h"
+
+#include "proof.h"
+#include "replacement_writer.h"
+#include "structure.h"
+#include "version_edit.h"
+
+namespace norvik {
+
+result<> version_weaver::begin() {
+    const container_view &old = change_->old;
+    std::vector<version_id> lineage;
+    if (!lineage_of(old, plan_.predecessor, &lineage)) {
+        return refusal(old.name, "the branch cannot be traced to its origin");
+    }
+    weave_ = std::make_unique<import_weave>(old, lineage);
+    const auto broken = walk_version(old, lineage, [this](std::string_view piece) {
+        before_ += piece;
+        return true;
+    });
+    newest_ = before_;
+    return broken ? damaged(old, *broken) : result<>();
+}
+
+result<> version_weaver::add(new_version fresh, std::string_view text, const std::string &name) {
+    // An equal text is a version without records of its own.
+    if (text != newest_) {
+        if (auto woven = weave_version(*weave_, id_of(versions_.size()), newest_, text, name);
+            !woven) {
+            return woven;
+        }
+    }
+    newest_ = text;
+    versions_.push_back(std::move(fresh));
+    return {};
+}
+
+std::string version_weaver::header() const {
+    std::string header = status_record_text(change_->old, plan_.adds_branch);
+    for (std::size_t i = versions_.size(); i-- > 0;) {
+        header += record_of(versions_[i], id_of(i));
+    }
+    if (plan_.adds_branch) {
+        header += branch_line(plan_.branch, plan_.id.branch, plan_.predecessor);
+    }
+    return header;
+}
+
+result<> version_weaver::write(const std::string &header) const {
+    const container_view &old = change_->old;
+    const std::string_view rest = behind_status(old);
+    replacement_writer out(change_->replacement);
+    out.add(header);
+    out.add(rest.substr(0, rest.size() - (old.bytes.view().size() - old.weave_offset)));
+    weave_->write_to([&out](std::string_view piece) { out.add(piece); });
+    return out.finish();
+}
+
+result<> version_weaver::commit(const text_proof &prove) {
+    const std::string records = header();
+    auto done = change_->replacement.begin();
+    done = done ? write(records) : std::move(done);
+    if (!done) {
+        return done;
+    }
+    return change_->replacement.commit([&](int descriptor) -> result<> {
+        const auto fresh =
+            prove_addition(change_->old, descriptor, {plan_.id.branch, plan_.id.number, records});
+        if (!fresh) {
+            return fresh.failure();
+        }
+        library_proof library;
+        auto proven = library.open(descriptor, change_->old.name);
+        return proven ? prove(*fresh, library) : std::move(proven);
+    });
+}
+
+}  // namespace norvik

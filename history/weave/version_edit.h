@@ -1,0 +1,21 @@
+// Weaves the difference between two consecutive texts into a weave in memory.
+#ifndef NORVIK_VERSION_EDIT_H
+#define NORVIK_VERSION_EDIT_H
+
+#include <string>
+#include <string_view>
+
+#include "failure.h"
+#include "import_weave.h"
+
+namespace norvik {
+
+// `weave` is open at the text `before`; afterwards it is open at `text`, the new version's, with
+// that version's records in it. A line that cannot be stored is refused in the name of `name`, and
+// then the weave is of no more use.
+result<> weave_version(import_weave &weave, version_id id, std::string_view before,
+                       std::string_view text, const std::string &name);
+
+}  // namespace norvik
+
+#endif
