@@ -1,8 +1,7 @@
 // tdm annotate: each line of a version with the version that brought it.
 //
-// The library lists the lines with the identifiers of their versions into memory; here each gets
-// its version's name and date. A label is made once a version, so that the cost is that of the
-// listing.
+// One walk over the weave finds the lines (annotation.h); here each gets its version's name and
+// date. A label is made once a version.
 #include <norviktdm/tdm.h>
 
 #include <algorithm>
@@ -12,6 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "annotation.h"
 #include "annotation_tag.h"
 #include "columns.h"
 #include "command_context.h"
@@ -19,7 +19,7 @@
 #include "common_options.h"
 #include "container_reading.h"
 #include "escaped_text.h"
-#include "memory_file.h"
+#include "failure_words.h"
 #include "named_version.h"
 #include "output.h"
 #include "pager.h"
@@ -48,50 +48,18 @@ struct annotate_options {
         }
         return bits;
     }
+
+    annotated_lines which() const {
+        return all       ? annotated_lines::all
+               : deleted ? annotated_lines::lineage
+                         : annotated_lines::own;
+    }
 };
-
-struct listed_line {
-    char tag;  // of format::annotation_tag
-    std::string_view oid;
-    std::string_view deleter;  // empty but for format::tag_deleted
-    std::string_view text;     // with its newline
-};
-
-bool take_line(std::string_view &listing, listed_line &line) {
-    const std::size_t newline = listing.find('\n');
-    if (newline == std::string_view::npos) {
-        return false;
-    }
-    std::string_view whole = listing.substr(0, newline + 1);
-    listing.remove_prefix(newline + 1);
-    const std::size_t blank = whole.find(' ', 2);
-    if (whole.size() < 4 || blank == std::string_view::npos) {
-        return false;
-    }
-    std::string_view names = whole.substr(2, blank - 2);
-    line = {whole[0], names, {}, whole.substr(blank + 1)};
-    // An identifier may itself hold a comma; ours do not.
-    const std::size_t comma =
-        line.tag == format::tag_deleted ? names.rfind(',') : std::string_view::npos;
-    if (comma != std::string_view::npos) {
-        line.oid = names.substr(0, comma);
-        line.deleter = names.substr(comma + 1);
-    }
-    return true;
-}
-
-std::uint64_t count_lines(std::string_view text) {
-    std::uint64_t count = 0;
-    for (std::size_t newline = text.find('\n'); newline != text.npos; count++) {
-        newline = text.find('\n', newline + 1);
-    }
-    return count;
-}
 
 class annotation_printer {
 public:
     annotation_printer(const container_view &view, bool tagged, bool escaped)
-        : view_(view), tagged_(tagged), escaped_(escaped), labels_(view.versions.size()) {
+        : view_(view), tagged_(tagged), escaped_(escaped) {
         // The highest number has the widest name of its branch.
         std::unordered_map<std::uint64_t, std::uint64_t> highest;
         for (const version_record &version : view.versions) {
@@ -99,55 +67,64 @@ public:
             number = std::max(number, version.id.number);
         }
         for (const auto &[branch, number] : highest) {
-            const std::string name = escape_name(version_name(view, {branch, number}));
-            width_ = std::max(width_, count_columns(name));
+            widen(escape_name(version_name(view, {branch, number})));
         }
     }
 
-    void print(std::string_view listing) {
-        number_width_ = std::to_string(count_lines(listing)).size();
+    void print(const std::vector<annotated_stretch> &stretches) {
+        std::uint64_t lines = 0;
+        for (const annotated_stretch &stretch : stretches) {
+            lines += stretch.lines;
+            widen(shown_name(stretch.run));
+        }
+        number_width_ = std::to_string(lines).size();
         std::uint64_t number = 0;
-        listed_line line;
-        while (take_line(listing, line)) {
-            number += line.tag == format::tag_own;
-            print_line(line, number);
+        for (const annotated_stretch &stretch : stretches) {
+            const std::string &label = label_of(stretch.run);
+            for_each_line(stretch, true, [&](std::string_view text) {
+                number += stretch.tag == format::tag_own;
+                print_line(stretch, label, number, text);
+            });
         }
     }
 
 private:
-    std::string shown_name(const version_record *version) const {
-        return version == nullptr ? "?" : escape_name(version_name(view_, version->id));
+    void widen(std::string_view name) { width_ = std::max(width_, count_columns(name)); }
+
+    // Made once a version.
+    const std::string &shown_name(version_id id) {
+        std::string &name = names_[id];
+        if (name.empty()) {
+            const version_record *version = find_version(view_, id);
+            const bool deleted = version == nullptr || version->deleted;
+            name = escape_name(version_name(view_, id)) + (deleted ? " (deleted)" : "");
+        }
+        return name;
     }
 
-    const std::string &label(std::string_view oid) {
-        if (oid == last_oid_) {
-            return *last_label_;
-        }
-        const version_record *version = find_version_by_oid(view_, oid);
-        std::string &text =
-            version == nullptr ? unknown_
-                               : labels_[static_cast<std::size_t>(version - view_.versions.data())];
+    const std::string &label_of(version_id id) {
+        std::string &text = labels_[id];
         if (text.empty()) {
-            text = widened(shown_name(version), width_);
+            const version_record *version = find_version(view_, id);
+            text = widened(shown_name(id), width_);
             text += version == nullptr ? "  -                   " : "  " + time_text(version->time);
         }
-        last_oid_ = oid;
-        last_label_ = &text;
         return text;
     }
 
-    void print_line(const listed_line &line, std::uint64_t number) {
+    void print_line(const annotated_stretch &stretch, std::string_view label, std::uint64_t number,
+                    std::string_view text) {
         output_writer &out = standard_output();
         if (tagged_) {
-            out.write(line.tag == format::tag_own       ? "  "
-                      : line.tag == format::tag_deleted ? "- "
-                                                        : "| ");
+            out.write(stretch.tag == format::tag_own       ? "  "
+                      : stretch.tag == format::tag_deleted ? "- "
+                                                           : "| ");
         }
-        out.write(label(line.oid));
+        out.write(label);
         char digits[24];
         char *at = digits + sizeof digits;
         std::size_t width = 0;
-        for (std::uint64_t rest = line.tag == format::tag_own ? number : 0; rest > 0;
+        for (std::uint64_t rest = stretch.tag == format::tag_own ? number : 0; rest > 0;
              rest /= 10, width++) {
             *--at = static_cast<char>('0' + rest % 10);
         }
@@ -156,15 +133,11 @@ private:
         }
         out.write(std::string_view(at, width));
         if (tagged_) {
-            print_deleter(line.deleter);
+            const bool has_deleter = stretch.tag == format::tag_deleted;
+            out.write("  " + widened(has_deleter ? shown_name(stretch.deleter) : "", width_));
         }
         out.write("  ");
-        out.write(escaped_ ? escape_text(line.text) : line.text);
-    }
-
-    void print_deleter(std::string_view oid) {
-        const version_record *version = oid.empty() ? nullptr : find_version_by_oid(view_, oid);
-        standard_output().write("  " + widened(oid.empty() ? "" : shown_name(version), width_));
+        out.write(escaped_ ? escape_text(text) : text);
     }
 
     const container_view &view_;
@@ -172,27 +145,9 @@ private:
     bool escaped_;
     std::size_t width_ = 0;
     std::size_t number_width_ = 1;
-    std::vector<std::string> labels_;  // by the version's place in the header; made when needed
-    std::string unknown_;
-    std::string_view last_oid_;
-    std::string *last_label_ = &unknown_;
+    std::unordered_map<version_id, std::string, version_id_hash> names_;
+    std::unordered_map<version_id, std::string, version_id_hash> labels_;
 };
-
-// Lets the library write its listing into memory.
-exit_status read_listing(const annotate_options &options, const char *path, const std::string &oid,
-                         file_bytes *listing) {
-    memory_file memory;
-    if (const std::error_code error = memory.create(options.container); error) {
-        return say_errno(options.container, "no memory for the annotation", error);
-    }
-    if (tdm_construct_ver(path, memory.path().c_str(), oid.c_str(), options.flags()) != 0) {
-        say_of_file(options.container, "the version is not annotated");
-        return status_trouble;
-    }
-    const std::error_code error = listing->load(memory.descriptor());
-    return !error ? status_done
-                  : say_errno(options.container, "the annotation cannot be read", error);
-}
 
 exit_status run_annotate(const command_context &context, const annotate_options &options) {
     container_reading input;
@@ -204,22 +159,21 @@ exit_status run_annotate(const command_context &context, const annotate_options 
     if (version == nullptr) {
         return status_trouble;
     }
-    const std::string oid(version->oid);
-    const char *path = input.path.path().c_str();
     if (options.raw) {
         widen_standard_stream();
-        const int result = tdm_construct_ver(path, nullptr, oid.c_str(), options.flags());
+        const int result = tdm_construct_ver(input.path.path().c_str(), nullptr,
+                                             std::string(version->oid).c_str(), options.flags());
         return unless_changed(input, result == 0 ? status_done : status_trouble);
     }
-    file_bytes listing;
-    const exit_status status = read_listing(options, path, oid, &listing);
-    if (status == status_done) {
-        pager pages(context.no_pager);
-        annotation_printer printer(view, options.deleted || options.all, pages.to_terminal());
-        printer.print(listing.view());
-        pages.finish();
+    const auto stretches = annotate_version(view, version->id, options.which());
+    if (!stretches) {
+        return unless_changed(input, tell(stretches.failure()));
     }
-    return unless_changed(input, status);
+    pager pages(context.no_pager);
+    annotation_printer printer(view, options.deleted || options.all, pages.to_terminal());
+    printer.print(*stretches);
+    pages.finish();
+    return unless_changed(input, status_done);
 }
 
 }  // namespace
@@ -236,7 +190,8 @@ void register_annotate(command_declaration &command, command_context &context) {
     command.details =
         "Each line: the version that brought it, its date, the line's number, the text. With\n"
         "--deleted or --all a mark comes first (- deleted, | not in VERSION's line) and the\n"
-        "version that deleted the line stands before the text.";
+        "version that deleted the line stands before the text. A version that is deleted itself\n"
+        "is named so, with its date where the container still has it.";
     command.exit_codes =
         "0 written, with --damaged also from a damaged container; 2 wrong usage or trouble.";
     command.examples = {"tdm annotate notes.tdm", "tdm annotate notes.tdm main@3 --deleted"};

@@ -1,14 +1,14 @@
 // A version's text, and which version brought each of its lines.
 //
-// A text takes a walk over the weave along the version's lineage. An annotation takes one pass over
-// the whole weave; its lines are views into the container.
+// Both take a walk over the weave along the version's lineage; an annotation's lines are views into
+// the container.
 #include <cstdlib>
 #include <memory>
 
+#include "annotation.h"
 #include "container.h"
 #include "structure.h"
 #include "texts.h"
-#include "weave_cursor.h"
 
 struct norvik_annotation {
     std::vector<norvik_annotated_line> lines;
@@ -66,52 +66,6 @@ norvik_error *give_text(const norvik_container *container, const norvik_version 
     return nullptr;
 }
 
-// The lines of a version as one pass over the weave finds them: those whose holders it is among.
-class annotator {
-public:
-    annotator(const norvik_container &container, const version_record &version,
-              norvik_annotation *out)
-        : container_(container), tree_(build_version_tree(container.view)), out_(out) {
-        const std::uint32_t position = position_of(tree_, version.id);
-        self_ = {position, position + 1};
-        const container_view &view = container.view;
-        by_position_.resize(tree_.versions.size());
-        for (const version_record &listed : view.versions) {
-            by_position_[position_of(tree_, listed.id)] =
-                &container.versions[static_cast<std::size_t>(&listed - view.versions.data())];
-        }
-    }
-
-    void run() {
-        weave_cursor cursor(container_.view, tree_, false);
-        std::vector<position_range> parts;
-        for (weave_stretch stretch; cursor.next(&stretch);) {
-            parts.clear();
-            cursor.holders(stretch, self_, &parts);
-            if (!parts.empty()) {
-                take(stretch);
-            }
-        }
-    }
-
-private:
-    void take(const weave_stretch &stretch) {
-        const std::uint32_t run = position_of(tree_, stretch.run);
-        const norvik_version *brought = run == no_position ? nullptr : by_position_[run];
-        for (std::string_view rest = stretch.bytes; !rest.empty();) {
-            const std::string_view line = rest.substr(0, rest.find('\n') + 1);
-            rest.remove_prefix(line.size());
-            out_->lines.push_back({as_text(text_of(line)), brought});
-        }
-    }
-
-    const norvik_container &container_;
-    version_tree tree_;
-    norvik_annotation *out_;
-    position_range self_;
-    std::vector<const norvik_version *> by_position_;
-};
-
 norvik_error *annotate(const norvik_container *container, const norvik_version *version,
                        norvik_annotation **out) {
     norvik_error *error = nullptr;
@@ -119,8 +73,22 @@ norvik_error *annotate(const norvik_container *container, const norvik_version *
     if (record == nullptr) {
         return error;
     }
+    const container_view &view = container->view;
+    const auto found = annotate_version(view, record->id, annotated_lines::own);
+    if (!found) {
+        return make_error(found.failure());
+    }
     auto annotation = std::make_unique<norvik_annotation>();
-    annotator(*container, *record, annotation.get()).run();
+    for (const annotated_stretch &stretch : *found) {
+        const version_record *run = find_version(view, stretch.run);
+        const norvik_version *brought =
+            run == nullptr
+                ? nullptr
+                : &container->versions[static_cast<std::size_t>(run - view.versions.data())];
+        for_each_line(stretch, false, [&](std::string_view line) {
+            annotation->lines.push_back({as_text(line), brought});
+        });
+    }
     *out = annotation.release();
     return nullptr;
 }

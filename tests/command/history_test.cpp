@@ -45,6 +45,11 @@ TEST_F(history, listings_are_as_documented) {
     EXPECT_EQ(without_identifiers(tdm("annotate c --raw --deleted").out),
               "I IDENTIFIER a\nD IDENTIFIER,IDENTIFIER b\nD IDENTIFIER,IDENTIFIER B\n"
               "I IDENTIFIER c\nD IDENTIFIER,IDENTIFIER ^d\nI IDENTIFIER e\n");
+    ASSERT_EQ(tdm("delete c main@1 --yes").status, 0);
+    EXPECT_EQ(tdm("annotate c main@3").out,
+              "main@1 (deleted)  2023-11-14T22:13:20Z  1  a\n"
+              "main@1 (deleted)  2023-11-14T22:13:20Z  2  c\n"
+              "main@3            2023-11-14T22:13:20Z  3  e\n");
 }
 
 TEST_F(history, refuses_what_would_not_be_a_history) {
