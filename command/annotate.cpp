@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "annotation.h"
+#include "annotation_json.h"
 #include "annotation_tag.h"
 #include "columns.h"
 #include "command_context.h"
@@ -20,6 +21,7 @@
 #include "container_reading.h"
 #include "escaped_text.h"
 #include "failure_words.h"
+#include "line_ranges.h"
 #include "named_version.h"
 #include "output.h"
 #include "pager.h"
@@ -36,6 +38,7 @@ struct annotate_options {
     bool all = false;
     bool raw = false;
     bool damaged = false;
+    std::vector<std::string> ranges;
 
     // The library's.
     std::uint32_t flags() const {
@@ -56,6 +59,14 @@ struct annotate_options {
     }
 };
 
+// What is left of lines without the first ones.
+std::string_view skip_lines(std::string_view lines, std::uint64_t count) {
+    for (; count > 0 && !lines.empty(); count--) {
+        lines.remove_prefix(std::min(lines.find('\n'), lines.size() - 1) + 1);
+    }
+    return lines;
+}
+
 class annotation_printer {
 public:
     annotation_printer(const container_view &view, bool tagged, bool escaped)
@@ -74,16 +85,15 @@ public:
     void print(const std::vector<annotated_stretch> &stretches) {
         std::uint64_t lines = 0;
         for (const annotated_stretch &stretch : stretches) {
-            lines += stretch.lines;
+            lines = std::max(lines + stretch.lines, stretch.number + stretch.lines - 1);
             widen(shown_name(stretch.run));
         }
         number_width_ = std::to_string(lines).size();
-        std::uint64_t number = 0;
         for (const annotated_stretch &stretch : stretches) {
             const std::string &label = label_of(stretch.run);
+            std::uint64_t number = stretch.number;
             for_each_line(stretch, true, [&](std::string_view text) {
-                number += stretch.tag == format::tag_own;
-                print_line(stretch, label, number, text);
+                print_line(stretch, label, number++, text);
             });
         }
     }
@@ -149,6 +159,46 @@ private:
     std::unordered_map<version_id, std::string, version_id_hash> labels_;
 };
 
+// The parts of the version's own lines that stand in the ranges, both in order.
+std::vector<annotated_stretch> lines_within(const std::vector<line_range> &ranges,
+                                            const std::vector<annotated_stretch> &stretches) {
+    std::vector<annotated_stretch> parts;
+    auto range = ranges.begin();
+    for (const annotated_stretch &stretch : stretches) {
+        const std::uint64_t end = stretch.number + stretch.lines;
+        for (; range != ranges.end() && range->last < stretch.number; ++range) {
+        }
+        for (auto at = range; at != ranges.end() && at->first < end; ++at) {
+            annotated_stretch part = stretch;
+            part.number = std::max<std::uint64_t>(at->first, stretch.number);
+            part.lines = std::min<std::uint64_t>(at->last + 1, end) - part.number;
+            if (!stretch.marked) {
+                part.bytes = skip_lines(part.bytes, part.number - stretch.number);
+                part.bytes.remove_suffix(skip_lines(part.bytes, part.lines).size());
+            }
+            parts.push_back(part);
+        }
+    }
+    return parts;
+}
+
+result<std::vector<annotated_stretch>> annotated(const container_view &view, version_id version,
+                                                 const annotate_options &options) {
+    auto stretches = annotate_version(view, version, options.which());
+    if (!stretches || options.ranges.empty()) {
+        return stretches;
+    }
+    std::vector<std::string_view> lines;
+    for (const annotated_stretch &stretch : *stretches) {
+        for_each_line(stretch, false, [&](std::string_view line) { lines.push_back(line); });
+    }
+    const auto ranges = find_line_ranges(lines, options.ranges, version_name(view, version));
+    if (!ranges) {
+        return ranges.failure();
+    }
+    return lines_within(*ranges, *stretches);
+}
+
 exit_status run_annotate(const command_context &context, const annotate_options &options) {
     container_reading input;
     const container_view &view = input.view;
@@ -165,9 +215,13 @@ exit_status run_annotate(const command_context &context, const annotate_options 
                                              std::string(version->oid).c_str(), options.flags());
         return unless_changed(input, result == 0 ? status_done : status_trouble);
     }
-    const auto stretches = annotate_version(view, version->id, options.which());
+    const auto stretches = annotated(view, version->id, options);
     if (!stretches) {
         return unless_changed(input, tell(stretches.failure()));
+    }
+    if (context.json) {
+        print_annotation_json(view, version->id, *stretches);
+        return unless_changed(input, status_done);
     }
     pager pages(context.no_pager);
     annotation_printer printer(view, options.deleted || options.all, pages.to_terminal());
@@ -186,6 +240,11 @@ void register_annotate(command_declaration &command, command_context &context) {
     command.flag("--deleted", options->deleted, "Also the lines that VERSION has lost");
     command.flag("--all", options->all, "Also the lines of other branches and of later versions");
     command.flag("--raw", options->raw, "The library's own listing, for scripts");
+    command.values("-L,--lines", "RANGE", options->ranges,
+                   "These lines only: FROM,TO as numbers or /REGEX/, or FROM,+N");
+    add_json_option(command, context);
+    command.refuse_with("--raw", {"--lines", "--json"});
+    command.refuse_with("--lines", {"--deleted", "--all"});
     add_damaged_option(command, options->damaged);
     command.details =
         "Each line: the version that brought it, its date, the line's number, the text. With\n"
@@ -194,7 +253,8 @@ void register_annotate(command_declaration &command, command_context &context) {
         "is named so, with its date where the container still has it.";
     command.exit_codes =
         "0 written, with --damaged also from a damaged container; 2 wrong usage or trouble.";
-    command.examples = {"tdm annotate notes.tdm", "tdm annotate notes.tdm main@3 --deleted"};
+    command.examples = {"tdm annotate notes.tdm", "tdm annotate notes.tdm main@3 --deleted",
+                        "tdm annotate notes.tdm -L '/^int main/,/^}/'"};
     command.run = [&context, options] { return run_annotate(context, *options); };
 }
 

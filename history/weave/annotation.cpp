@@ -99,6 +99,10 @@ private:
             most = std::min(most, deletions_.back().remaining);
         }
         take_lines(marked, most, &stretch);
+        if (stretch.tag == format::tag_own) {
+            stretch.number = own_lines_ + 1;
+            own_lines_ += stretch.lines;
+        }
         if ((top.remaining -= stretch.lines) == 0) {
             insertions_.pop_back();
         }
@@ -137,6 +141,7 @@ private:
     const char *at_;
     const char *end_;
     std::uint64_t skip_ = 0;
+    std::uint64_t own_lines_ = 0;
     std::vector<open_insertion> insertions_;
     std::vector<open_deletion> deletions_;  // of the lineage alone
     std::vector<annotated_stretch> stretches_;

@@ -28,6 +28,8 @@ struct annotated_stretch {
     version_id deleter;       // the version that deleted them, for format::tag_deleted
     std::string_view bytes;   // the container's lines as they stand
     std::uint64_t lines = 0;  // that they are, 1 at least
+    // Of the first in the version's text, from 1; for format::tag_own, else 0.
+    std::uint64_t number = 0;
 };
 
 // The lines of a version in their order, deleted versions named as they were: one pass,

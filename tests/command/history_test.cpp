@@ -45,6 +45,28 @@ TEST_F(history, listings_are_as_documented) {
     EXPECT_EQ(without_identifiers(tdm("annotate c --raw --deleted").out),
               "I IDENTIFIER a\nD IDENTIFIER,IDENTIFIER b\nD IDENTIFIER,IDENTIFIER B\n"
               "I IDENTIFIER c\nD IDENTIFIER,IDENTIFIER ^d\nI IDENTIFIER e\n");
+    expect_golden("json/annotate.json",
+                  without_identifiers(tdm("annotate c --json --deleted", dated).out));
+    const std::string all = tdm("annotate c", dated).out;
+    const std::string first = all.substr(0, all.find('\n') + 1);
+    const std::pair<const char *, std::string> ranges[] = {
+        {"1,1", first},
+        {"1,+1 -L 1", all},
+        {"/c/", all.substr(first.size())},
+        {"/^[a]$/,/c/ -L /E|e/,9", all},
+        {"2,-2 -L /e/ -L 1", all},
+        {"3,1", all},
+        {"4", "tdm: main@3: has only 3 lines\n"},
+        {"/a/ -L /a/", "tdm: main@3: no line behind line 3 matches /a/\n"},
+        {"/[/", "tdm: main@3: '[' is no regular expression: Invalid regular expression\n"},
+        {"0,2",
+         "tdm: main@3: '0,2' is no range of lines: give FROM,TO as numbers, /REGEX/, or +N behind "
+         "the comma\n"},
+    };
+    for (const auto &[range, lines] : ranges) {
+        const command_result result = tdm((std::string("annotate c -L ") + range).c_str(), dated);
+        EXPECT_EQ(result.out + result.err, lines) << range;
+    }
     ASSERT_EQ(tdm("delete c main@1 --yes").status, 0);
     EXPECT_EQ(tdm("annotate c main@3").out,
               "main@1 (deleted)  2023-11-14T22:13:20Z  1  a\n"
