@@ -66,8 +66,8 @@ exit_status run_log(const command_context &context, const log_options &options) 
         return status_trouble;
     }
     progress bar(context, "reading", view.bytes.view().size());
-    const weave_scan scan =
-        scan_weave(view, false, [&](std::uint64_t bytes) { bar.at(view.weave_offset + bytes); });
+    const weave_scan scan = scan_weave(
+        view, fingerprints::none, [&](std::uint64_t bytes) { bar.at(view.weave_offset + bytes); });
     const version_log log = collect(view, scan, only, options.most);
     if (context.json) {
         print_log_json(view, only, log, options.reverse);

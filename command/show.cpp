@@ -70,7 +70,7 @@ exit_status read_change(const container_view &view, version_change *change) {
         return status_trouble;
     }
     change->edits = edits_of(compared, change->texts, 1, {});
-    const weave_scan scan = scan_weave(view, false, {});
+    const weave_scan scan = scan_weave(view, fingerprints::none, {});
     change->stored = scan.changes[position_of(scan.tree, id)];
     return status_done;
 }

@@ -25,7 +25,6 @@ namespace norvik {
 
 namespace {
 
-constexpr int verify_schema = 1;
 // Complaints told to people; the machine form has them all.
 constexpr std::size_t most_complaints = 100;
 
@@ -45,6 +44,14 @@ void tell_complaints(const container_view &view, const container_check &check) {
     }
 }
 
+// How many of the versions that are not deleted, `live` ones, nobody can tell a changed text of.
+std::string without_digest(const container_view &view, std::uint64_t live) {
+    const std::uint64_t without = count_without_sum(view);
+    return without == 0      ? ""
+           : without == live ? ", none with a digest"
+                             : ", " + std::to_string(without) + " without a digest";
+}
+
 void tell_summary(const container_view &view, const container_check &check) {
     std::uint64_t live = 0;
     std::uint64_t trusted = 0;
@@ -55,7 +62,7 @@ void tell_summary(const container_view &view, const container_check &check) {
     std::string text = escape_name(view.name) + ": ";
     const std::string count = std::to_string(live) + (live == 1 ? " version" : " versions");
     if (check.faults.empty()) {
-        text += "sound, " + count;
+        text += "sound, " + count + without_digest(view, live);
     } else {
         const std::size_t faults = check.faults.size();
         text += "unsound, " + std::to_string(faults) +
@@ -87,9 +94,10 @@ exit_status verify_one(const command_context &context, const std::string &name,
         return leave_unjudged(name, json);
     }
     progress bar(context, "verifying", view.bytes.view().size());
-    container_check check =
-        check_container(view, json != nullptr || kept != nullptr,
-                        [&](std::uint64_t bytes) { bar.at(view.weave_offset + bytes); });
+    container_check check = check_container(
+        view,
+        json != nullptr || kept != nullptr ? fingerprints::bytes : fingerprints_to_check(view),
+        [&](std::uint64_t bytes) { bar.at(view.weave_offset + bytes); });
     if (kept != nullptr) {
         kept->compare(view, &check);
     }
@@ -143,11 +151,12 @@ void register_verify(command_declaration &command, command_context &context) {
     add_json_option(command, context);
     command.details =
         "Checks every record and line of the container and reads the texts of all versions in\n"
-        "one pass. The format keeps no checksums. What cannot be seen in the container alone:\n"
-        "a byte of text that has become another one; a number that fits as well as the right\n"
-        "one; delete records that are lost or have changed places where every count still\n"
-        "fits; the lost header record of a version that has no records of its own.\n"
-        "Keep what --json prints: with --digests such changes are found as well.\n"
+        "one pass, and compares every version that has a digest with it. Without digests, which\n"
+        "'tdm seal' adds, a byte of text that has become another one cannot be seen, nor a\n"
+        "number that fits as well as the right one, delete records that are lost or have changed\n"
+        "places where every count still fits, or the lost header record of a version without\n"
+        "records of its own. Keep what --json prints: with --digests such changes are found as\n"
+        "well, and versions that are gone.\n"
         "A pipe of up to 4 GiB can be checked by its name, as in\n"
         "'tdm verify <(zcat notes.tdm.gz)'. What is neither a file nor a pipe is no container.";
     command.exit_codes =

@@ -161,7 +161,7 @@ texts_by_id texts_of(const held_container &container) {
 }
 
 bool is_sound(const norvik::container_view &view) {
-    return norvik::check_container(view, false, {}).faults.empty();
+    return norvik::check_container(view, norvik::fingerprints::none, {}).faults.empty();
 }
 
 }  // namespace fuzz

@@ -24,6 +24,7 @@ void register_delete(command_declaration &command, command_context &context);
 void register_purge(command_declaration &command, command_context &context);
 void register_repair(command_declaration &command, command_context &context);
 void register_verify(command_declaration &command, command_context &context);
+void register_seal(command_declaration &command, command_context &context);
 
 std::span<const command_entry> command_table() {
     static constexpr std::array table = {
@@ -45,6 +46,7 @@ std::span<const command_entry> command_table() {
         command_entry{"delete", "Delete versions and branches", register_delete},
         command_entry{"purge", "Remove a version and every line it alone has", register_purge},
         command_entry{"verify", "Check that a container is sound", register_verify},
+        command_entry{"seal", "Add digests to versions that have none", register_seal},
         command_entry{"repair", "Save what can be saved from a damaged container", register_repair},
     };
     return table;

@@ -19,9 +19,15 @@ std::optional<kept_digests> read_digests(const std::string &name) {
     if (told(input.read(name)) != status_done) {
         return std::nullopt;
     }
-    kept_digests kept(shown);
     try {
         const nlohmann::json document = nlohmann::json::parse(input.text());
+        const int schema = document.at("schema").get<int>();
+        if (schema != verify_schema && schema != verify_schema_of_lines) {
+            say_of_file(shown, "has a schema that is not known, " + std::to_string(schema));
+            return std::nullopt;
+        }
+        kept_digests kept(shown,
+                          schema == verify_schema ? fingerprints::bytes : fingerprints::lines);
         for (const nlohmann::json &container : document.at("containers")) {
             const auto path = container.at("container").get<std::string>();
             kept.add(path);
@@ -31,11 +37,11 @@ std::optional<kept_digests> read_digests(const std::string &name) {
                           version.at("digest").get<std::string>()});
             }
         }
+        return kept;
     } catch (const nlohmann::json::exception &) {
         say_of_file(shown, "is not what 'tdm verify --json' prints");
         return std::nullopt;
     }
-    return kept;
 }
 
 }  // namespace norvik

@@ -9,6 +9,10 @@
 
 namespace norvik {
 
+// What `tdm verify --json` prints; in the earlier form, digests were of the lines of a text.
+inline constexpr int verify_schema = 2;
+inline constexpr int verify_schema_of_lines = 1;
+
 // Reads the file `name`, "-" for standard input; nothing after a message.
 [[nodiscard]] std::optional<kept_digests> read_digests(const std::string &name);
 

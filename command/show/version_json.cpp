@@ -74,6 +74,7 @@ void describe_checked(json_writer &json, const container_view &view, const conta
     json.field("lines", text.lines);
     json.field("bytes", text.bytes);
     json.text("digest", hexadecimal(text.offset));
+    json.field("sealed", version.sum.has_value());
     json.end();
 }
 

@@ -19,11 +19,12 @@ result<> create_memory(container_plan *plan) {
                  : result<>();
 }
 
-result<> begin_plan(container_change *change, container_plan *plan) {
+result<container_check> begin_plan(container_change *change, container_plan *plan) {
     plan->before = std::move(change->old);
     plan->found = change->replacement.file().status;
-    auto sound = require_soundness(plan->before);
-    return sound ? create_memory(plan) : sound;
+    auto check = require_soundness(plan->before);
+    const auto created = check ? create_memory(plan) : result<>();
+    return created ? std::move(check) : created.failure();
 }
 
 bool is_named(const container_view &view, const version_record &version, const std::string &text) {
@@ -79,14 +80,18 @@ result<> find_version_to_purge(const std::string &text, purge_plan *plan) {
 
 result<> plan_deletion(container_change *change, const std::vector<std::string> &versions,
                        const std::vector<std::string> &branches, container_plan *plan) {
-    if (auto begun = begin_plan(change, plan); !begun) {
-        return begun;
+    const auto check = begin_plan(change, plan);
+    if (!check) {
+        return check.failure();
     }
     auto request = resolve_deletion(plan->before, versions, branches);
     if (!request) {
         return request.failure();
     }
     plan->request = std::move(*request);
+    if (auto sums = require_sums(plan->before, *check, plan->request); !sums) {
+        return sums;
+    }
     if (auto done = delete_into(plan->before, change->replacement.old_path(), plan->request,
                                 plan->bytes.path());
         !done) {
@@ -102,11 +107,15 @@ result<> plan_deletion(container_change *change, const std::vector<std::string> 
 }
 
 result<> plan_purge(container_change *change, const std::string &version, purge_plan *plan) {
-    if (auto begun = begin_plan(change, plan); !begun) {
-        return begun;
+    const auto check = begin_plan(change, plan);
+    if (!check) {
+        return check.failure();
     }
     if (auto found = find_version_to_purge(version, plan); !found) {
         return found;
+    }
+    if (auto sums = require_sums(plan->before, *check, plan->request); !sums) {
+        return sums;
     }
     return purge_into(plan->before, change->replacement.old_path(), plan->version, plan->request,
                       plan->bytes.descriptor(), &plan->after, &plan->lines);

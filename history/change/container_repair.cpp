@@ -223,7 +223,8 @@ result<> prove_repaired(const container_view &view, const repair_plan &plan,
         return opened.failure();
     }
     const container_view &repaired = *opened;
-    if (const auto faults = check_container(repaired, false, {}).faults; !faults.empty()) {
+    if (const auto faults = check_container(repaired, fingerprints_to_check(repaired), {}).faults;
+        !faults.empty()) {
         failure why = damaged(repaired, faults.front().what);
         why.follows = "what could be saved does not make a sound container";
         return why;
@@ -298,7 +299,7 @@ bool repair_plan::saves_nothing() const {
 
 repair_plan plan_repair(const container_view &view, bool drop_stray) {
     repair_plan plan;
-    plan.check = check_container(view, false, {});
+    plan.check = check_container(view, fingerprints_to_check(view), {});
     plan.verdict = judge_versions(view, plan.check, drop_stray);
     return plan;
 }

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 
-#include "container_check.h"
 #include "version_names.h"
 
 namespace norvik {
@@ -169,21 +168,47 @@ result<> delete_into(const container_view &view, const std::string &container_pa
     return failed == 0 ? result<>() : refusal(view.name, "nothing is deleted");
 }
 
-result<> require_soundness(const container_view &view) {
-    const container_check check = check_container(view, false, {});
-    if (check.faults.empty()) {
-        return {};
-    }
-    failure why = damaged(view, check.faults.front().what);
+namespace {
+
+failure refused(const container_view &view, const weave_fault &fault) {
+    failure why = damaged(view, fault.what);
     why.follows = "is unsound";
     why.way_out = remedy::see_faults;
     why.outcome = "nothing is built on it";
     return why;
 }
 
+}  // namespace
+
+result<container_check> require_soundness(const container_view &view) {
+    container_check check = check_container(view, fingerprints_to_check(view), {});
+    const auto fault = std::ranges::find(check.faults, false, &weave_fault::is_sum);
+    if (fault != check.faults.end()) {
+        return refused(view, *fault);
+    }
+    return check;
+}
+
+result<> require_sums(const container_view &view, const container_check &check,
+                      const deletion_request &request) {
+    for (const weave_fault &fault : check.faults) {
+        for (std::uint32_t i = fault.doubt.first; i < fault.doubt.end; i++) {
+            const version_record *version = find_version(view, check.scan.tree.versions[i]);
+            if (version != nullptr && request.survives(*version)) {
+                return refused(view, fault);
+            }
+        }
+        if (fault.doubt.empty()) {
+            return refused(view, fault);
+        }
+    }
+    return {};
+}
+
 result<> prove_survivors(const container_view &before, const container_view &after,
                          const deletion_request &request) {
-    if (const auto faults = check_container(after, false, {}).faults; !faults.empty()) {
+    if (const auto faults = check_container(after, fingerprints::none, {}).faults;
+        !faults.empty()) {
         failure why = damaged(after, faults.front().what);
         why.follows = "the new container is not sound; nothing is changed";
         return why;

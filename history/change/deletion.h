@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "container_check.h"
 #include "container_view.h"
 #include "failure.h"
 #include "survivor_proof.h"
@@ -41,8 +42,12 @@ result<> prove_survivors(const container_view &before, const container_view &aft
 [[nodiscard]] std::string in_words(std::vector<std::string> names);
 
 // Whether nothing in the container is unsound: what is deleted from an unsound one can change the
-// others.
-result<> require_soundness(const container_view &view);
+// others. Versions that do not agree with their digests are left to the function below.
+result<container_check> require_soundness(const container_view &view);
+
+// Whether every survivor agrees with its digest, by that judgement.
+result<> require_sums(const container_view &view, const container_check &check,
+                      const deletion_request &request);
 
 // What becomes of a version or a branch. Records are those of the old container.
 enum class fate {

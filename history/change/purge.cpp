@@ -54,7 +54,7 @@ public:
 
     // `purged` is the position of the version that goes, empty when it is gone.
     void visit(position_range purged, const visitor &visit_line) const {
-        weave_cursor cursor(view_, tree_, false);
+        weave_cursor cursor(view_, tree_);
         weave_stretch stretch;
         std::vector<position_range> holders;
         while (cursor.next(&stretch)) {

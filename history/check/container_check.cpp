@@ -71,15 +71,19 @@ void mark_doubts(const std::vector<weave_fault> &faults, bool drop_stray,
 
 }  // namespace
 
-container_check check_container(const container_view &view, bool fingerprints,
+container_check check_container(const container_view &view, fingerprints of,
                                 const scan_progress &told) {
-    container_check check{scan_weave(view, fingerprints, told), {}, {}, {}};
+    container_check check{scan_weave(view, of, told), {}, {}, {}};
     check.in_doubt.resize(check.scan.tree.versions.size());
     check.faults = check_header(view, check.scan.tree);
     check.faults.insert(check.faults.end(), check.scan.faults.begin(), check.scan.faults.end());
     check_unterminated(view, &check);
     if (!check.scan.unlisted.empty()) {
         check_without_records(view, &check);
+    }
+    if (of == fingerprints::bytes) {
+        const std::vector<weave_fault> sums = check_sums(view, check.scan);
+        check.faults.insert(check.faults.end(), sums.begin(), sums.end());
     }
     std::stable_sort(
         check.faults.begin(), check.faults.end(),

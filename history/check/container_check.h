@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "sum_check.h"
 #include "weave_scan.h"
 
 namespace norvik {
@@ -15,8 +16,9 @@ struct container_check {
     std::vector<bool> in_other_doubt;  // the same without faults that are stray lines
 };
 
-// One pass: O(bytes + (records + stretches) x log versions). `told` may be empty.
-[[nodiscard]] container_check check_container(const container_view &view, bool fingerprints,
+// One pass: O(bytes + (records + stretches) x log versions). With fingerprints of bytes the digests
+// in the records are checked as well. `told` may be empty.
+[[nodiscard]] container_check check_container(const container_view &view, fingerprints of,
                                               const scan_progress &told);
 
 // Whether `version` can be reconstructed and its text is in no doubt. With `drop_stray`, lines that

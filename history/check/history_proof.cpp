@@ -23,7 +23,7 @@ void history_proof::find_texts(std::uint32_t count) {
         return;
     }
     const position_range ours{start, start + count};
-    weave_cursor cursor(view_, tree, false);
+    weave_cursor cursor(view_, tree);
     weave_stretch stretch;
     std::vector<position_range> holders;
     for (std::size_t place = 0; cursor.next(&stretch); place++) {

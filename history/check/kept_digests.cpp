@@ -13,6 +13,10 @@ void kept_digests::compare(const container_view &view, container_check *check) c
         check->faults.push_back({{0, source_ + " lists no such container"}, {}, false});
         return;
     }
+    // Only lists that earlier versions of the command have printed are of lines.
+    const weave_scan lines = of_ == fingerprints::lines ? scan_weave(view, of_, {}) : weave_scan();
+    const std::vector<text_step> &totals =
+        of_ == fingerprints::lines ? lines.totals : check->scan.totals;
     for (const auto &[identifier, kept] : found->second) {
         const version_record *version = find_version_by_oid(view, identifier);
         if (version == nullptr) {
@@ -21,7 +25,7 @@ void kept_digests::compare(const container_view &view, container_check *check) c
             continue;
         }
         const std::uint32_t position = position_of(check->scan.tree, version->id);
-        if (hexadecimal(check->scan.totals[position].offset) != kept.digest) {
+        if (hexadecimal(totals[position].offset) != kept.digest) {
             check->in_doubt[position] = true;
             check->faults.push_back(
                 {{0, "version " + kept.name + " reads otherwise than " + source_ + " has it"},

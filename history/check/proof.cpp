@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "container_check.h"
 #include "record_line.h"
 #include "record_text.h"
 #include "structure.h"
@@ -71,6 +72,49 @@ failure refused(const container_view &view, const char *reason) {
     return refusal(view.name, std::string("the new container is refused: ") + reason);
 }
 
+std::string_view take_line(std::string_view *rest) {
+    const std::string_view line = rest->substr(0, rest->find('\n') + 1);
+    rest->remove_prefix(line.size());
+    return line;
+}
+
+// The record without its notes and its newline.
+std::string_view fields_of(std::string_view line, const version_record &version) {
+    const std::size_t behind = version.notes.empty() ? 1 : version.notes.size() + 2;
+    return line.substr(0, line.size() - behind);
+}
+
+bool differs_in_notes_only(const container_view &old, const container_view &fresh,
+                           const std::set<version_id> &touched) {
+    if (old.versions.size() != fresh.versions.size() || old.weave_line != fresh.weave_line ||
+        old.bytes.view().substr(old.weave_offset) !=
+            fresh.bytes.view().substr(fresh.weave_offset)) {
+        return false;
+    }
+    std::string_view old_header = old.bytes.view().substr(0, old.weave_offset);
+    std::string_view new_header = fresh.bytes.view().substr(0, fresh.weave_offset);
+    std::size_t next = 0;
+    for (std::uint64_t line = 1; line < old.weave_line; line++) {
+        const std::string_view before = take_line(&old_header);
+        const std::string_view after = take_line(&new_header);
+        if (next == old.versions.size() || old.versions[next].line != line) {
+            if (before != after) {
+                return false;
+            }
+            continue;
+        }
+        const version_record &version = old.versions[next];
+        const version_record &now = fresh.versions[next++];
+        const bool same = touched.contains(version.id) && !version.deleted
+                              ? fields_of(before, version) == fields_of(after, now)
+                              : before == after;
+        if (now.line != line || !same) {
+            return false;
+        }
+    }
+    return old_header.empty() && new_header.empty();
+}
+
 }  // namespace
 
 std::string status_record_text(const container_view &old, bool adds_branch) {
@@ -121,6 +165,26 @@ result<container_view> prove_addition(const container_view &old, int descriptor,
     // New records can be too many and change no text yet, as a deletion within one.
     if (scan_structure(*fresh)) {
         return refused(old, "it is not sound");
+    }
+    return fresh;
+}
+
+result<container_view> prove_records(const container_view &old, int descriptor,
+                                     const std::set<version_id> &touched) {
+    auto fresh = open_container(descriptor, old.name, "the new container cannot be read");
+    if (!fresh) {
+        return fresh;
+    }
+    if (!differs_in_notes_only(old, *fresh, touched)) {
+        return refusal(old.name,
+                       "the new container is refused: it does not keep what the old one "
+                       "holds");
+    }
+    if (const auto faults = check_container(*fresh, fingerprints::bytes, {}).faults;
+        !faults.empty()) {
+        failure why = damaged(*fresh, faults.front().what);
+        why.follows = "the new container is not sound; nothing is changed";
+        return why;
     }
     return fresh;
 }

@@ -1,9 +1,10 @@
-// Proves that a new container is the old one with versions (or a branch) added and nothing else
-// changed, before it takes the old one's place.
+// Proves that a new container is the old one with versions (or a branch) added, or with other notes
+// in some records, and nothing else changed, before it takes the old one's place.
 #ifndef NORVIK_PROOF_H
 #define NORVIK_PROOF_H
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -33,6 +34,13 @@ result<container_view> prove_addition(const container_view &old, int descriptor,
 // Whether the version's text, by its lineage, is exactly `text`. A container that cannot be walked
 // is not.
 [[nodiscard]] bool version_equals(const container_view &view, version_id id, std::string_view text);
+
+// Opens the new container by `descriptor` and compares: all but the records of the `touched`
+// versions is the same byte for byte; those are the same up to their notes, and their lines are no
+// more and no fewer. Every version that has a digest agrees with it, and the container is sound.
+// Gives the new container, or a failure that names it as the old one.
+result<container_view> prove_records(const container_view &old, int descriptor,
+                                     const std::set<version_id> &touched);
 
 }  // namespace norvik
 

@@ -96,7 +96,7 @@ std::optional<damage> scan_structure(const container_view &view) {
     if (is_plainly_sound(view)) {
         return std::nullopt;
     }
-    std::vector<weave_fault> faults = check_container(view, false, {}).faults;
+    std::vector<weave_fault> faults = check_container(view, fingerprints::none, {}).faults;
     if (faults.empty()) {
         return std::nullopt;
     }

@@ -14,8 +14,9 @@
 
 namespace norvik {
 
-// Is the container whole: the first fault that check_container finds is returned. What is sound at
-// first sight (weave_soundness.h) costs one pass, O(bytes); all else is looked at as closely.
+// Is the container whole: the first fault that check_container finds without digests is returned.
+// What is sound at first sight (weave_soundness.h) costs one pass, O(bytes); all else is looked at
+// as closely.
 [[nodiscard]] std::optional<damage> scan_structure(const container_view &view);
 
 using format::in_lineage;

@@ -39,7 +39,7 @@ class survivor_lines {
 public:
     survivor_lines(const container_view &view, const version_tree &tree,
                    const survivor_ranks &ranks)
-        : cursor_(view, tree, false), ranks_(ranks) {}
+        : cursor_(view, tree), ranks_(ranks) {}
 
     // Makes sure that there are bytes to take; false at the end.
     bool fill() {

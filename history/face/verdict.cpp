@@ -50,7 +50,8 @@ norvik_error *verify(const norvik_container *container, std::uint32_t flags,
             progress(user, view.weave_offset + bytes, view.bytes.view().size());
         };
     }
-    verdict->check = check_container(view, digests, told);
+    verdict->check =
+        check_container(view, digests ? fingerprints::bytes : fingerprints_to_check(view), told);
     for (const weave_fault &fault : verdict->check.faults) {
         verdict->complaints.push_back({fault.what.line, fault.what.reason.c_str()});
     }

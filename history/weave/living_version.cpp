@@ -2,7 +2,8 @@
 // that agree in all three are read.
 #include "living_version.h"
 
-#include "line_hash.h"
+#include <algorithm>
+
 #include "proof.h"
 #include "weave_scan.h"
 
@@ -14,14 +15,9 @@ namespace {
 text_step measure(std::string_view text) {
     text_step read;
     read.bytes = text.size();
-    while (!text.empty()) {
-        const std::size_t newline = text.find('\n');
-        const std::string_view line =
-            text.substr(0, newline == std::string_view::npos ? text.size() : newline + 1);
-        read.offset = multiply_add(read.offset, fingerprint_base, hash_line(line));
-        read.lines++;
-        text.remove_prefix(line.size());
-    }
+    read.offset = add_text(0, text);
+    read.lines = static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '\n')) +
+                 (text.empty() || text.ends_with('\n') ? 0 : 1);
     return read;
 }
 
@@ -36,7 +32,7 @@ const version_record *find_living_version(const container_view &view,
         }
     }
     const text_step sought = measure(text);
-    const weave_scan scan = scan_weave(view, true, {});
+    const weave_scan scan = scan_weave(view, fingerprints::bytes, {});
     for (std::size_t i = 0; i < scan.totals.size(); i++) {
         const text_step &read = scan.totals[i];
         if (read.bytes != sought.bytes || read.lines != sought.lines ||

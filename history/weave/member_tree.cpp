@@ -10,7 +10,6 @@
 namespace norvik {
 namespace {
 
-constexpr std::uint64_t prime = (std::uint64_t{1} << 61) - 1;
 constexpr std::size_t root = 1;  // children of i: 2i and 2i + 1
 
 position_range left_half(position_range span) {
@@ -27,14 +26,6 @@ bool apart(position_range a, position_range b) {
 
 }  // namespace
 
-std::uint64_t multiply_add(std::uint64_t a, std::uint64_t b, std::uint64_t c) {
-    __extension__ using wide = unsigned __int128;
-    const wide product = static_cast<wide>(a) * b + c;
-    const std::uint64_t folded =
-        (static_cast<std::uint64_t>(product) & prime) + static_cast<std::uint64_t>(product >> 61);
-    return folded >= prime ? folded - prime : folded;
-}
-
 member_tree::member_tree(std::uint32_t positions, bool fingerprints)
     : ordered_(fingerprints),
       positions_(positions),
@@ -44,17 +35,21 @@ member_tree::member_tree(std::uint32_t positions, bool fingerprints)
 void member_tree::take(std::size_t at, const text_step &step) {
     node &to = nodes_[at];
     text_step &sum = to.waiting;
-    sum.lines += step.lines;
-    sum.bytes += step.bytes;
-    if (ordered_) {
-        sum.factor = multiply_add(sum.factor, step.factor, 0);
-        sum.offset = multiply_add(sum.offset, step.factor, step.offset);
+    if (sum.lines == 0) {
+        sum = step;
+    } else {
+        sum.lines += step.lines;
+        sum.bytes += step.bytes;
+        if (ordered_) {
+            sum.factor = multiply_add(sum.factor, step.factor, 0);
+            sum.offset = multiply_add(sum.offset, step.factor, step.offset);
+        }
+        if (step.first_unended != 0 &&
+            (sum.first_unended == 0 || step.first_unended < sum.first_unended)) {
+            sum.first_unended = step.first_unended;
+        }
+        sum.last_line = std::max(sum.last_line, step.last_line);
     }
-    if (step.first_unended != 0 &&
-        (sum.first_unended == 0 || step.first_unended < sum.first_unended)) {
-        sum.first_unended = step.first_unended;
-    }
-    sum.last_line = std::max(sum.last_line, step.last_line);
     if (to.due != nothing_due) {
         to.due -= step.lines;
     }
@@ -88,7 +83,7 @@ void member_tree::pull(std::size_t at) {
 template <typename Visit>
 void member_tree::descend(std::size_t at, position_range span, position_range range, passage way,
                           const Visit &visit) {
-    if (apart(span, range) || (!way.below_covers && nodes_[at].covers != 0)) {
+    if (!way.below_covers && nodes_[at].covers != 0) {
         return;
     }
     if (range.holds(span)) {
@@ -98,8 +93,13 @@ void member_tree::descend(std::size_t at, position_range span, position_range ra
     if (way.push) {
         push(at);
     }
-    descend(2 * at, left_half(span), range, way, visit);
-    descend(2 * at + 1, right_half(span), range, way, visit);
+    const position_range left = left_half(span);
+    if (range.first < left.end) {
+        descend(2 * at, left, range, way, visit);
+    }
+    if (range.end > left.end) {
+        descend(2 * at + 1, {left.end, span.end}, range, way, visit);
+    }
     if (way.pull) {
         pull(at);
     }
@@ -110,7 +110,11 @@ void member_tree::apply(position_range range, const text_step &step) {
         return;
     }
     range = widened(range);
-    if (!ordered_ && cover_count_ == 0) {
+    if (cover_count_ == 0) {
+        if (ordered_) {
+            push_above(range.first);
+            push_above(range.end);
+        }
         apply_uncovered(range, step);
         return;
     }
@@ -122,6 +126,17 @@ void member_tree::apply(position_range range, const text_step &step) {
 // with the tree, and is made up of fewer nodes then.
 position_range member_tree::widened(position_range range) const {
     return {range.first, range.end == positions_ ? size_ : range.end};
+}
+
+// What waits above the border between the position and the one before goes down to its sides.
+void member_tree::push_above(std::uint32_t position) {
+    if (position == 0 || position == size_) {
+        return;
+    }
+    const std::size_t leaf = std::size_t{size_} + position;
+    for (int level = std::countr_zero(size_); level > std::countr_zero(position); level--) {
+        push(leaf >> level);
+    }
 }
 
 // While nothing is covered, nothing is due either, and the nodes of a range need no descent.

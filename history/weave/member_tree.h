@@ -17,12 +17,13 @@
 #include <functional>
 #include <vector>
 
+#include "version_sum.h"
 #include "version_tree.h"
 
 namespace norvik {
 
-// What a run of lines adds to a text. The fingerprint is the value of the lines' hashes as digits:
-// a text with value x becomes x * factor + offset modulo 2^61 - 1.
+// What a run of lines adds to a text. The fingerprint is a value of its bytes or lines as digits: a
+// text with value x becomes x * factor + offset modulo 2^61 - 1.
 struct text_step {
     std::uint64_t lines = 0;
     std::uint64_t bytes = 0;
@@ -32,9 +33,6 @@ struct text_step {
     std::uint64_t first_unended = 0;
     std::uint64_t last_line = 0;  // container line of the last line
 };
-
-// a * b + c modulo 2^61 - 1, for arguments below that.
-[[nodiscard]] std::uint64_t multiply_add(std::uint64_t a, std::uint64_t b, std::uint64_t c);
 
 inline constexpr std::uint64_t nothing_due = UINT64_MAX;
 
@@ -88,11 +86,12 @@ private:
     void apply_uncovered(position_range range, const text_step &step);
     void take(std::size_t at, const text_step &step);
     void push(std::size_t at);
+    void push_above(std::uint32_t position);
     void pull(std::size_t at);
     std::uint64_t lines_waiting_above(std::size_t at) const;
     void find_nearest(std::size_t at, position_range span, position_range range,
                       std::uint64_t passed, std::uint64_t *nearest) const;
-    // Visits the nodes that make up `range`.
+    // Visits the nodes that make up `range`, which has positions of `span`.
     template <typename Visit>
     void descend(std::size_t at, position_range span, position_range range, passage way,
                  const Visit &visit);

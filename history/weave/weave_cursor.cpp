@@ -27,27 +27,18 @@ position_range common_part(position_range a, position_range b) {
     return {first, std::max(first, std::min(a.end, b.end))};
 }
 
-std::uint64_t power(std::uint64_t base, std::uint64_t exponent) {
-    std::uint64_t result = 1;
-    for (; exponent != 0; exponent >>= 1) {
-        result = (exponent & 1) != 0 ? multiply_add(result, base, 0) : result;
-        base = multiply_add(base, base, 0);
-    }
-    return result;
-}
-
 const char *record_word(char kind) {
     return kind == format::kind_insert ? "an insert record" : "a delete record";
 }
 
 }  // namespace
 
-weave_cursor::weave_cursor(const container_view &view, const version_tree &tree, bool fingerprints)
+weave_cursor::weave_cursor(const container_view &view, const version_tree &tree, fingerprints of)
     : view_(view),
       tree_(tree),
-      fingerprints_(fingerprints),
+      fingerprints_(of),
       line_(view.weave_line),
-      members_(static_cast<std::uint32_t>(tree.versions.size()), fingerprints),
+      members_(static_cast<std::uint32_t>(tree.versions.size()), of != fingerprints::none),
       changes_(tree.versions.size()) {
     const std::string_view data = view.bytes.view();
     first_ = at_ = data.data() + view.weave_offset;
@@ -268,13 +259,20 @@ void weave_cursor::take_marked(char kind, weave_stretch *out, text_step *step) {
     const std::string_view text = text_of(line);
     out->bytes = line;
     out->lines = 1;
-    *step = {1,
-             text.size(),
-             fingerprints_ ? fingerprint_base : 1,
-             fingerprints_ ? hash_line(text) : 0,
-             kind == format::kind_unended ? line_ : 0,
-             line_};
+    *step = {1, text.size(), 1, 0, kind == format::kind_unended ? line_ : 0, line_};
+    take_fingerprint(text, step);
     pass_line(line);
+}
+
+// Adds a line, or bytes of any number of lines, to a step.
+void weave_cursor::take_fingerprint(std::string_view text, text_step *step) const {
+    if (fingerprints_ == fingerprints::bytes) {
+        step->factor = multiply_add(step->factor, text_factor(text.size()), 0);
+        step->offset = add_text(step->offset, text);
+    } else if (fingerprints_ == fingerprints::lines) {
+        step->factor = multiply_add(step->factor, fingerprint_base, 0);
+        step->offset = multiply_add(step->offset, fingerprint_base, hash_line(text));
+    }
 }
 
 // Takes plain lines, `most` at most; a faulty one alone.
@@ -286,8 +284,8 @@ void weave_cursor::take_plain(std::uint64_t most, weave_stretch *out, text_step 
         if (reason != nullptr && out->lines > 0) {
             break;
         }
-        if (fingerprints_) {
-            step->offset = multiply_add(step->offset, fingerprint_base, hash_line(line));
+        if (fingerprints_ == fingerprints::lines) {
+            take_fingerprint(line, step);
         }
         out->lines++;
         if (reason != nullptr) {
@@ -301,7 +299,9 @@ void weave_cursor::take_plain(std::uint64_t most, weave_stretch *out, text_step 
     out->bytes = {first, static_cast<std::size_t>(at_ - first)};
     step->lines = out->lines;
     step->bytes = out->bytes.size();
-    step->factor = fingerprints_ ? power(fingerprint_base, out->lines) : 1;
+    if (fingerprints_ == fingerprints::bytes) {
+        take_fingerprint(out->bytes, step);
+    }
     step->last_line = line_ - 1;
 }
 

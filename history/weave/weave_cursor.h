@@ -44,8 +44,16 @@ namespace norvik {
 struct weave_fault {
     damage what;
     position_range doubt;
-    bool stray = false;  // lines that belong to no run: the doubt is whether they should
-    bool guess = false;  // seen by its effects alone, which may be another fault's
+    bool stray = false;   // lines that belong to no run: the doubt is whether they should
+    bool guess = false;   // seen by its effects alone, which may be another fault's
+    bool is_sum = false;  // a digest that does not agree, not the structure
+};
+
+// What the totals of versions have of their texts, besides lines and bytes.
+enum class fingerprints {
+    none,
+    bytes,  // the value that a version's sum is made of (version_sum.h)
+    lines,  // the value of the lines' hashes (line_hash.h), as older lists of digests have it
 };
 
 struct weave_stretch {
@@ -83,9 +91,9 @@ struct change_counts {
 
 class weave_cursor {
 public:
-    // With fingerprints every line is hashed into the totals of its holders; else these have line
-    // and byte counts only. View and tree must outlive the cursor.
-    weave_cursor(const container_view &view, const version_tree &tree, bool fingerprints);
+    // View and tree must outlive the cursor.
+    weave_cursor(const container_view &view, const version_tree &tree,
+                 fingerprints of = fingerprints::none);
 
     // The next stretch, false at the end. Lines outside every run are faults and no stretch.
     bool next(weave_stretch *out);
@@ -142,13 +150,14 @@ private:
     void add_to_holders(const weave_stretch &stretch, const text_step &step);
     void take_plain(std::uint64_t most, weave_stretch *out, text_step *step);
     void take_marked(char kind, weave_stretch *out, text_step *step);
+    void take_fingerprint(std::string_view line, text_step *step) const;
     const char *spelling_fault(std::string_view line, char kind) const;
     const char *line_fault(std::string_view line) const;
     void finish();
 
     const container_view &view_;
     const version_tree &tree_;
-    const bool fingerprints_;
+    const fingerprints fingerprints_;
     const char *first_;
     const char *at_;
     const char *end_;

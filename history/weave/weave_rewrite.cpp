@@ -18,7 +18,7 @@ survivor_set::survivor_set(const std::vector<bool> &alive) {
 
 weave_rewrite::weave_rewrite(const container_view &view, const version_tree &tree,
                              const survivor_set &survivors, const rewrite_plan &plan)
-    : cursor_(view, tree, false), tree_(tree), survivors_(survivors), plan_(plan) {
+    : cursor_(view, tree), tree_(tree), survivors_(survivors), plan_(plan) {
     weave_stretch stretch;
     while (cursor_.next(&stretch)) {
         take_records();

@@ -9,10 +9,10 @@ namespace norvik {
 
 namespace {
 
-weave_scan scan_along(const container_view &view, version_tree tree, bool fingerprints,
+weave_scan scan_along(const container_view &view, version_tree tree, fingerprints of,
                       const scan_progress &told) {
     weave_scan result{std::move(tree), {}, {}, {}, {}};
-    weave_cursor cursor(view, result.tree, fingerprints);
+    weave_cursor cursor(view, result.tree, of);
     constexpr std::uint64_t told_every = std::uint64_t{1} << 20;
     std::uint64_t tell_at = told_every;
     weave_stretch stretch;
@@ -44,8 +44,8 @@ bool is_lost(const version_tree &tree, version_id id, std::uint64_t records) {
 
 }  // namespace
 
-weave_scan scan_weave(const container_view &view, bool fingerprints, const scan_progress &told) {
-    weave_scan result = scan_along(view, build_version_tree(view), fingerprints, told);
+weave_scan scan_weave(const container_view &view, fingerprints of, const scan_progress &told) {
+    weave_scan result = scan_along(view, build_version_tree(view), of, told);
     std::set<version_id> lost;
     for (const auto &[id, records] : result.unlisted) {
         if (is_lost(result.tree, id, records)) {
@@ -56,7 +56,7 @@ weave_scan scan_weave(const container_view &view, bool fingerprints, const scan_
         return result;
     }
     // What a deletion counts depends on the version before it, which may be a lost one.
-    return scan_along(view, build_version_tree(view, lost), fingerprints, told);
+    return scan_along(view, build_version_tree(view, lost), of, told);
 }
 
 }  // namespace norvik

@@ -21,9 +21,8 @@ struct weave_scan {
 using scan_progress = std::function<void(std::uint64_t bytes)>;
 
 // One pass, and a second one when header records are lost of versions that the weave has.
-// O(bytes + (records + stretches) x log versions). Without fingerprints the totals have line and
-// byte counts only. `told` may be empty.
-[[nodiscard]] weave_scan scan_weave(const container_view &view, bool fingerprints,
+// O(bytes + (records + stretches) x log versions). `told` may be empty.
+[[nodiscard]] weave_scan scan_weave(const container_view &view, fingerprints of,
                                     const scan_progress &told);
 
 }  // namespace norvik

@@ -81,7 +81,7 @@ judgement judge(const std::string &bytes, const random_history &history,
                 const norvik::kept_digests &kept) {
     judgement result;
     const container_view view = opened(bytes);
-    norvik::container_check check = norvik::check_container(view, true, {});
+    norvik::container_check check = norvik::check_container(view, norvik::fingerprints::bytes, {});
     result.sound = check.faults.empty();
     // What is wrong with the first branch or version alone no text needs.
     EXPECT_TRUE(result.sound || !norvik::is_plainly_sound(view) ||

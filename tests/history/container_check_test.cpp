@@ -86,7 +86,8 @@ TEST(container_check, names_the_line_of_every_kind_of_damage) {
     for (const damage_row &row : damages) {
         SCOPED_TRACE(row.name);
         const norvik::container_view view = opened(spoiled_container(row.from, row.to));
-        const norvik::container_check check = norvik::check_container(view, false, {});
+        const norvik::container_check check =
+            norvik::check_container(view, norvik::fingerprints::none, {});
         const bool told = std::any_of(
             check.faults.begin(), check.faults.end(), [&](const norvik::weave_fault &fault) {
                 return fault.what.line == row.line &&
@@ -116,7 +117,8 @@ TEST(survivor_proof, sees_a_text_or_an_owner_that_is_not_the_same) {
     const auto all = [](const norvik::version_record &) { return true; };
     for (const auto &[name, bytes] : rows) {
         const norvik::container_view after = opened(bytes);
-        EXPECT_TRUE(norvik::check_container(after, false, {}).faults.empty()) << name;
+        EXPECT_TRUE(norvik::check_container(after, norvik::fingerprints::none, {}).faults.empty())
+            << name;
         EXPECT_FALSE(norvik::compare_survivors(before, after, all)) << name;
     }
     EXPECT_TRUE(norvik::compare_survivors(before, before, all));

@@ -71,7 +71,7 @@ TEST(weave_cursor, knows_who_holds_every_line) {
         for (const version_id id : tree.versions) {
             texts.push_back(pieces_of(view, id));
         }
-        norvik::weave_cursor cursor(view, tree, false);
+        norvik::weave_cursor cursor(view, tree);
         for (norvik::weave_stretch stretch; cursor.next(&stretch);) {
             const char *first =
                 (stretch.kind == 0 ? stretch.bytes : norvik::text_of(stretch.bytes)).data();
@@ -113,7 +113,7 @@ TEST(weave_rewrite, keeps_the_texts_of_survivors_and_no_other_line) {
                 EXPECT_EQ(host_tests::text_of_version(after, id), version.text) << version.oid;
             }
         }
-        norvik::weave_cursor cursor(after, tree, false);
+        norvik::weave_cursor cursor(after, tree);
         std::set<version_id> owners;
         for (norvik::weave_stretch stretch; cursor.next(&stretch);) {
             std::vector<norvik::position_range> parts;
