@@ -136,7 +136,7 @@ bool take_sum(std::string_view *words, std::uint64_t *sum) {
 
 }  // namespace
 
-const std::string *version_notes::find(std::string_view key) const {
+const std::string *version_notes::find(std::string_view key) const & {
     const auto found = std::ranges::find(words, key, &version_note::key);
     return found == words.end() ? nullptr : &found->value;
 }

@@ -39,7 +39,8 @@ struct version_notes {
     std::vector<version_note> words;  // in the order of the record
 
     // The first value of a key; null for none.
-    [[nodiscard]] const std::string *find(std::string_view key) const;
+    [[nodiscard]] const std::string *find(std::string_view key) const &;
+    const std::string *find(std::string_view key) && = delete;
 };
 
 // Whether `words`, without the blank before the first, are notes in the one form in which they are

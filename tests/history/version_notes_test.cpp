@@ -34,7 +34,8 @@ TEST(version_notes, have_one_spelling) {
         uint64_t taken = 0;
         EXPECT_TRUE(norvik::take_notes(words, &taken)) << words;
         EXPECT_EQ(taken, 0x0123456789abcdefU);
-        const std::string *const read = norvik::decode_notes(words).find("msg");
+        const version_notes decoded = norvik::decode_notes(words);
+        const std::string *const read = decoded.find("msg");
         ASSERT_NE(read, nullptr);
         EXPECT_EQ(*read, value);
     }
