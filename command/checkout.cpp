@@ -19,6 +19,8 @@
 #include "output.h"
 #include "proof.h"
 #include "replaced_text.h"
+#include "version_sum.h"
+#include "version_text.h"
 
 namespace norvik {
 
@@ -43,6 +45,39 @@ exit_status construct(const container_reading &input, const std::string &oid,
 exit_status say_refused_text(const std::string &name) {
     say_of_file(name, "is not written: the new file does not read back as the version's text");
     return status_trouble;
+}
+
+// Whether the version agrees with its digest, before anything of it is written; without `refuse`
+// that it does not is told and noted in `damaged`.
+exit_status check_sum(const container_reading &input, const version_record &version, bool refuse,
+                      bool *damaged) {
+    const auto value = read_text_value(input.view, version.id);
+    const auto agrees = value ? require_sum(input.view, version, *value) : value.failure();
+    if (agrees) {
+        return status_done;
+    }
+    *damaged = true;
+    (void)tell(agrees.failure());
+    say_of_file(input.view.name, refuse ? "the version is not written (--damaged writes it all the "
+                                          "same)"
+                                        : "the version is written all the same (--damaged)");
+    return unless_changed(input, refuse ? status_trouble : status_done);
+}
+
+// What is written must be the version's text, and that agree with its digest; what a damaged
+// container holds is not certain enough to be compared with.
+exit_status prove_text_written(const container_reading &input, const version_record &version,
+                               std::string_view text, const std::string &name) {
+    if (!version_equals(input.view, version.id, text)) {
+        return say_refused_text(name);
+    }
+    const auto agrees =
+        version.sum ? require_sum(input.view, version, add_text(0, text)) : result<>();
+    if (!agrees) {
+        (void)tell(agrees.failure());
+        say_of_file(name, "is not written (--damaged writes it all the same)");
+    }
+    return agrees ? status_done : status_trouble;
 }
 
 exit_status construct_into_file(const command_context &context, const checkout_options &options,
@@ -72,9 +107,10 @@ exit_status construct_into_file(const command_context &context, const checkout_o
         if (const std::error_code error = written.load(descriptor); error) {
             return say_errno(options.output, "what was written cannot be read", error);
         }
-        // What a damaged container holds is not certain enough to be compared with.
-        const bool equal = damaged || version_equals(input.view, version.id, written.view());
-        return unless_changed(input, equal ? status_done : say_refused_text(options.output));
+        const exit_status proven =
+            damaged ? status_done
+                    : prove_text_written(input, version, written.view(), options.output);
+        return unless_changed(input, proven);
     })));
 }
 
@@ -90,6 +126,10 @@ exit_status run_checkout(const command_context &context, const checkout_options 
     }
     const version_record *version = require_version(input.view, options.version);
     if (version == nullptr) {
+        return status_trouble;
+    }
+    if (version->sum && (to_stdout || options.damaged) &&
+        check_sum(input, *version, !options.damaged, &damaged) != status_done) {
         return status_trouble;
     }
     widen_standard_stream();
@@ -111,7 +151,8 @@ void register_checkout(command_declaration &command, command_context &context) {
                         "changes");
     add_damaged_option(command, options->damaged);
     command.details =
-        "FILE is written beside its place, compared with the version, and renamed. An existing\n"
+        "A version that does not agree with its digest is not written, but by --damaged. FILE is\n"
+        "written beside its place, compared with the version, and renamed. An existing\n"
         "FILE is replaced when its bytes are those of a version, so that nothing is lost. FILE's\n"
         "extended attribute user.tdm.base names the version, where the file system takes it:\n"
         "'tdm checkin' then sees what others have stored since.";

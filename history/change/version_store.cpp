@@ -6,6 +6,8 @@
 #include "new_branch.h"
 #include "proof.h"
 #include "replacement_writer.h"
+#include "version_sum.h"
+#include "version_text.h"
 #include "version_weaver.h"
 
 namespace norvik {
@@ -21,6 +23,16 @@ result<> prove_element(const std::string &name, int descriptor, const std::strin
     return bytes.view() == expected
                ? result<>()
                : refusal(name, "the new container is refused: it does not read back as written");
+}
+
+// The point of a new branch must agree with its digest.
+result<> require_point(const container_view &view, const version_record &point) {
+    const auto value = read_text_value(view, point.id);
+    auto sound = value ? require_sum(view, point, *value) : value.failure();
+    if (!sound) {
+        sound.failure().follows = "is damaged; nothing is built on it";
+    }
+    return sound;
 }
 
 }  // namespace
@@ -50,6 +62,9 @@ result<> store_branch(container_change *change, const std::string &name,
     const auto number = new_branch_number(change->old);
     if (!number) {
         return number.failure();
+    }
+    if (auto sound = require_point(change->old, point); !sound) {
+        return sound;
     }
     const added_records added{*number, 0,
                               status_record_text(change->old, true) +

@@ -6,6 +6,7 @@
 #include "replacement_writer.h"
 #include "structure.h"
 #include "version_edit.h"
+#include "version_sum.h"
 
 namespace norvik {
 
@@ -21,7 +22,15 @@ result<> version_weaver::begin() {
         return true;
     });
     newest_ = before_;
-    return broken ? damaged(old, *broken) : result<>();
+    const version_record *version = find_version(old, plan_.predecessor);
+    auto sound = broken ? result<>(damaged(old, *broken)) : result<>();
+    if (sound && version != nullptr && !version->deleted && version->sum) {
+        sound = require_sum(old, *version, add_text(0, before_));
+    }
+    if (!sound) {
+        sound.failure().follows = "is damaged; nothing is built on it";
+    }
+    return sound;
 }
 
 result<> version_weaver::add(new_version fresh, std::string_view text, const std::string &name) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "version_sum.h"
 #include "version_text.h"
 
 namespace norvik {
@@ -12,6 +13,9 @@ namespace {
 
 result<> load(const container_view &view, const version_record &version, lined_text *out) {
     auto loaded = load_version_text(view, version.id, version_name(view, version.id), out);
+    if (loaded && version.sum) {
+        loaded = require_sum(view, version, add_text(0, out->bytes.view()));
+    }
     return loaded ? read_lines(out) : loaded;
 }
 

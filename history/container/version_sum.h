@@ -62,6 +62,11 @@ private:
     std::uint64_t fields_above_ = 0;       // the value of what stands above its versions' fields
 };
 
+// Fails, on the container, when the version has a digest and does not agree with it, its text
+// having this value.
+result<> require_sum(const container_view &view, const version_record &version,
+                     std::uint64_t text_value);
+
 // The record of a version with its notes and the sum of them and of a text, a line as it is
 // written; `version` needs no notes of its own. Fails, with its size and the room for notes, when
 // the record would be longer than longest_noted_record.

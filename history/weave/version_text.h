@@ -11,6 +11,10 @@ namespace norvik {
 result<> load_version_text(const container_view &view, version_id id, const std::string &name,
                            text_file *out);
 
+// The value of the text that a version's digest is made of (version_sum.h). One pass over the
+// weave.
+result<std::uint64_t> read_text_value(const container_view &view, version_id id);
+
 }  // namespace norvik
 
 #endif

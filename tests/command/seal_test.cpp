@@ -62,12 +62,21 @@ TEST(seal, what_is_damaged_is_found_and_never_built_on) {
               "of the lines 2, 15, 27\n");
     EXPECT_EQ(verified.out, "c: unsound, 1 complaint, 1 of 6 versions in doubt\n");
     const std::string damaged = read_file("c");
+    write_file("text", "a new text\n");
     const struct {
         const char *words, *told;
         int status;
     } rows[] = {
         {"delete c main@2 --yes", "is unsound", 2},
         {"purge c draft@1 --yes", "is unsound", 2},
+        {"checkout c", "main@4 does not agree with its digest", 2},
+        {"checkout c main@4 -o file", "main@4 does not agree with its digest", 2},
+        {"checkin c text", "is damaged; nothing is built on it", 2},
+        {"checkin c text --base main@4 --merge --from main@4 --branch b", "nothing is built", 2},
+        {"import c text text", "is damaged; nothing is built on it", 2},
+        {"branch c new main@4", "is damaged; nothing is built on it", 2},
+        {"checkout c main@4 -fo file --damaged", "written all the same", 0},
+        {"checkout c main@2 -o file2", "", 0},
         {"seal c", "nothing is sealed: it is damaged", 1},
     };
     for (const auto &row : rows) {
@@ -76,6 +85,7 @@ TEST(seal, what_is_damaged_is_found_and_never_built_on) {
         EXPECT_NE(result.err.find(row.told), std::string::npos) << result.err;
         EXPECT_EQ(read_file("c"), damaged) << row.words;
     }
+    EXPECT_EQ(read_file("file"), "a\nfuor\n^q\nx\nd\nend");
     EXPECT_EQ(tdm("repair c -o saved").status, 1);
     EXPECT_EQ(tdm("verify saved").out, "saved: sound, 5 versions\n");
     EXPECT_EQ(tdm("delete c main@4 --yes -q").status, 0);
