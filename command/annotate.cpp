@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <deque>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -21,6 +22,7 @@
 #include "container_reading.h"
 #include "escaped_text.h"
 #include "failure_words.h"
+#include "joined_lines.h"
 #include "line_ranges.h"
 #include "named_version.h"
 #include "output.h"
@@ -38,6 +40,7 @@ struct annotate_options {
     bool all = false;
     bool raw = false;
     bool damaged = false;
+    bool pieces = false;
     std::vector<std::string> ranges;
 
     // The library's.
@@ -182,9 +185,12 @@ std::vector<annotated_stretch> lines_within(const std::vector<line_range> &range
     return parts;
 }
 
+// Long lines are kept in `texts`.
 result<std::vector<annotated_stretch>> annotated(const container_view &view, version_id version,
-                                                 const annotate_options &options) {
-    auto stretches = annotate_version(view, version, options.which());
+                                                 const annotate_options &options,
+                                                 std::deque<std::string> *texts) {
+    auto stretches = options.pieces ? annotate_version(view, version, options.which())
+                                    : annotate_lines(view, version, options.which(), texts);
     if (!stretches || options.ranges.empty()) {
         return stretches;
     }
@@ -215,7 +221,8 @@ exit_status run_annotate(const command_context &context, const annotate_options 
                                              std::string(version->oid).c_str(), options.flags());
         return unless_changed(input, result == 0 ? status_done : status_trouble);
     }
-    const auto stretches = annotated(view, version->id, options);
+    std::deque<std::string> texts;
+    const auto stretches = annotated(view, version->id, options, &texts);
     if (!stretches) {
         return unless_changed(input, tell(stretches.failure()));
     }
@@ -239,11 +246,13 @@ void register_annotate(command_declaration &command, command_context &context) {
                           "BRANCH@N, BRANCH or an identifier (default: the newest)");
     command.flag("--deleted", options->deleted, "Also the lines that VERSION has lost");
     command.flag("--all", options->all, "Also the lines of other branches and of later versions");
+    command.flag("--pieces", options->pieces,
+                 "The pieces each that a line of more than 8000 bytes is stored as");
     command.flag("--raw", options->raw, "The library's own listing, for scripts");
     command.values("-L,--lines", "RANGE", options->ranges,
                    "These lines only: FROM,TO as numbers or /REGEX/, or FROM,+N");
     add_json_option(command, context);
-    command.refuse_with("--raw", {"--lines", "--json"});
+    command.refuse_with("--raw", {"--lines", "--json", "--pieces"});
     command.refuse_with("--lines", {"--deleted", "--all"});
     add_damaged_option(command, options->damaged);
     command.details =

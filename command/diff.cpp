@@ -110,8 +110,10 @@ exit_status compare(const diff_options &options, diff_run *run) {
     for (std::size_t i = 0; i < std::min(options.labels.size(), run->labels.size()); i++) {
         run->labels[i] = options.labels[i];
     }
-    if (told(compare_files(&run->files, "compare", options.view.ignore_blanks,
-                           after_compare::close_session, &run->compared)) != status_done) {
+    // The library's own stream is asked of the library, whatever it refuses.
+    const auto after = options.blocks ? after_compare::keep_session : after_compare::close_session;
+    if (told(compare_files(&run->files, "compare", options.view.ignore_blanks, after,
+                           &run->compared)) != status_done) {
         return status_trouble;
     }
     const auto equality =
@@ -191,13 +193,7 @@ bool git_wants_color(const command_context &context) {
 }
 
 bool is_text(const lined_text &file) {
-    const std::string_view bytes = file.bytes.view();
-    std::size_t longest = 0;
-    for (std::int32_t i = 0; i < file.lines.count(); i++) {
-        const std::string_view line = file.lines.line(i);
-        longest = std::max(longest, line.size() - (line.ends_with('\n') ? 1 : 0));
-    }
-    return bytes.find('\0') == bytes.npos && longest <= longest_line;
+    return file.bytes.view().find('\0') == std::string_view::npos;
 }
 
 // As git's external diff: differences are no failure.

@@ -82,10 +82,11 @@ struct places {
 };
 
 std::vector<line_run> unique_runs(const text_lines &base, const text_lines &file,
-                                  std::int32_t first, std::int32_t tail_lines) {
+                                  std::int32_t first, std::int32_t tail_lines,
+                                  line_equality equality = line_equality::exact) {
     const std::int32_t base_end = base.count() - tail_lines;
     const std::int32_t file_end = file.count() - tail_lines;
-    line_numbers table(line_equality::exact);
+    line_numbers table(equality);
     table.reset(static_cast<std::size_t>(base_end - first));
     std::vector<places> found;
     const auto enter = [&](std::string_view line, std::int32_t at, std::int32_t places::*side) {
@@ -135,6 +136,24 @@ std::vector<edit> compare_texts(std::string_view before, std::string_view text) 
         e.file_end += part.lines_ahead;
     }
     return edits;
+}
+
+file_edits compare_lines(const text_lines &base, const text_lines &file,
+                         const edit_list_options &options) {
+    const std::int32_t most = std::min(base.count(), file.count());
+    std::int32_t head = 0;
+    while (head < most && base.line(head) == file.line(head)) {
+        head++;
+    }
+    std::int32_t tail = 0;
+    while (tail < most - head &&
+           base.line(base.count() - 1 - tail) == file.line(file.count() - 1 - tail)) {
+        tail++;
+    }
+    const std::uint64_t tail_bytes = base.range(base.count() - tail, base.count()).size();
+    const paired_lines pairs{{}, unique_runs(base, file, head, tail, options.equality)};
+    return edits_from_pairs(base, file, pairs,
+                            {static_cast<std::uint64_t>(head), tail_bytes, tail_bytes}, options);
 }
 
 }  // namespace norvik

@@ -12,12 +12,16 @@
 #include <string_view>
 #include <vector>
 
-#include "edit.h"
+#include "edit_list.h"
 
 namespace norvik {
 
 // In order, none touching the next; none for equal texts. Both texts have less than 2^31 lines.
 [[nodiscard]] std::vector<edit> compare_texts(std::string_view before, std::string_view text);
+
+// The same of texts that are divided already, into lines or into less, with their moves.
+[[nodiscard]] file_edits compare_lines(const text_lines &base, const text_lines &file,
+                                       const edit_list_options &options);
 
 }  // namespace norvik
 

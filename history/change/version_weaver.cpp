@@ -17,11 +17,15 @@ result<> version_weaver::begin() {
         return refusal(old.name, "the branch cannot be traced to its origin");
     }
     weave_ = std::make_unique<import_weave>(old, lineage);
-    const auto broken = walk_version(old, lineage, [this](std::string_view piece) {
+    std::vector<std::size_t> open;  // the ends of lines that are stored without newline
+    const auto broken = walk_version(old, lineage, [this, &open](std::string_view piece) {
         before_ += piece;
+        if (!piece.ends_with('\n')) {
+            open.push_back(before_.size());
+        }
         return true;
     });
-    newest_ = before_;
+    newest_ = stored_with(before_, open);
     const version_record *version = find_version(old, plan_.predecessor);
     auto sound = broken ? result<>(damaged(old, *broken)) : result<>();
     if (sound && version != nullptr && !version->deleted && version->sum) {
@@ -35,13 +39,19 @@ result<> version_weaver::begin() {
 
 result<> version_weaver::add(new_version fresh, std::string_view text, const std::string &name) {
     // An equal text is a version without records of its own.
-    if (text != newest_) {
-        if (auto woven = weave_version(*weave_, id_of(versions_.size()), newest_, text, name);
+    if (text == newest_.text) {
+        newest_.text = text;
+        if (newest_.lines) {
+            newest_.lines->bytes = text;
+        }
+    } else {
+        stored_text next = split_stored(text);
+        if (auto woven = weave_version(*weave_, id_of(versions_.size()), newest_, next, name);
             !woven) {
             return woven;
         }
+        newest_ = std::move(next);
     }
-    newest_ = text;
     versions_.push_back(std::move(fresh));
     return {};
 }

@@ -18,6 +18,7 @@
 #include "import_weave.h"
 #include "library_proof.h"
 #include "new_version.h"
+#include "stored_line.h"
 
 namespace norvik {
 
@@ -35,7 +36,7 @@ public:
     result<> begin();
 
     // The text of the version before the next one: the predecessor's, or the one added last.
-    [[nodiscard]] std::string_view newest_text() const { return newest_; }
+    [[nodiscard]] std::string_view newest_text() const { return newest_.text; }
 
     // Weaves the next version. `text` must stay until the next call; failures name it `name`.
     result<> add(new_version fresh, std::string_view text, const std::string &name);
@@ -57,7 +58,7 @@ private:
     const checkin_plan &plan_;
     std::unique_ptr<import_weave> weave_;
     std::string before_;  // the predecessor's text
-    std::string_view newest_;
+    stored_text newest_;
     std::vector<new_version> versions_;
 };
 

@@ -7,20 +7,37 @@
 #include <string>
 
 #include "header_check.h"
+#include "row_scan.h"
 
 namespace norvik {
 namespace {
 
-// An unterminated line is the last one of every version that holds it, deleted ones too. Where it
-// is not, a record may be wrong that gives lines to versions, or the mark, and any text may be
-// another one.
+// Whether nobody can read the version or build on it any more.
+bool is_buried(const container_view &view, version_id id) {
+    const version_record *version = find_version(view, id);
+    if (version == nullptr || !version->deleted) {
+        return false;
+    }
+    const version_record *newest = newest_version(view, id.branch);
+    return newest != nullptr && newest->id.number > id.number;
+}
+
+// An unterminated line is the last one of every version that holds it, or a piece of a line that
+// cannot be stored whole. Where it is neither, a record may be wrong that gives lines to versions,
+// or the mark, and any text may be another one. A purge takes pieces out of buried versions.
 void check_unterminated(const container_view &view, container_check *check) {
+    const bool all_last = std::ranges::all_of(check->scan.totals, [](const text_step &read) {
+        return read.first_unended == 0 || read.first_unended == read.last_line;
+    });
+    if (all_last) {
+        return;
+    }
+    const std::vector<std::uint64_t> rows = find_short_rows(view, check->scan.tree);
     std::map<std::uint64_t, std::vector<version_id>> by_line;
     const std::vector<version_id> &versions = check->scan.tree.versions;
     for (std::size_t i = 0; i < versions.size(); i++) {
-        const text_step &read = check->scan.totals[i];
-        if (read.first_unended != 0 && read.first_unended != read.last_line) {
-            by_line[read.first_unended].push_back(versions[i]);
+        if (rows[i] != 0 && !is_buried(view, versions[i])) {
+            by_line[rows[i]].push_back(versions[i]);
         }
     }
     for (const auto &[line, broken] : by_line) {

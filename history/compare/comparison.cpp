@@ -2,9 +2,30 @@
 // looked through once for every text.
 #include "comparison.h"
 
+#include <algorithm>
+
+#include "stored_line.h"
+#include "text_compare.h"
+
 namespace norvik {
 
 namespace {
+
+bool have_long_lines(const std::vector<lined_text> &files) {
+    return std::ranges::any_of(
+        files, [](const lined_text &file) { return has_long_line(file.lines.bytes); });
+}
+
+// What the library asks of texts besides the length of their lines.
+result<> refuse_binary(const std::vector<lined_text> &files) {
+    for (const lined_text &file : files) {
+        const std::size_t nul = file.lines.bytes.find('\0');
+        if (nul != std::string_view::npos) {
+            return refuse_line(file.name, file.lines.bytes, nul);
+        }
+    }
+    return {};
+}
 
 // Every line of a file that has a partner comes in an unchanged block or in a moved insertion.
 paired_lines pairs_of(const std::vector<diff_block> &blocks, std::uint32_t file_index) {
@@ -48,6 +69,15 @@ result<> read_stream(std::size_t files, comparison *out) {
 
 result<> compare_files(std::vector<lined_text> *files, const char *operation, bool ignore_blanks,
                        after_compare after, comparison *out) {
+    for (lined_text &file : *files) {
+        if (auto read = read_lines(&file); !read) {
+            return read;
+        }
+    }
+    if (after == after_compare::close_session && have_long_lines(*files)) {
+        out->own = true;
+        return refuse_binary(*files);
+    }
     std::vector<const char *> paths;
     for (const lined_text &file : *files) {
         paths.push_back(file.path.path().c_str());
@@ -74,16 +104,14 @@ result<> compare_files(std::vector<lined_text> *files, const char *operation, bo
     if (after == after_compare::close_session) {
         out->session.reset();
     }
-    for (lined_text &file : *files) {
-        if (auto read = read_lines(&file); !read) {
-            return read;
-        }
-    }
     return {};
 }
 
 file_edits edits_of(const comparison &c, const std::vector<lined_text> &files, std::size_t index,
                     const edit_list_options &options) {
+    if (c.own) {
+        return compare_lines(files[0].lines, files[index].lines, options);
+    }
     common_ends ends;
     if (c.identical) {
         // The library may have left blanks out of account, so the texts are looked at all the same.

@@ -11,8 +11,7 @@ struct lined_text : text_file {
     text_lines lines;  // views of its bytes, after read_lines
 };
 
-// Maps the text and finds its lines; a second call does nothing. Apart from opening, so that a
-// comparison of large texts need not have them in memory while the library reads them.
+// Maps the text and finds its lines; a second call does nothing.
 result<> read_lines(lined_text *text);
 
 }  // namespace norvik

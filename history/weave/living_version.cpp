@@ -1,8 +1,6 @@
-// Size, line count and fingerprint of all versions come from one pass over the weave; only versions
-// that agree in all three are read.
+// Size and fingerprint of all versions come from one pass over the weave; only versions
+// that agree in both are read.
 #include "living_version.h"
-
-#include <algorithm>
 
 #include "proof.h"
 #include "weave_scan.h"
@@ -16,8 +14,6 @@ text_step measure(std::string_view text) {
     text_step read;
     read.bytes = text.size();
     read.offset = add_text(0, text);
-    read.lines = static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '\n')) +
-                 (text.empty() || text.ends_with('\n') ? 0 : 1);
     return read;
 }
 
@@ -35,8 +31,7 @@ const version_record *find_living_version(const container_view &view,
     const weave_scan scan = scan_weave(view, fingerprints::bytes, {});
     for (std::size_t i = 0; i < scan.totals.size(); i++) {
         const text_step &read = scan.totals[i];
-        if (read.bytes != sought.bytes || read.lines != sought.lines ||
-            read.offset != sought.offset) {
+        if (read.bytes != sought.bytes || read.offset != sought.offset) {
             continue;
         }
         const version_record *version = find_version(view, scan.tree.versions[i]);

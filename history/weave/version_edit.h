@@ -7,14 +7,15 @@
 
 #include "failure.h"
 #include "import_weave.h"
+#include "stored_line.h"
 
 namespace norvik {
 
 // `weave` is open at the text `before`; afterwards it is open at `text`, the new version's, with
-// that version's records in it. A line that cannot be stored is refused in the name of `name`, and
+// that version's records in it. A text that cannot be stored is refused in the name of `name`, and
 // then the weave is of no more use.
-result<> weave_version(import_weave &weave, version_id id, std::string_view before,
-                       std::string_view text, const std::string &name);
+result<> weave_version(import_weave &weave, version_id id, const stored_text &before,
+                       const stored_text &text, const std::string &name);
 
 }  // namespace norvik
 

@@ -158,13 +158,10 @@ TEST_F(git, diff_of_an_unmerged_path_and_of_a_binary_file) {
     const command_result unmerged = call("diff HEAD -- -dash");
     EXPECT_EQ(unmerged.status, 0) << unmerged.err;
     EXPECT_EQ(call("reset -q --hard").status, 0);
-    // A line too long for the library, with no newline behind it, is no text either.
-    for (const std::string &bytes : {std::string("\0", 1), std::string(8001, 'x')}) {
-        write_file(odd_name, bytes);
-        const command_result binary = call("diff");
-        EXPECT_EQ(binary.status, 0);
-        EXPECT_NE(binary.out.find("Binary files \"a/a 'b' \\\"c"), std::string::npos) << binary.out;
-    }
+    write_file(odd_name, std::string("\0", 1));
+    const command_result binary = call("diff");
+    EXPECT_EQ(binary.status, 0);
+    EXPECT_NE(binary.out.find("Binary files \"a/a 'b' \\\"c"), std::string::npos) << binary.out;
 }
 
 }  // namespace
