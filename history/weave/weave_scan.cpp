@@ -5,6 +5,8 @@
 #include <set>
 #include <utility>
 
+#include "line_counts.h"
+
 namespace norvik {
 
 namespace {
@@ -26,6 +28,7 @@ weave_scan scan_along(const container_view &view, version_tree tree, fingerprint
     result.changes = cursor.changes();
     result.faults = cursor.faults();
     result.unlisted = cursor.unlisted();
+    count_rows_as_lines(view, &result);
     return result;
 }
 

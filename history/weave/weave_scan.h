@@ -1,4 +1,5 @@
-// Everything that one pass over a container's weave tells of all its versions.
+// Everything that one pass over a container's weave tells of all its versions. Lines are counted as
+// the versions have them, a long one that is stored in pieces as one.
 #ifndef NORVIK_WEAVE_SCAN_H
 #define NORVIK_WEAVE_SCAN_H
 
@@ -13,7 +14,7 @@ struct weave_scan {
     version_tree tree;                   // with the versions whose records are lost
     std::vector<weave_fault> faults;     // in order of the pass
     std::vector<text_step> totals;       // what each version reads, by position in the tree
-    std::vector<change_counts> changes;  // what each version's records count, by position
+    std::vector<change_counts> changes;  // the lines that each version's records add and delete
     std::map<version_id, std::uint64_t> unlisted;  // records of versions that the header has not
 };
 

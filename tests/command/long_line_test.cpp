@@ -129,6 +129,10 @@ TEST(long_lines, are_merged_and_blamed_whole) {
     EXPECT_TRUE(blamed.starts_with("main@1 ") && blamed.find("\nmain@3 ") != std::string::npos);
     EXPECT_EQ(count_lines(blamed), 6U);
     EXPECT_GT(count_lines(tdm("annotate --pieces c").out), 20U);
+    const std::string log = tdm("log c --oneline").out;
+    EXPECT_NE(log.find("+1 -1"), std::string::npos) << log;
+    EXPECT_NE(log.find("+6 -0"), std::string::npos) << log;
+    EXPECT_NE(tdm("show c main@2").out.find("6 (+1 -1)"), std::string::npos);
     write_file("nul", line + std::string("\0", 1) + line);
     expect_told(tdm("diff base nul"), 2, "nul:2: is no line of text: byte 1 is NUL");
     expect_told(tdm("checkin c nul --no-base"), 2, "nul:2: is no line of text: byte 1 is NUL");
