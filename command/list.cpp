@@ -69,7 +69,9 @@ void register_list(command_declaration &command, command_context &context) {
     add_damaged_option(command, options->damaged);
     command.details =
         "OFF is the version that a branch was made off. A version marked (deleted) is gone,\n"
-        "but something still depends on it.";
+        "but something still depends on it. One marked (long lines) has lines of more than 8000\n"
+        "bytes: programs that use the library alone read it, list it and delete it, but store\n"
+        "nothing after it.";
     command.exit_codes = "0 listed; 2 wrong usage or trouble.";
     command.examples = {"tdm list notes.tdm", "tdm list notes.tdm --branch draft --json"};
     command.run = [&context, options] { return run_list(context, *options); };

@@ -6,6 +6,7 @@
 
 #include "escaped_text.h"
 #include "random_digits.h"
+#include "row_scan.h"
 #include "time_text.h"
 
 namespace norvik {
@@ -85,8 +86,12 @@ void print_list_json(const container_view &view, const branch_record *only,
     json_writer json(list_schema);
     begin_container(json, view, only, false);
     json.begin_array("versions");
+    const std::set<version_id> long_lined = versions_with_rows(view);
     for (const version_record *version : versions) {
         begin_version(json, view, *version);
+        if (long_lined.contains(version->id)) {
+            json.field("long_lines", true);
+        }
         json.end();
     }
     json.end();

@@ -8,6 +8,7 @@
 #include "columns.h"
 #include "escaped_text.h"
 #include "output.h"
+#include "row_scan.h"
 #include "time_text.h"
 
 namespace norvik {
@@ -20,6 +21,7 @@ void print_version_table(const container_view &view, const version_list &version
     for (const version_record *version : versions) {
         width = std::max(width, count_columns(shown_name(version)));
     }
+    const std::set<version_id> long_lined = versions_with_rows(view);
     output_writer &out = standard_output();
     const int column = static_cast<int>(width);
     out.printf("%-*s  %-20s  %-32s  %s\n", column, "VERSION", "DATE", "IDENTIFIER", "OFF");
@@ -33,6 +35,9 @@ void print_version_table(const container_view &view, const version_list &version
         }
         if (version->deleted) {
             note += note.empty() ? "(deleted)" : " (deleted)";
+        }
+        if (long_lined.contains(version->id)) {
+            note += note.empty() ? "(long lines)" : " (long lines)";
         }
         const std::string line = widened(shown_name(version), width) + "  " +
                                  time_text(version->time) + "  " + escape_name(version->oid);

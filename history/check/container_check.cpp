@@ -26,10 +26,7 @@ bool is_buried(const container_view &view, version_id id) {
 // cannot be stored whole. Where it is neither, a record may be wrong that gives lines to versions,
 // or the mark, and any text may be another one. A purge takes pieces out of buried versions.
 void check_unterminated(const container_view &view, container_check *check) {
-    const bool all_last = std::ranges::all_of(check->scan.totals, [](const text_step &read) {
-        return read.first_unended == 0 || read.first_unended == read.last_line;
-    });
-    if (all_last) {
+    if (std::ranges::none_of(check->scan.totals, has_inner_open_line)) {
         return;
     }
     const std::vector<std::uint64_t> rows = find_short_rows(view, check->scan.tree);

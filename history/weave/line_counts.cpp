@@ -47,13 +47,13 @@ public:
         }
     }
 
-    void put(weave_scan *scan) {
+    void put(std::vector<text_step> *totals, std::vector<change_counts> *changes) {
         const std::vector<text_step> stored = stored_.totals();
         const std::vector<text_step> open = open_.totals();
         for (std::size_t i = 0; i < stored.size(); i++) {
             const bool ends_open = open[i].lines > 0 && open[i].last_line == stored[i].last_line;
-            scan->totals[i].lines = stored[i].lines - open[i].lines + (ends_open ? 1 : 0);
-            scan->changes[i] = {added_[i].count(), deleted_[i].count()};
+            (*totals)[i].lines = stored[i].lines - open[i].lines + (ends_open ? 1 : 0);
+            (*changes)[i] = {added_[i].count(), deleted_[i].count()};
         }
     }
 
@@ -73,8 +73,7 @@ private:
         cursor_.counting_deletions(stretch, &counting_);
         for (const std::size_t record : counting_) {
             const std::uint32_t owner = owners_[record];
-            const std::uint32_t before =
-                owner == no_position ? no_position : tree_.parent[owner];
+            const std::uint32_t before = owner == no_position ? no_position : tree_.parent[owner];
             if (before != no_position) {
                 deleted_[owner].add(ended_lines(before), stretch.lines);
             }
@@ -105,14 +104,12 @@ private:
 
 }  // namespace
 
-void count_rows_as_lines(const container_view &view, weave_scan *scan) {
-    const bool has_pieces = std::ranges::any_of(scan->totals, [](const text_step &read) {
-        return read.first_unended != 0 && read.first_unended != read.last_line;
-    });
-    if (has_pieces) {
-        line_counter counter(view, scan->tree);
+void count_rows_as_lines(const container_view &view, const version_tree &tree,
+                         std::vector<text_step> *totals, std::vector<change_counts> *changes) {
+    if (std::ranges::any_of(*totals, has_inner_open_line)) {
+        line_counter counter(view, tree);
         counter.run();
-        counter.put(scan);
+        counter.put(totals, changes);
     }
 }
 

@@ -34,6 +34,11 @@ struct text_step {
     std::uint64_t last_line = 0;  // container line of the last line
 };
 
+// Whether a text has a line without newline that is not its last one: a piece of a row, or damage.
+inline bool has_inner_open_line(const text_step &text) {
+    return text.first_unended != 0 && text.first_unended != text.last_line;
+}
+
 inline constexpr std::uint64_t nothing_due = UINT64_MAX;
 
 class member_tree {

@@ -8,7 +8,7 @@
 #include <bit>
 
 #include "line_pieces.h"
-#include "weave_cursor.h"
+#include "weave_scan.h"
 
 namespace norvik {
 
@@ -125,6 +125,13 @@ row_summary summary_of(const weave_stretch &stretch) {
     return step;
 }
 
+// Whether a line without newline stands anywhere before the end of the file.
+bool may_have_rows(const container_view &view) {
+    const std::string_view weave = view.bytes.view().substr(view.weave_offset);
+    const std::size_t mark = weave.find("\n" + std::string(format::unended_prefix));
+    return mark != std::string_view::npos && weave.find('\n', mark + 1) + 1 < weave.size();
+}
+
 }  // namespace
 
 std::vector<std::uint64_t> find_short_rows(const container_view &view, const version_tree &tree) {
@@ -142,6 +149,21 @@ std::vector<std::uint64_t> find_short_rows(const container_view &view, const ver
         }
     }
     return versions.totals(positions);
+}
+
+std::set<version_id> versions_with_rows(const container_view &view) {
+    std::set<version_id> found;
+    if (!may_have_rows(view)) {
+        return found;
+    }
+    const weave_scan scan = scan_weave(view, fingerprints::none, {});
+    for (const version_record &version : view.versions) {
+        const std::uint32_t at = position_of(scan.tree, version.id);
+        if (!version.deleted && at != no_position && has_inner_open_line(scan.totals[at])) {
+            found.insert(version.id);
+        }
+    }
+    return found;
 }
 
 }  // namespace norvik

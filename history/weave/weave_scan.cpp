@@ -28,7 +28,7 @@ weave_scan scan_along(const container_view &view, version_tree tree, fingerprint
     result.changes = cursor.changes();
     result.faults = cursor.faults();
     result.unlisted = cursor.unlisted();
-    count_rows_as_lines(view, &result);
+    count_rows_as_lines(view, result.tree, &result.totals, &result.changes);
     return result;
 }
 

@@ -133,6 +133,9 @@ TEST(long_lines, are_merged_and_blamed_whole) {
     EXPECT_NE(log.find("+1 -1"), std::string::npos) << log;
     EXPECT_NE(log.find("+6 -0"), std::string::npos) << log;
     EXPECT_NE(tdm("show c main@2").out.find("6 (+1 -1)"), std::string::npos);
+    const std::string list = tdm("list c").out;
+    EXPECT_NE(list.find("  (long lines)\nmain@3"), std::string::npos) << list;
+    EXPECT_NE(tdm("list c --json").out.find("\"long_lines\": true"), std::string::npos);
     write_file("nul", line + std::string("\0", 1) + line);
     expect_told(tdm("diff base nul"), 2, "nul:2: is no line of text: byte 1 is NUL");
     expect_told(tdm("checkin c nul --no-base"), 2, "nul:2: is no line of text: byte 1 is NUL");
