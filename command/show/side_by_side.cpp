@@ -4,6 +4,7 @@
 
 #include "columns.h"
 #include "diff_output.h"
+#include "line_excerpt.h"
 
 namespace norvik {
 
@@ -36,6 +37,10 @@ void write_cell(const side_writer &w, const char *color, std::string_view line) 
     w.out.write(w.view.color && *color != '\0' ? plain : "");
 }
 
+std::string_view without_newline(std::string_view line) {
+    return line.substr(0, line.size() - (line.ends_with('\n') ? 1 : 0));
+}
+
 // A negative line number leaves the side empty.
 void write_row(const side_writer &w, std::int32_t base_line, std::int32_t file_line) {
     const bool left = base_line >= 0;
@@ -44,12 +49,19 @@ void write_row(const side_writer &w, std::int32_t base_line, std::int32_t file_l
                        (right && w.file_moved[static_cast<std::size_t>(file_line)]);
     const std::string_view old_text = left ? w.d.base.lines.line(base_line) : std::string_view();
     const std::string_view new_text = right ? w.d.file.lines.line(file_line) : std::string_view();
+    line_excerpts shown;
+    const std::string_view old_line = without_newline(old_text);
+    const std::string_view new_line = without_newline(new_text);
+    const bool in_excerpts = is_shown_in_excerpts(old_line) || is_shown_in_excerpts(new_line);
+    if (in_excerpts) {
+        shown = excerpts_of(old_line, new_line, static_cast<std::size_t>(w.column) / 4);
+    }
     const char mark = left && right ? '|' : left ? '<' : '>';
-    write_cell(w, moved ? "\x1b[35m" : "\x1b[31m", old_text);
+    write_cell(w, moved ? "\x1b[35m" : "\x1b[31m", in_excerpts ? shown.before : old_text);
     w.out.put(moved ? 'm' : ' ');
     w.out.put(mark);
     w.out.put(' ');
-    write_cell(w, moved ? "\x1b[36m" : "\x1b[32m", new_text);
+    write_cell(w, moved ? "\x1b[36m" : "\x1b[32m", in_excerpts ? shown.after : new_text);
     w.out.put('\n');
     if (lacks_last_newline(old_text) != lacks_last_newline(new_text)) {
         w.out.printf("\\ No newline at end of the %s file\n",

@@ -9,6 +9,7 @@
 #include <span>
 
 #include "escaped_text.h"
+#include "line_excerpt.h"
 
 namespace norvik {
 
@@ -43,7 +44,25 @@ struct hunk_writer {
     std::size_t next_file = 0;
 };
 
-void write_line(hunk_writer &w, line_kind kind, std::string_view line) {
+std::string_view without_newline(std::string_view line) {
+    return line.substr(0, line.size() - (line.ends_with('\n') ? 1 : 0));
+}
+
+// What a terminal shows of a line; `other` is the one that it takes the place of, or that takes its
+// own.
+std::string shown_line(line_kind kind, std::string_view line, std::string_view other) {
+    other = without_newline(other);
+    if (!is_shown_in_excerpts(line) && !is_shown_in_excerpts(other)) {
+        return escape_text(line);
+    }
+    const bool is_new = kind == kind_new || kind == kind_new_moved;
+    constexpr std::size_t around = 40;
+    const line_excerpts excerpts =
+        is_new ? excerpts_of(other, line, around) : excerpts_of(line, other, around);
+    return escape_text(is_new ? excerpts.after : excerpts.before);
+}
+
+void write_line(hunk_writer &w, line_kind kind, std::string_view line, std::string_view other) {
     const line_style &style = styles[kind];
     const bool color = w.options.color && kind != kind_context;
     const bool complete = !lacks_last_newline(line);
@@ -55,7 +74,7 @@ void write_line(hunk_writer &w, line_kind kind, std::string_view line) {
     }
     w.out.put(style.mark);
     if (w.options.escape) {
-        w.out.write(escape_text(line));
+        w.out.write(shown_line(kind, line, other));
     } else {
         w.out.write(line);
     }
@@ -71,7 +90,7 @@ void write_line(hunk_writer &w, line_kind kind, std::string_view line) {
 void write_lines(hunk_writer &w, line_kind kind, const text_lines &text, std::int32_t first,
                  std::int32_t end) {
     for (std::int32_t i = first; i < end; i++) {
-        write_line(w, kind, text.line(i));
+        write_line(w, kind, text.line(i), text.line(i));
     }
 }
 
@@ -84,14 +103,22 @@ bool in_moved_run(const std::vector<line_run> &runs, std::size_t *next,
     return *next < runs.size() && runs[*next].*first <= line;
 }
 
+// Line `i` of the text before `end`; empty when it is none.
+std::string_view line_before(const text_lines &text, std::int32_t i, std::int32_t end) {
+    return i < end ? text.line(i) : std::string_view();
+}
+
 void write_edit(hunk_writer &w, const edit &e) {
+    const std::int32_t apart = e.file_first - e.base_first;
     for (std::int32_t i = e.base_first; i < e.base_end; i++) {
         const bool moved = in_moved_run(w.by_base, &w.next_base, &line_run::base_first, i);
-        write_line(w, moved ? kind_old_moved : kind_old, w.a.line(i));
+        write_line(w, moved ? kind_old_moved : kind_old, w.a.line(i),
+                   line_before(w.b, i + apart, e.file_end));
     }
     for (std::int32_t i = e.file_first; i < e.file_end; i++) {
         const bool moved = in_moved_run(w.by_file, &w.next_file, &line_run::file_first, i);
-        write_line(w, moved ? kind_new_moved : kind_new, w.b.line(i));
+        write_line(w, moved ? kind_new_moved : kind_new, w.b.line(i),
+                   line_before(w.a, i - apart, e.base_end));
     }
 }
 

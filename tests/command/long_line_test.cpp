@@ -119,6 +119,16 @@ TEST(long_lines, are_merged_and_blamed_whole) {
     write_file("ours", "a\n" + other + "b\nc\nd\ne\n");
     write_file("theirs", "a\n" + line + "b\nc\nd\nE\n");
     EXPECT_TRUE(tdm("merge base ours theirs").out == "a\n" + other + "b\nc\nd\nE\n");
+    const std::string changed = line.substr(0, 15000) + "CHANGED" + line.substr(15000);
+    write_file("theirs", "a\n" + changed + "b\nc\nd\ne\n");
+    const std::string shown = on_terminal("diff --no-pager base theirs").out;
+    EXPECT_NE(
+        shown.find("..." + line.substr(14960, 40) + "CHANGED" + line.substr(15000, 40) + "..."),
+        std::string::npos)
+        << shown;
+    EXPECT_LT(shown.size(), 500U);
+    const std::string beside = on_terminal("diff --no-pager -y base theirs").out;
+    EXPECT_NE(beside.find(line.substr(14990, 10) + "CHANGED"), std::string::npos) << beside;
     write_file("theirs", "a\n}" + line + "b\nc\nd\ne\n");
     EXPECT_EQ(tdm("merge base ours theirs").status, 1);
     for (const char *text : {"base", "ours", "base"}) {
