@@ -3,15 +3,18 @@
 // Both take a walk over the weave along the version's lineage; an annotation's lines are views into
 // the container.
 #include <cstdlib>
+#include <deque>
 #include <memory>
+#include <string>
 
-#include "annotation.h"
 #include "container.h"
+#include "joined_lines.h"
 #include "structure.h"
 #include "texts.h"
 
 struct norvik_annotation {
     std::vector<norvik_annotated_line> lines;
+    std::deque<std::string> long_lines;  // that the container has in pieces
 };
 
 namespace norvik::face {
@@ -74,11 +77,12 @@ norvik_error *annotate(const norvik_container *container, const norvik_version *
         return error;
     }
     const container_view &view = container->view;
-    const auto found = annotate_version(view, record->id, annotated_lines::own);
+    auto annotation = std::make_unique<norvik_annotation>();
+    const auto found =
+        annotate_lines(view, record->id, annotated_lines::own, &annotation->long_lines);
     if (!found) {
         return make_error(found.failure());
     }
-    auto annotation = std::make_unique<norvik_annotation>();
     for (const annotated_stretch &stretch : *found) {
         const version_record *run = find_version(view, stretch.run);
         const norvik_version *brought =

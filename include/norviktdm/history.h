@@ -109,7 +109,8 @@ NORVIK_API norvik_error *norvik_version_text(norvik_container *container,
 /** Frees the bytes of a text. */
 NORVIK_API void norvik_free_bytes(char *bytes);
 
-/** A version's lines, each with the version that brought it. */
+/** A version's lines, each with the version that brought it; a line that the container has in
+ * pieces with the newest version that inserted one of them or deleted one. */
 typedef struct norvik_annotation norvik_annotation;
 
 typedef struct norvik_annotated_line {
