@@ -128,8 +128,15 @@ row_summary summary_of(const weave_stretch &stretch) {
 // Whether a line without newline stands anywhere before the end of the file.
 bool may_have_rows(const container_view &view) {
     const std::string_view weave = view.bytes.view().substr(view.weave_offset);
-    const std::size_t mark = weave.find("\n" + std::string(format::unended_prefix));
-    return mark != std::string_view::npos && weave.find('\n', mark + 1) + 1 < weave.size();
+    // The mark is rarer than the newline before it.
+    for (std::size_t at = weave.find(format::record_mark); at != std::string_view::npos;
+         at = weave.find(format::record_mark, at + 1)) {
+        if (at > 0 && weave[at - 1] == '\n' &&
+            weave.substr(at).starts_with(format::unended_prefix)) {
+            return weave.find('\n', at) + 1 < weave.size();
+        }
+    }
+    return false;
 }
 
 }  // namespace
