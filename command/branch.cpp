@@ -29,11 +29,13 @@ struct branch_options {
     std::string name;
     std::string version;
     time_option time;
+    bool plain = false;
 };
 
 exit_status run_branch(const command_context &context, const branch_options &options) {
     container_change change(context);
     new_version fresh;
+    fresh.plain = options.plain;
     if (options.time.get(fresh.time) != status_done ||
         told(random_digits(), &fresh.oid) != status_done ||
         told(change.open(options.container)) != status_done ||
@@ -63,6 +65,7 @@ void register_branch(command_declaration &command, command_context &context) {
     command.take("NAME", options->name, name_rule.c_str());
     command.take("VERSION", options->version, "The version that the branch is made off");
     options->time.declare(command);
+    add_plain_option(command, options->plain);
     add_dry_run_option(command, context);
     add_replace_options(command, context);
     command.details = "Version 0 of the new branch has the text of VERSION.";

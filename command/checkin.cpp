@@ -64,8 +64,9 @@ exit_status store_text(checkin_run &run, std::string_view text) {
     run.change.stores(run.file.input().rights());
     done_report report = report_of_versions(run.decided.plan.branch, run.decided.plan.id.number,
                                             run.decided.plan.id.number);
-    const auto stored = store_version(&run.change, run.decided.plan, {run.oid, run.time},
-                                      {text, run.options.file}, run.options.stored.allow_same);
+    const auto stored =
+        store_version(&run.change, run.decided.plan, {run.oid, run.time, run.options.stored.plain},
+                      {text, run.options.file}, run.options.stored.allow_same);
     if (!stored) {
         const exit_status status = tell(stored.failure());
         if (stored.failure().line != 0) {

@@ -23,10 +23,12 @@ struct create_options {
     std::string container;
     std::string branch{default_branch_name};
     time_option time;
+    bool plain = false;
 };
 
 exit_status run_create(const command_context &context, const create_options &options) {
     new_version fresh;
+    fresh.plain = options.plain;
     std::string element;
     if (told(check_new_branch_name(nullptr, options.branch)) != status_done ||
         options.time.get(fresh.time) != status_done ||
@@ -54,6 +56,7 @@ void register_create(command_declaration &command, command_context &context) {
     command.value("--branch", "NAME", options->branch,
                   "The name of the first branch (default main)");
     options->time.declare(command);
+    add_plain_option(command, options->plain);
     add_dry_run_option(command, context);
     command.details = "The new element has one version, number 0, which is empty.";
     command.exit_codes = "0 created; 2 wrong usage or trouble, nothing is left behind.";

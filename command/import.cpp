@@ -84,7 +84,7 @@ exit_status run_import(const command_context &context, const import_options &opt
         told(plan_checkin(change.old, options.stored.target, items.size()), &plan) != status_done) {
         return status_trouble;
     }
-    version_import work(&change, plan, items);
+    version_import work(&change, plan, items, options.stored.plain);
     done_report report;
     const exit_status status = import_all(context, options, &work, plan, items.size(), &report);
     if (status == status_done) {

@@ -48,6 +48,11 @@ exit_status require_output(const command_context &context, std::string_view comm
                : usage_error(command, "--dry-run needs -o FILE: nothing else is replaced");
 }
 
+void add_plain_option(command_declaration &command, bool &plain) {
+    command.flag("--plain", plain, "Write no digest, as the library stores a version",
+                 option_group::more);
+}
+
 void add_damaged_option(command_declaration &command, bool &damaged) {
     command.flag("--damaged", damaged,
                  "Read a damaged container as it stands; any text may be a wrong one",

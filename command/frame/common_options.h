@@ -31,6 +31,9 @@ void add_dry_run_option(command_declaration &command, command_context &context);
 [[nodiscard]] exit_status require_output(const command_context &context, std::string_view command,
                                          bool writes_file);
 
+// Declares --plain, for commands that write records of new versions.
+void add_plain_option(command_declaration &command, bool &plain);
+
 // Declares --damaged, the one option that reads damage, for all commands that can.
 void add_damaged_option(command_declaration &command, bool &damaged);
 

@@ -13,6 +13,7 @@ void checkin_options::declare(command_declaration &command, command_context &con
     time.declare(command);
     command.flag("--allow-same", allow_same,
                  "Store a version whose text is that of the one before");
+    add_plain_option(command, plain);
     add_dry_run_option(command, context);
     add_replace_options(command, context);
     command.exit_codes =

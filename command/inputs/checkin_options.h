@@ -14,6 +14,7 @@ namespace norvik {
 struct checkin_options {
     checkin_target target;
     bool allow_same = false;
+    bool plain = false;  // without a digest
     time_option time;
 
     // Those of all commands that change a container among them, and the exit codes.

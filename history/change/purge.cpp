@@ -145,6 +145,11 @@ std::vector<std::string_view> dead_notes(const container_view &view) {
     return found;
 }
 
+// A digest alone says nothing of the text: it goes with the rest, but is no reason to purge.
+bool says_more_than_sum(std::string_view notes) {
+    return notes.find(' ') != std::string_view::npos;
+}
+
 // The header as it stands, but for these, each with the blank before it.
 std::string header_without(const container_view &view, const std::vector<std::string_view> &notes) {
     const std::string_view header = view.bytes.view().substr(0, view.weave_offset);
@@ -212,7 +217,8 @@ result<> purge_into(const container_view &before, const std::string &container_p
     }
     // Asked of the old container: the new one may lack some already whose copies must be found.
     const text_set secret = lines_to_take_out(before, version, request, lines);
-    lines->notes = dead_notes(*without_version).size();
+    lines->notes = static_cast<std::uint64_t>(
+        std::ranges::count_if(dead_notes(*without_version), says_more_than_sum));
     if (auto written = write_without(*without_version, secret, request, descriptor); !written) {
         return written;
     }

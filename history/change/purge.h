@@ -28,7 +28,7 @@ struct purge_result {
     // Lines that the version inserted, or that it was the last to hold of a version deleted before.
     std::uint64_t inserted = 0;
     kept_lines held;          // of these, the lines that survivors hold
-    std::uint64_t notes = 0;  // commented-out records that had some
+    std::uint64_t notes = 0;  // commented-out records that had more than a digest
     kept_lines copies;        // gone from the version; survivors have the same line elsewhere
 };
 

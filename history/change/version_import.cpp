@@ -24,7 +24,8 @@ result<> version_import::add(const import_item &item, const std::shared_ptr<inpu
     if (!oid) {
         return oid.failure();
     }
-    if (auto woven = weaver_.add({std::move(*oid), item.time}, next->text(), item.path); !woven) {
+    if (auto woven = weaver_.add({std::move(*oid), item.time, plain_}, next->text(), item.path);
+        !woven) {
         woven.failure().follows = "cannot be imported";
         return woven;
     }

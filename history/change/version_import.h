@@ -26,10 +26,11 @@ public:
     // Called with the number of steps that are done; each item is a step of both calls below.
     using progress_sink = std::function<void(std::uint64_t done)>;
 
-    // Into the locked container, as planned for all items. All must outlive the object.
+    // Into the locked container, as planned for all items; `plain`: without digests. All must
+    // outlive the object.
     version_import(container_change *change, const checkin_plan &plan,
-                   const std::vector<import_item> &items)
-        : change_(change), items_(items), weaver_(change, plan) {}
+                   const std::vector<import_item> &items, bool plain = false)
+        : change_(change), items_(items), plain_(plain), weaver_(change, plan) {}
 
     // Reads and weaves the files. One with the text of the version before is told and passed over,
     // unless `allow_same`.
@@ -57,6 +58,7 @@ private:
 
     container_change *change_;
     const std::vector<import_item> &items_;
+    bool plain_;
     version_weaver weaver_;
     std::vector<version_source> sources_;  // of the weaver's versions
 };

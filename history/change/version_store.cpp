@@ -25,14 +25,16 @@ result<> prove_element(const std::string &name, int descriptor, const std::strin
                : refusal(name, "the new container is refused: it does not read back as written");
 }
 
-// The point of a new branch must agree with its digest.
-result<> require_point(const container_view &view, const version_record &point) {
-    const auto value = read_text_value(view, point.id);
-    auto sound = value ? require_sum(view, point, *value) : value.failure();
+// The value of the text of a new branch's point, which must agree with its digest.
+result<std::uint64_t> value_of_point(const container_view &view, const version_record &point) {
+    auto value = read_text_value(view, point.id);
+    const auto sound = value ? require_sum(view, point, *value) : result<>(value.failure());
     if (!sound) {
-        sound.failure().follows = "is damaged; nothing is built on it";
+        failure why = sound.failure();
+        why.follows = "is damaged; nothing is built on it";
+        return why;
     }
-    return sound;
+    return value;
 }
 
 }  // namespace
@@ -63,13 +65,18 @@ result<> store_branch(container_change *change, const std::string &name,
     if (!number) {
         return number.failure();
     }
-    if (auto sound = require_point(change->old, point); !sound) {
-        return sound;
+    const auto value = value_of_point(change->old, point);
+    if (!value) {
+        return value.failure();
     }
-    const added_records added{*number, 0,
-                              status_record_text(change->old, true) +
-                                  record_of(fresh, {*number, 0}) +
-                                  branch_line(name, *number, point.id)};
+    const auto record =
+        record_of(fresh, {*number, 0}, change->old.element_oid, {name, *number, point.id}, *value);
+    if (!record) {
+        return record.failure();
+    }
+    const added_records added{
+        *number, 0,
+        status_record_text(change->old, true) + *record + branch_line(name, *number, point.id)};
     auto done = replacement.begin();
     if (done) {
         replacement_writer out(replacement);
@@ -88,8 +95,12 @@ result<> store_branch(container_change *change, const std::string &name,
 
 result<> store_element(file_replacement *output, const std::string &element,
                        const std::string &branch, const new_version &fresh) {
-    const std::string text = status_line(0) + record_of(fresh, {0, 0}) +
-                             branch_line(branch, 0, {0, 0}) + element_line(element);
+    const auto record = record_of(fresh, {0, 0}, element, {branch, 0, {0, 0}}, 0);
+    if (!record) {
+        return record.failure();
+    }
+    const std::string text =
+        status_line(0) + *record + branch_line(branch, 0, {0, 0}) + element_line(element);
     auto done = output->begin();
     done = done ? output->write(text) : std::move(done);
     if (!done) {

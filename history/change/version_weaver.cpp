@@ -38,6 +38,12 @@ result<> version_weaver::begin() {
 }
 
 result<> version_weaver::add(new_version fresh, std::string_view text, const std::string &name) {
+    auto record = record_of(fresh, id_of(versions_.size()), change_->old.element_oid, branch(),
+                            fresh.plain ? 0 : add_text(0, text));
+    if (!record) {
+        record.failure().file = name;
+        return record.failure();
+    }
     // An equal text is a version without records of its own.
     if (text == newest_.text) {
         newest_.text = text;
@@ -53,13 +59,22 @@ result<> version_weaver::add(new_version fresh, std::string_view text, const std
         newest_ = std::move(next);
     }
     versions_.push_back(std::move(fresh));
+    records_.push_back(std::move(*record));
     return {};
+}
+
+// The record of the branch that gets the versions, as the container has it or will have it.
+branch_record version_weaver::branch() const {
+    const branch_record *found =
+        plan_.adds_branch ? nullptr : find_branch(change_->old, plan_.id.branch);
+    return found != nullptr ? *found
+                            : branch_record{plan_.branch, plan_.id.branch, plan_.predecessor};
 }
 
 std::string version_weaver::header() const {
     std::string header = status_record_text(change_->old, plan_.adds_branch);
-    for (std::size_t i = versions_.size(); i-- > 0;) {
-        header += record_of(versions_[i], id_of(i));
+    for (std::size_t i = records_.size(); i-- > 0;) {
+        header += records_[i];
     }
     if (plan_.adds_branch) {
         header += branch_line(plan_.branch, plan_.id.branch, plan_.predecessor);

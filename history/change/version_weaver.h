@@ -51,6 +51,7 @@ public:
     result<> commit(const text_proof &prove);
 
 private:
+    [[nodiscard]] branch_record branch() const;
     [[nodiscard]] std::string header() const;
     result<> write(const std::string &header) const;
 
@@ -60,6 +61,7 @@ private:
     std::string before_;  // the predecessor's text
     stored_text newest_;
     std::vector<new_version> versions_;
+    std::vector<std::string> records_;  // of these
 };
 
 }  // namespace norvik

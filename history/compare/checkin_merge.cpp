@@ -13,10 +13,11 @@ namespace {
 
 result<> load(const container_view &view, const version_record &version, lined_text *out) {
     auto loaded = load_version_text(view, version.id, version_name(view, version.id), out);
-    if (loaded && version.sum) {
-        loaded = require_sum(view, version, add_text(0, out->bytes.view()));
+    if (loaded) {
+        loaded = read_lines(out);
     }
-    return loaded ? read_lines(out) : loaded;
+    return loaded && version.sum ? require_sum(view, version, add_text(0, out->bytes.view()))
+                                 : loaded;
 }
 
 // The offset of the first line that begins so, from `from` on.

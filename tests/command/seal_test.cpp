@@ -38,11 +38,12 @@ TEST(seal, digests_outlive_what_the_library_and_the_command_do) {
     EXPECT_EQ(tdm("verify c").out, "c: sound, 6 versions, 1 without a digest\n");
     EXPECT_NE(read_file("c").find("\n^#^V ver4 0 4 7 sum="), std::string::npos);
     EXPECT_EQ(tdm("seal c").out, "sealed: 1 version\n");
+    write_file("text", "of the draft\n");
     EXPECT_EQ(tdm("checkin c text --branch draft").status, 0);
     EXPECT_EQ(tdm("delete c main@1 --yes -q").status, 0);
     EXPECT_EQ(tdm("checkout c ver2").out, "a\n^q\nx\nc\nd\n");
     EXPECT_NE(read_file("c").find("\n^#^V ver1 0 1 2 sum="), std::string::npos);
-    EXPECT_EQ(tdm("purge c draft@1 --yes -q").status, 0);
+    EXPECT_EQ(tdm("purge c draft@2 --yes -q").status, 0);
     EXPECT_EQ(read_file("c").find("^#^V ver1 0 1 2 sum="), std::string::npos);
     EXPECT_NE(read_file("c").find("\n^#^V ver1 0 1 2\n"), std::string::npos);
     EXPECT_NE(read_file("c").find("\n^V ver2 0 2 3 sum="), std::string::npos);

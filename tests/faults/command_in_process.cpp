@@ -17,7 +17,8 @@ std::string normal(std::string text) {
     const auto is_hex = [](char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; };
     for (auto at = text.begin(); at != text.end();) {
         const auto end = std::find_if_not(at, text.end(), is_hex);
-        std::fill(at, end - at == 32 ? end : at, 'x');
+        const bool is_chance = end - at == 32 || end - at == 16;  // identifiers and digests
+        std::fill(at, is_chance ? end : at, 'x');
         at = end == text.end() ? end : end + 1;
     }
     return text;

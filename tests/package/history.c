@@ -189,7 +189,7 @@ static int verifies(void) {
     EXPECT(failed_as(error, norvik_kind_damaged) && container == NULL);
     DONE(norvik_open_memory(damaged, "bytes", norvik_open_damaged, &container));
     DONE(norvik_verify(container, 0, NULL, NULL, &verdict));
-    EXPECT(norvik_complaint_count(verdict) == 2 && norvik_complaint_at(verdict, 0)->line != 0);
+    EXPECT(norvik_complaint_count(verdict) == 3 && norvik_complaint_at(verdict, 0)->line != 0);
     EXPECT(strlen(norvik_complaint_at(verdict, 0)->reason) > 0);
     norvik_verdict_free(verdict);
     norvik_close(container);
